@@ -1,0 +1,11 @@
+# Warnings, sanitizers and defaults of our own targets; libraries of others keep theirs.
+function(tessra_target_options target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
+  if(TESSRA_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(TESSRA_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${TESSRA_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${TESSRA_SANITIZE})
+  endif()
+endfunction()

@@ -1,0 +1,166 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "Tessra/base/list.h"
+#include "Tessra/base/name.h"
+#include "Tessra/base/ordered_table.h"
+
+namespace tessra {
+
+class Dict;
+class Value;
+
+/// What a dictionary is asked for: text, a name, an integer, or a value used as a key. It refers to the caller's
+/// bytes and is meant to live for one call only.
+class KeyRef {
+ public:
+  KeyRef(std::string_view text) : text_(text), hash_(hash_text(text)) {}
+  KeyRef(const std::string& text) : KeyRef(std::string_view(text)) {}
+  KeyRef(const char* text) : KeyRef(std::string_view(text)) {}
+  KeyRef(Name name) : text_(name.text()), name_(name.rep_), hash_(name.hash()) {}
+  template <std::integral I>
+    requires(!std::same_as<I, bool> && !std::same_as<I, char>)
+  KeyRef(I number) : integer_(static_cast<std::int64_t>(number)), is_text_(false), hash_(hash_integer(integer_)) {}
+  /// Numbers act as keys by value: true and 1.0 are the key 1. Throws `KindError` for a value that is no key.
+  KeyRef(const Value& value);
+
+  std::uint32_t hash() const { return hash_; }
+  /// The key as it is stored: a known name where there is one, else a text of its own, or an integer.
+  Value to_value() const;
+  /// The key as shown in messages.
+  std::string to_text() const;
+
+ private:
+  friend struct DictKeyPolicy;
+  static std::uint32_t hash_integer(std::int64_t number);
+
+  std::string_view text_;
+  const Name::Rep* name_ = nullptr;
+  std::int64_t integer_ = 0;
+  bool is_text_ = true;
+  std::uint32_t hash_;
+};
+
+/// When a stored key is the one asked for.
+struct DictKeyPolicy {
+  static bool equal(const Value& key, const KeyRef& ref);
+};
+
+/// Handle to a dictionary that keeps insertion order. Overwriting an entry keeps its place, erasing keeps the order
+/// of the rest. Keys are texts or integers.
+///
+/// Copying the handle shares the dictionary: what one holder writes, every holder reads. `is` asks whether two handles
+/// are one dictionary, `==` whether two dictionaries hold equal entries in whatever order. Pointers and references to
+/// values are valid until the next insertion into that dictionary. A moved-from handle may only be assigned or
+/// destroyed. A dictionary belongs to one thread at a time.
+class Dict {
+ public:
+  struct Rep;
+  using Table = OrderedTable<Value, Value, DictKeyPolicy>;
+
+  /// A new empty dictionary.
+  Dict();
+  /// A new dictionary with these entries; the last of equal keys wins at the place of the first.
+  Dict(std::initializer_list<std::pair<KeyRef, Value>> entries);
+  Dict(const Dict& other) noexcept;
+  Dict(Dict&& other) noexcept : rep_(other.rep_) { other.rep_ = nullptr; }
+  Dict& operator=(Dict other) noexcept;
+  ~Dict();
+
+  std::size_t size() const;
+  bool empty() const { return size() == 0; }
+  void reserve(std::size_t count);
+
+  // Reading. Absence is normal for `find`, `get` and `non_empty`, and a `KeyError` naming the key for `at`.
+
+  bool contains(const KeyRef& key) const { return find(key) != nullptr; }
+  const Value* find(const KeyRef& key) const;
+  Value* find(const KeyRef& key);
+  const Value& at(const KeyRef& key) const;
+  Value& at(const KeyRef& key);
+  /// The value, or none when the key is absent. Shares lists and dictionaries.
+  Value get(const KeyRef& key) const;
+  /// Whether the key is there with a value that counts as true: not none, zero or empty.
+  bool non_empty(const KeyRef& key) const;
+
+  // Typed reading: a value of another kind throws `KindError` naming the key and both kinds.
+
+  /// The dictionary under the key, or null when the key is absent.
+  const Dict* find_dict(const KeyRef& key) const;
+  Dict* find_dict(const KeyRef& key);
+  const List* find_list(const KeyRef& key) const;
+  List* find_list(const KeyRef& key);
+  const Dict& at_dict(const KeyRef& key) const;
+  Dict& at_dict(const KeyRef& key);
+  const List& at_list(const KeyRef& key) const;
+  std::string_view at_text(const KeyRef& key) const;
+  std::int64_t at_integer(const KeyRef& key) const;
+  double at_real(const KeyRef& key) const;
+
+  // Writing.
+
+  /// Inserts at the end or replaces in place; returns the stored value.
+  Value& set(const KeyRef& key, Value value);
+  /// The value under the key; none is inserted when it is absent.
+  Value& operator[](const KeyRef& key);
+  /// Returns false when the key is absent.
+  bool erase(const KeyRef& key);
+  void clear();
+  /// Shallow merge: every entry of `other` is written here and wins over one with the same key, which keeps its
+  /// place. Lists and dictionaries are shared, not copied. Merging a dictionary into itself changes nothing.
+  void update(const Dict& other);
+
+  /// One entry of a walk.
+  template <class V>
+  struct Item {
+    const Value& key;
+    V& value;
+  };
+
+  template <class TableIterator, class V>
+  class Iterator {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Item<V>;
+    using difference_type = std::ptrdiff_t;
+    using reference = Item<V>;
+    using pointer = void;
+
+    explicit Iterator(TableIterator at) : at_(at) {}
+    Item<V> operator*() const { return {at_->key, at_->value}; }
+    Iterator& operator++() {
+      ++at_;
+      return *this;
+    }
+    friend bool operator==(const Iterator& a, const Iterator& b) { return a.at_ == b.at_; }
+
+   private:
+    TableIterator at_;
+  };
+
+  /// Walks in insertion order: `for (auto [key, value] : dict)`. Entries may be erased on the way, not added.
+  Iterator<Table::const_iterator, const Value> begin() const;
+  Iterator<Table::const_iterator, const Value> end() const;
+  Iterator<Table::iterator, Value> begin();
+  Iterator<Table::iterator, Value> end();
+
+  /// A new dictionary that shares the values' lists and dictionaries.
+  Dict shallow_copy() const;
+  /// A new dictionary that shares nothing with this one. What was shared inside stays shared inside the copy.
+  Dict deep_copy() const;
+
+  bool is(const Dict& other) const { return rep_ == other.rep_; }
+  friend bool operator==(const Dict& a, const Dict& b);
+
+ private:
+  friend class DeepCopy;
+  Rep* rep_;
+};
+
+}  // namespace tessra

@@ -1,0 +1,85 @@
+#include "Tessra/base/error.h"
+
+#include <cxxabi.h>
+#include <execinfo.h>
+
+#include <cstdlib>
+#include <memory>
+#include <typeinfo>
+
+namespace tessra {
+
+Error::Error(const std::string& what) : std::runtime_error(what) {
+  frame_count_ = ::backtrace(frames_, kMaxFrames);
+}
+
+std::vector<std::string> Error::stack() const {
+  std::vector<std::string> lines;
+  const std::unique_ptr<char*, decltype(&std::free)> symbols(::backtrace_symbols(frames_, frame_count_), &std::free);
+  if (symbols == nullptr) return lines;
+  for (int i = 0; i < frame_count_; ++i) {
+    // A line reads "module(mangled+offset) [address]"; only the mangled name is worth rewriting.
+    std::string line = symbols.get()[i];
+    const auto open = line.find('(');
+    const auto plus = line.find('+', open);
+    if (open != std::string::npos && plus != std::string::npos && plus > open + 1) {
+      const std::string symbol = line.substr(open + 1, plus - open - 1);
+      line.replace(open + 1, plus - open - 1, demangle(symbol.c_str()));
+    }
+    lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
+std::string demangle(const char* symbol) {
+  int status = 0;
+  const std::unique_ptr<char, decltype(&std::free)> name(abi::__cxa_demangle(symbol, nullptr, nullptr, &status),
+                                                         &std::free);
+  return status == 0 && name != nullptr ? name.get() : symbol;
+}
+
+std::string error_text(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const std::exception& e) {
+    return e.what();
+  } catch (...) {
+    return "unknown error";
+  }
+}
+
+namespace {
+
+void append_cause(std::string& text, const std::exception& error) {
+  text += demangle(typeid(error).name());
+  text += ": ";
+  text += error.what();
+  if (const auto* own = dynamic_cast<const Error*>(&error)) {
+    for (const std::string& frame : own->stack()) text += "\n    at " + frame;
+  }
+  try {
+    std::rethrow_if_nested(error);
+  } catch (const std::exception& cause) {
+    text += "\n  caused by ";
+    append_cause(text, cause);
+  } catch (...) {
+    text += "\n  caused by an error of unknown type";
+  }
+}
+
+}  // namespace
+
+std::string trace_text(const std::exception_ptr& error) {
+  std::string text;
+  try {
+    std::rethrow_exception(error);
+  } catch (const std::exception& e) {
+    append_cause(text, e);
+  } catch (...) {
+    const std::type_info* type = abi::__cxa_current_exception_type();
+    text = type != nullptr ? demangle(type->name()) + ": unknown error" : "unknown error";
+  }
+  return text;
+}
+
+}  // namespace tessra

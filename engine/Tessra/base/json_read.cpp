@@ -1,0 +1,183 @@
+#include "Tessra/base/json_read.h"
+
+#include <simdjson.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+namespace tessra {
+
+namespace ondemand = simdjson::ondemand;
+
+namespace {
+
+std::string with_place(const std::string& what, std::size_t line, std::size_t column) {
+  return what + " at line " + std::to_string(line) + ", column " + std::to_string(column);
+}
+
+[[noreturn]] void fail_at(std::string_view text, std::size_t offset, const std::string& what) {
+  const std::string_view before = text.substr(0, std::min(offset, text.size()));
+  const auto line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
+  const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;  // npos + 1 is 0
+  throw JsonError(what, before.size(), line, column);
+}
+
+/// Offset of the first byte that begins no valid UTF-8 sequence; the text's size when there is none.
+std::size_t first_invalid_utf8(std::string_view text) {
+  for (std::size_t at = 0; at < text.size();) {
+    // The shortest piece from here that is valid is one character.
+    std::size_t length = 1;
+    while (length <= 4 && at + length <= text.size() && !simdjson::validate_utf8(text.data() + at, length)) ++length;
+    if (length > 4 || at + length > text.size()) return at;
+    at += length;
+  }
+  return text.size();
+}
+
+/// Walks one parsed text and builds its tree.
+class TreeBuilder {
+ public:
+  TreeBuilder(std::string_view text, ondemand::document& document, std::size_t max_depth)
+      : text_(text), document_(document), max_depth_(max_depth) {}
+
+  Value build() {
+    Value root = build_any(document_, 0);
+    if (document_.current_location().error() != simdjson::OUT_OF_BOUNDS) fail("unexpected text after the value");
+    return root;
+  }
+
+ private:
+  /// `source` is the document or a value inside it; both read alike.
+  template <class Source>
+  Value build_any(Source& source, std::size_t depth) {
+    switch (checked(source.type())) {
+      case ondemand::json_type::object:
+        return build_dict(checked(source.get_object()), depth + 1);
+      case ondemand::json_type::array:
+        return build_list(checked(source.get_array()), depth + 1);
+      case ondemand::json_type::string:
+        return checked(source.get_string());
+      case ondemand::json_type::number:
+        return build_number(source);
+      case ondemand::json_type::boolean:
+        return checked(source.get_bool());
+      case ondemand::json_type::null:
+        if (!checked(simdjson::simdjson_result<bool>(source.is_null()))) fail("unknown word");
+        return {};
+    }
+    fail("no JSON value");
+  }
+
+  Value build_dict(ondemand::object object, std::size_t depth) {
+    check_depth(depth);
+    Dict dict;
+    for (auto entry : object) {
+      ondemand::field field = checked(std::move(entry));
+      const std::string_view key = checked(field.unescaped_key());
+      dict.set(key, build_any(field.value(), depth));
+    }
+    return dict;
+  }
+
+  Value build_list(ondemand::array array, std::size_t depth) {
+    check_depth(depth);
+    List list;
+    for (auto entry : array) {
+      ondemand::value value = checked(std::move(entry));
+      list.push_back(build_any(value, depth));
+    }
+    return list;
+  }
+
+  template <class Source>
+  Value build_number(Source& source) {
+    const std::size_t begin = place();
+    ondemand::number number;
+    if (source.get_number().get(number) != simdjson::SUCCESS) {
+      const std::size_t end = std::min(text_.find_first_not_of("-0123456789", begin), text_.size());
+      const bool whole = end - begin > 18 && (end == text_.size() || std::string_view(",]} \t\r\n").find(text_[end]) !=
+                                                                         std::string_view::npos);
+      fail_at(text_, begin, whole ? "integer beyond 64 bits" : "no valid number");
+    }
+    if (number.is_uint64()) fail_at(text_, begin, "integer beyond 64 bits");
+    if (number.is_int64()) return number.get_int64();
+    return number.get_double();
+  }
+
+  void check_depth(std::size_t depth) {
+    if (depth > max_depth_) fail("nested deeper than " + std::to_string(max_depth_));
+  }
+
+  template <class T>
+  T checked(simdjson::simdjson_result<T> result) {
+    if (result.error() == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
+      fail_at(text_, text_.size(), "a list or dictionary is not closed");
+    }
+    if (result.error() != simdjson::SUCCESS) fail(simdjson::error_message(result.error()));
+    return std::move(result).value_unsafe();
+  }
+
+  std::size_t place() {
+    const char* at = nullptr;
+    if (document_.current_location().get(at) != simdjson::SUCCESS) return text_.size();
+    return std::min(static_cast<std::size_t>(at - text_.data()), text_.size());
+  }
+
+  [[noreturn]] void fail(const std::string& what) { fail_at(text_, place(), what); }
+
+  std::string_view text_;
+  ondemand::document& document_;
+  std::size_t max_depth_;
+};
+
+}  // namespace
+
+JsonError::JsonError(const std::string& what, std::size_t offset, std::size_t line, std::size_t column)
+    : Error(with_place(what, line, column)), offset(offset), line(line), column(column) {}
+
+struct JsonReader::Impl {
+  JsonLimits limits;
+  ondemand::parser parser;
+  std::string buffer;  // the text with the padding the parser wants behind it
+};
+
+JsonReader::JsonReader(JsonLimits limits) : impl_(std::make_unique<Impl>()) { impl_->limits = limits; }
+JsonReader::~JsonReader() = default;
+JsonReader::JsonReader(JsonReader&&) noexcept = default;
+JsonReader& JsonReader::operator=(JsonReader&&) noexcept = default;
+
+Value JsonReader::read(std::string_view text) {
+  if (text.size() > impl_->limits.max_bytes) {
+    fail_at(text, impl_->limits.max_bytes, "longer than " + std::to_string(impl_->limits.max_bytes) + " bytes");
+  }
+  impl_->buffer.reserve(text.size() + simdjson::SIMDJSON_PADDING);
+  impl_->buffer.assign(text);
+  const std::string_view padded = impl_->buffer;
+
+  ondemand::document document;
+  const auto error = impl_->parser.iterate(padded, impl_->buffer.capacity()).get(document);
+  if (error == simdjson::UTF8_ERROR) fail_at(text, first_invalid_utf8(text), "text is not valid UTF-8");
+  if (error != simdjson::SUCCESS) fail_at(text, error == simdjson::EMPTY ? 0 : text.size(), error_message(error));
+  return TreeBuilder(padded, document, impl_->limits.max_depth).build();
+}
+
+Value read_json(std::string_view text) { return JsonReader().read(text); }
+
+Value read_json_file(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::stringstream text;
+  // An empty file makes the insertion fail without being unreadable; the reader then says what is wrong with it.
+  if (!file || (!(text << file.rdbuf()) && !file.eof() && file.bad())) throw Error("cannot read " + path.string());
+  try {
+    return read_json(text.view());
+  } catch (const JsonError& error) {
+    const std::string what = error.what();
+    const std::string place = with_place("", error.line, error.column);
+    throw JsonError(path.string() + ": " + what.substr(0, what.size() - place.size()), error.offset, error.line,
+                    error.column);
+  }
+}
+
+}  // namespace tessra

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "Tessra/base/value.h"
+
+namespace tessra {
+
+/// A text is no JSON, or JSON beyond the limits. The message ends with the place: "line 3, column 14".
+class JsonError : public Error {
+ public:
+  JsonError(const std::string& what, std::size_t offset, std::size_t line, std::size_t column);
+  /// Byte offset of the place in the text, counted from 0; line and column count from 1.
+  std::size_t offset, line, column;
+};
+
+struct JsonLimits {
+  std::size_t max_bytes = std::size_t{1} << 30;
+  /// Deepest nesting of lists and dictionaries.
+  std::size_t max_depth = 512;
+};
+
+/// Reads JSON straight into the value tree. A reader keeps its buffers, so reading many records through one reader
+/// allocates for the values alone. One reader serves one thread at a time.
+///
+/// Integers are exact in signed 64 bits and an error beyond; numbers with a point or an exponent are reals; the order
+/// of keys is kept and the last of duplicate keys wins at the place of the first. The text must be valid UTF-8
+/// without lone surrogates.
+class JsonReader {
+ public:
+  explicit JsonReader(JsonLimits limits = {});
+  ~JsonReader();
+  JsonReader(JsonReader&&) noexcept;
+  JsonReader& operator=(JsonReader&&) noexcept;
+
+  /// Throws `JsonError`.
+  Value read(std::string_view text);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+/// Reads one text with a reader of its own.
+Value read_json(std::string_view text);
+
+/// Reads a file. Throws `JsonError` with the path in its message, or `Error` when the file cannot be read.
+Value read_json_file(const std::filesystem::path& path);
+
+}  // namespace tessra

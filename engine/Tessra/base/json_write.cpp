@@ -1,0 +1,148 @@
+#include "Tessra/base/json_write.h"
+
+#include <charconv>
+#include <cmath>
+#include <fstream>
+
+namespace tessra {
+
+namespace {
+
+class Writer {
+ public:
+  explicit Writer(JsonStyle style) : pretty_(style == JsonStyle::pretty) {}
+
+  void write(const Value& value) {
+    switch (value.kind()) {
+      case Kind::none:
+        out_ += "null";
+        break;
+      case Kind::boolean:
+        out_ += value.as_bool() ? "true" : "false";
+        break;
+      case Kind::integer:
+        write_integer(value.as_integer());
+        break;
+      case Kind::real:
+        if (!std::isfinite(value.as_real())) throw ConversionError("no JSON form for " + value.to_text());
+        out_ += real_text(value.as_real());
+        break;
+      case Kind::string:
+        write_text(value.as_text());
+        break;
+      case Kind::list:
+        write_list(value.as_list());
+        break;
+      case Kind::dictionary:
+        write_dict(value.as_dict());
+        break;
+      case Kind::host:
+        throw ConversionError("no JSON form for a host object");
+    }
+  }
+
+  std::string take() { return std::move(out_); }
+
+ private:
+  void write_list(const List& list) {
+    out_ += '[';
+    ++depth_;
+    bool first = true;
+    for (const Value& entry : list) {
+      separate(first);
+      write(entry);
+    }
+    close(first, ']');
+  }
+
+  void write_dict(const Dict& dict) {
+    out_ += '{';
+    ++depth_;
+    bool first = true;
+    for (auto [key, entry] : dict) {
+      separate(first);
+      write_text(key.is_string() ? key.as_text() : std::string_view(key.to_text()));
+      out_ += pretty_ ? ": " : ":";
+      write(entry);
+    }
+    close(first, '}');
+  }
+
+  void separate(bool& first) {
+    if (!first) out_ += ',';
+    first = false;
+    new_line();
+  }
+
+  void close(bool empty, char bracket) {
+    --depth_;
+    if (!empty) new_line();
+    out_ += bracket;
+  }
+
+  void new_line() {
+    if (!pretty_) return;
+    out_ += '\n';
+    out_.append(2 * depth_, ' ');
+  }
+
+  void write_integer(std::int64_t integer) {
+    char digits[24];
+    const auto end = std::to_chars(digits, digits + sizeof(digits), integer);
+    out_.append(digits, end.ptr);
+  }
+
+  void write_text(std::string_view text) {
+    out_ += '"';
+    for (const char c : text) {
+      if (static_cast<unsigned char>(c) >= 0x20 && c != '"' && c != '\\') {
+        out_ += c;
+      } else {
+        write_escape(c);
+      }
+    }
+    out_ += '"';
+  }
+
+  void write_escape(char c) {
+    constexpr std::string_view kLetters = "\"\"\\\\\bb\ff\nn\rr\tt";
+    for (std::size_t i = 0; i < kLetters.size(); i += 2) {
+      if (kLetters[i] != c) continue;
+      out_ += '\\';
+      out_ += kLetters[i + 1];
+      return;
+    }
+    constexpr char kHex[] = "0123456789abcdef";
+    out_ += "\\u00";
+    out_ += kHex[(c >> 4) & 0xF];
+    out_ += kHex[c & 0xF];
+  }
+
+  bool pretty_;
+  std::size_t depth_ = 0;
+  std::string out_;
+};
+
+}  // namespace
+
+std::string write_json(const Value& value, JsonStyle style) {
+  Writer writer(style);
+  writer.write(value);
+  return writer.take();
+}
+
+void write_json_file(const std::filesystem::path& path, const Value& value, JsonStyle style) {
+  std::filesystem::path partial = path;
+  partial += ".partial";
+  {
+    std::ofstream file(partial, std::ios::binary | std::ios::trunc);
+    file << write_json(value, style) << '\n';
+    file.flush();
+    if (!file) throw Error("cannot write " + path.string());
+  }
+  std::error_code failed;
+  std::filesystem::rename(partial, path, failed);
+  if (failed) throw Error("cannot write " + path.string() + ": " + failed.message());
+}
+
+}  // namespace tessra

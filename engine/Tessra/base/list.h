@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+
+namespace tessra {
+
+class Value;
+
+/// Handle to a list of values. Copying the handle shares the list; `is` asks whether two handles are one list, `==`
+/// whether two lists hold equal values. A moved-from handle may only be assigned or destroyed.
+class List {
+ public:
+  struct Rep;
+
+  /// A new empty list.
+  List();
+  List(std::initializer_list<Value> values);
+  List(const List& other) noexcept;
+  List(List&& other) noexcept : rep_(other.rep_) { other.rep_ = nullptr; }
+  List& operator=(List other) noexcept;
+  ~List();
+
+  std::size_t size() const;
+  bool empty() const { return size() == 0; }
+
+  /// Throws `KeyError` naming the index when it is out of range.
+  const Value& at(std::size_t index) const;
+  Value& at(std::size_t index);
+
+  void push_back(Value value);
+  void insert_front(Value value);
+  /// Appends the other list's values; a list may extend itself.
+  void extend(const List& other);
+  /// Cuts the list to its first `count` values.
+  void truncate(std::size_t count);
+  void reserve(std::size_t count);
+
+  /// Pointers, valid until the list's size changes.
+  const Value* begin() const;
+  const Value* end() const;
+  Value* begin();
+  Value* end();
+
+  /// A new list that shares the values' lists and dictionaries.
+  List shallow_copy() const;
+
+  bool is(const List& other) const { return rep_ == other.rep_; }
+  friend bool operator==(const List& a, const List& b);
+
+ private:
+  friend class DeepCopy;
+  Rep* rep_;
+};
+
+}  // namespace tessra

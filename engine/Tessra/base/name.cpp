@@ -1,0 +1,70 @@
+#include "Tessra/base/name.h"
+
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <string>
+
+#include "Tessra/base/error.h"
+
+namespace tessra {
+
+std::uint32_t hash_text(std::string_view text) {
+  return static_cast<std::uint32_t>(std::hash<std::string_view>{}(text));
+}
+
+namespace {
+
+/// Four slots per name that may be added keep probes short without ever growing the table, which is what lets it be
+/// read without a lock. The array is zero pages until used.
+constexpr std::size_t kSlots = 4 * Name::kMaxAdded;
+template <class Rep>
+using Slots = std::array<std::atomic<const Rep*>, kSlots>;
+
+template <class Rep>
+Slots<Rep>& slots() {
+  static Slots<Rep> table;
+  return table;
+}
+
+}  // namespace
+
+const Name::Rep* Name::lookup(std::string_view text, std::uint32_t hash) {
+  auto& table = slots<Rep>();
+  for (std::size_t slot = hash % kSlots;; slot = (slot + 1) % kSlots) {
+    const Rep* rep = table[slot].load(std::memory_order_acquire);
+    if (rep == nullptr) return nullptr;
+    if (rep->hash == hash && std::string_view(rep->bytes, rep->size) == text) return rep;
+  }
+}
+
+std::optional<Name> Name::find(std::string_view text) {
+  const Rep* rep = lookup(text, hash_text(text));
+  return rep != nullptr ? std::optional(Name(rep)) : std::nullopt;
+}
+
+const Name::Rep* Name::insert(std::string_view text, bool counted) {
+  static std::mutex mutex;
+  static std::size_t added = 0;
+
+  const std::uint32_t hash = hash_text(text);
+  if (const Rep* known = lookup(text, hash)) return known;
+
+  const std::lock_guard lock(mutex);
+  if (const Rep* known = lookup(text, hash)) return known;
+  if (counted && ++added > kMaxAdded) throw LimitError("too many field names, refused '" + std::string(text) + "'");
+
+  auto* bytes = new char[text.size() + 1];  // never freed: names live as long as the process
+  std::memcpy(bytes, text.data(), text.size());
+  bytes[text.size()] = '\0';
+  const Rep* rep = new Rep{bytes, static_cast<std::uint32_t>(text.size()), hash};
+  auto& table = slots<Rep>();
+  std::size_t slot = hash % kSlots;
+  while (table[slot].load(std::memory_order_relaxed) != nullptr) slot = (slot + 1) % kSlots;
+  table[slot].store(rep, std::memory_order_release);
+  return rep;
+}
+
+}  // namespace tessra

@@ -1,0 +1,343 @@
+#include "Tessra/base/value.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <ostream>
+
+namespace tessra {
+
+std::string_view kind_name(Kind kind) {
+  constexpr std::string_view kNames[] = {"none",   "boolean", "integer",    "real",
+                                         "string", "list",    "dictionary", "host object"};
+  return kNames[static_cast<int>(kind)];
+}
+
+/// A text with its bytes behind it, in one allocation.
+struct Value::StringRep {
+  std::uint32_t refs;
+  std::uint32_t size;
+  char bytes[1];  // as many as `size` says
+
+  static StringRep* make(std::string_view text) {
+    if (text.size() > UINT32_MAX) throw LimitError("text longer than 4 GiB");
+    auto* rep = static_cast<StringRep*>(std::malloc(sizeof(StringRep) + text.size()));
+    if (rep == nullptr) throw std::bad_alloc();
+    rep->refs = 1;
+    rep->size = static_cast<std::uint32_t>(text.size());
+    std::memcpy(rep->bytes, text.data(), text.size());
+    return rep;
+  }
+};
+
+struct Value::HostRep {
+  std::uint32_t refs = 1;
+  std::shared_ptr<void> object;
+  std::type_index type;
+};
+
+Value::Value(std::string_view text) : tag_(Tag::string), string_(StringRep::make(text)) {}
+
+Value::Value(std::shared_ptr<void> object, std::type_index type) : tag_(Tag::none), integer_(0) {
+  if (object == nullptr) return;
+  host_ = new HostRep{1, std::move(object), type};
+  tag_ = Tag::host;
+}
+
+void Value::share(const Value& other) noexcept {
+  switch (tag_) {
+    case Tag::string:
+      string_ = other.string_;
+      ++string_->refs;
+      break;
+    case Tag::list:
+      new (&list_) List(other.list_);
+      break;
+    case Tag::dictionary:
+      new (&dict_) Dict(other.dict_);
+      break;
+    case Tag::host:
+      host_ = other.host_;
+      ++host_->refs;
+      break;
+    default:
+      integer_ = other.integer_;  // the other members are no larger and hold no count
+  }
+}
+
+void Value::steal(Value& other) noexcept {
+  static_assert(sizeof(List) == sizeof(std::int64_t) && sizeof(Dict) == sizeof(std::int64_t));
+  // Handles are one pointer; moving the payload as it stands and leaving none behind moves any of them.
+  std::memcpy(static_cast<void*>(&integer_), static_cast<const void*>(&other.integer_), sizeof(integer_));
+  other.tag_ = Tag::none;
+}
+
+void Value::swap(Value& other) noexcept {
+  std::swap(tag_, other.tag_);
+  std::int64_t mine;
+  std::memcpy(&mine, static_cast<const void*>(&integer_), sizeof(mine));
+  std::memcpy(static_cast<void*>(&integer_), static_cast<const void*>(&other.integer_), sizeof(mine));
+  std::memcpy(static_cast<void*>(&other.integer_), &mine, sizeof(mine));
+}
+
+void Value::release() noexcept {
+  switch (tag_) {
+    case Tag::string:
+      if (--string_->refs == 0) std::free(string_);
+      break;
+    case Tag::list:
+      list_.~List();
+      break;
+    case Tag::dictionary:
+      dict_.~Dict();
+      break;
+    case Tag::host:
+      if (--host_->refs == 0) delete host_;
+      break;
+    default:
+      break;
+  }
+}
+
+bool Value::truthy() const {
+  switch (kind()) {
+    case Kind::none:
+      return false;
+    case Kind::boolean:
+      return boolean_;
+    case Kind::integer:
+      return integer_ != 0;
+    case Kind::real:
+      return real_ != 0;
+    case Kind::string:
+      return !as_text().empty();
+    case Kind::list:
+      return !list_.empty();
+    case Kind::dictionary:
+      return !dict_.empty();
+    case Kind::host:
+      return true;
+  }
+  return true;
+}
+
+void Value::fail_kind(Kind wanted) const {
+  throw KindError("expected " + std::string(kind_name(wanted)) + ", found " + std::string(kind_name(kind())));
+}
+
+bool Value::as_bool() const {
+  if (!is_bool()) fail_kind(Kind::boolean);
+  return boolean_;
+}
+
+std::int64_t Value::as_integer() const {
+  if (is_integer()) return integer_;
+  if (is_bool()) return boolean_ ? 1 : 0;
+  fail_kind(Kind::integer);
+}
+
+double Value::as_real() const {
+  if (is_real()) return real_;
+  if (is_integer()) return static_cast<double>(integer_);
+  if (is_bool()) return boolean_ ? 1 : 0;
+  fail_kind(Kind::real);
+}
+
+std::string_view Value::as_text() const {
+  if (tag_ == Tag::name) return {name_->bytes, name_->size};
+  if (tag_ == Tag::string) return {string_->bytes, string_->size};
+  fail_kind(Kind::string);
+}
+
+const List& Value::as_list() const {
+  if (!is_list()) fail_kind(Kind::list);
+  return list_;
+}
+
+List& Value::as_list() {
+  if (!is_list()) fail_kind(Kind::list);
+  return list_;
+}
+
+const Dict& Value::as_dict() const {
+  if (!is_dict()) fail_kind(Kind::dictionary);
+  return dict_;
+}
+
+Dict& Value::as_dict() {
+  if (!is_dict()) fail_kind(Kind::dictionary);
+  return dict_;
+}
+
+bool Value::holds_host(std::type_index type) const { return tag_ == Tag::host && host_->type == type; }
+
+std::shared_ptr<void> Value::host_object(std::type_index type) const {
+  if (tag_ != Tag::host) fail_kind(Kind::host);
+  if (host_->type != type) {
+    throw KindError("expected host object " + demangle(type.name()) + ", found " + demangle(host_->type.name()));
+  }
+  return host_->object;
+}
+
+namespace {
+
+std::int64_t whole_part(double real) {
+  // The bounds are exact: the first real above them no longer fits.
+  if (!(real > -9223372036854777856.0 && real < 9223372036854775808.0)) {
+    throw ConversionError("no 64 bit integer for real " + real_text(real));
+  }
+  return static_cast<std::int64_t>(real);
+}
+
+std::int64_t decimal_integer(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\n\r\f\v";
+  const auto first = text.find_first_not_of(kBlanks);
+  std::string_view digits;
+  if (first != std::string_view::npos) digits = text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+  // `from_chars` takes a minus sign only.
+  if (digits.size() > 1 && digits.front() == '+' && digits[1] != '-') digits.remove_prefix(1);
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (error != std::errc() || end != digits.data() + digits.size()) {
+    throw ConversionError("not a 64 bit integer: '" + std::string(text) + "'");
+  }
+  return number;
+}
+
+}  // namespace
+
+std::int64_t Value::to_integer() const {
+  switch (kind()) {
+    case Kind::boolean:
+    case Kind::integer:
+      return as_integer();
+    case Kind::real:
+      return whole_part(real_);
+    case Kind::string:
+      return decimal_integer(as_text());
+    default:
+      fail_kind(Kind::integer);
+  }
+}
+
+bool Value::is(const Value& other) const {
+  if (kind() != other.kind()) return false;
+  if (is_list()) return list_.is(other.list_);
+  if (is_dict()) return dict_.is(other.dict_);
+  return *this == other;
+}
+
+namespace {
+
+/// Equality by value without losing the integers a real cannot show.
+bool equal_numbers(std::int64_t integer, double real) {
+  return real >= -9223372036854775808.0 && real < 9223372036854775808.0 && std::trunc(real) == real &&
+         static_cast<std::int64_t>(real) == integer;
+}
+
+}  // namespace
+
+bool operator==(const Value& a, const Value& b) {
+  if (a.is_number() && b.is_number()) {
+    if (a.is_real() && b.is_real()) return a.real_ == b.real_;
+    if (a.is_real()) return equal_numbers(b.as_integer(), a.real_);
+    if (b.is_real()) return equal_numbers(a.as_integer(), b.real_);
+    return a.as_integer() == b.as_integer();
+  }
+  if (a.kind() != b.kind()) return false;
+  switch (a.kind()) {
+    case Kind::string:
+      return a.as_text() == b.as_text();
+    case Kind::list:
+      return a.list_ == b.list_;
+    case Kind::dictionary:
+      return a.dict_ == b.dict_;
+    case Kind::host:
+      return a.host_->object == b.host_->object;
+    default:
+      return true;
+  }
+}
+
+std::string real_text(double real) {
+  if (std::isnan(real)) return "nan";
+  if (std::isinf(real)) return real < 0 ? "-inf" : "inf";
+  // Plain digits for the magnitudes people read, an exponent beyond.
+  const double size = std::abs(real);
+  const bool plain = real == 0 || (size >= 1e-4 && size < 1e16);
+  char digits[64];
+  const auto end = std::to_chars(digits, digits + sizeof(digits), real,
+                                 plain ? std::chars_format::fixed : std::chars_format::scientific);
+  std::string text(digits, end.ptr);
+  if (plain && text.find('.') == std::string::npos) text += ".0";
+  return text;
+}
+
+namespace {
+
+void append_text(std::string& out, const Value& value, bool quoted) {
+  switch (value.kind()) {
+    case Kind::none:
+      out += "None";
+      break;
+    case Kind::boolean:
+      out += value.as_bool() ? "True" : "False";
+      break;
+    case Kind::integer:
+      out += std::to_string(value.as_integer());
+      break;
+    case Kind::real:
+      out += real_text(value.as_real());
+      break;
+    case Kind::string:
+      if (quoted) out += '\'';
+      out += value.as_text();
+      if (quoted) out += '\'';
+      break;
+    case Kind::list: {
+      out += '[';
+      std::string_view separator;
+      for (const Value& entry : value.as_list()) {
+        out += separator;
+        append_text(out, entry, true);
+        separator = ", ";
+      }
+      out += ']';
+      break;
+    }
+    case Kind::dictionary: {
+      out += '{';
+      std::string_view separator;
+      for (auto [key, entry] : value.as_dict()) {
+        out += separator;
+        append_text(out, key, true);
+        out += ": ";
+        append_text(out, entry, true);
+        separator = ", ";
+      }
+      out += '}';
+      break;
+    }
+    case Kind::host:
+      out += "<host object>";
+      break;
+  }
+}
+
+}  // namespace
+
+std::string Value::to_text() const {
+  std::string out;
+  append_text(out, *this, false);
+  return out;
+}
+
+std::ostream& operator<<(std::ostream& out, const Value& value) {
+  std::string text;
+  append_text(text, value, true);
+  return out << text;
+}
+
+}  // namespace tessra
