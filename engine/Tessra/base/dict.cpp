@@ -164,9 +164,7 @@ Dict::Iterator<Dict::Table::const_iterator, const Value> Dict::end() const {
 Dict::Iterator<Dict::Table::iterator, Value> Dict::begin() {
   return Iterator<Table::iterator, Value>(rep_->table.begin());
 }
-Dict::Iterator<Dict::Table::iterator, Value> Dict::end() {
-  return Iterator<Table::iterator, Value>(rep_->table.end());
-}
+Dict::Iterator<Dict::Table::iterator, Value> Dict::end() { return Iterator<Table::iterator, Value>(rep_->table.end()); }
 
 Dict Dict::shallow_copy() const {
   Dict copy;

@@ -9,9 +9,7 @@
 
 namespace tessra {
 
-Error::Error(const std::string& what) : std::runtime_error(what) {
-  frame_count_ = ::backtrace(frames_, kMaxFrames);
-}
+Error::Error(const std::string& what) : std::runtime_error(what) { frame_count_ = ::backtrace(frames_, kMaxFrames); }
 
 std::vector<std::string> Error::stack() const {
   std::vector<std::string> lines;

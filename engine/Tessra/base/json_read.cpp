@@ -13,15 +13,15 @@ namespace ondemand = simdjson::ondemand;
 
 namespace {
 
-std::string with_place(const std::string& what, std::size_t line, std::size_t column) {
-  return what + " at line " + std::to_string(line) + ", column " + std::to_string(column);
+std::string with_place(const std::string& what, JsonError::Place place) {
+  return what + " at line " + std::to_string(place.line) + ", column " + std::to_string(place.column);
 }
 
 [[noreturn]] void fail_at(std::string_view text, std::size_t offset, const std::string& what) {
   const std::string_view before = text.substr(0, std::min(offset, text.size()));
   const auto line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
   const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;  // npos + 1 is 0
-  throw JsonError(what, before.size(), line, column);
+  throw JsonError(what, {before.size(), line, column});
 }
 
 /// Offset of the first byte that begins no valid UTF-8 sequence; the text's size when there is none.
@@ -134,8 +134,7 @@ class TreeBuilder {
 
 }  // namespace
 
-JsonError::JsonError(const std::string& what, std::size_t offset, std::size_t line, std::size_t column)
-    : Error(with_place(what, line, column)), offset(offset), line(line), column(column) {}
+JsonError::JsonError(const std::string& what, Place where) : Error(with_place(what, where)), place(where) {}
 
 struct JsonReader::Impl {
   JsonLimits limits;
@@ -174,9 +173,8 @@ Value read_json_file(const std::filesystem::path& path) {
     return read_json(text.view());
   } catch (const JsonError& error) {
     const std::string what = error.what();
-    const std::string place = with_place("", error.line, error.column);
-    throw JsonError(path.string() + ": " + what.substr(0, what.size() - place.size()), error.offset, error.line,
-                    error.column);
+    const std::string place = with_place("", error.place);
+    throw JsonError(path.string() + ": " + what.substr(0, what.size() - place.size()), error.place);
   }
 }
 

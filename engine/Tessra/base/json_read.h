@@ -13,9 +13,14 @@ namespace tessra {
 /// A text is no JSON, or JSON beyond the limits. The message ends with the place: "line 3, column 14".
 class JsonError : public Error {
  public:
-  JsonError(const std::string& what, std::size_t offset, std::size_t line, std::size_t column);
-  /// Byte offset of the place in the text, counted from 0; line and column count from 1.
-  std::size_t offset, line, column;
+  /// A place in a text: its byte offset, counted from 0, its line and its column in bytes, counted from 1.
+  struct Place {
+    std::size_t offset, line, column;
+  };
+
+  JsonError(const std::string& what, Place where);
+
+  Place place;
 };
 
 struct JsonLimits {
