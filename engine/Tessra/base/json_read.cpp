@@ -3,6 +3,7 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <charconv>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -36,6 +37,40 @@ std::size_t first_invalid_utf8(std::string_view text) {
   return text.size();
 }
 
+/// Offset where the strings of a text go wrong: the first control character that stands bare inside one, or the quote
+/// that opens one which never ends.
+std::size_t first_string_fault(std::string_view text) {
+  std::size_t open = std::string_view::npos;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const char c = text[at];
+    if (open == std::string_view::npos) {
+      if (c == '"') open = at;
+    } else if (c == '"') {
+      open = std::string_view::npos;
+    } else if (c == '\\') {
+      ++at;
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      return at;
+    }
+  }
+  return std::min(open, text.size());
+}
+
+/// Where the parser's first pass, which reports no place, found its fault.
+std::size_t first_pass_fault(std::string_view text, simdjson::error_code error) {
+  switch (error) {
+    case simdjson::EMPTY:
+      return 0;
+    case simdjson::UTF8_ERROR:
+      return first_invalid_utf8(text);
+    case simdjson::UNESCAPED_CHARS:
+    case simdjson::UNCLOSED_STRING:
+      return first_string_fault(text);
+    default:
+      return text.size();
+  }
+}
+
 /// Walks one parsed text and builds its tree.
 class TreeBuilder {
  public:
@@ -58,7 +93,7 @@ class TreeBuilder {
       case ondemand::json_type::array:
         return build_list(checked(source.get_array()), depth + 1);
       case ondemand::json_type::string:
-        return checked(source.get_string());
+        return build_text(source);
       case ondemand::json_type::number:
         return build_number(source);
       case ondemand::json_type::boolean:
@@ -75,7 +110,9 @@ class TreeBuilder {
     Dict dict;
     for (auto entry : object) {
       ondemand::field field = checked(std::move(entry));
-      const std::string_view key = checked(field.unescaped_key());
+      const char* const key_begin = field.key().raw();
+      std::string_view key;
+      if (field.unescaped_key().get(key) != simdjson::SUCCESS) fail_text(key_begin - text_.data() - 1);
       dict.set(key, build_any(field.value(), depth));
     }
     return dict;
@@ -92,6 +129,14 @@ class TreeBuilder {
   }
 
   template <class Source>
+  Value build_text(Source& source) {
+    const std::size_t begin = place();
+    std::string_view text;
+    if (source.get_string().get(text) != simdjson::SUCCESS) fail_text(begin);
+    return text;
+  }
+
+  template <class Source>
   Value build_number(Source& source) {
     const std::size_t begin = place();
     ondemand::number number;
@@ -103,7 +148,18 @@ class TreeBuilder {
     }
     if (number.is_uint64()) fail_at(text_, begin, "integer beyond 64 bits");
     if (number.is_int64()) return number.get_int64();
-    return number.get_double();
+    return exact_real(begin, number.get_double());
+  }
+
+  /// The parser is exact up to 19 digits and goes astray beyond them.
+  double exact_real(std::size_t begin, double parsed) const {
+    const std::size_t end = std::min(text_.find_first_not_of("+-.0123456789Ee", begin), text_.size());
+    if (end - begin <= 19) return parsed;
+    double exact = parsed;
+    if (std::from_chars(text_.data() + begin, text_.data() + end, exact).ec != std::errc()) {
+      fail_at(text_, begin, "no valid number");
+    }
+    return exact;
   }
 
   void check_depth(std::size_t depth) {
@@ -113,8 +169,10 @@ class TreeBuilder {
   template <class T>
   T checked(simdjson::simdjson_result<T> result) {
     if (result.error() == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
-      fail_at(text_, text_.size(), "a list or dictionary is not closed");
+      fail_at(text_, text_.size(), "the text does not end with its list or dictionary");
     }
+    // Kinds were asked for before: a value that is not what it began as is a misspelt word.
+    if (result.error() == simdjson::INCORRECT_TYPE) fail("unknown word");
     if (result.error() != simdjson::SUCCESS) fail(simdjson::error_message(result.error()));
     return std::move(result).value_unsafe();
   }
@@ -125,6 +183,7 @@ class TreeBuilder {
     return std::min(static_cast<std::size_t>(at - text_.data()), text_.size());
   }
 
+  [[noreturn]] void fail_text(std::size_t begin) { fail_at(text_, begin, "text with an invalid escape"); }
   [[noreturn]] void fail(const std::string& what) { fail_at(text_, place(), what); }
 
   std::string_view text_;
@@ -157,8 +216,7 @@ Value JsonReader::read(std::string_view text) {
 
   ondemand::document document;
   const auto error = impl_->parser.iterate(padded, impl_->buffer.capacity()).get(document);
-  if (error == simdjson::UTF8_ERROR) fail_at(text, first_invalid_utf8(text), "text is not valid UTF-8");
-  if (error != simdjson::SUCCESS) fail_at(text, error == simdjson::EMPTY ? 0 : text.size(), error_message(error));
+  if (error != simdjson::SUCCESS) fail_at(text, first_pass_fault(text, error), simdjson::error_message(error));
   return TreeBuilder(padded, document, impl_->limits.max_depth).build();
 }
 
@@ -166,9 +224,10 @@ Value read_json(std::string_view text) { return JsonReader().read(text); }
 
 Value read_json_file(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
+  file.peek();  // a folder opens like a file and fails only when read
+  if (!file.is_open() || file.bad()) throw Error("cannot read " + path.string());
   std::stringstream text;
-  // An empty file makes the insertion fail without being unreadable; the reader then says what is wrong with it.
-  if (!file || (!(text << file.rdbuf()) && !file.eof() && file.bad())) throw Error("cannot read " + path.string());
+  text << file.rdbuf();
   try {
     return read_json(text.view());
   } catch (const JsonError& error) {
