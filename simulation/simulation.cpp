@@ -3,6 +3,13 @@
 #include <algorithm>
 #include <system_error>
 
+#include "Tessra/base/value.h"
+#include "simulation/command_script.h"
+#include "simulation/commands.h"
+#include "simulation/records.h"
+#include "simulation/scenario.h"
+#include "simulation/world.h"
+
 namespace tessra::sim {
 
 std::vector<std::string> scenario_names(const std::filesystem::path& folder) {
@@ -22,5 +29,67 @@ std::uint64_t episode_seed(std::uint64_t base_seed, std::uint64_t episode) {
   mixed = (mixed ^ (mixed >> 27)) * 0x94d049bb133111ebU;
   return mixed ^ (mixed >> 31);
 }
+
+struct Simulation::Impl {
+  Impl(std::shared_ptr<const Scenario> scenario, std::uint64_t seed) : world(std::move(scenario), seed) {}
+
+  World world;
+  Recorder recorder;
+  int advance_seconds = 1;
+  bool ending = false;
+};
+
+std::shared_ptr<const Scenario> Simulation::load(const std::filesystem::path& file) { return read_scenario(file); }
+
+Simulation::Simulation(std::shared_ptr<const Scenario> scenario, std::uint64_t seed, int advance_seconds)
+    : impl_(std::make_unique<Impl>(std::move(scenario), seed)) {
+  set_advance_seconds(advance_seconds);
+}
+
+Simulation::~Simulation() = default;
+Simulation::Simulation(Simulation&&) noexcept = default;
+Simulation& Simulation::operator=(Simulation&&) noexcept = default;
+
+Dict Simulation::sides_info() const {
+  const World& world = impl_->world;
+  Dict info;
+  for (std::size_t side = 0; side < world.sides.size(); ++side) {
+    List friends;
+    for (std::size_t other = 0; other < world.sides.size(); ++other) {
+      if (other != side && is_friend(world, other, side)) friends.push_back(world.sides[other].spec->id);
+    }
+    info.set(world.sides[side].spec->id, Dict{{"Name", world.sides[side].spec->name}, {"Friend", friends}});
+  }
+  return info;
+}
+
+Dict Simulation::initial_situation() { return impl_->recorder.full(impl_->world); }
+
+void Simulation::advance() {
+  if (impl_->ending) impl_->world.over = true;
+  for (int second = 0; second < impl_->advance_seconds && !impl_->world.over; ++second) impl_->world.tick();
+}
+
+void Simulation::set_advance_seconds(int seconds) { impl_->advance_seconds = std::max(seconds, 1); }
+
+Dict Simulation::step_situation() { return impl_->recorder.step(impl_->world); }
+
+std::vector<CommandFault> Simulation::execute(const std::vector<std::string>& commands) {
+  std::vector<CommandFault> faults;
+  for (std::size_t i = 0; i < commands.size(); ++i) {
+    try {
+      run_command(impl_->world, commands[i]);
+    } catch (const CommandError& error) {
+      faults.push_back({static_cast<int>(i) + 1, commands[i], error.what()});
+    }
+  }
+  return faults;
+}
+
+void Simulation::end() { impl_->ending = true; }
+
+bool Simulation::ended() const { return impl_->world.over; }
+
+const World& Simulation::world() const { return impl_->world; }
 
 }  // namespace tessra::sim

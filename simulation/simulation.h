@@ -15,7 +15,7 @@
 namespace tessra::sim {
 
 struct Scenario;
-class World;
+struct World;
 
 /// A mistake in a scenario or platform file. The message names the file and the place inside it:
 /// "strait.json: sides[0].units[3].lat: ...".

@@ -1,0 +1,59 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "simulation/orders.h"
+
+namespace tessra::sim {
+
+namespace {
+
+bool carries(const Unit& unit, UnitKind target, const WeaponType* wanted) {
+  // What stands at its base is rearmed before it leaves.
+  if (!unit.at_base) return choose_weapon(unit, target, wanted) != nullptr;
+  return std::any_of(unit.platform->mounts.begin(), unit.platform->mounts.end(), [&](const MountType& mount) {
+    return std::any_of(mount.loads.begin(), mount.loads.end(), [&](const MountType::Load& load) {
+      return load.weapon->targets.has(target) && (wanted == nullptr || load.weapon == wanted);
+    });
+  });
+}
+
+const WeaponType* ordered_weapon(const World& world, const CommandArguments& arguments) {
+  if (!arguments.has("WEAPON")) return nullptr;
+  const std::string name = arguments.text("WEAPON");
+  const auto& weapons = world.scenario->catalog.weapons;
+  const auto found = weapons.find(name);
+  if (found == weapons.end()) throw CommandError(fmt::format("there is no weapon '{}'", name));
+  return &found->second;
+}
+
+int salvo_of(const Unit& unit, UnitKind target, const WeaponType* wanted) {
+  const WeaponRecord* record = choose_weapon(unit, target, wanted);
+  return record != nullptr ? record->type->salvo : 1;
+}
+
+}  // namespace
+
+void attack(World& world, const CommandArguments& arguments) {
+  const std::size_t side = ordered_side(world, arguments);
+  std::vector<std::size_t> units = ordered_units(world, arguments);
+  const std::string id = arguments.text("CONTACT");
+  const Contact* contact = find_contact(world, side, id);
+  if (contact == nullptr) throw CommandError(fmt::format("side holds no contact '{}'", id));
+  if (is_friend(world, side, world.units[contact->target].side)) throw CommandError("CONTACT is a friend");
+  const UnitKind kind = world.units[contact->target].platform->kind;
+  const WeaponType* weapon = ordered_weapon(world, arguments);
+  const int quantity = arguments.has("QUANTITY") ? arguments.whole_number("QUANTITY", 1, 100) : 0;
+  std::erase_if(units, [&](std::size_t index) { return !carries(world.units[index], kind, weapon); });
+  if (units.empty()) throw CommandError("UNIT has no such weapon against this contact");
+  for (const std::size_t index : units) {
+    Unit& unit = world.units[index];
+    // A second order against one contact takes the place of the first.
+    std::erase_if(unit.attacks, [&](const AttackOrder& order) { return order.own_decision || order.contact == id; });
+    unit.attacks.push_back({id, weapon, quantity > 0 ? quantity : salvo_of(unit, kind, weapon), false});
+    unit.returning = false;
+    unit.course_ordered = false;
+  }
+}
+
+}  // namespace tessra::sim

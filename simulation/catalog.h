@@ -1,0 +1,106 @@
+#pragma once
+
+// What platforms, sensors and weapons can do: the data by which units of one kind differ. Metres, metres per second,
+// seconds, kilograms.
+
+#include <filesystem>
+#include <functional>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessra::sim {
+
+/// Kinds of units, numbered as the records number them.
+enum class UnitKind { group = 0, aircraft = 1, ship = 2, submarine = 3, facility = 4, weapon = 6 };
+
+/// The category under which records list units of a kind.
+std::string_view category_of(UnitKind kind);
+
+/// The kinds a sensor sees or a weapon hits.
+class KindSet {
+ public:
+  KindSet() = default;
+  void add(UnitKind kind) { bits_ |= bit(kind); }
+  bool has(UnitKind kind) const { return (bits_ & bit(kind)) != 0; }
+
+ private:
+  static unsigned bit(UnitKind kind) { return 1U << static_cast<unsigned>(kind); }
+  unsigned bits_ = 0;
+};
+
+/// radar: works when switched on, up to the horizon, nothing under water. visual: up to the horizon, thinned by bad
+/// visibility. sonar: ships and whatever is under water, no horizon. listener: hears radars that are switched on, up
+/// to the horizon.
+enum class SensorKind { radar, visual, sonar, listener };
+
+struct SensorType {
+  std::string name;
+  SensorKind kind = SensorKind::radar;
+  double range = 0;      ///< against a target of signature 1
+  int look_seconds = 1;  ///< between two looks
+  double chance = 0;     ///< that a look at a target in range succeeds
+  KindSet targets;
+};
+
+struct WeaponType {
+  std::string name;
+  double range = 0;
+  double speed = 0;
+  double height = 0;  ///< flown at; negative under water
+  double hit_chance = 0;
+  double damage = 0;       ///< points
+  int reload_seconds = 1;  ///< between two shots of one unit
+  int salvo = 1;           ///< fired at a target when no quantity is ordered
+  KindSet targets;
+};
+
+struct MountType {
+  std::string name;
+  struct Load {
+    const WeaponType* weapon;
+    int count;
+  };
+  std::vector<Load> loads;
+};
+
+struct Platform {
+  std::string class_name;
+  UnitKind kind = UnitKind::ship;
+  double max_speed = 0;
+  double cruise_speed = 0;
+  double climb_rate = 0;
+  double min_height = 0;
+  double max_height = 0;
+  double cruise_height = 0;
+  double mast = 0;           ///< height of antennas and upper works over the unit's own height
+  double signature = 1;      ///< factor on the range at which it is seen
+  double evasion = 0;        ///< share of hits it escapes
+  double damage_points = 1;  ///< what destroys it
+  double value = 0;          ///< points for its loss
+  double fuel = 0;           ///< 0: needs none
+  double burn = 0;           ///< kilograms per second at cruising speed
+  int turnaround = 0;        ///< seconds at the base until refuelled and rearmed
+  std::vector<const SensorType*> sensors;
+  std::vector<MountType> mounts;
+
+  bool armed() const { return !mounts.empty(); }
+};
+
+/// Everything a platform file defines, by name. Platforms point into the tables, so a catalog stays where it is.
+struct Catalog {
+  std::map<std::string, SensorType, std::less<>> sensors;
+  std::map<std::string, WeaponType, std::less<>> weapons;
+  std::map<std::string, Platform, std::less<>> platforms;
+
+  Catalog() = default;
+  Catalog(const Catalog&) = delete;
+  Catalog& operator=(const Catalog&) = delete;
+
+  /// Adds what a platform file defines. Throws `ScenarioError`, also for a name that is there already.
+  void read(const std::filesystem::path& path);
+};
+
+}  // namespace tessra::sim

@@ -1,0 +1,116 @@
+#include "simulation/targeting.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "simulation/combat.h"
+
+namespace tessra::sim {
+
+namespace {
+
+constexpr int kSelfDefence = 120;    // seconds for which a unit fires back
+constexpr double kChaseShare = 1.5;  // of the weapon's range: how far units on patrol go after contacts
+constexpr double kOverkill = 1.5;    // of the damage a target can still take, on the way to it
+
+bool is_covered(const World& world, const Unit& unit, std::size_t target) {
+  const Unit& victim = world.units[target];
+  const double needed = victim.platform->damage_points - victim.damage;
+  return damage_on_the_way(world, unit.side, target) >= kOverkill * needed;
+}
+
+/// Distance at which the unit would take a contact on, 0 when it has nothing to fire at it.
+double engagement_reach(const World& world, const Unit& unit, const Contact& contact) {
+  const WeaponRecord* record = choose_weapon(unit, world.units[contact.target].platform->kind);
+  if (record == nullptr) return 0;
+  const Mission* mission = find_mission(world.sides[unit.side], unit.mission);
+  const bool chases = mission != nullptr && mission->kind == MissionKind::patrol && !unit.course_ordered &&
+                      unit.platform->kind != UnitKind::facility;
+  return record->type->range * (chases ? kChaseShare : 1);
+}
+
+struct Candidate {
+  const Contact* contact = nullptr;
+  double distance = std::numeric_limits<double>::infinity();
+};
+
+void consider(const World& world, const Unit& unit, const Contact& contact, Candidate& best) {
+  if (!is_fresh(world, contact) || is_covered(world, unit, contact.target)) return;
+  const double reach = engagement_reach(world, unit, contact);
+  if (reach <= 0 || !may_be_within(unit.sphere, sphere_point(contact.seen.place), reach)) return;
+  const double distance = distance_between(unit.motion.place, contact.seen.place);
+  if (distance <= std::min(reach, best.distance)) best = {&contact, distance};
+}
+
+/// Nearest hostile contact worth an attack by a unit whose weapons are free.
+const Contact* nearest_hostile(const World& world, const Unit& unit) {
+  Candidate best;
+  for (const auto& [target, contact] : world.sides[unit.side].contacts) {
+    const bool known_hostile = contact.id_status >= 2 && is_hostile(world, unit.side, world.units[target].side);
+    if (known_hostile) consider(world, unit, contact, best);
+  }
+  return best.contact;
+}
+
+const Contact* attacker_in_reach(const World& world, const Unit& unit) {
+  if (unit.attacker == kNobody || world.now - unit.attacked_at > kSelfDefence) return nullptr;
+  const auto& contacts = world.sides[unit.side].contacts;
+  const auto found = contacts.find(unit.attacker);
+  if (found == contacts.end()) return nullptr;
+  Candidate best;
+  consider(world, unit, found->second, best);
+  return best.contact;
+}
+
+bool has_weapon_type(const Unit& unit, UnitKind target) {
+  if (!unit.at_base) return choose_weapon(unit, target) != nullptr;
+  for (const MountType& mount : unit.platform->mounts) {
+    for (const MountType::Load& load : mount.loads) {
+      if (load.weapon->targets.has(target)) return true;
+    }
+  }
+  return false;
+}
+
+void attack(const World& world, Unit& unit, const Contact& contact) {
+  const WeaponRecord* record = choose_weapon(unit, world.units[contact.target].platform->kind);
+  if (record != nullptr) unit.attacks.push_back({contact.id, record->type, record->type->salvo, true});
+}
+
+}  // namespace
+
+const Contact* next_strike_target(const World& world, const Unit& unit, const Mission& mission) {
+  Candidate best;
+  for (const std::string& id : mission.targets) {
+    const Contact* contact = find_contact(world, unit.side, id);
+    if (contact == nullptr || !has_weapon_type(unit, world.units[contact->target].platform->kind)) continue;
+    const double distance = distance_between(unit.motion.place, contact->seen.place);
+    if (distance < best.distance) best = {contact, distance};
+  }
+  return best.contact;
+}
+
+void drop_hopeless_attacks(const World& world, Unit& unit) {
+  std::erase_if(unit.attacks, [&](const AttackOrder& order) {
+    const Contact* contact = find_contact(world, unit.side, order.contact);
+    if (contact == nullptr) return true;
+    const UnitKind kind = world.units[contact->target].platform->kind;
+    if (unit.at_base && unit.ready_at > 0) return !has_weapon_type(unit, kind);
+    if (order.own_decision && unit.control == WeaponControl::hold) return true;
+    return choose_weapon(unit, kind, order.weapon) == nullptr;
+  });
+}
+
+void choose_targets(const World& world, Unit& unit) {
+  if (!unit.attacks.empty() || unit.control == WeaponControl::hold) return;
+  const Contact* target = attacker_in_reach(world, unit);
+  if (target == nullptr && unit.control == WeaponControl::free) target = nearest_hostile(world, unit);
+  const Mission* mission = find_mission(world.sides[unit.side], unit.mission);
+  if (target == nullptr && mission != nullptr && mission->kind == MissionKind::strike && !unit.course_ordered) {
+    target = next_strike_target(world, unit, *mission);
+    if (target != nullptr && is_covered(world, unit, target->target)) target = nullptr;
+  }
+  if (target != nullptr) attack(world, unit, *target);
+}
+
+}  // namespace tessra::sim

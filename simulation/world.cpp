@@ -1,0 +1,163 @@
+#include "simulation/world.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "simulation/combat.h"
+#include "simulation/movement.h"
+#include "simulation/scoring.h"
+#include "simulation/sensing.h"
+#include "simulation/tasks.h"
+
+namespace tessra::sim {
+
+namespace {
+
+Unit make_unit(const UnitSpec& spec, std::size_t side) {
+  Unit unit;
+  unit.id = spec.id;
+  unit.name = spec.name;
+  unit.side = side;
+  unit.platform = spec.platform;
+  unit.motion = {spec.place, spec.height, spec.heading, 0};
+  unit.wanted_height = spec.height;
+  unit.sphere = sphere_point(spec.place);
+  unit.fuel = spec.platform->fuel;
+  unit.at_base = spec.at_base;
+  unit.control = spec.control;
+  unit.radar_on = spec.radar;
+  rearm(unit);
+  return unit;
+}
+
+void add_units(World& world, std::size_t side, const SideSpec& spec) {
+  for (const UnitSpec& unit : spec.units) world.units.push_back(make_unit(unit, side));
+  for (const UnitSpec& unit_spec : spec.units) {
+    if (unit_spec.base.empty()) continue;
+    Unit& unit = world.units[find_unit(world, unit_spec.id)];
+    unit.base = find_unit(world, unit_spec.base);
+    if (unit.at_base) land(world, unit);
+  }
+  for (const GroupSpec& group : spec.groups) {
+    Group made{group.id, group.name, side, {}};
+    for (const std::string& member : group.members) {
+      made.members.push_back(find_unit(world, member));
+      world.units[made.members.back()].group = world.groups.size();
+    }
+    world.groups.push_back(std::move(made));
+  }
+}
+
+void add_knowledge(World& world, std::size_t side) {
+  for (const std::string& id : world.sides[side].spec->known) {
+    contact_on(world, side, find_unit(world, id)).id_status = 4;
+  }
+}
+
+void add_missions(World& world, std::size_t side) {
+  SideState& state = world.sides[side];
+  for (const MissionSpec& spec : state.spec->missions) {
+    Mission mission{spec.id, spec.name, spec.kind, spec.zone, {}};
+    for (const std::string& target : spec.targets) {
+      mission.targets.push_back(state.contacts.at(find_unit(world, target)).id);
+    }
+    for (const std::string& id : spec.units) {
+      world.units[find_unit(world, id)].mission = spec.id;
+    }
+    state.missions.push_back(std::move(mission));
+  }
+}
+
+}  // namespace
+
+World::World(std::shared_ptr<const Scenario> played, std::uint64_t seed) : scenario(std::move(played)), dice(seed) {
+  for (const SideSpec& spec : scenario->sides) {
+    sides.push_back({&spec, {}, {}, 0, 0, 0});
+    add_units(*this, sides.size() - 1, spec);
+  }
+  for (std::size_t side = 0; side < sides.size(); ++side) {
+    add_knowledge(*this, side);
+    add_missions(*this, side);
+  }
+  new_contacts.clear();
+}
+
+void World::tick() {
+  if (over) return;
+  ++now;
+  decide_tasks(*this);
+  move_units(*this);
+  use_sensors(*this);
+  fire_weapons(*this);
+  fly_shots(*this);
+  check_end(*this);
+}
+
+int posture_toward(const World& world, std::size_t side, std::size_t other) {
+  const auto& postures = world.sides[side].spec->postures;
+  const auto found = postures.find(world.sides[other].spec->id);
+  return found == postures.end() ? 0 : found->second;
+}
+
+const Contact* find_contact(const World& world, std::size_t side, std::string_view contact_id) {
+  for (std::size_t holder = 0; holder < world.sides.size(); ++holder) {
+    if (!is_friend(world, holder, side)) continue;
+    for (const auto& [target, contact] : world.sides[holder].contacts) {
+      if (contact.id == contact_id) return &contact;
+    }
+  }
+  return nullptr;
+}
+
+const Mission* find_mission(const SideState& side, std::string_view id) {
+  for (const Mission& mission : side.missions) {
+    if (mission.id == id) return &mission;
+  }
+  return nullptr;
+}
+
+Mission* find_mission(SideState& side, std::string_view id) {
+  return const_cast<Mission*>(find_mission(std::as_const(side), id));
+}
+
+Mission* find_mission_named(SideState& side, std::string_view name) {
+  for (Mission& mission : side.missions) {
+    if (mission.name == name) return &mission;
+  }
+  return nullptr;
+}
+
+std::size_t find_unit(const World& world, std::string_view id) {
+  for (std::size_t i = 0; i < world.units.size(); ++i) {
+    if (world.units[i].id == id) return world.units[i].alive ? i : kNobody;
+  }
+  return kNobody;
+}
+
+Contact& contact_on(World& world, std::size_t side, std::size_t target) {
+  auto& contacts = world.sides[side].contacts;
+  const auto found = contacts.find(target);
+  if (found != contacts.end()) return found->second;
+  Contact contact{fmt::format("contact#{}", ++world.contacts_made), target, 1, world.now, world.units[target].motion};
+  world.new_contacts.emplace_back(side, contact.id);
+  return contacts.emplace(target, std::move(contact)).first->second;
+}
+
+void destroy_unit(World& world, std::size_t index) {
+  Unit& unit = world.units[index];
+  if (!unit.alive) return;
+  unit.alive = false;
+  world.destroyed.push_back(unit.id);
+  book_loss(world, unit);
+  for (SideState& side : world.sides) side.contacts.erase(index);
+  if (unit.group != kNobody) {
+    auto& members = world.groups[unit.group].members;
+    members.erase(std::remove(members.begin(), members.end(), index), members.end());
+  }
+  for (std::size_t guest = 0; guest < world.units.size(); ++guest) {
+    if (world.units[guest].at_base && world.units[guest].base == index) destroy_unit(world, guest);
+  }
+}
+
+}  // namespace tessra::sim
