@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "simulation/combat.h"
 #include "simulation/movement.h"
