@@ -21,7 +21,9 @@ class DeepCopy {
     Dict result;
     if (shared) dicts_.emplace(dict.rep_, result);
     result.reserve(dict.size());
-    for (const auto& entry : dict.rep_->table) result.rep_->table.append(entry.key, entry.hash, copy(entry.value));
+    for (const auto& entry : dict.rep_->table.entries()) {
+      if (entry.live) result.rep_->table.append(entry.key, entry.hash, copy(entry.value));
+    }
     return result;
   }
 

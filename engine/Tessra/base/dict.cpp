@@ -11,8 +11,10 @@ namespace {
 
 /// Numbers are keys by value, so every key that is a number becomes an integer.
 std::int64_t integer_key(const Value& value) {
-  if (value.is_real() && std::trunc(value.as_real()) != value.as_real()) {
-    throw KindError("a real with a fraction is no dictionary key: " + value.to_text());
+  if (value.is_real()) {
+    const double real = value.as_real();
+    const bool whole = std::trunc(real) == real && real >= -0x1p63 && real < 0x1p63;
+    if (!whole) throw KindError("a real that is no 64 bit integer is no dictionary key: " + value.to_text());
   }
   if (!value.is_number()) throw KindError("a " + std::string(kind_name(value.kind())) + " is no dictionary key");
   return value.to_integer();
@@ -146,7 +148,9 @@ void Dict::clear() { rep_->table.clear(); }
 
 void Dict::update(const Dict& other) {
   if (is(other)) return;
-  for (const auto& entry : other.rep_->table) {
+  const Dict source = other;  // `other` may stand inside this dictionary and be overwritten on the way
+  for (const auto& entry : source.rep_->table.entries()) {
+    if (!entry.live) continue;
     if (Value* existing = rep_->table.find(KeyRef(entry.key), entry.hash)) {
       *existing = entry.value;
     } else {
@@ -155,28 +159,25 @@ void Dict::update(const Dict& other) {
   }
 }
 
-Dict::Iterator<Dict::Table::const_iterator, const Value> Dict::begin() const {
-  return Iterator<Table::const_iterator, const Value>(std::as_const(rep_->table).begin());
-}
-Dict::Iterator<Dict::Table::const_iterator, const Value> Dict::end() const {
-  return Iterator<Table::const_iterator, const Value>(std::as_const(rep_->table).end());
-}
-Dict::Iterator<Dict::Table::iterator, Value> Dict::begin() {
-  return Iterator<Table::iterator, Value>(rep_->table.begin());
-}
-Dict::Iterator<Dict::Table::iterator, Value> Dict::end() { return Iterator<Table::iterator, Value>(rep_->table.end()); }
+Dict::Table::const_iterator Dict::begin() const { return std::as_const(rep_->table).begin(); }
+Dict::Table::const_iterator Dict::end() const { return std::as_const(rep_->table).end(); }
+Dict::Table::iterator Dict::begin() { return rep_->table.begin(); }
+Dict::Table::iterator Dict::end() { return rep_->table.end(); }
 
 Dict Dict::shallow_copy() const {
   Dict copy;
   copy.reserve(size());
-  for (const auto& entry : rep_->table) copy.rep_->table.append(entry.key, entry.hash, entry.value);
+  for (const auto& entry : rep_->table.entries()) {
+    if (entry.live) copy.rep_->table.append(entry.key, entry.hash, entry.value);
+  }
   return copy;
 }
 
 bool operator==(const Dict& a, const Dict& b) {
   if (a.is(b)) return true;
   if (a.size() != b.size()) return false;
-  for (const auto& entry : a.rep_->table) {
+  for (const auto& entry : a.rep_->table.entries()) {
+    if (!entry.live) continue;
     const Value* other = b.rep_->table.find(KeyRef(entry.key), entry.hash);
     if (other == nullptr || *other != entry.value) return false;
   }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Tessra/base/error.h"
 #include "Tessra/base/list.h"
 #include "Tessra/base/name.h"
 #include "Tessra/base/ordered_table.h"
@@ -26,19 +27,26 @@ class KeyRef {
   KeyRef(Name name) : text_(name.text()), name_(name.rep_), hash_(name.hash()) {}
   template <std::integral I>
     requires(!std::same_as<I, bool> && !std::same_as<I, char>)
-  KeyRef(I number) : integer_(static_cast<std::int64_t>(number)), is_text_(false), hash_(hash_integer(integer_)) {}
+  KeyRef(I number) : integer_(checked_integer(number)), is_text_(false), hash_(hash_integer(integer_)) {}
   /// Numbers act as keys by value: true and 1.0 are the key 1. Throws `KindError` for a value that is no key.
   KeyRef(const Value& value);
 
   std::uint32_t hash() const { return hash_; }
   /// The key as it is stored: a known name where there is one, else a text of its own, or an integer.
   Value to_value() const;
+  /// The key's text; empty for an integer.
+  std::string_view text() const { return text_; }
   /// The key as shown in messages.
   std::string to_text() const;
 
  private:
   friend struct DictKeyPolicy;
   static std::uint32_t hash_integer(std::int64_t number);
+  template <class I>
+  static std::int64_t checked_integer(I number) {
+    if (!std::in_range<std::int64_t>(number)) throw ConversionError("integer key beyond 64 bits");
+    return static_cast<std::int64_t>(number);
+  }
 
   std::string_view text_;
   const Name::Rep* name_ = nullptr;
@@ -116,39 +124,11 @@ class Dict {
   /// place. Lists and dictionaries are shared, not copied. Merging a dictionary into itself changes nothing.
   void update(const Dict& other);
 
-  /// One entry of a walk.
-  template <class V>
-  struct Item {
-    const Value& key;
-    V& value;
-  };
-
-  template <class TableIterator, class V>
-  class Iterator {
-   public:
-    using iterator_category = std::input_iterator_tag;
-    using value_type = Item<V>;
-    using difference_type = std::ptrdiff_t;
-    using reference = Item<V>;
-    using pointer = void;
-
-    explicit Iterator(TableIterator at) : at_(at) {}
-    Item<V> operator*() const { return {at_->key, at_->value}; }
-    Iterator& operator++() {
-      ++at_;
-      return *this;
-    }
-    friend bool operator==(const Iterator& a, const Iterator& b) { return a.at_ == b.at_; }
-
-   private:
-    TableIterator at_;
-  };
-
   /// Walks in insertion order: `for (auto [key, value] : dict)`. Entries may be erased on the way, not added.
-  Iterator<Table::const_iterator, const Value> begin() const;
-  Iterator<Table::const_iterator, const Value> end() const;
-  Iterator<Table::iterator, Value> begin();
-  Iterator<Table::iterator, Value> end();
+  Table::const_iterator begin() const;
+  Table::const_iterator end() const;
+  Table::iterator begin();
+  Table::iterator end();
 
   /// A new dictionary that shares the values' lists and dictionaries.
   Dict shallow_copy() const;

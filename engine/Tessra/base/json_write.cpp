@@ -3,6 +3,9 @@
 #include <charconv>
 #include <cmath>
 #include <fstream>
+#include <utility>
+
+#include "Tessra/base/json_read.h"
 
 namespace tessra {
 
@@ -46,7 +49,7 @@ class Writer {
  private:
   void write_list(const List& list) {
     out_ += '[';
-    ++depth_;
+    go_deeper();
     bool first = true;
     for (const Value& entry : list) {
       separate(first);
@@ -57,7 +60,7 @@ class Writer {
 
   void write_dict(const Dict& dict) {
     out_ += '{';
-    ++depth_;
+    go_deeper();
     bool first = true;
     for (auto [key, entry] : dict) {
       separate(first);
@@ -66,6 +69,10 @@ class Writer {
       write(entry);
     }
     close(first, '}');
+  }
+
+  void go_deeper() {
+    if (++depth_ > JsonLimits().max_depth) throw LimitError("nested deeper than JSON is read");
   }
 
   void separate(bool& first) {

@@ -35,9 +35,10 @@ void List::push_back(Value value) { rep_->values.push_back(std::move(value)); }
 void List::insert_front(Value value) { rep_->values.insert(rep_->values.begin(), std::move(value)); }
 
 void List::extend(const List& other) {
-  const std::size_t count = other.size();  // counted before, so that a list can extend itself
+  const List source = other;                // `other` may stand inside this list and move when it grows
+  const std::size_t count = source.size();  // counted before, so that a list can extend itself
   reserve(size() + count);
-  for (std::size_t i = 0; i < count; ++i) push_back(other.rep_->values[i]);
+  for (std::size_t i = 0; i < count; ++i) push_back(source.rep_->values[i]);
 }
 
 void List::truncate(std::size_t count) {

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <atomic>
-#include <cstring>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -57,7 +56,7 @@ const Name::Rep* Name::insert(std::string_view text, bool counted) {
   if (counted && ++added > kMaxAdded) throw LimitError("too many field names, refused '" + std::string(text) + "'");
 
   auto* bytes = new char[text.size() + 1];  // never freed: names live as long as the process
-  std::memcpy(bytes, text.data(), text.size());
+  text.copy(bytes, text.size());            // an empty view may have no bytes at all
   bytes[text.size()] = '\0';
   const Rep* rep = new Rep{bytes, static_cast<std::uint32_t>(text.size()), hash};
   auto& table = slots<Rep>();

@@ -21,8 +21,6 @@ class OrderedMap {
   using Table = OrderedTable<std::string, T, Policy>;
 
  public:
-  using Entry = typename Table::Entry;
-
   OrderedMap() = default;
   OrderedMap(std::initializer_list<std::pair<std::string_view, T>> entries) {
     for (const auto& [key, value] : entries) set(key, value);
@@ -53,6 +51,7 @@ class OrderedMap {
   bool erase(std::string_view key) { return table_.erase(key, hash(key)); }
   void clear() { table_.clear(); }
 
+  /// `for (auto [key, value] : map)`, in insertion order. Entries may be erased on the way, not added.
   auto begin() { return table_.begin(); }
   auto end() { return table_.end(); }
   auto begin() const { return table_.begin(); }

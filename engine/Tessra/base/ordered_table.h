@@ -28,6 +28,9 @@ class OrderedTable {
 
   std::size_t size() const { return live_; }
 
+  /// All entries in the order of their insertion, dead ones included.
+  const std::vector<Entry>& entries() const { return entries_; }
+
   template <class Ref>
   const T* find(const Ref& ref, std::uint32_t hash) const {
     const Entry* entry = find_entry(ref, hash);
@@ -61,7 +64,8 @@ class OrderedTable {
   }
 
   void clear() {
-    entries_.clear();
+    // Destroyed last, as in `erase`.
+    const std::vector<Entry> gone = std::exchange(entries_, {});
     index_.clear();
     live_ = 0;
   }
@@ -71,44 +75,43 @@ class OrderedTable {
     if (count > kScanLimit && index_.size() < 2 * count) rebuild_index(count);
   }
 
-  /// Walks the live entries in insertion order.
+  /// One entry of a walk.
+  template <bool kConst>
+  struct Item {
+    const Key& key;
+    std::conditional_t<kConst, const T, T>& value;
+  };
+
+  /// Walks the live entries in insertion order: `for (auto [key, value] : table)`. Entries may be erased on the way.
   template <bool kConst>
   class Iterator {
    public:
     using Table = std::conditional_t<kConst, const OrderedTable, OrderedTable>;
-    using EntryRef = std::conditional_t<kConst, const Entry&, Entry&>;
-    using iterator_category = std::forward_iterator_tag;
-    using value_type = Entry;
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Item<kConst>;
     using difference_type = std::ptrdiff_t;
-    using reference = EntryRef;
-    using pointer = std::remove_reference_t<EntryRef>*;
+    using reference = Item<kConst>;
+    using pointer = void;
 
-    Iterator() = default;
     Iterator(Table* table, std::size_t at) : table_(table), at_(at) { skip_dead(); }
-    EntryRef operator*() const { return table_->entries_[at_]; }
-    pointer operator->() const { return &table_->entries_[at_]; }
+    Item<kConst> operator*() const { return {table_->entries_[at_].key, table_->entries_[at_].value}; }
     Iterator& operator++() {
       ++at_;
       skip_dead();
       return *this;
     }
-    Iterator operator++(int) {
-      Iterator old = *this;
-      ++*this;
-      return old;
-    }
-    /// Every walk ends where the entries end now, also when some were added or removed on the way.
-    bool at_end() const { return table_ == nullptr || at_ >= table_->entries_.size(); }
+    /// Every walk ends where the entries end now, also when some were removed on the way.
     friend bool operator==(const Iterator& a, const Iterator& b) {
       return (a.at_end() && b.at_end()) || (a.at_ == b.at_ && !a.at_end() && !b.at_end());
     }
 
    private:
+    bool at_end() const { return at_ >= table_->entries_.size(); }
     void skip_dead() {
-      while (table_ != nullptr && at_ < table_->entries_.size() && !table_->entries_[at_].live) ++at_;
+      while (!at_end() && !table_->entries_[at_].live) ++at_;
     }
-    Table* table_ = nullptr;
-    std::size_t at_ = 0;
+    Table* table_;
+    std::size_t at_;
   };
   using iterator = Iterator<false>;
   using const_iterator = Iterator<true>;

@@ -1,11 +1,13 @@
 #include "Tessra/base/value.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <ostream>
+#include <vector>
 
 namespace tessra {
 
@@ -27,7 +29,7 @@ struct Value::StringRep {
     if (rep == nullptr) throw std::bad_alloc();
     rep->refs = 1;
     rep->size = static_cast<std::uint32_t>(text.size());
-    std::memcpy(rep->bytes, text.data(), text.size());
+    text.copy(rep->bytes, text.size());  // an empty view may have no bytes at all
     return rep;
   }
 };
@@ -277,67 +279,91 @@ std::string real_text(double real) {
 
 namespace {
 
-void append_text(std::string& out, const Value& value, bool quoted) {
-  switch (value.kind()) {
-    case Kind::none:
-      out += "None";
-      break;
-    case Kind::boolean:
-      out += value.as_bool() ? "True" : "False";
-      break;
-    case Kind::integer:
-      out += std::to_string(value.as_integer());
-      break;
-    case Kind::real:
-      out += real_text(value.as_real());
-      break;
-    case Kind::string:
-      if (quoted) out += '\'';
-      out += value.as_text();
-      if (quoted) out += '\'';
-      break;
-    case Kind::list: {
-      out += '[';
-      std::string_view separator;
-      for (const Value& entry : value.as_list()) {
-        out += separator;
-        append_text(out, entry, true);
-        separator = ", ";
-      }
-      out += ']';
-      break;
+/// Writes values as messages show them. A list or dictionary met inside itself is shown as dots.
+class TextForm {
+ public:
+  void append(const Value& value, bool quoted) {
+    switch (value.kind()) {
+      case Kind::none:
+        out_ += "None";
+        break;
+      case Kind::boolean:
+        out_ += value.as_bool() ? "True" : "False";
+        break;
+      case Kind::integer:
+        out_ += std::to_string(value.as_integer());
+        break;
+      case Kind::real:
+        out_ += real_text(value.as_real());
+        break;
+      case Kind::string:
+        if (quoted) out_ += '\'';
+        out_ += value.as_text();
+        if (quoted) out_ += '\'';
+        break;
+      case Kind::list:
+      case Kind::dictionary:
+        append_container(value);
+        break;
+      case Kind::host:
+        out_ += "<host object>";
+        break;
     }
-    case Kind::dictionary: {
-      out += '{';
-      std::string_view separator;
-      for (auto [key, entry] : value.as_dict()) {
-        out += separator;
-        append_text(out, key, true);
-        out += ": ";
-        append_text(out, entry, true);
-        separator = ", ";
-      }
-      out += '}';
-      break;
-    }
-    case Kind::host:
-      out += "<host object>";
-      break;
   }
-}
+
+  std::string take() { return std::move(out_); }
+
+ private:
+  void append_container(const Value& value) {
+    const std::string_view brackets = value.is_list() ? "[]" : "{}";
+    out_ += brackets[0];
+    if (std::any_of(open_.begin(), open_.end(), [&](const Value* outer) { return outer->is(value); })) {
+      out_ += "...";
+    } else {
+      open_.push_back(&value);
+      if (value.is_list()) append_list(value.as_list());
+      if (value.is_dict()) append_dict(value.as_dict());
+      open_.pop_back();
+    }
+    out_ += brackets[1];
+  }
+
+  void append_list(const List& list) {
+    std::string_view separator;
+    for (const Value& entry : list) {
+      out_ += separator;
+      append(entry, true);
+      separator = ", ";
+    }
+  }
+
+  void append_dict(const Dict& dict) {
+    std::string_view separator;
+    for (auto [key, entry] : dict) {
+      out_ += separator;
+      append(key, true);
+      out_ += ": ";
+      append(entry, true);
+      separator = ", ";
+    }
+  }
+
+  std::string out_;
+  std::vector<const Value*> open_;
+};
 
 }  // namespace
 
 std::string Value::to_text() const {
-  std::string out;
-  append_text(out, *this, false);
-  return out;
+  TextForm form;
+  form.append(*this, false);
+  return form.take();
 }
 
 std::ostream& operator<<(std::ostream& out, const Value& value) {
-  std::string text;
-  append_text(text, value, true);
-  return out << text;
+  TextForm form;
+  form.append(value, true);
+  return out << form.take();
 }
 
 }  // namespace tessra

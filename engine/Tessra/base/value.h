@@ -81,6 +81,8 @@ class Value {
   bool is_dict() const noexcept { return tag_ == Tag::dictionary; }
   /// Exactly the boolean true.
   bool is_true() const noexcept { return is_bool() && boolean_; }
+  /// Exactly this text; compares without making a value.
+  bool is_text(std::string_view text) const { return is_string() && as_text() == text; }
   /// False for none, false, zero and whatever is empty; true for the rest, host objects included.
   bool truthy() const;
 

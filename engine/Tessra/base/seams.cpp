@@ -1,0 +1,49 @@
+#include "Tessra/base/seams.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <thread>
+
+namespace tessra {
+
+namespace {
+
+class SteadyClock : public WallClock {
+ public:
+  double now() const override {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  }
+  void wait(double seconds) override { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
+};
+
+class StandardStreams : public Console {
+ public:
+  void print(std::string_view text) override { write(std::cout, text); }
+  void print_error(std::string_view text) override { write(std::cerr, text); }
+
+ private:
+  // In one piece, so that lines of several engines do not mix.
+  static void write(std::ostream& stream, std::string_view text) { stream << std::string(text) + "\n" << std::flush; }
+};
+
+class ProcessExit : public ProgramExit {
+ public:
+  [[noreturn]] void end(int status) override {
+    // Run logs flush every line; the streams may hold something. Other threads may still run, so nothing is destroyed.
+    std::cout.flush();
+    std::cerr.flush();
+    std::fflush(nullptr);
+    std::_Exit(status);
+  }
+};
+
+}  // namespace
+
+std::shared_ptr<WallClock> real_clock() { return std::make_shared<SteadyClock>(); }
+std::shared_ptr<Console> real_console() { return std::make_shared<StandardStreams>(); }
+std::shared_ptr<ProgramExit> real_exit() { return std::make_shared<ProcessExit>(); }
+
+}  // namespace tessra

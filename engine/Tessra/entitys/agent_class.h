@@ -1,0 +1,85 @@
+#pragma once
+
+#include <concepts>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Tessra/entitys/agent.h"
+
+namespace tessra {
+
+/// Stands for a class of agents: its name, whether it learns, and how one is built.
+class AgentClass {
+ public:
+  /// Which constructor the class has.
+  enum class Form { none, conf, side_and_player, side };
+
+  /// Describes the class `T`.
+  template <std::derived_from<Agent> T>
+  static std::shared_ptr<AgentClass> of(std::string name) {
+    auto result = std::make_shared<AgentClass>();
+    result->name_ = std::move(name);
+    if constexpr (requires { T::is_learn; }) result->is_learn_ = static_cast<bool>(T::is_learn);
+    if constexpr (std::constructible_from<T, const AgentConf&>) {
+      result->form_ = Form::conf;
+      result->from_conf_ = [](const AgentConf& conf) { return std::make_shared<T>(conf); };
+    } else if constexpr (std::constructible_from<T, std::string, NoPlayer>) {
+      result->form_ = Form::side_and_player;
+      result->from_side_ = [](std::string side) { return std::make_shared<T>(std::move(side), NoPlayer{}); };
+    } else if constexpr (std::constructible_from<T, std::string>) {
+      result->form_ = Form::side;
+      result->from_side_ = [](std::string side) { return std::make_shared<T>(std::move(side)); };
+    }
+    return result;
+  }
+
+  const std::string& name() const { return name_; }
+  bool is_learn() const { return is_learn_; }
+  Form form() const { return form_; }
+
+  /// Builds a learning agent. Throws `Error` when the class has no constructor from an `AgentConf`.
+  std::shared_ptr<Agent> make(const AgentConf& conf) const;
+  /// Builds an agent by one of the two constructors from a side. Throws `Error` when the class has neither.
+  std::shared_ptr<Agent> make(std::string side) const;
+
+ private:
+  std::string name_;
+  bool is_learn_ = false;
+  Form form_ = Form::none;
+  std::function<std::shared_ptr<Agent>(const AgentConf&)> from_conf_;
+  std::function<std::shared_ptr<Agent>(std::string)> from_side_;
+};
+
+/// The agent classes a configuration may name. Safe from any thread.
+class AgentRegistry {
+ public:
+  /// The process's registry.
+  static AgentRegistry& instance();
+
+  /// Adds or replaces the class of this name.
+  void add(std::shared_ptr<AgentClass> agent_class);
+  template <std::derived_from<Agent> T>
+  void add(std::string name) {
+    add(AgentClass::of<T>(std::move(name)));
+  }
+
+  /// Throws `KeyError` naming the class and those there are.
+  std::shared_ptr<AgentClass> get(std::string_view name) const;
+  /// Sorted.
+  std::vector<std::string> names() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::map<std::string, std::shared_ptr<AgentClass>, std::less<>> classes_;
+};
+
+/// The class a configuration entry's `class` stands for: an `AgentClass` object or a registered name. Throws when it
+/// is neither.
+std::shared_ptr<AgentClass> agent_class_of(const Value& entry);
+
+}  // namespace tessra

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Tessra/entitys/mission.h"
+
+namespace tessra {
+
+/// Cargo is carried and unloaded.
+class CargoMission : public Mission {
+ public:
+  CargoMission(std::string guid, const Value& name, std::string_view side)
+      : Mission(std::move(guid), name, side, tessra::ElementType::CargoMission) {}
+
+  std::string_view class_name() const override { return "CargoMission"; }
+  const FieldTable& known_fields() const override { return fields(); }
+  static const FieldTable& fields();
+};
+
+}  // namespace tessra

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <initializer_list>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace tessra {
+
+/// A place on the ground, in degrees.
+struct GeoPoint {
+  double lon = 0;
+  double lat = 0;
+};
+
+/// One command in the service's form, `Name({KEY='text', OTHER=1.5, …})`. Texts are escaped, never pasted, so that
+/// nothing an agent passes can become code.
+class CommandText {
+ public:
+  explicit CommandText(std::string_view name);
+
+  CommandText& text(std::string_view key, std::string_view value);
+  /// Throws `ConversionError` for what is no finite number.
+  CommandText& number(std::string_view key, double value);
+  CommandText& number(std::string_view key, int value);
+  CommandText& flag(std::string_view key, bool value);
+  CommandText& texts(std::string_view key, std::span<const std::string> values);
+  CommandText& points(std::string_view key, std::span<const GeoPoint> values);
+
+  std::string str() const { return text_ + "})"; }
+
+ private:
+  void begin(std::string_view key);
+
+  std::string text_;
+  bool first_ = true;
+};
+
+}  // namespace tessra

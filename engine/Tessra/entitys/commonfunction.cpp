@@ -1,0 +1,32 @@
+#include "Tessra/entitys/commonfunction.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <chrono>
+
+namespace tessra::cf {
+
+Dict update_dict(Dict old, const Dict& fresh) {
+  if (old.is(fresh)) return old;
+  for (auto [key, value] : fresh) {
+    const Dict* inner = value.if_dict();
+    Value* existing = old.find(key);
+    if (existing == nullptr) {
+      old.set(key, value);
+    } else if (inner != nullptr && existing->is_dict()) {
+      update_dict(existing->as_dict(), *inner);
+    } else {
+      *existing = value;
+    }
+  }
+  return old;
+}
+
+std::string get_scenario_time(std::int64_t milliseconds, bool with_date) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(std::chrono::milliseconds(milliseconds));
+  const std::tm utc = fmt::gmtime(std::chrono::sys_seconds(seconds));
+  return with_date ? fmt::format("{:%Y-%m-%d %H:%M:%S}", utc) : fmt::format("{:%H:%M:%S}", utc);
+}
+
+}  // namespace tessra::cf

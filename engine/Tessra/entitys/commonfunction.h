@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Tessra/base/value.h"
+
+namespace tessra::cf {
+
+/// Merges `fresh` into `old` in place and returns `old`: entries that only `old` has stay, entries of `fresh` win, and
+/// where both hold a dictionary the two are merged in the same way. What is adopted is shared, not copied. Merging a
+/// dictionary into itself changes nothing.
+Dict update_dict(Dict old, const Dict& fresh);
+
+/// The scenario clock as text, UTC, "%Y-%m-%d %H:%M:%S"; whole seconds rounded down. `milliseconds` counts from 1970.
+/// With `with_date` false only the time of day is given.
+std::string get_scenario_time(std::int64_t milliseconds, bool with_date);
+
+}  // namespace tessra::cf

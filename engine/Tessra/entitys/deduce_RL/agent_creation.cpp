@@ -1,0 +1,200 @@
+#include <fmt/printf.h>
+
+#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/gameunit.h"
+
+namespace tessra {
+
+void Deduction::add_agents_side(const Value& rl_config, const Value& rule_config) {
+  const auto names = [](const Dict& entries) {
+    List list;
+    for (auto [name, entry] : entries) list.push_back(name);
+    return list;
+  };
+  if (rule_config.truthy()) {
+    for (auto [side, agent_entries] : rule_config.as_dict())
+      agents_side_config.set(side, names(agent_entries.as_dict()));
+  }
+  if (!rl_config.truthy()) return;
+  for (auto [side, entry] : rl_config.as_dict()) {
+    if (const Dict* agent_entries = entry.as_dict().find_dict("agents")) {
+      if (!agents_side_config.contains(side)) agents_side_config.set(side, List());
+      agents_side_config.at(side).as_list().extend(names(*agent_entries));
+    }
+    const Value enemy = entry.as_dict().get("enemy");
+    if (enemy.truthy() && !agents_side_config.contains(enemy)) agents_side_config.set(enemy, List());
+  }
+}
+
+// ---- Construction -----------------------------------------------------------------------------------------------
+
+void Deduction::config_agent(const Value& rule_agents_config, const Value& rl_agent_configs) {
+  std::int64_t uid = 1000;
+  for (auto [side, entries] : rule_agents_config.as_dict()) {
+    auto list = std::make_shared<AgentList>();
+    const std::string side_name = side.to_text();
+    const GameUnit::CreationKey key(side_name);
+    for (auto [agent_name, entry] : entries.as_dict()) {
+      Dict settings = entry.as_dict();
+      const auto agent = make_rule_agent(side_name, agent_name.to_text(), settings, uid);
+      if (agent == nullptr) continue;
+      equip_agent(*agent, settings, agent_name.to_text(), true);
+      list->push_back(agent);
+    }
+    agents.set(side_name, list);
+  }
+  for (auto [side, entry] : rl_agent_configs.as_dict()) {
+    config_learning_side(side.to_text(), entry.as_dict(), uid);
+  }
+  select_agent();
+}
+
+std::shared_ptr<Agent> Deduction::make_rule_agent(const std::string& side, const std::string& name, const Dict& entry,
+                                                  std::int64_t& uid) {
+  const auto agent_class = agent_class_of(entry.at("class"));
+  if (agent_class->is_learn()) {
+    auto agent = agent_class->make(AgentConf{uid, "torch", "", side, "RL-" + name, "no"});
+    ++uid;
+    return agent;
+  }
+  switch (agent_class->form()) {
+    case AgentClass::Form::side_and_player:
+    case AgentClass::Form::side:
+      return agent_class->make(side);
+    case AgentClass::Form::conf:
+    case AgentClass::Form::none:
+      return nullptr;  // a class that cannot be built from a side is passed over
+  }
+  return nullptr;
+}
+
+void Deduction::config_learning_side(const std::string& side, const Dict& side_entry, std::int64_t& uid) {
+  auto list = std::make_shared<AgentList>();
+  const GameUnit::CreationKey key(side);
+  const Value* enemy = side_entry.find("enemy");
+  const std::string enemy_side = enemy != nullptr ? enemy->to_text() : "";
+  if (const Dict* entries = side_entry.find_dict("agents")) {
+    for (auto [agent_type, entry] : *entries) {
+      Dict settings = entry.as_dict();
+      const std::string type = agent_type.to_text();
+      const auto agent =
+          agent_class_of(settings.at("class"))->make(AgentConf{uid, "torch", enemy_side, side, "RL-" + type, "no"});
+      ++uid;
+      equip_agent(*agent, settings, type, false);
+      agent->agent_file_path = agent_file_path;
+      list->push_back(agent);
+    }
+  }
+  if (const auto* earlier = agents.find(side)) {
+    (*earlier)->insert((*earlier)->end(), list->begin(), list->end());
+  } else {
+    agents.set(side, list);
+  }
+}
+
+void Deduction::equip_agent(Agent& agent, Dict& entry, const std::string& agent_type, bool is_rule_agent) {
+  const std::weak_ptr<Deduction> link = link_;
+  // An agent may outlive the engine; what it calls then throws instead of reaching into nothing.
+  const auto engine = [link] {
+    auto alive = link.lock();
+    if (alive == nullptr) throw Error("the engine of this agent has ended");
+    return alive;
+  };
+  agent.deduce_remove_mission = [engine](std::string_view side, std::string_view guid) {
+    engine()->agent_delete(side, guid);
+  };
+  agent.deduce_add_unit = [engine](std::string_view unit_id, std::shared_ptr<Element> unit) {
+    engine()->agent_add_unit(unit_id, std::move(unit));
+  };
+  agent.get_command_check = [engine](std::string_view unit_guid) { return engine()->get_command_check(unit_guid); };
+  agent.log = logger;
+  agent._game_server = game;
+  entry.erase("class");
+  agent.client_info = entry;
+  agent.agent_type = agent_type;
+  agent.is_rule_agent = is_rule_agent;
+}
+
+void Deduction::select_agent() {
+  for (auto [side, descriptions] : agents_side_config) {
+    const std::string side_name = side.to_text();
+    if (players.contains(side_name)) continue;
+    const GameUnit::CreationKey key(side_name);
+    auto player = std::make_shared<RuleAgentBase>(side_name);
+    if (const auto* list = agents.find(side_name)) player->agents_list = *list;
+    players.set(side_name, player);
+    // A side is shown under its first agent's whole name.
+    const List& names = descriptions.as_list();
+    agent_names.set(side, names.empty() ? Value("Data-NoAgent") : names.at(0));
+  }
+}
+
+std::vector<std::shared_ptr<Agent>> Deduction::create_rl_agents(const Dict& rl_agent_config, const Dict& args) {
+  std::vector<std::shared_ptr<Agent>> result;
+  std::int64_t uid = 0;
+  for (auto [side, side_entry] : rl_agent_config) {
+    const std::string side_name = side.to_text();
+    const GameUnit::CreationKey key(side_name);
+    const std::string enemy = side_entry.as_dict().at("enemy").to_text();
+    for (auto [agent_type, entry] : side_entry.as_dict().at_dict("agents")) {
+      for (const Value& unit_name : entry.as_dict().at_list("unit")) {
+        const AgentConf conf{uid,
+                             std::string(args.at("framework").to_text()),
+                             enemy,
+                             side_name,
+                             unit_name.to_text(),
+                             args.at("alg").to_text()};
+        auto agent = agent_class_of(entry.as_dict().at("class"))->make(conf);
+        agent->agent_type = agent_type.to_text();
+        result.push_back(std::move(agent));
+        ++uid;
+      }
+    }
+  }
+  return result;
+}
+
+// ---- Life of the agents -----------------------------------------------------------------------------------------
+
+void Deduction::rl_agents_config_id() {
+  for (auto [id, entry] : rl_agents.as_dict()) {
+    const auto agent = entry.as_host<Agent>();
+    const auto* player = players.find(agent->side);
+    if (player == nullptr) continue;
+    const auto* unit = (*player)->units_of_name.find(agent->agent_unit_name);
+    if (unit != nullptr) agent->agent_unit_id = (*unit)->get_attribute("ID");
+  }
+}
+
+void Deduction::agent_reset() {
+  for (const auto& [side, player] : players) {
+    player->reset();
+    for (const auto& agent : *player->agents_list) agent->reset();
+  }
+}
+
+bool Deduction::rl_agents_load_model() {
+  if (!game->is_ai_apply) return false;
+  bool loaded = false;
+  for (const auto& [side, player] : players) {
+    for (const auto& agent : *player->agents_list) {
+      if (agent->is_rule_agent) continue;
+      agent->load_model();
+      loaded = true;
+    }
+  }
+  return loaded;
+}
+
+std::int64_t Deduction::read_decision_time() {
+  constexpr std::int64_t kDefault = 30;
+  const Dict& player = config.at_dict("player");
+  try {
+    return player.at("decision_time").to_integer();
+  } catch (const Error&) {
+    log_only(LogLevel::warning, "决策间隔未设置, 按照默认决策间隔处理：决策间隔为30s");
+    return kDefault;
+  }
+}
+
+}  // namespace tessra

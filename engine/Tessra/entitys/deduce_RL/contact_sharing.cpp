@@ -1,0 +1,89 @@
+// Friendly sides share their contacts. Both the initial build and every update end with this.
+
+#include "Tessra/entitys/commonfunction.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+
+namespace tessra {
+
+namespace {
+
+double number_or(const Dict& contact, const KeyRef& key, double fallback) {
+  return contact.contains(key) ? contact.at_real(key) : fallback;
+}
+
+/// The side's first own contact on this unit, or null.
+const Dict* first_contact_on(const Dict& contacts, const Value& unit_id) {
+  for (auto [contact_id, contact] : contacts) {
+    const Value* actual = contact.as_dict().find("ActualUnitID");
+    if (actual != nullptr && *actual == unit_id) return &contact.as_dict();
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+bool Deduction::adopts_contact(std::string_view side, const Dict& own_contacts, const Dict& contact) const {
+  const Value* unit_id = contact.find("ActualUnitID");
+  if (unit_id == nullptr) return true;
+  if (const auto unit = element_of(*unit_id); unit != nullptr && unit->get_attribute("Side") == Value(side)) {
+    return false;
+  }
+  const Dict* own = first_contact_on(own_contacts, *unit_id);
+  if (own == nullptr) return true;
+  if (own->contains("IDStatus") && own->at_real("IDStatus") > number_or(contact, "IDStatus", 0)) return false;
+  return !(own->contains("Age") && own->at_real("Age") <= number_or(contact, "Age", 3));
+}
+
+void Deduction::for_each_friend(const FriendViews& views,
+                                const std::function<void(const FriendShare& share, const SideView& view)>& visit) {
+  for (const auto& [side, player] : players) {
+    const Dict* info = sides_info.find_dict(player->get_attribute("ID"));
+    if (info == nullptr || !info->non_empty("Friend")) continue;
+    for (const Value& friend_id : info->at_list("Friend")) {
+      const SideView* view = views.find(friend_id.to_text());
+      if (view != nullptr) visit({side, *player, friend_id, side_id2name.at(friend_id)}, *view);
+    }
+  }
+}
+
+void Deduction::share_initial_contacts(const FriendViews& views) {
+  for_each_friend(views, [&](const FriendShare& share, const SideView& view) {
+    friend_side_contacts.set(share.friend_id, view.contacts);
+    share.player.get_dict("friend_side_units").set(share.friend_name, view.units);
+    Dict own = share.player.get_dict("Contacts");
+    for (auto [contact_id, contact] : view.contacts) {
+      if (own.contains(contact_id)) continue;
+      if (adopts_contact(share.side, own, contact.as_dict())) own.set(contact_id, contact);
+    }
+  });
+}
+
+void Deduction::share_updated_contacts(const FriendViews& views) {
+  for_each_friend(views, [&](const FriendShare& share, const SideView& view) {
+    Dict known_units = share.player.get_dict("friend_side_units").at_dict(share.friend_name);
+    for (auto [unit_id, unit] : view.units) {
+      if (Value* known = known_units.find(unit_id)) *known = cf::update_dict(known->as_dict(), unit.as_dict());
+    }
+    if (!friend_side_contacts.contains(share.friend_id)) friend_side_contacts.set(share.friend_id, Dict());
+    Dict record = friend_side_contacts.at_dict(share.friend_id);
+    for (auto [contact_id, contact] : view.contacts) share_updated_contact(share, contact_id, contact, record);
+  });
+}
+
+void Deduction::share_updated_contact(const FriendShare& share, const Value& contact_id, const Value& fresh,
+                                      Dict& record) {
+  Dict own = share.player.get_dict("Contacts");
+  if (Dict* held = own.find_dict(contact_id)) {
+    held->update(fresh.as_dict());
+    return;
+  }
+  if (Dict* known = record.find_dict(contact_id)) {
+    known->update(fresh.as_dict());
+  } else {
+    record.set(contact_id, fresh);
+  }
+  const Value contact = record.at(contact_id);
+  if (adopts_contact(share.side, own, contact.as_dict())) own.set(contact_id, contact);
+}
+
+}  // namespace tessra

@@ -1,0 +1,314 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "Tessra/base/seams.h"
+#include "Tessra/entitys/agent_class.h"
+#include "Tessra/entitys/data/gamedata.h"
+#include "Tessra/entitys/deduce_RL/episode_state.h"
+#include "Tessra/entitys/deduce_RL/settings.h"
+#include "Tessra/entitys/deduce_RL/wargame_command.h"
+
+namespace tessra {
+
+/// When true, `set_element_info` stores only attributes the element's class knows. For finding unknown fields.
+extern std::atomic<bool> FIRST_TEST;
+
+/// A side as its agents receive it: unit id → merged unit record, contact id → contact record. The dictionaries are
+/// those of the situation record it was built from.
+struct SideView {
+  Dict units;
+  Dict contacts;
+
+  SideView deep_copy() const { return {units.deep_copy(), contacts.deep_copy()}; }
+};
+
+/// Agent name → wall-clock seconds its decision took.
+using StepTimes = OrderedMap<double>;
+/// 1 while the episode goes on, nothing when no situation arrived, or the episode's result.
+using StepOutcome = std::variant<std::monostate, int, BatResult>;
+
+/// The real surroundings of an engine.
+Seams default_seams();
+
+/// The deduction engine: runs episodes of a scenario on a simulation service and lets agents play its sides.
+///
+/// A training host calls `reset` once per episode and then `step` until the result comes back. All work is done on the
+/// calling thread, one operation at a time. Unless an operation says otherwise it catches nothing: errors of the
+/// service, of records and of agents reach the host. The engine owns its service client, its players and their
+/// agents; situation records it is given are changed in place and kept.
+class Deduction : public Settings, public EpisodeState {
+ public:
+  /// Reads the configuration, describes the agents per side and creates the service client; connects nothing. The tree
+  /// is shared with the host, and two entries are written into it (`agents_side` or `logger`). Throws when a section
+  /// is missing or a value cannot be used.
+  explicit Deduction(Dict game_config, Seams seams = default_seams());
+  Deduction(const Deduction&) = delete;
+  Deduction& operator=(const Deduction&) = delete;
+  ~Deduction() = default;
+
+  // ---- The host's episode -------------------------------------------------------------------------------------
+
+  /// Starts an episode. `current_round` is the host's number of it; a negative one keeps the previous episode's model.
+  /// Returns 1 ready, 0 no connection, -1 the room reset failed, -2 no such scenario or it could not be loaded, -3 no
+  /// initial situation, -4 it could not be processed.
+  int reset(std::int64_t current_round);
+
+  /// One decision of every agent, one advance, one update. `action_dict` holds the host's records for learning agents:
+  /// id → action record; the key `_agent_type_` is taken out of records that are delivered.
+  StepOutcome step(Dict action_dict);
+
+  // ---- Scenario control ---------------------------------------------------------------------------------------
+
+  /// The service client's answer; none means no connection.
+  Value init_connect_server();
+  bool scenario_exists(const Value& name);
+  /// Up to five attempts, a second apart. True also when the name is empty and there is nothing to load.
+  bool load_scenario(const Value& name);
+  /// Deletes the configured scenario on the service.
+  void delete_scenario();
+  /// Sends the speed index; fractions are cut off. Throws `KindError` for what is no number.
+  void set_simulate_compression(const Value& n_compression);
+  /// Brings engine, players and service client to the scenario element's time. Throws when there is none.
+  void update_simulate_info();
+  /// Simulated seconds of the episode.
+  double get_time_elapsed_object() const { return time_elapsed; }
+  /// A command record for the unit, stamped with the engine's time; shares the unit's initial position record.
+  WargameCommand get_command_check(std::string_view unit_guid);
+  /// Reads "2024-05-01 08:00:00" or "2024/05/01 08:00:00". Throws `ConversionError` for anything else.
+  static std::chrono::sys_seconds datetime_transfer(std::string_view simulate_time);
+
+  // ---- Agents: description, creation, life --------------------------------------------------------------------
+
+  /// Fills `agents_side_config`.
+  void add_agents_side(const Value& rl_config, const Value& rule_config);
+  /// Builds all agents and players. Takes `class` out of every agent entry.
+  void config_agent(const Value& rule_agents_config, const Value& rl_agent_configs);
+  /// Creates the missing players.
+  void select_agent();
+  /// Builds learning agents for a training host, one per entry of each agent's `unit` list. `args` holds `framework`
+  /// and `alg`. The caller owns the agents.
+  static std::vector<std::shared_ptr<Agent>> create_rl_agents(const Dict& rl_agent_config, const Dict& args);
+  /// Gives the agents of `rl_agents` the ids of their units.
+  void rl_agents_config_id();
+  /// Resets every player and its agents.
+  void agent_reset();
+  /// Loads the models of learning agents; true when there was one. AI-apply mode only.
+  bool rl_agents_load_model();
+  /// The client's decision interval in seconds; 30 when it is not set.
+  std::int64_t read_decision_time();
+  /// Fetches the client's settings for every agent. AI-apply mode only.
+  void get_agent_client_params();
+  /// Pushes the players' attributes into the agents.
+  void players_update_attribute();
+  /// Calls every agent's `initial`. Returns the error result when an agent failed and `is_testing` is not true.
+  std::optional<BatResult> player_init();
+  /// One decision of every agent: the time each took, or the error result.
+  std::variant<StepTimes, BatResult> agents_step(Dict action_dict);
+  /// Whether an agent asks for the end, or the error result.
+  std::variant<bool, BatResult> agents_check_end();
+  /// Calls every agent's `deduction_end`.
+  std::optional<BatResult> agents_end();
+  /// Whether the service reported the end.
+  bool is_done() const { return deduce_is_end; }
+  /// Sends the commands agents queued; a refusal is logged or printed.
+  void cmd_package();
+  /// Drops a mission of the side from `elements`; anything else stays.
+  void agent_delete(std::string_view side, std::string_view guid);
+  void agent_add_unit(std::string_view unit_id, std::shared_ptr<Element> unit);
+  /// The result record; with `error_side` the failing side's camp is penalised. Throws `KeyError` when a player that
+  /// is asked has no `TotalScore`.
+  BatResult get_game_result(std::string_view error_side = "");
+
+  // ---- The situation model: elements --------------------------------------------------------------------------
+
+  /// Builds the object of a kind, gives it its attributes and registers it. False when the kind is none of the
+  /// sixteen or a mission's side has no player.
+  bool create_element(std::string_view guid, const Value& info_dict, ElementType element_type,
+                      std::string_view side_name = "");
+  /// The assignment at creation: every entry of the record becomes an attribute.
+  void set_element_info(Element& element_obj, const Value& info_dict);
+  /// The merge of an update: known attributes only; dictionaries keep the entries the record does not carry.
+  void update_element_info(Element& element_obj, const Dict& info_dict);
+  /// Removes an element through its side's player.
+  void delete_element(std::string_view guid);
+
+  // ---- The situation model: initial situation -----------------------------------------------------------------
+
+  /// Builds the model. False, and a message, when the situation is empty or wrong; the clock and the players are
+  /// brought up to date outside that guard.
+  bool process_init_situation(const Value& situation);
+  /// Fills `sides_info` from the scenario's postures.
+  void get_sides_info_from_situation(const Dict& all_situation);
+  void init_friend_sides();
+  void initial_all_units(const Dict& situation_data);
+  SideView get_side_initial_situation(std::string_view side_name, const Dict& side_info,
+                                      bool need_save_initial = false);
+  /// Gives every player the table of the others.
+  void set_all_side_data();
+
+  // ---- The situation model: updates ---------------------------------------------------------------------------
+
+  /// Applies one update situation: merge, deletions, clock, name indexes, contact check.
+  void process_step_situation(const Value& update_data);
+  void parse_update_situation(const Value& situation_data);
+  /// Without `crt_contacts` no unit and no contact is new.
+  SideView get_side_update_situation(std::string_view side_name, const Dict& side_info,
+                                     const Dict* crt_contacts = nullptr);
+  /// Applies the record's scenario share, built in place.
+  void update_scenario_new(Dict situation_data);
+  /// Logs every contact without type or position.
+  void check_situation();
+
+  // ---- The situation model: deletions -------------------------------------------------------------------------
+
+  /// Applies the deletions of a record as it was delivered.
+  void parse_delete_situation(const Dict& situation_data);
+  void del_unit_component(Element& unit_obj, const Dict& unit_info);
+  void parse_delete_doctrine(Element& unit_obj, const Dict& unit_info);
+  void parse_delete_events(const Value& events_data);
+  /// Applies one side's deletions in list form. Errors are logged or printed and end the call.
+  void delete_elements(const Value& side_del_data, RuleAgentBase& player_obj);
+
+ private:
+  using FriendViews = OrderedMap<SideView>;  // by side id
+  struct DeletionPass;
+
+  // ---- Configuration and messages ---------------------------------------------------------------------------
+
+  void config_values(Dict game_config);
+  void config_log(Dict game_config);
+  void log_only(LogLevel level, std::string_view text) const { write_log(logger, level, text); }
+  /// To the run log, or to standard output when there is none.
+  void log_or_print(LogLevel level, std::string_view text) const;
+
+  // ---- Agents and episodes ----------------------------------------------------------------------------------
+
+  std::shared_ptr<Agent> make_rule_agent(const std::string& side, const std::string& name, const Dict& entry,
+                                         std::int64_t& uid);
+  void config_learning_side(const std::string& side, const Dict& side_entry, std::int64_t& uid);
+  void equip_agent(Agent& agent, Dict& entry, const std::string& agent_type, bool is_rule_agent);
+  /// Calls into an agent: bare while testing, else guarded, with the trace on standard error and the message in the
+  /// log. False when the agent failed.
+  bool call_agent(const std::function<void()>& call, LogLevel level,
+                  const std::function<std::string(const std::string& error)>& message);
+
+  void report_finished_episode(double start);
+  bool connect_once();
+  bool is_room_reset_due(std::int64_t round) const;
+  void clear_episode();
+  bool open_scenario();
+  void open_data_channel();
+
+  struct StepTiming {
+    std::string_view data_name;  // what the data time is called in the line
+    std::int64_t index;
+    double step, data, update;  // wall-clock seconds
+  };
+  bool is_timing_due(std::int64_t index) const;
+  std::string timing_line(const StepTiming& timing, const StepTimes& step_times) const;
+
+  // ---- Elements ---------------------------------------------------------------------------------------------
+
+  bool create_scenario(std::string_view guid, const Value& info_dict);
+  bool create_side(std::string_view guid, const Value& info_dict, std::string_view side_name);
+  bool create_mission(std::string_view guid, const Value& info_dict, ElementType type, std::string_view side_name);
+  bool create_unit(std::string_view guid, const Value& info_dict, ElementType type, std::string_view side_name);
+  /// The registered element, or null.
+  std::shared_ptr<Element> find_element(std::string_view guid) const;
+  std::shared_ptr<Element> element_of(const Value& id) const;
+  /// Throws `Error` when there is none.
+  Scenario& known_scenario() const;
+
+  // ---- Views ------------------------------------------------------------------------------------------------
+
+  struct InitialCategory {
+    std::string_view side_name;
+    const Value& category;
+    Dict& live_table;
+    const Dict& position;
+    bool save_position;
+  };
+  void join_initial_category(const InitialCategory& given, Dict& units);
+  void join_initial_position(const InitialCategory& given, const Value& unit_id, Dict& unit, Dict& place);
+  void join_initial_contacts(std::string_view side_name, const Dict& places, Dict& contacts);
+
+  struct UpdateCategory {
+    std::string_view side_name;
+    const Value& category;
+    Dict& live_table;
+    const Dict& position;
+    bool may_be_new;
+  };
+  void join_update_category(const UpdateCategory& given, Dict& units);
+  void default_unit_type(const UpdateCategory& given, const Value& unit_id, Dict& unit);
+  static void join_update_positions(const Dict& position, Dict& units);
+  void join_update_contacts(std::string_view side_name, const Dict& places, const Dict* crt_contacts, Dict& contacts);
+
+  // ---- Initial build and contact sharing --------------------------------------------------------------------
+
+  void build_side(const Value& side_id, const std::string& side_name, const Dict& side_situation, const Dict& scen,
+                  FriendViews& friend_views);
+  void build_missions(std::string_view side_name, Dict& side_part);
+  void build_units(std::string_view side_name, Dict& units);
+  void build_scenario(const Dict& situation_data, Dict& scen, const Dict& situ);
+
+  /// What one friend shares with one player.
+  struct FriendShare {
+    std::string_view side;
+    RuleAgentBase& player;
+    const Value& friend_id;
+    const Value& friend_name;
+  };
+  void for_each_friend(const FriendViews& views,
+                       const std::function<void(const FriendShare& share, const SideView& view)>& visit);
+  void share_initial_contacts(const FriendViews& views);
+  void share_updated_contacts(const FriendViews& views);
+  void share_updated_contact(const FriendShare& share, const Value& contact_id, const Value& fresh, Dict& record);
+  /// Whether a friend's contact is new or better than what the side holds on the same unit.
+  bool adopts_contact(std::string_view side, const Dict& own_contacts, const Dict& contact) const;
+
+  // ---- Update merge -----------------------------------------------------------------------------------------
+
+  void merge_side(const Value& side_id, const Dict& side_situation, const Dict& scen, FriendViews& friend_views);
+  void merge_units(std::string_view side_name, Dict& units);
+  void merge_new_unit(std::string_view side_name, const Value& unit_id, Value& info);
+  void merge_missions(std::string_view side_name, Dict& side_part);
+  void merge_key_messages(RuleAgentBase& player, std::string_view side_name, const Dict& messages);
+  std::optional<std::int64_t> message_type(const Value& raw_type, std::string_view side_name) const;
+  static void add_new_contacts(Dict& contacts, const List& messages);
+  static void add_detection_records(Dict& contacts, const List& messages);
+
+  // ---- Deletions --------------------------------------------------------------------------------------------
+
+  void delete_non_active_units(const Dict& situation);
+  void delete_in_side(const Value& side_id, const Dict& record, DeletionPass& pass);
+  void delete_in_basic_part(RuleAgentBase& player, const Dict& side, DeletionPass& pass);
+  void delete_listed_units(RuleAgentBase& player, const List& ids, DeletionPass& pass);
+  void delete_missions(RuleAgentBase& player, const Dict& missions, DeletionPass& pass);
+  void delete_in_missions(RuleAgentBase& player, const Dict& missions);
+  void delete_in_cargo_missions(RuleAgentBase& player, const Dict& missions);
+  void delete_in_live_part(RuleAgentBase& player, const Dict& real, DeletionPass& pass);
+  static void delete_shooters(RuleAgentBase& player, const Dict& salvos);
+  void delete_in_active_units(RuleAgentBase& player, const Dict& active, DeletionPass& pass);
+  void delete_by_positions(RuleAgentBase& player, const Dict& positions, DeletionPass& pass);
+  void delete_item(const Dict& item, RuleAgentBase& player, std::vector<std::string>& deleted);
+  void delete_item_missions(const Value& category, const List& ids, RuleAgentBase& player,
+                            std::vector<std::string>& deleted);
+  void delete_item_units(const Value& category, const List& ids, RuleAgentBase& player,
+                         std::vector<std::string>& deleted);
+  void delete_item_side(const Value& attribute, const List& ids, RuleAgentBase& player,
+                        std::vector<std::string>& deleted);
+
+  Seams seams_;
+  Value game_value_;                 // the service client as elements carry it
+  std::shared_ptr<Deduction> link_;  // does not own; agents' callbacks hold it weakly
+};
+
+}  // namespace tessra

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Tessra/base/value.h"
+
+// Deletion entries: wherever the service reports deletions, a record carries `mapdel`, a dictionary from a name to an
+// entry whose `v` lists the ids to remove. Entries without `v` are passed over.
+
+namespace tessra {
+
+/// Calls `visit(name, ids)` for every entry of the record's `mapdel` that has `v`.
+template <class Visit>
+void for_each_deletion(const Dict& record, Visit&& visit) {
+  const Value* deletions = record.find("mapdel");
+  if (deletions == nullptr || !deletions->truthy()) return;
+  for (auto [name, entry] : deletions->as_dict()) {
+    if (const List* ids = entry.as_dict().find_list("v")) visit(name, *ids);
+  }
+}
+
+/// Removes the ids that are there.
+inline void remove_ids(Dict table, const List& ids) {
+  if (table.empty()) return;
+  for (const Value& id : ids) table.erase(id);
+}
+
+/// For every deletion entry of the record whose name is a key of `table`: removes the ids from that inner dictionary.
+inline void remove_inner_ids(Dict& table, const Dict& record) {
+  for_each_deletion(record, [&](const Value& name, const List& ids) {
+    if (Dict* inner = table.find_dict(name)) remove_ids(*inner, ids);
+  });
+}
+
+}  // namespace tessra

@@ -1,0 +1,144 @@
+// The list form of deletions: typed items for one side, for hosts that receive them so.
+
+#include <fmt/format.h>
+#include <fmt/printf.h>
+
+#include "Tessra/base/guard.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+
+namespace tessra {
+
+namespace {
+
+/// What an item deletes.
+enum StructType : std::int64_t {
+  kMissions = 1,
+  kSimEvents = 2,
+  kEventTriggers = 3,
+  kEventConditions = 4,
+  kEventActions = 5,
+  kNonActiveUnits = 6,
+  kUnits = 7,
+  kSideAttributes = 8,
+  kContacts = 9,
+};
+
+/// Removes ids that must be there.
+void remove_required(Dict table, const List& ids) {
+  for (const Value& id : ids) {
+    if (!table.erase(id)) throw KeyError("missing key '" + id.to_text() + "'");
+  }
+}
+
+/// Of a scenario table keyed by type: removes the ids from the type's dictionary, when there is one.
+void remove_of_type(Element& scenario, std::string_view table_name, const Value& type, const List& ids) {
+  Dict table = scenario.get_dict(table_name);
+  if (Dict* inner = table.find_dict(type)) remove_required(*inner, ids);
+}
+
+bool is_side_table(const Value& name) {
+  for (const std::string_view table :
+       {"ReferencePoints", "WeaponRecs", "SpecialActions", "ExclusionZones", "NoNavZones", "AirCorridorZones"}) {
+    if (name.is_text(table)) return true;
+  }
+  return false;
+}
+
+void append(std::vector<std::string>& deleted, const List& ids) {
+  for (const Value& id : ids) deleted.push_back(id.to_text());
+}
+
+}  // namespace
+
+void Deduction::delete_elements(const Value& side_del_data, RuleAgentBase& player_obj) {
+  guarded(
+      [&] {
+        std::vector<std::string> deleted;
+        for (const Value& item : side_del_data.as_list()) delete_item(item.as_dict(), player_obj, deleted);
+        for (const std::string& id : deleted) elements.erase(id);
+      },
+      [&](const std::exception_ptr& error) {
+        log_or_print(LogLevel::error, fmt::format("删除信息失败:{}", error_text(error)));
+      });
+}
+
+void Deduction::delete_item(const Dict& item, RuleAgentBase& player, std::vector<std::string>& deleted) {
+  const Value& struct_type = item.at("StructType");
+  const std::int64_t type = struct_type.is_number() ? struct_type.as_integer() : 0;
+  for (auto [name, entry] : item.at_dict("v")) {
+    const List* ids = entry.as_dict().find_list("v");
+    if (ids == nullptr) continue;
+    switch (type) {
+      case kMissions:
+        delete_item_missions(name, *ids, player, deleted);
+        break;
+      case kSimEvents:
+        remove_required(known_scenario().get_dict("SimEvents"), *ids);
+        break;
+      case kEventTriggers:
+        remove_of_type(known_scenario(), "EventTriggers", name, *ids);
+        break;
+      case kEventConditions:
+        remove_of_type(known_scenario(), "EventConditions", name, *ids);
+        break;
+      case kEventActions:
+        remove_of_type(known_scenario(), "EventActions", name, *ids);
+        break;
+      case kNonActiveUnits:
+        remove_of_type(known_scenario(), "THNonActiveUnitColl", name, *ids);
+        break;
+      case kUnits:
+        delete_item_units(name, *ids, player, deleted);
+        break;
+      case kSideAttributes:
+        delete_item_side(name, *ids, player, deleted);
+        break;
+      case kContacts:
+        if (name.is_text("Contacts")) remove_required(player.get_dict("Contacts"), *ids);
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+void Deduction::delete_item_missions(const Value& category, const List& ids, RuleAgentBase& player,
+                                     std::vector<std::string>& deleted) {
+  append(deleted, ids);
+  const ElementType* type = classname2element(category);
+  for (const Value& id : ids) {
+    const std::string name = elements.at(id.to_text())->get_attribute("Name").to_text();
+    if (type != nullptr) {
+      player.delete_element(id.to_text(), *type, name);
+    } else {
+      log_or_print(LogLevel::error, fmt::sprintf("出错！类型-%s-没有在定义类型中!", category.to_text()));
+    }
+  }
+}
+
+void Deduction::delete_item_units(const Value& category, const List& ids, RuleAgentBase& player,
+                                  std::vector<std::string>& deleted) {
+  append(deleted, ids);
+  const ElementType* type = classname2element(category);
+  for (const Value& id : ids) {
+    if (type != nullptr) {
+      player.delete_element(id.to_text(), *type);
+    } else {
+      log_or_print(LogLevel::error, fmt::sprintf("出错！删除单元，类型-%s-没有在定义类型中!", category.to_text()));
+    }
+  }
+}
+
+void Deduction::delete_item_side(const Value& attribute, const List& ids, RuleAgentBase& player,
+                                 std::vector<std::string>& deleted) {
+  if (is_side_table(attribute)) {
+    remove_required(player.get_dict(attribute), ids);
+  } else if (attribute.is_text("ActiveUnitsInfo")) {
+    append(deleted, ids);
+    for (const Value& id : ids) {
+      if (const auto unit = element_of(id)) player.delete_element(id.to_text(), unit->element_type());
+    }
+  }
+}
+
+}  // namespace tessra

@@ -1,0 +1,215 @@
+#include <fmt/format.h>
+#include <fmt/printf.h>
+
+#include "Tessra/entitys/aircraft.h"
+#include "Tessra/entitys/cargomission.h"
+#include "Tessra/entitys/commonfunction.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/facility.h"
+#include "Tessra/entitys/ferrymission.h"
+#include "Tessra/entitys/group.h"
+#include "Tessra/entitys/mineclearmission.h"
+#include "Tessra/entitys/minemission.h"
+#include "Tessra/entitys/patrolmission.h"
+#include "Tessra/entitys/satellite.h"
+#include "Tessra/entitys/ship.h"
+#include "Tessra/entitys/strikemission.h"
+#include "Tessra/entitys/submarine.h"
+#include "Tessra/entitys/supportmission.h"
+#include "Tessra/entitys/weapon.h"
+
+namespace tessra {
+
+namespace {
+
+using Maker = std::shared_ptr<Element> (*)(std::string guid, const Value& name, std::string_view side);
+
+template <class T>
+std::shared_ptr<Element> make(std::string guid, const Value& name, std::string_view side) {
+  return std::make_shared<T>(std::move(guid), name, side);
+}
+
+struct MissionKind {
+  ElementType type;
+  Maker make;
+  std::string_view no_name;
+};
+
+constexpr MissionKind kMissionKinds[] = {
+    {ElementType::StrikeMission, make<StrikeMission>, "StrikeMission create but has no name!!!"},
+    {ElementType::PatrolMission, make<PatrolMission>, "PatrolMission create but has no name!!!"},
+    {ElementType::SupportMission, make<SupportMission>, "SupportMission create but has no name!!!"},
+    {ElementType::FerryMission, make<FerryMission>, "FerryMission create but has no name!!!"},
+    {ElementType::MineMission, make<MineMission>, "MineMission create but has no name!!!"},
+    {ElementType::MineClearMission, make<MineClearMission>, "MineClearMission create but has no name!!!"},
+    {ElementType::CargoMission, make<CargoMission>, "CargoMission create but has no name!!!"},
+};
+
+struct UnitKind {
+  ElementType type;
+  Maker make;
+  const char* no_name;
+  const char* no_side;
+};
+
+constexpr UnitKind kUnitKinds[] = {
+    {ElementType::Group, make<Group>, "Group %s create but has no name!", "创建编队-%s-无推演方-%s!"},
+    {ElementType::Aircraft, make<Aircraft>, "Aircraft %s create but has no name!", "创建飞机-%s-无推演方-%s!"},
+    {ElementType::Ship, make<Ship>, "Ship %s create but has no name!", "创建舰船-%s-无推演方-%s!"},
+    {ElementType::Submarine, make<Submarine>, "Submarine %s create but has no name!", "创建潜艇-%s-无推演方-%s!"},
+    {ElementType::Satellite, make<Satellite>, "Satellite %s create but has no name!", "创建卫星-%s-无推演方-%s!"},
+    {ElementType::Facility, make<Facility>, "Facility %s create but has no name!", "创建地面装备-%s-无推演方-%s!"},
+    {ElementType::Weapon, make<Weapon>, "Weapon %s create but has no name!", "创建武器-%s-无推演方-%s!"},
+};
+
+template <class KindRow, std::size_t kCount>
+const KindRow* row_of(const KindRow (&rows)[kCount], ElementType type) {
+  for (const KindRow& row : rows) {
+    if (row.type == type) return &row;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+bool Deduction::create_element(std::string_view guid, const Value& info_dict, ElementType element_type,
+                               std::string_view side_name) {
+  if (element_type == ElementType::Scenario) return create_scenario(guid, info_dict);
+  if (element_type == ElementType::Side) return create_side(guid, info_dict, side_name);
+  if (row_of(kMissionKinds, element_type) != nullptr) return create_mission(guid, info_dict, element_type, side_name);
+  if (row_of(kUnitKinds, element_type) != nullptr) return create_unit(guid, info_dict, element_type, side_name);
+  return false;
+}
+
+bool Deduction::create_scenario(std::string_view guid, const Value& info_dict) {
+  auto scenario = std::make_shared<Scenario>(std::string(guid), "scenario", "ALL_SIDE");
+  set_element_info(*scenario, info_dict);
+  elements.set(guid, scenario);
+  scenario->set_attribute("_game_server", game_value_);
+  scenario_obj = std::move(scenario);
+  return true;
+}
+
+bool Deduction::create_side(std::string_view guid, const Value& info_dict, std::string_view side_name) {
+  if (const auto* player = players.find(side_name)) {
+    elements.set(guid, *player);
+    set_element_info(**player, info_dict);
+  } else {
+    log_or_print(LogLevel::error, fmt::sprintf("创建推演方-%s-无对应智能体!", side_name));
+  }
+  return true;
+}
+
+bool Deduction::create_mission(std::string_view guid, const Value& info_dict, ElementType type,
+                               std::string_view side_name) {
+  const MissionKind& kind = *row_of(kMissionKinds, type);
+  const auto* player = players.find(side_name);
+  if (player == nullptr) return false;
+  const Value name = info_dict.as_dict().get("Name");
+  if (!name.truthy()) {
+    log_or_print(LogLevel::error, kind.no_name);
+    return true;
+  }
+  const std::shared_ptr<Element> mission = kind.make(std::string(guid), name, side_name);
+  mission->set_attribute("_game_server", game_value_);
+  if (const auto* strike = dynamic_cast<const StrikeMission*>(mission.get())) {
+    strike->escort().set("_game_server", game_value_);
+  }
+  set_element_info(*mission, info_dict);
+  (*player)->missions_obj.set(name.to_text(), mission);
+  elements.set(guid, mission);
+  return true;
+}
+
+bool Deduction::create_unit(std::string_view guid, const Value& info_dict, ElementType type,
+                            std::string_view side_name) {
+  const UnitKind& kind = *row_of(kUnitKinds, type);
+  const Value* name = info_dict.as_dict().find("Name");
+  const auto* player = players.find(side_name);
+  if (player == nullptr) {
+    log_or_print(LogLevel::error, fmt::sprintf(kind.no_side, name != nullptr ? name->to_text() : "", side_name));
+    return true;
+  }
+  if (name == nullptr || !name->truthy()) {
+    log_or_print(LogLevel::error, fmt::sprintf(kind.no_name, guid));
+    return true;
+  }
+  std::shared_ptr<Element> unit;
+  {
+    const GameUnit::CreationKey key(side_name);
+    unit = kind.make(std::string(guid), *name, side_name);
+  }
+  unit->set_attribute("_game_server", game_value_);
+  set_element_info(*unit, info_dict);
+  (*player)->side_table(type)->set(guid, unit);
+  elements.set(guid, unit);
+  return true;
+}
+
+namespace {
+
+std::string unknown_attribute(const Element& element, const Value& name, const Value& value) {
+  return fmt::format("type {} have no attribute {}, value {}", element.class_name(), name.to_text(),
+                     kind_name(value.kind()));
+}
+
+}  // namespace
+
+void Deduction::set_element_info(Element& element_obj, const Value& info_dict) {
+  if (FIRST_TEST) {
+    for (auto [name, value] : info_dict.as_dict()) {
+      if (element_obj.has_attribute(name)) {
+        element_obj.set_attribute(name, value);
+      } else if (!name.is_text("mapdel")) {
+        log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
+      }
+    }
+    return;
+  }
+  if (const Dict* info = info_dict.if_dict()) {
+    element_obj.attributes().update(*info);
+  } else {
+    log_only(LogLevel::error, "info_dict is not a dict");
+  }
+}
+
+void Deduction::update_element_info(Element& element_obj, const Dict& info_dict) {
+  for (auto [name, value] : info_dict) {
+    if (!element_obj.has_attribute(name)) {
+      if (!name.is_text("mapdel")) log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
+      continue;
+    }
+    if (value.is_dict() && !name.is_text("Navigator")) {
+      const Value existing = element_obj.get_attribute(name);
+      if (existing.is_dict()) {
+        element_obj.set_attribute(name, cf::update_dict(existing.as_dict(), value.as_dict()));
+        continue;
+      }
+    }
+    element_obj.set_attribute(name, value);
+  }
+}
+
+void Deduction::delete_element(std::string_view guid) {
+  const std::shared_ptr<Element> element = find_element(guid);
+  if (element == nullptr) return;
+  const ElementType type = element->element_type();
+  const auto* player = players.find(element->get_attribute("Side").to_text());
+  if (player == nullptr) {
+    elements.erase(guid);
+    return;
+  }
+  const std::string name = element->get_attribute("Name").to_text();
+  for (const std::string& removed : (*player)->delete_element(guid, type, name)) elements.erase(removed);
+}
+
+std::shared_ptr<Element> Deduction::find_element(std::string_view guid) const {
+  const auto* found = elements.find(guid);
+  return found != nullptr ? *found : nullptr;
+}
+
+std::shared_ptr<Element> Deduction::element_of(const Value& id) const {
+  return id.is_string() ? find_element(id.as_text()) : find_element(std::string_view(id.to_text()));
+}
+
+}  // namespace tessra

@@ -1,0 +1,165 @@
+#include <fmt/printf.h>
+
+#include "Tessra/base/guard.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/record_parts.h"
+
+namespace tessra {
+
+bool Deduction::process_init_situation(const Value& situation) {
+  if (!has_sides(situation)) {
+    log_or_print(LogLevel::error, fmt::sprintf("推演第%d局处理初始化态势失败，收到态势为空！", current_round));
+    return false;
+  }
+  const bool built = guarded(
+      [&] {
+        if (is_ai_apply) get_sides_info_from_situation(situation.as_dict());
+        initial_all_units(situation.as_dict());
+      },
+      [&](const std::exception_ptr& error) {
+        log_or_print(LogLevel::error,
+                     fmt::sprintf("推演第%d局处理初始化态势失败，错误:%s！", current_round, error_text(error)));
+      });
+  if (!built) return false;
+
+  update_simulate_info();
+  for (const auto& [side, player] : players) {
+    if (names_key.truthy()) player->update_units_of_names();
+    player->set_simulate_time(simulate_time);
+    player->set_scenario_duration(scenario_obj->get_attribute("Duration"));
+  }
+  const auto total = static_cast<std::int64_t>(elements.size()) - static_cast<std::int64_t>(players.size()) - 1;
+  log_or_print(LogLevel::info, fmt::sprintf("推演第%d局处理初始化态势完成, 单元和任务总数:%d", current_round, total));
+  return true;
+}
+
+void Deduction::get_sides_info_from_situation(const Dict& all_situation) {
+  const Dict* scenario = all_situation.find_dict("ScenarioInfo");
+  const Dict* sides = scenario != nullptr ? scenario->find_dict("SideInfo") : nullptr;
+  if (sides == nullptr) return;
+
+  Dict friends;  // side id → the sides whose posture toward it is friendly
+  for (auto [side_id, descriptor] : *sides) {
+    const Dict* postures = descriptor.as_dict().find_dict("Postures");
+    if (postures == nullptr) continue;
+    for (auto [other_id, posture] : *postures) {
+      if (posture != Value(1)) continue;
+      if (!friends.contains(other_id)) friends.set(other_id, List());
+      friends.at(other_id).as_list().push_back(side_id);
+    }
+  }
+  for (auto [side_id, descriptor] : *sides) {
+    const Value* found = friends.find(side_id);
+    sides_info.set(side_id, Dict{{"Name", descriptor.as_dict().at("Name")},
+                                 {"Friend", found != nullptr ? *found : Value(List())}});
+  }
+  init_friend_sides();
+}
+
+void Deduction::init_friend_sides() {
+  friend_side_set = TextSet();
+  for (auto [side, descriptions] : agents_side_config) {
+    for (auto [side_id, record] : sides_info) {
+      if (record.as_dict().at("Name") != side) continue;
+      if (record.as_dict().non_empty("Friend")) {
+        for (const Value& friend_id : record.as_dict().at_list("Friend")) friend_side_set.insert(friend_id.to_text());
+      }
+      break;
+    }
+  }
+  need_set_friend_side = false;
+}
+
+void Deduction::initial_all_units(const Dict& situation_data) {
+  Dict scen = situation_data.at_dict("ScenarioInfo");
+  const Dict situ = situation_data.at_dict("Situation");
+  for (auto [side_id, record] : sides_info) side_id2name.set(side_id, record.as_dict().at("Name"));
+
+  FriendViews friend_views;
+  for (auto [side_id, side_situation] : situ.at_dict("SituationSides")) {
+    const Value* side_name = side_id2name.find(side_id);
+    if (side_name == nullptr) continue;
+    if (agents_side_config.contains(*side_name)) {
+      build_side(side_id, side_name->to_text(), side_situation.as_dict(), scen, friend_views);
+    } else if (friend_side_set.contains(side_id.to_text())) {
+      friend_views.set(side_id.to_text(), get_side_initial_situation(side_name->to_text(), side_situation.as_dict()));
+    }
+  }
+  share_initial_contacts(friend_views);
+  build_scenario(situation_data, scen, situ);
+}
+
+void Deduction::build_side(const Value& side_id, const std::string& side_name, const Dict& side_situation,
+                           const Dict& scen, FriendViews& friend_views) {
+  if (!side_situation.non_empty("Side")) {
+    throw Error(fmt::sprintf("初始全量态势，推演方-%s-的Side没有有效值", side_id.to_text()));
+  }
+  if (!side_situation.non_empty("SideReal")) {
+    throw Error(fmt::sprintf("初始全量态势，推演方-%s-的SideReal没有有效值", side_id.to_text()));
+  }
+  Dict side_part = side_situation.at_dict("Side");
+  Dict real_part = side_situation.at_dict("SideReal");
+
+  SideView view = get_side_initial_situation(side_name, side_situation, true);
+  if (friend_side_set.contains(side_id.to_text())) friend_views.set(side_id.to_text(), view.deep_copy());
+  build_missions(side_name, side_part);
+  build_units(side_name, view.units);
+
+  side_part.erase("ActiveUnitsInfo");
+  real_part.erase("ActiveUnits");
+  real_part.erase("Contacts");
+  side_part.update(real_part);
+  side_part.set("Contacts", view.contacts);
+  if (const Dict* descriptor = side_descriptor(scen, side_id)) side_part.update(*descriptor);
+  if (side_situation.non_empty("SideVitalChange")) side_part.update(side_situation.at_dict("SideVitalChange"));
+  side_part.set("ID", side_id);
+  create_element(side_id.to_text(), side_part, ElementType::Side, side_name);
+}
+
+void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
+  Dict* by_category = side_part.find_dict("Missions");
+  if (by_category == nullptr) return;
+  for (auto [category, missions] : *by_category) {
+    const ElementType* type = classname2element(category);
+    if (type == nullptr) continue;
+    for (auto [guid, info] : missions.as_dict()) {
+      flatten_mission(info.as_dict());
+      create_element(guid.to_text(), info, *type, side_name);
+    }
+  }
+  side_part.erase("Missions");
+}
+
+void Deduction::build_units(std::string_view side_name, Dict& units) {
+  for (auto [unit_id, info] : units) {
+    info.as_dict().set("ID", unit_id);
+    const Value* code = info.as_dict().find("UnitType");
+    if (code == nullptr) continue;
+    if (const auto type = unit_element_type(*code)) {
+      create_element(unit_id.to_text(), info, *type, side_name);
+    } else {
+      log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-未知UnitType值:%d!",
+                                                 unit_id.to_text(), side_name, whole_number(*code)));
+    }
+  }
+}
+
+void Deduction::build_scenario(const Dict& situation_data, Dict& scen, const Dict& situ) {
+  const Value scenario_id = scen.get("ScenarioID");
+  if (!scen.contains("ScenarioID")) return;
+  scen.erase("SideInfo");
+  if (const Dict* info = situ.find_dict("SituationInfo")) scen.update(*info);
+  if (situation_data.non_empty("Events")) scen.update(situation_data.at_dict("Events"));
+  create_element(scenario_id.to_text(), scen, ElementType::Scenario);
+}
+
+void Deduction::set_all_side_data() {
+  for (const auto& [own_side, player] : players) {
+    player->current_players = {};
+    for (const auto& [side, other] : players) {
+      if (player->get_attribute("Side") != Value(side)) player->current_players.set(side, other.get());
+    }
+  }
+}
+
+}  // namespace tessra

@@ -1,0 +1,108 @@
+#include <fmt/format.h>
+#include <fmt/printf.h>
+
+#include "Tessra/base/guard.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+
+namespace tessra {
+
+bool Deduction::call_agent(const std::function<void()>& call, LogLevel level,
+                           const std::function<std::string(const std::string& error)>& message) {
+  if (is_testing.truthy()) {
+    call();
+    return true;
+  }
+  return guarded(call, [&](const std::exception_ptr& error) {
+    seams_.console->print_error(trace_text(error));
+    log_only(level, message(error_text(error)));
+  });
+}
+
+void Deduction::get_agent_client_params() {
+  for (const auto& [side, player] : players) {
+    for (const auto& agent : *player->agents_list) {
+      if (!game->is_ai_apply) break;
+      agent->client_info = game->conn_req().req_client_agent_config(agent_id_from_client, agent_names_from_client);
+    }
+  }
+}
+
+void Deduction::players_update_attribute() {
+  for (const auto& [side, player] : players) {
+    for (const auto& agent : *player->agents_list) {
+      agent->update_constant_attribute(*player);
+      agent->update_object_attribute(*player);
+      agent->info_extract();
+    }
+  }
+}
+
+std::optional<BatResult> Deduction::player_init() {
+  for (const auto& [side, player] : players) {
+    const Situation& situation = player->get_situation();
+    for (const auto& agent : *player->agents_list) {
+      const std::string name = agent->agent_type;
+      const bool succeeded = call_agent(
+          [&] { agent->initial(situation); }, LogLevel::info,
+          [&](const auto& error) {
+            return fmt::format("智能体初始化代码出错, 推演方: {}, 智能体名:{} 错误信息:{}", agent->Side(), name, error);
+          });
+      if (!succeeded) return get_game_result(agent->Side());
+    }
+  }
+  log_or_print(LogLevel::info, fmt::sprintf("第%d局, 当前推演时间:%ds, 智能体initial完成, 决策间隔:%ds ", current_round,
+                                            whole_number(time_elapsed), whole_number(decision_interval)));
+  return std::nullopt;
+}
+
+std::optional<BatResult> Deduction::agents_end() {
+  for (const auto& [side, player] : players) {
+    for (const auto& agent : *player->agents_list) {
+      const std::string name = agent->agent_type;
+      agent->update_constant_attribute(*player);
+      const bool succeeded =
+          call_agent([&] { agent->deduction_end(); }, LogLevel::info,
+                     [&](const auto& error) {
+                       return fmt::format("智能体deduction_end代码出错, 推演方: {}, 智能体名:{} 错误信息:{}",
+                                          agent->Side(), name, error);
+                     });
+      if (!succeeded) return get_game_result(agent->Side());
+    }
+  }
+  return std::nullopt;
+}
+
+std::variant<bool, BatResult> Deduction::agents_check_end() {
+  for (const auto& [side, player] : players) {
+    for (const auto& agent : *player->agents_list) {
+      const std::string name = agent->agent_type;
+      agent->update_constant_attribute(*player);
+      bool done = false;
+      const bool succeeded =
+          call_agent([&] { done = agent->is_done(); }, LogLevel::error,
+                     [&](const auto& error) {
+                       return fmt::sprintf("推演方-%s, 智能体-%s, is_done函数调用出错，%s", agent->Side(), name, error);
+                     });
+      if (!succeeded) return get_game_result(agent->Side());
+      if (done) {
+        log_only(LogLevel::info,
+                 fmt::sprintf("推演方-%s, 智能体-%s, is_done函数返回True, 结束本局！", agent->Side(), name));
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+void Deduction::agent_delete(std::string_view side, std::string_view guid) {
+  const auto element = find_element(guid);
+  if (element == nullptr) return;
+  const auto code = static_cast<int>(element->element_type());
+  if (element->get_attribute("Side") == Value(side) && code >= 11 && code <= 17) elements.erase(guid);
+}
+
+void Deduction::agent_add_unit(std::string_view unit_id, std::shared_ptr<Element> unit) {
+  elements.set(unit_id, std::move(unit));
+}
+
+}  // namespace tessra

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+
+#include "Tessra/base/value.h"
+#include "Tessra/entitys/global_util.h"
+
+// What initial and update situations have in common, for the sources of the engine that read them.
+
+namespace tessra {
+
+/// A part of a record, or a new empty dictionary when it is absent or null.
+Dict part_or_empty(const Dict& record, const KeyRef& key);
+
+/// Whether a situation holds scenario information and at least one side.
+bool has_sides(const Value& situation);
+
+/// The scenario's descriptor of a side, or null.
+const Dict* side_descriptor(const Dict& scenario_info, const KeyRef& side_id);
+
+/// Merges a mission's inner record into the mission's info and drops it.
+void flatten_mission(Dict& mission_info);
+
+/// The element type of a `UnitType` code; none for a code that stands for no unit.
+std::optional<ElementType> unit_element_type(const Value& code);
+
+}  // namespace tessra

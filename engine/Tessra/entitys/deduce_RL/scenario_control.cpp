@@ -1,0 +1,94 @@
+#include <fmt/printf.h>
+
+#include <ctime>
+
+#include "Tessra/base/guard.h"
+#include "Tessra/entitys/commonfunction.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+
+namespace tessra {
+
+Value Deduction::init_connect_server() { return game->connect_server(); }
+
+bool Deduction::scenario_exists(const Value& name) {
+  const Value names = game->get_scenarios();
+  if (const Dict* by_name = names.if_dict()) return by_name->contains(name);
+  const List& list = names.as_list();
+  return std::find(list.begin(), list.end(), name) != list.end();
+}
+
+bool Deduction::load_scenario(const Value& name) {
+  if (!name.truthy()) {
+    log_only(LogLevel::info, "无需加载想定");
+    return true;
+  }
+  const double start = seams_.clock->now();
+  bool loaded = false;
+  for (int attempt = 0; attempt < 5 && !loaded; ++attempt) {
+    const bool answered = guarded(
+        [&] { loaded = game->load_scenario(name).is_true(); },
+        [&](const std::exception_ptr& error) {
+          log_or_print(LogLevel::error, fmt::sprintf("加载想定-%s-出错:%s!", name.to_text(), error_text(error)));
+        });
+    if (loaded) break;
+    if (answered) log_or_print(LogLevel::error, fmt::sprintf("加载想定-%s-失败!", name.to_text()));
+    seams_.clock->wait(1);
+  }
+  const double seconds = seams_.clock->now() - start;
+  if (!loaded) {
+    log_only(LogLevel::info, "加载想定失败!");
+    return false;
+  }
+  if (process_id.is_none()) {
+    log_only(LogLevel::info,
+             fmt::sprintf("第%d局,想定'%s'加载成功,加载想定耗时:%.1lfs", current_round, name.to_text(), seconds));
+  } else {
+    log_only(LogLevel::info, fmt::sprintf("进程:%d,第%d局,想定'%s'加载成功,加载想定耗时:%.1lfs",
+                                          whole_number(process_id), current_round, name.to_text(), seconds));
+  }
+  return true;
+}
+
+void Deduction::delete_scenario() { game->net_sdk().delete_scen(1, scenario_name.to_text()); }
+
+void Deduction::set_simulate_compression(const Value& n_compression) {
+  game->run_command(fmt::sprintf("ChangeSpeed({SPEED='%d'})", whole_number(n_compression)));
+}
+
+void Deduction::update_simulate_info() {
+  if (scenario_obj == nullptr) throw Error("there is no scenario element, so no scenario time");
+  const std::int64_t time = scenario_obj->get_attribute("Time").to_integer();
+  const std::int64_t start_time = scenario_obj->get_attribute("StartTime").to_integer();
+  time_elapsed = (static_cast<double>(time) - static_cast<double>(start_time)) / 1000;
+  if (!start_game_time_elapsed) start_game_time_elapsed = time_elapsed;
+  simulate_time = cf::get_scenario_time(time, true);
+  simulate_timestamp = time;
+  for (const auto& [side, player] : players) {
+    player->set_time_elapse(time_elapsed);
+    player->simulate_timestamp = simulate_timestamp;
+    player->scenario = scenario_obj;
+  }
+  game->update_simulate_timestamp(simulate_timestamp);
+}
+
+WargameCommand Deduction::get_command_check(std::string_view unit_guid) {
+  const Dict* position = init_units.find_dict(unit_guid);
+  return {std::string(unit_guid), time_elapsed, plan_time, position != nullptr ? *position : Dict()};
+}
+
+std::chrono::sys_seconds Deduction::datetime_transfer(std::string_view simulate_time) {
+  std::string text(simulate_time);
+  std::replace(text.begin(), text.end(), '/', '-');
+  std::tm fields{};
+  const char* end = ::strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &fields);
+  const std::chrono::year_month_day date(std::chrono::year(fields.tm_year + 1900),
+                                         std::chrono::month(fields.tm_mon + 1u),
+                                         std::chrono::day(static_cast<unsigned>(fields.tm_mday)));
+  if (end == nullptr || *end != '\0' || !date.ok()) {
+    throw ConversionError("no date and time of the form 2024-05-01 08:00:00: '" + std::string(simulate_time) + "'");
+  }
+  return std::chrono::sys_days(date) + std::chrono::hours(fields.tm_hour) + std::chrono::minutes(fields.tm_min) +
+         std::chrono::seconds(fields.tm_sec);
+}
+
+}  // namespace tessra

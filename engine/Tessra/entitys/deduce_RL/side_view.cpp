@@ -1,0 +1,212 @@
+// A side's record comes in three parts: basic information (`Side`), the live state (`SideReal`) and positions
+// (`SidePosition`). The operations here join them per unit and per contact into the view that agents receive. The view
+// shares its dictionaries with the record, so joining changes the record.
+
+#include <fmt/printf.h>
+
+#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/record_parts.h"
+
+namespace tessra {
+
+namespace {
+
+/// Takes the inner live record out of a unit's live record.
+std::optional<Dict> take_active_unit(Dict& live) {
+  const Dict* found = live.find_dict("ActiveUnit");
+  if (found == nullptr) return std::nullopt;
+  Dict inner = *found;
+  live.erase("ActiveUnit");
+  return inner;
+}
+
+/// The sides of contacts arrive as ids and are shown as names; an unknown id stays as it is.
+void name_contact_sides(Dict& contacts, const Dict& side_id2name) {
+  for (auto [contact_id, contact] : contacts) {
+    Value* side = contact.as_dict().find("Side");
+    if (side == nullptr || !(side->is_string() || side->is_number())) continue;
+    if (const Value* name = side_id2name.find(*side)) *side = *name;
+  }
+}
+
+std::string contact_name(const Dict& contact) {
+  const Value* name = contact.find("Name");
+  return name != nullptr ? name->to_text() : "No Name";
+}
+
+}  // namespace
+
+// ---- Initial situation ------------------------------------------------------------------------------------------
+
+SideView Deduction::get_side_initial_situation(std::string_view side_name, const Dict& side_info,
+                                               bool need_save_initial) {
+  const Dict side = part_or_empty(side_info, "Side");
+  Dict real = part_or_empty(side_info, "SideReal");
+  const Dict position = part_or_empty(side_info, "SidePosition");
+
+  SideView view;
+  if (const Dict* basic = side.find_dict("ActiveUnitsInfo")) view.units = *basic;
+  if (Dict* active = real.find_dict("ActiveUnits")) {
+    for (auto [category, live_table] : *active) {
+      if (classname2element(category) == nullptr) continue;
+      join_initial_category({side_name, category, live_table.as_dict(), position, need_save_initial}, view.units);
+    }
+  }
+  if (real.non_empty("Contacts")) {
+    view.contacts = real.at_dict("Contacts");
+    if (const Dict* places = position.find_dict("Contacts")) join_initial_contacts(side_name, *places, view.contacts);
+  }
+  name_contact_sides(view.contacts, side_id2name);
+  return view;
+}
+
+void Deduction::join_initial_category(const InitialCategory& given, Dict& units) {
+  Dict positions;
+  if (const Dict* found = given.position.find_dict(given.category)) {
+    positions = *found;
+  } else {
+    log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！类别-%s-在推演方-%s-实时动态信息中存在但没有位置!",
+                                               given.category.to_text(), given.side_name));
+  }
+  for (auto [unit_id, live_record] : given.live_table) {
+    Dict* unit = units.find_dict(unit_id);
+    if (unit == nullptr) {
+      log_or_print(LogLevel::error,
+                   fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
+                                unit_id.to_text(), given.side_name));
+      continue;
+    }
+    Dict live = live_record.as_dict();
+    if (const auto inner = take_active_unit(live)) unit->update(*inner);
+    if (Dict* place = positions.find_dict(unit_id)) {
+      join_initial_position(given, unit_id, *unit, *place);
+    } else {
+      log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
+                                                 unit_id.to_text(), given.side_name));
+    }
+    unit->update(live);
+  }
+}
+
+void Deduction::join_initial_position(const InitialCategory& given, const Value& unit_id, Dict& unit, Dict& place) {
+  unit.update(place);
+  if (!unit.contains("UnitType")) {
+    if (given.category.is_text("Group")) {
+      unit.set("UnitType", 0);
+    } else {
+      log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！类别-%s-单元-%s-在推演方-%s-没有UnitType!",
+                                                 given.category.to_text(), unit_id.to_text(), given.side_name));
+    }
+  }
+  if (!given.save_position) return;
+  const bool moves =
+      given.category.is_text("Aircraft") || given.category.is_text("Ship") || given.category.is_text("Submarine");
+  init_units.set(unit_id, place);
+  place.set("Type", moves ? 1 : 0);
+}
+
+void Deduction::join_initial_contacts(std::string_view side_name, const Dict& places, Dict& contacts) {
+  for (auto [contact_id, contact] : contacts) {
+    if (const Dict* place = places.find_dict(contact_id)) {
+      contact.as_dict().update(*place);
+    } else {
+      log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！情报-%s-在推演方-%s-实时动态信息中存在但没有位置!",
+                                                 contact_name(contact.as_dict()), side_name));
+    }
+  }
+}
+
+// ---- Update situation -------------------------------------------------------------------------------------------
+
+SideView Deduction::get_side_update_situation(std::string_view side_name, const Dict& side_info,
+                                              const Dict* crt_contacts) {
+  const Dict side = part_or_empty(side_info, "Side");
+  Dict real = part_or_empty(side_info, "SideReal");
+  const Dict position = part_or_empty(side_info, "SidePosition");
+
+  SideView view;
+  if (const Dict* basic = side.find_dict("ActiveUnitsInfo")) view.units = *basic;
+  if (Dict* active = real.find_dict("ActiveUnits")) {
+    for (auto [category, live_table] : *active) {
+      if (classname2element(category) == nullptr) continue;
+      join_update_category({side_name, category, live_table.as_dict(), position, crt_contacts != nullptr}, view.units);
+    }
+  }
+  join_update_positions(position, view.units);
+  if (real.non_empty("Contacts")) view.contacts = real.at_dict("Contacts");
+  if (const Dict* places = position.find_dict("Contacts")) {
+    join_update_contacts(side_name, *places, crt_contacts, view.contacts);
+  }
+  name_contact_sides(view.contacts, side_id2name);
+  return view;
+}
+
+void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
+  const Dict* positions = given.position.find_dict(given.category);
+  for (auto [unit_id, live_record] : given.live_table) {
+    const bool is_new = given.may_be_new && element_of(unit_id) == nullptr;
+    Dict live = live_record.as_dict();
+    if (Dict* unit = units.find_dict(unit_id)) {
+      if (const auto inner = take_active_unit(live)) unit->update(*inner);
+      if (is_new && (positions == nullptr || !positions->contains(unit_id))) {
+        log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
+                                                   unit_id.to_text(), given.side_name));
+      }
+      unit->update(live);
+      if (is_new) default_unit_type(given, unit_id, *unit);
+    } else if (is_new) {
+      log_or_print(LogLevel::error,
+                   fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
+                                unit_id.to_text(), given.side_name));
+    } else if (auto inner = take_active_unit(live)) {
+      inner->update(live);
+      units.set(unit_id, *inner);
+    } else {
+      units.set(unit_id, live);
+    }
+  }
+}
+
+void Deduction::default_unit_type(const UpdateCategory& given, const Value& unit_id, Dict& unit) {
+  if (unit.contains("UnitType")) return;
+  if (given.category.is_text("Group")) {
+    unit.set("UnitType", 0);
+  } else {
+    log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！新单元-%s-类别-%s-在推演方-%s-没有UnitType!",
+                                               unit_id.to_text(), given.category.to_text(), given.side_name));
+  }
+}
+
+void Deduction::join_update_positions(const Dict& position, Dict& units) {
+  for (auto [category, table] : position) {
+    if (category.is_text("Contacts") || category.is_text("mapdel")) continue;
+    for (auto [unit_id, place] : table.as_dict()) {
+      if (Dict* unit = units.find_dict(unit_id)) {
+        unit->update(place.as_dict());
+      } else {
+        units.set(unit_id, place);
+      }
+    }
+  }
+}
+
+void Deduction::join_update_contacts(std::string_view side_name, const Dict& places, const Dict* crt_contacts,
+                                     Dict& contacts) {
+  if (crt_contacts != nullptr) {
+    for (auto [contact_id, contact] : contacts) {
+      if (crt_contacts->contains(contact_id) || places.contains(contact_id)) continue;
+      log_or_print(LogLevel::error,
+                   fmt::sprintf("更新态势出错！新情报-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
+                                contact_name(contact.as_dict()), side_name));
+    }
+  }
+  for (auto [contact_id, place] : places) {
+    if (Dict* contact = contacts.find_dict(contact_id)) {
+      contact->update(place.as_dict());
+    } else {
+      contacts.set(contact_id, place);
+    }
+  }
+}
+
+}  // namespace tessra

@@ -1,0 +1,52 @@
+#include <fmt/printf.h>
+
+#include "Tessra/entitys/deduce_RL/deduction.h"
+
+namespace tessra {
+
+void Deduction::process_step_situation(const Value& update_data) {
+  parse_update_situation(update_data);
+  update_simulate_info();
+  if (names_key.truthy()) {
+    for (const auto& [side, player] : players) player->update_units_of_names();
+  }
+  check_situation();
+}
+
+void Deduction::update_scenario_new(Dict situation_data) {
+  // Built in place in the first of the three records that is there; later ones win.
+  Value scen_data = situation_data.get("ScenarioInfo");
+  if (scen_data.truthy()) scen_data.as_dict().erase("SideInfo");
+
+  const auto take = [&scen_data](const Value& source) {
+    if (scen_data.is_none()) {
+      scen_data = source;
+    } else if (!source.is_none()) {
+      scen_data.as_dict().update(source.as_dict());
+    }
+  };
+  // A situation without `SituationInfo` has nothing to add.
+  if (situation_data.non_empty("Situation")) take(situation_data.at_dict("Situation").get("SituationInfo"));
+  if (situation_data.non_empty("Events")) take(situation_data.at("Events"));
+
+  if (!scen_data.truthy()) return;
+  if (scenario_obj == nullptr) throw Error("there is no scenario element to update");
+  update_element_info(*scenario_obj, scen_data.as_dict());
+}
+
+void Deduction::check_situation() {
+  for (const auto& [side, player] : players) {
+    for (auto [contact_id, contact] : player->get_dict("Contacts")) {
+      const Dict& record = contact.as_dict();
+      const bool has_type = record.contains("Type");
+      if (has_type && record.contains("Lon")) continue;
+      const Value* name = record.find("Name");
+      log_only(LogLevel::error, fmt::sprintf(has_type ? "side:%s, contact id:%s name:%s no Lon!"
+                                                      : "side:%s, contact id:%s name:%s no Type!",
+                                             player->get_attribute("Side").to_text(), contact_id.to_text(),
+                                             name != nullptr ? name->to_text() : "no-name"));
+    }
+  }
+}
+
+}  // namespace tessra

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Tessra/entitys/mission.h"
+
+namespace tessra {
+
+/// Units move to another base.
+class FerryMission : public Mission {
+ public:
+  FerryMission(std::string guid, const Value& name, std::string_view side)
+      : Mission(std::move(guid), name, side, tessra::ElementType::FerryMission) {}
+
+  std::string_view class_name() const override { return "FerryMission"; }
+  const FieldTable& known_fields() const override { return fields(); }
+  static const FieldTable& fields();
+};
+
+}  // namespace tessra

@@ -1,0 +1,35 @@
+#include "Tessra/entitys/gameenvs/data_directory.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "Tessra/base/error.h"
+
+namespace tessra {
+
+namespace {
+
+/// The folder of the library this function lives in.
+std::filesystem::path library_folder() {
+  Dl_info info{};
+  if (::dladdr(reinterpret_cast<const void*>(&library_folder), &info) == 0 || info.dli_fname == nullptr) return {};
+  return std::filesystem::canonical(info.dli_fname).parent_path();
+}
+
+}  // namespace
+
+std::filesystem::path data_directory() {
+  if (const char* given = std::getenv("TESSRA_DATA"); given != nullptr && *given != '\0') return given;
+  const std::filesystem::path library = library_folder();
+  std::string tried;
+  for (const char* place : {"../share/tessra", "../../.."}) {
+    const std::filesystem::path folder = (library / place).lexically_normal();
+    if (std::filesystem::is_directory(folder / "scenarios")) return folder;
+    tried += " " + folder.string();
+  }
+  throw Error("no data folder with scenarios found; set TESSRA_DATA. Tried:" + tried);
+}
+
+}  // namespace tessra

@@ -1,0 +1,121 @@
+#include "Tessra/entitys/gameenvs/embedded_server.h"
+
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include "Tessra/entitys/gameenvs/data_directory.h"
+#include "simulation/simulation.h"
+
+namespace tessra {
+
+namespace {
+
+class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
+ public:
+  EmbeddedServer(std::filesystem::path folder, std::uint64_t seed, int advance_seconds)
+      : folder_(std::move(folder)), seed_(seed), advance_seconds_(advance_seconds) {}
+
+  // Connecting cannot fail: the service is this process.
+  Value connect_server() override { return true; }
+  void check_clean_rooms() override {}
+
+  Value reset(int flag) override {
+    constexpr int kNewRoom = 2;
+    simulation_.reset();
+    commands_.clear();
+    room_id = "embedded";
+    return flag == kNewRoom ? kNewRoom : 0;
+  }
+
+  Value get_scenarios() override {
+    List names;
+    for (const std::string& name : sim::scenario_names(folder_)) names.push_back(name);
+    return names;
+  }
+
+  Value load_scenario(const Value& name) override {
+    const std::filesystem::path file = folder_ / (name.to_text() + ".json");
+    if (!std::filesystem::is_regular_file(file)) return false;
+    if (name != scenario_name_) {
+      scenario_ = sim::Simulation::load(file);
+      scenario_name_ = name;
+    }
+    ++episode_;
+    simulation_.emplace(scenario_, sim::episode_seed(seed_, episode_), advance_seconds_);
+    return true;
+  }
+
+  Value set_data_receive() override { return loaded().sides_info(); }
+  void request_full_situation() override {}
+  Value get_init_situation() override { return simulation_ ? Value(simulation_->initial_situation()) : Value(); }
+
+  void add_command(std::string text) override { commands_.push_back(std::move(text)); }
+  bool need_do_package_command() override { return !commands_.empty(); }
+
+  Value do_package_command() override {
+    const std::vector<std::string> package = std::exchange(commands_, {});
+    std::string reports;
+    for (const sim::CommandFault& fault : loaded().execute(package)) {
+      reports += (reports.empty() ? "" : "\n") + std::to_string(fault.number) + ": " + fault.text + ": " + fault.reason;
+    }
+    return Dict{{"message", reports.empty() ? "OK" : "Error"}, {"resbin", reports}};
+  }
+
+  void run_command(std::string_view text) override {
+    for (const sim::CommandFault& fault : loaded().execute({std::string(text)})) {
+      throw Error("command refused: " + fault.text + ": " + fault.reason);
+    }
+  }
+
+  void run_simulate() override {
+    if (simulation_) simulation_->advance();
+  }
+  Value get_step_situation() override { return simulation_ ? Value(simulation_->step_situation()) : Value(); }
+  void simulate_end() override { loaded().end(); }
+  void update_simulate_timestamp(std::int64_t /*milliseconds*/) override {}
+
+  void connect_client(std::shared_ptr<StopEvent> /*stop*/) override {
+    throw Error("this embedded service has no scheduling client");
+  }
+  void agent_error_message_output(std::string_view /*text*/) override {}
+  void update_step_interval(const Value& seconds) override {
+    loaded().set_advance_seconds(static_cast<int>(seconds.to_integer()));
+  }
+  NetSdk& net_sdk() override { return *this; }
+  ConnReq& conn_req() override { return *this; }
+
+ private:
+  // Deleting a scenario here never touches a file.
+  void delete_scen(int /*kind*/, std::string_view /*name*/) override {}
+  Value req_client_agent_config(const Value& /*agent_id*/, const Value& /*agent_name*/) override { return Dict(); }
+  void req_agent_times(const Value& /*id*/, const Value& /*name*/, std::int64_t /*agent_times*/) override {}
+
+  sim::Simulation& loaded() {
+    if (!simulation_) throw Error("no scenario is loaded");
+    return *simulation_;
+  }
+
+  std::filesystem::path folder_;
+  std::uint64_t seed_;
+  int advance_seconds_;
+  std::uint64_t episode_ = 0;
+  Value scenario_name_;
+  std::shared_ptr<const sim::Scenario> scenario_;
+  std::optional<sim::Simulation> simulation_;
+  std::vector<std::string> commands_;
+};
+
+}  // namespace
+
+std::shared_ptr<GameServer> make_embedded_server(const Dict& section, std::string_view address) {
+  const Value* seed = section.at_dict("server").find("seed");
+  const Dict* simulate = section.find_dict("simulate");
+  const Value* interval = simulate != nullptr ? simulate->find("decision_interval") : nullptr;
+  return std::make_shared<EmbeddedServer>(
+      address.empty() ? data_directory() / "scenarios" : std::filesystem::path(address),
+      seed != nullptr ? static_cast<std::uint64_t>(seed->to_integer()) : 1,
+      interval != nullptr ? static_cast<int>(interval->to_integer()) : 30);
+}
+
+}  // namespace tessra

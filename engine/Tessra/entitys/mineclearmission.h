@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Tessra/entitys/mission.h"
+
+namespace tessra {
+
+/// Mines are cleared from a zone.
+class MineClearMission : public Mission {
+ public:
+  MineClearMission(std::string guid, const Value& name, std::string_view side)
+      : Mission(std::move(guid), name, side, tessra::ElementType::MineClearMission) {}
+
+  std::string_view class_name() const override { return "MineClearMission"; }
+  const FieldTable& known_fields() const override { return fields(); }
+  static const FieldTable& fields();
+};
+
+}  // namespace tessra

@@ -1,0 +1,43 @@
+#include "Tessra/entitys/situation.h"
+
+#include "Tessra/entitys/agent_base.h"
+#include "Tessra/entitys/gameunit.h"
+#include "Tessra/entitys/mission.h"
+
+namespace tessra {
+
+const Situation::Table& Situation::aircrafts() const { return player_.aircrafts; }
+const Situation::Table& Situation::ships() const { return player_.ships; }
+const Situation::Table& Situation::submarines() const { return player_.submarines; }
+const Situation::Table& Situation::satellites() const { return player_.satellites; }
+const Situation::Table& Situation::facilitys() const { return player_.facilitys; }
+const Situation::Table& Situation::weapons() const { return player_.weapons; }
+const Situation::Table& Situation::groups() const { return player_.groups; }
+const Situation::Table& Situation::missions() const { return player_.missions_obj; }
+
+std::shared_ptr<GameUnit> Situation::unit(std::string_view id) const {
+  for (const Table* table :
+       {&aircrafts(), &ships(), &submarines(), &facilitys(), &weapons(), &groups(), &satellites()}) {
+    if (const auto* found = table->find(id)) return std::dynamic_pointer_cast<GameUnit>(*found);
+  }
+  return nullptr;
+}
+
+std::shared_ptr<GameUnit> Situation::unit_named(std::string_view name) const {
+  const auto* found = player_.units_of_name.find(name);
+  return found != nullptr ? std::dynamic_pointer_cast<GameUnit>(*found) : nullptr;
+}
+
+std::shared_ptr<Mission> Situation::mission(std::string_view name) const {
+  const auto* found = missions().find(name);
+  return found != nullptr ? std::dynamic_pointer_cast<Mission>(*found) : nullptr;
+}
+
+Dict Situation::contacts() const { return player_.get_dict("Contacts"); }
+Dict Situation::messages() const { return player_.get_dict("KeyMsg"); }
+Dict Situation::friend_units() const { return player_.get_dict("friend_side_units"); }
+
+double Situation::time_elapsed() const { return player_.time_elapsed(); }
+const Value& Situation::duration() const { return player_.scenario_duration(); }
+
+}  // namespace tessra

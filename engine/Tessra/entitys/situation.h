@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "Tessra/base/ordered_map.h"
+#include "Tessra/base/value.h"
+
+namespace tessra {
+
+class Element;
+class GameUnit;
+class Mission;
+class RuleAgentBase;
+
+/// What an agent sees: its side's units, missions, contacts and messages, and what friends share. Everything refers
+/// to the player's tables; nothing is copied. Valid until the next episode starts.
+class Situation {
+ public:
+  using Table = OrderedMap<std::shared_ptr<Element>>;
+
+  explicit Situation(RuleAgentBase& player) : player_(player) {}
+  Situation(const Situation&) = delete;
+  Situation& operator=(const Situation&) = delete;
+
+  // Units and missions by id (missions by name), in the order they were reported.
+
+  const Table& aircrafts() const;
+  const Table& ships() const;
+  const Table& submarines() const;
+  const Table& satellites() const;
+  const Table& facilitys() const;
+  const Table& weapons() const;
+  const Table& groups() const;
+  const Table& missions() const;
+
+  /// The unit with this id or this name, of whatever kind; null when the side has none.
+  std::shared_ptr<GameUnit> unit(std::string_view id) const;
+  std::shared_ptr<GameUnit> unit_named(std::string_view name) const;
+  /// The mission with this name; null when the side has none.
+  std::shared_ptr<Mission> mission(std::string_view name) const;
+
+  /// Contact id → contact (`Name`, `Type`, `Lon`, `Lat`, `ActualUnitID`, `IDStatus`, `Age`, …), friends' included.
+  Dict contacts() const;
+  /// Message type → list of messages since the episode's start.
+  Dict messages() const;
+  /// Friend side name → unit id → unit record.
+  Dict friend_units() const;
+
+  /// Simulated seconds since the scenario's start, and the scenario's duration as the service gives it.
+  double time_elapsed() const;
+  const Value& duration() const;
+
+ private:
+  RuleAgentBase& player_;
+};
+
+}  // namespace tessra
