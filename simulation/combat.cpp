@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "simulation/scoring.h"
+
 namespace tessra::sim {
 
 namespace {
@@ -70,7 +72,9 @@ void strike(World& world, const Shot& shot) {
   Unit& target = world.units[shot.target];
   if (!world.dice.happens(shot.type->hit_chance * (1 - target.platform->evasion))) return;
   ++world.hits;
-  target.damage = std::min(target.damage + shot.type->damage, target.platform->damage_points);
+  const double done = std::min(shot.type->damage, target.platform->damage_points - target.damage);
+  target.damage += done;
+  book_damage(world, target, done);
   if (target.damage >= target.platform->damage_points) destroy_unit(world, shot.target);
 }
 

@@ -55,7 +55,7 @@ Dict record_side(const World& world, std::size_t side) {
   return {{"Side", own},
           {"SideReal", real},
           {"SidePosition", positions},
-          {"SideVitalChange", Dict{{"TotalScore", state.score}}}};
+          {"SideVitalChange", Dict{{"TotalScore", record_number(state.score)}}}};
 }
 
 Dict record_all(const World& world) {

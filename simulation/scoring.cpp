@@ -14,15 +14,22 @@ bool is_defenceless(const World& world, std::size_t side) {
   return had_armed_units;
 }
 
+void book(World& world, std::size_t loser, double value) {
+  world.sides[loser].score -= value;
+  for (std::size_t other = 0; other < world.sides.size(); ++other) {
+    if (is_hostile(world, other, loser)) world.sides[other].score += value;
+  }
+}
+
 }  // namespace
 
+void book_damage(World& world, const Unit& unit, double points) {
+  book(world, unit.side, kDamageShare * unit.platform->value * points / unit.platform->damage_points);
+}
+
 void book_loss(World& world, const Unit& unit) {
-  const double value = unit.platform->value;
-  world.sides[unit.side].score -= value;
   ++world.sides[unit.side].units_lost;
-  for (std::size_t other = 0; other < world.sides.size(); ++other) {
-    if (is_hostile(world, other, unit.side)) world.sides[other].score += value;
-  }
+  book(world, unit.side, unit.platform->value * (1 - kDamageShare * unit.damage / unit.platform->damage_points));
 }
 
 void check_end(World& world) {
