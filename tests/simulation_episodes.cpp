@@ -1,0 +1,109 @@
+#include "simulation_fixture.h"
+
+namespace tessra::sim {
+namespace {
+
+/// All records of an episode of the strait in which red's weapons are free.
+std::string transcript(std::uint64_t seed, int advance_seconds, int advances) {
+  Simulation simulation = play_shipped("strait", advance_seconds, seed);
+  std::string text = write_json(simulation.initial_situation());
+  free_weapons(simulation, 0);
+  for (int i = 0; i < advances; ++i) {
+    simulation.advance();
+    text += write_json(simulation.step_situation());
+  }
+  return text;
+}
+
+TEST(Episodes, the_same_seed_and_commands_give_the_same_records) {
+  const std::string first = transcript(42, 30, 60);
+  EXPECT_EQ(first, transcript(42, 30, 60));
+  EXPECT_NE(first, transcript(43, 30, 60));
+}
+
+TEST(Episodes, the_decision_interval_does_not_change_what_happens) {
+  Simulation coarse = play_shipped("strait", 900, 8);
+  Simulation fine = play_shipped("strait", 7, 8);
+  coarse.advance();
+  while (fine.world().now < 896) fine.advance();
+  fine.set_advance_seconds(4);
+  fine.advance();
+  EXPECT_GT(coarse.world().shots_fired, 0);
+  EXPECT_EQ(write_json(coarse.initial_situation()), write_json(fine.initial_situation()));
+}
+
+TEST(Episodes, seeds_of_neighbouring_episodes_differ_and_stay_the_same) {
+  EXPECT_EQ(episode_seed(1, 1), episode_seed(1, 1));
+  EXPECT_NE(episode_seed(1, 1), episode_seed(1, 2));
+  EXPECT_NE(episode_seed(1, 2), episode_seed(2, 1));
+  EXPECT_EQ(episode_seed(0, 0), 0xe220a8397b1dcdafU);  // first number of the generator the hash is taken from
+}
+
+TEST(Episodes, end_with_their_time) {
+  Simulation simulation = play_shipped("skirmish", 250, 1);
+  simulation.initial_situation();
+  for (const bool end : {false, false, true, true}) {
+    simulation.advance();
+    EXPECT_EQ(simulation.step_situation().at("IsEnd"), Value(end));
+  }
+  EXPECT_EQ(simulation.world().now, 600);
+}
+
+TEST(Episodes, end_when_asked_with_the_next_advance) {
+  Simulation simulation = play_shipped("skirmish", 10, 1);
+  simulation.initial_situation();
+  simulation.advance();
+  simulation.end();
+  EXPECT_FALSE(simulation.ended());
+  simulation.advance();
+  EXPECT_TRUE(simulation.ended());
+  EXPECT_TRUE(simulation.step_situation().at("IsEnd").is_true());
+  EXPECT_EQ(simulation.world().now, 10);
+}
+
+TEST(Episodes, end_when_a_side_has_lost_its_armed_units) {
+  Simulation simulation =
+      play(scenario_json({unit_json("hunter", "Fighter", 20, 150, {{"radar", true}})},
+                         {unit_json("boat", "Missile boat", 21, 150), unit_json("port", "Port", 22, 150),
+                          unit_json("ace", "Fighter", 20, 150.3)},
+                         100'000),
+           10);
+  free_weapons(simulation, 0);
+  while (!simulation.ended() && unit_of(simulation, "ace").alive) simulation.advance();
+  EXPECT_FALSE(simulation.ended()) << "the boat is armed";
+  simulation.set_advance_seconds(100'000);
+  simulation.advance();
+  EXPECT_LT(simulation.world().now, 10'000) << "red's only fighter fell without fuel";
+  EXPECT_TRUE(simulation.ended());
+}
+
+TEST(Episodes, losses_move_the_unit_s_value_and_damage_half_of_it) {
+  Simulation simulation = play_shipped("strait", 600, 2);
+  while (!simulation.ended()) simulation.advance();
+  double red = 0;
+  for (const Unit& unit : simulation.world().units) {
+    const double share = unit.alive ? 0.5 * unit.damage / unit.platform->damage_points : 1;
+    if (unit.side < 2) red += (unit.side == 0 ? -1 : 1) * share * unit.platform->value;
+  }
+  EXPECT_NEAR(simulation.world().sides[0].score, red, 1e-6);
+  EXPECT_NEAR(simulation.world().sides[1].score, -red, 1e-6);
+  EXPECT_GT(simulation.world().hits, 0);
+}
+
+TEST(Episodes, aircraft_at_a_lost_base_are_lost_with_it) {
+  Simulation simulation =
+      play(scenario_json({unit_json("bomber", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}),
+                          unit_json("bomber-2", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}),
+                          unit_json("bomber-3", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}),
+                          unit_json("bomber-4", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}),
+                          unit_json("bomber-5", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}})},
+                         {unit_json("base", "Air base", 20, 150),
+                          unit_json("jet", "Fighter", 20, 150, {{"base", "base"}, {"at_base", true}})},
+                         1000),
+           1000);
+  simulation.advance();
+  EXPECT_EQ(simulation.world().destroyed, (std::vector<std::string>{"base", "jet"}));
+}
+
+}  // namespace
+}  // namespace tessra::sim

@@ -1,0 +1,90 @@
+#pragma once
+
+// Small scenarios, made in a line or two, for the tests of the bundled simulation.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Tessra/base/json_read.h"
+#include "Tessra/base/json_write.h"
+#include "Tessra/base/value.h"
+#include "simulation/simulation.h"
+#include "simulation/world.h"
+
+namespace tessra::sim {
+
+inline const std::filesystem::path kScenarios = std::filesystem::path(TESSRA_SOURCE_DIR) / "scenarios";
+
+inline Dict unit_json(const std::string& id, const std::string& platform, double lat, double lon, Dict more = {}) {
+  Dict unit{{"id", id}, {"name", "Name of " + id}, {"platform", platform}, {"lat", lat}, {"lon", lon}};
+  unit.update(more);
+  return unit;
+}
+
+/// Two hostile sides, "红方" (red) and "蓝方" (blue), with the shipped platforms.
+inline Dict scenario_json(List red, List blue, int duration = 600) {
+  const Dict red_side{{"id", "red"}, {"name", "红方"}, {"postures", Dict{{"blue", 3}}}, {"units", red}};
+  const Dict blue_side{{"id", "blue"}, {"name", "蓝方"}, {"postures", Dict{{"red", 3}}}, {"units", blue}};
+  return {{"id", "test"},
+          {"title", "Test"},
+          {"start", 1'000'000'000'000},
+          {"duration", duration},
+          {"platforms", List{(kScenarios / "platforms/common.json").string()}},
+          {"sides", List{red_side, blue_side}}};
+}
+
+/// A folder of the test's own that goes with it.
+class TestFolder {
+ public:
+  TestFolder() {
+    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    path_ = std::filesystem::temp_directory_path() / (std::string("tessra_") + test->test_suite_name() + test->name());
+    std::filesystem::create_directories(path_);
+  }
+  ~TestFolder() { std::filesystem::remove_all(path_); }
+  TestFolder(const TestFolder&) = delete;
+  TestFolder& operator=(const TestFolder&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::filesystem::path write(const std::string& name, const Dict& json) const {
+    write_json_file(path_ / name, json);
+    return path_ / name;
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+inline Simulation play(const Dict& json, int advance_seconds = 10, std::uint64_t seed = 1) {
+  const TestFolder folder;
+  return {Simulation::load(folder.write("test.json", json)), seed, advance_seconds};
+}
+
+inline Simulation play_shipped(const std::string& name, int advance_seconds, std::uint64_t seed = 1) {
+  return {Simulation::load(kScenarios / (name + ".json")), seed, advance_seconds};
+}
+
+/// The unit, also when it is destroyed.
+inline const Unit& unit_of(const Simulation& simulation, std::string_view id) {
+  for (const Unit& unit : simulation.world().units) {
+    if (unit.id == id) return unit;
+  }
+  throw KeyError("no unit " + std::string(id));
+}
+
+/// Lets every armed unit of the side fire at what it finds.
+inline void free_weapons(Simulation& simulation, std::size_t side) {
+  std::vector<std::string> commands;
+  for (const Unit& unit : simulation.world().units) {
+    if (unit.side != side || !unit.platform->armed()) continue;
+    commands.push_back("SetWeaponControl({SIDE='" + simulation.world().sides[side].spec->name + "',UNIT='" + unit.id +
+                       "',CONTROL='free'})");
+  }
+  ASSERT_TRUE(simulation.execute(commands).empty());
+}
+
+}  // namespace tessra::sim

@@ -1,0 +1,228 @@
+#include <set>
+
+#include "simulation_fixture.h"
+
+namespace tessra::sim {
+namespace {
+
+/// Tables whose keys are ids: entries may come and go. Everything else keeps the fields it began with.
+bool is_table(const std::string& key, const std::string& parent) {
+  static const std::set<std::string> kTables = {"ActiveUnitsInfo", "Contacts", "WeaponRecs", "TargetList"};
+  return kTables.contains(key) || parent == "ActiveUnits" || parent == "SidePosition" || parent == "Missions";
+}
+
+/// Reads records as a client does: merges what changed, then removes what is reported deleted.
+class Reader {
+ public:
+  explicit Reader(const Dict& initial) : model_(initial.deep_copy()) {}
+
+  void read(const Dict& update) {
+    const Dict shared_with_nobody = update.deep_copy();
+    merge(model_, shared_with_nobody, "top", false);
+    const Dict* situation = update.find_dict("Situation");
+    if (situation == nullptr) return;
+    for (const auto& [id, side] : situation->at_dict("SituationSides")) forget_deleted(id, side.as_dict());
+  }
+
+  Dict model() const { return model_; }
+  /// Fields that an update brought to something that was there before without them.
+  std::set<std::string> strangers;
+  int deletions = 0;
+
+ private:
+  void merge(Dict& old, const Dict& changes, const std::string& key, bool open) {
+    for (const auto& [field, value] : changes) {
+      const std::string name(field.as_text());
+      if (name == "mapdel" || name == "IsEnd" || name == "SideKeyMsg") continue;
+      if (!old.contains(name) && !open) strangers.insert(key + "/" + name);
+      if (old.contains(name) && value.is_dict()) {
+        // What is known of a contact grows.
+        const bool contact = name.starts_with("contact#") && key == "Contacts";
+        merge(old.at_dict(name), value.as_dict(), name, contact || is_table(name, key));
+      } else {
+        old.set(name, value);
+      }
+    }
+    const Dict* gone = changes.find_dict("mapdel");
+    if (gone == nullptr) return;
+    for (const auto& [table, entry] : *gone) {
+      for (const Value& id : entry.as_dict().at_list("v")) deletions += old.at_dict(table).erase(id) ? 1 : 0;
+    }
+  }
+
+  /// Units and contacts are reported deleted once and leave every table.
+  void forget_deleted(const Value& side_id, const Dict& side) {
+    Dict& known = model_.at_dict("Situation").at_dict("SituationSides").at_dict(side_id);
+    const Dict* real = side.find_dict("SideReal");
+    if (real == nullptr) return;
+    forget(*real, "Contacts", known.at_dict("SidePosition").at_dict("Contacts"));
+    const Dict* units = real->find_dict("ActiveUnits");
+    if (units == nullptr) return;
+    for (const auto& [category, positions] : known.at_dict("SidePosition")) {
+      forget(*units, category, positions.as_dict());
+      forget(*units, category, known.at_dict("Side").at_dict("ActiveUnitsInfo"));
+    }
+  }
+
+  static void forget(const Dict& changes, const Value& table, Dict& from) {
+    const Dict* deletions = changes.find_dict("mapdel");
+    const Dict* entry = deletions != nullptr ? deletions->find_dict(table) : nullptr;
+    if (entry == nullptr) return;
+    for (const Value& id : entry->at_list("v")) from.erase(id);
+  }
+
+  Dict model_;
+};
+
+/// The strait with weapons free on both sides, so that much happens.
+Simulation battle(std::uint64_t seed) {
+  Simulation simulation = play_shipped("strait", 30, seed);
+  free_weapons(simulation, 0);
+  free_weapons(simulation, 1);
+  EXPECT_TRUE(simulation
+                  .execute({"AddPatrolMission({SIDE='红方',NAME='go',ZONE={{LON=150.2,LAT=20},{LON=150.3,LAT=20.1}}})",
+                            "AssignUnit({SIDE='红方',UNIT='red-group-1',MISSION='go'})",
+                            "AssignUnit({SIDE='红方',UNIT='red-fighter-5',MISSION='go'})"})
+                  .empty());
+  return simulation;
+}
+
+TEST(Records, updates_add_up_to_the_full_record) {
+  Simulation simulation = battle(3);
+  Reader reader(simulation.initial_situation());
+  while (!simulation.ended()) {
+    if (simulation.world().now == 1200) {
+      ASSERT_TRUE(simulation.execute({"DeleteMission({SIDE='红方',NAME='go'})"}).empty());
+    }
+    simulation.advance();
+    reader.read(simulation.step_situation());
+  }
+  EXPECT_TRUE(reader.strangers.empty()) << ::testing::PrintToString(reader.strangers);
+  EXPECT_GT(simulation.world().destroyed.size(), 5U);
+  EXPECT_GT(reader.deletions, 20);
+  EXPECT_TRUE(reader.model() == simulation.initial_situation());
+}
+
+TEST(Records, belong_to_the_caller_alone) {
+  Simulation simulation = battle(3);
+  Simulation twin = battle(3);
+  simulation.initial_situation().at_dict("Situation").at_dict("SituationSides").clear();
+  twin.initial_situation();
+  for (int i = 0; i < 10; ++i) {
+    simulation.advance();
+    twin.advance();
+    Dict update = simulation.step_situation();
+    EXPECT_EQ(write_json(update), write_json(twin.step_situation()));
+    for (auto [id, side] : update.at_dict("Situation").at_dict("SituationSides")) side.as_dict().clear();
+  }
+}
+
+TEST(Records, every_unit_and_contact_has_all_its_parts) {
+  Simulation simulation = battle(4);
+  Reader reader(simulation.initial_situation());
+  int weapons = 0;
+  while (!simulation.ended()) {
+    simulation.advance();
+    reader.read(simulation.step_situation());
+    const Dict model = reader.model();
+    for (const auto& [id, side] : model.at_dict("Situation").at_dict("SituationSides")) {
+      const Dict& record = side.as_dict();
+      const Dict& positions = record.at_dict("SidePosition");
+      std::size_t live = 0;
+      for (const auto& [category, units] : record.at_dict("SideReal").at_dict("ActiveUnits")) {
+        for (const auto& [unit, data] : units.as_dict()) {
+          ASSERT_TRUE(positions.at_dict(category).at_dict(unit).contains("Lon")) << unit;
+          const Dict& basic = record.at_dict("Side").at_dict("ActiveUnitsInfo").at_dict(unit);
+          ASSERT_TRUE(basic.non_empty("Name") && basic.contains("UnitType")) << unit;
+          ASSERT_FALSE(basic.contains("Side") || basic.contains("ElementType"));
+          weapons += basic.at_integer("UnitType") == 6 ? 1 : 0;
+          ++live;
+        }
+      }
+      EXPECT_EQ(record.at_dict("Side").at_dict("ActiveUnitsInfo").size(), live);
+      for (const auto& [contact, data] : record.at_dict("SideReal").at_dict("Contacts")) {
+        ASSERT_TRUE(data.as_dict().contains("Type") && positions.at_dict("Contacts").at_dict(contact).contains("Lon"));
+      }
+    }
+  }
+  EXPECT_GT(weapons, 0);
+}
+
+/// Adds the ids that a record reports deleted from a table.
+void collect_deleted(const Dict* record, const char* table, std::set<std::string>& ids) {
+  const Dict* deletions = record != nullptr ? record->find_dict("mapdel") : nullptr;
+  const Dict* entry = deletions != nullptr ? deletions->find_dict(table) : nullptr;
+  if (entry == nullptr) return;
+  for (const Value& id : entry->at_list("v")) ids.insert(std::string(id.as_text()));
+}
+
+/// The dictionary at the end of a path, null when it is cut short.
+const Dict* follow(const Dict* record, std::initializer_list<const char*> path) {
+  for (const char* key : path) record = record != nullptr ? record->find_dict(key) : nullptr;
+  return record;
+}
+
+TEST(Records, an_empty_weapon_record_and_spent_weapons_are_reported_deleted) {
+  // The second boat sees nothing and the fighter is far away: nobody fires back.
+  Simulation simulation =
+      play(scenario_json({unit_json("boat", "Missile boat", 20, 150, {{"radar", true}})},
+                         {unit_json("target", "Missile boat", 20, 150.2), unit_json("far", "Fighter", 20, 170)}),
+           60);
+  simulation.advance();
+  simulation.initial_situation();
+  ASSERT_TRUE(simulation.execute({"Attack({SIDE='红方',UNIT='boat',CONTACT='contact#1',QUANTITY=4})"}).empty());
+  std::set<std::string> records;
+  std::set<std::string> weapons;
+  for (int i = 0; i < 5; ++i) {
+    simulation.advance();
+    const Dict update = simulation.step_situation();
+    const Dict* units = follow(&update, {"Situation", "SituationSides", "red", "SideReal", "ActiveUnits"});
+    collect_deleted(units, "Weapon", weapons);
+    collect_deleted(follow(units, {"Ship", "boat", "ActiveUnit", "Mounts", "boat-mount-1"}), "WeaponRecs", records);
+  }
+  EXPECT_EQ(records, std::set<std::string>{"boat-load-1"});
+  EXPECT_EQ(weapons, (std::set<std::string>{"weapon#1", "weapon#2", "weapon#3", "weapon#4"}));
+  EXPECT_TRUE(unit_of(simulation, "boat").mounts[0].records.empty());
+}
+
+TEST(Records, what_is_lost_is_deleted_in_one_place) {
+  Simulation simulation = battle(5);
+  simulation.initial_situation();
+  std::set<std::string> deleted;
+  while (!simulation.ended()) {
+    simulation.advance();
+    const Dict update = simulation.step_situation();
+    for (const auto& [id, side] : update.at_dict("Situation").at_dict("SituationSides")) {
+      const Dict* positions = follow(&side.as_dict(), {"SidePosition"});
+      const Dict* basic = follow(&side.as_dict(), {"Side", "mapdel", "ActiveUnitsInfo"});
+      EXPECT_TRUE(basic == nullptr && (positions == nullptr || !positions->contains("mapdel")));
+      for (const char* category : {"Aircraft", "Ship", "Submarine", "Facility"}) {
+        collect_deleted(follow(&side.as_dict(), {"SideReal", "ActiveUnits"}), category, deleted);
+      }
+    }
+  }
+  const std::vector<std::string>& lost = simulation.world().destroyed;
+  EXPECT_EQ(deleted, (std::set<std::string>(lost.begin(), lost.end())));
+}
+
+TEST(Records, new_contacts_and_detections_are_told_once_an_advance) {
+  Simulation simulation = play(scenario_json({unit_json("ship", "Destroyer", 20, 150, {{"radar", true}})},
+                                             {unit_json("jet", "Fighter", 20, 151)}),
+                               60);
+  simulation.initial_situation();
+  simulation.advance();
+  const Dict first = simulation.step_situation().at_dict("Situation").at_dict("SituationSides").at_dict("red");
+  const Dict& message = first.at_dict("SideKeyMsg").at_list("3").at(0).as_dict();
+  EXPECT_EQ(message.at_text("ID"), "contact#1");
+  EXPECT_TRUE(message.contains("Type") && message.contains("Lon"));
+  const List& detections = first.at_dict("SideKeyMsg").at_list("7").at(0).as_dict().at_list("LastDetectionList");
+  ASSERT_EQ(detections.size(), 1U);
+  EXPECT_EQ(detections.at(0).as_dict().at_text("ContactID"), "contact#1");
+  EXPECT_NEAR(detections.at(0).as_dict().at_real("Range"), 104'647, 100);
+  simulation.advance();
+  const Dict second = simulation.step_situation().at_dict("Situation").at_dict("SituationSides").at_dict("red");
+  EXPECT_FALSE(second.at_dict("SideKeyMsg").contains("3"));
+}
+
+}  // namespace
+}  // namespace tessra::sim

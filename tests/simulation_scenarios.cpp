@@ -1,0 +1,97 @@
+#include "simulation_fixture.h"
+
+namespace tessra::sim {
+namespace {
+
+std::string mistake_in(const Dict& json) {
+  const TestFolder folder;
+  try {
+    Simulation::load(folder.write("broken.json", json));
+  } catch (const ScenarioError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+Dict& unit_at(Dict& json, std::size_t side, std::size_t unit) {
+  Dict& side_json = json.find_list("sides")->at(side).as_dict();
+  return side_json.find_list("units")->at(unit).as_dict();
+}
+
+class ScenarioMistake : public ::testing::Test {
+ protected:
+  Dict json_ = scenario_json({unit_json("red-1", "Fighter", 20, 150), unit_json("red-2", "Air base", 20, 150)},
+                             {unit_json("blue-1", "Frigate", 20, 151)});
+  Dict& side(std::size_t index) { return json_.find_list("sides")->at(index).as_dict(); }
+};
+
+TEST_F(ScenarioMistake, names_file_and_place_of_a_bad_value) {
+  unit_at(json_, 0, 1).set("lat", 95);
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].lat: 95 is not in -89 to 89");
+  unit_at(json_, 0, 1).set("lat", "north");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].lat: must be a number, is string");
+  unit_at(json_, 0, 1).erase("lat");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].lat: is missing");
+  unit_at(json_, 0, 1).set("lat", 20);
+  unit_at(json_, 0, 1).set("latt", 20);
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].latt: unknown field");
+}
+
+TEST_F(ScenarioMistake, references_must_lead_somewhere) {
+  unit_at(json_, 1, 0).set("platform", "Galleon");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].platform: there is no platform 'Galleon'");
+  unit_at(json_, 1, 0).set("platform", "Frigate");
+  unit_at(json_, 0, 0).set("base", "blue-1");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[0].base: is no unit of this side");
+  unit_at(json_, 0, 0).set("base", "red-1");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[0].base: cannot be a base");
+  unit_at(json_, 0, 0).erase("base");
+  side(1).set("postures", Dict{{"green", 1}});
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].postures.green: is no other side");
+}
+
+TEST_F(ScenarioMistake, ids_are_used_once_and_kept_apart_from_made_ones) {
+  unit_at(json_, 1, 0).set("id", "red-1");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].id: is used twice");
+  unit_at(json_, 1, 0).set("id", "weapon#1");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].id: '#' is kept for ids made in an episode");
+}
+
+TEST_F(ScenarioMistake, strike_missions_need_targets_the_side_knows) {
+  const Dict mission{{"id", "m"}, {"name", "M"}, {"kind", "strike"}, {"targets", List{"blue-1"}}};
+  side(0).set("missions", List{mission});
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].missions[0].targets[0]: is not among the side's known units");
+  side(0).set("known", List{"blue-1"});
+  EXPECT_EQ(mistake_in(json_), "");
+}
+
+TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
+  const TestFolder folder;
+  folder.write("bad.json", {{"platforms", Dict{{"Raft", Dict{{"kind", "raft"}}}}}});
+  json_.set("platforms", List{"bad.json"});
+  try {
+    Simulation::load(folder.write("broken.json", json_));
+    FAIL() << "no error";
+  } catch (const ScenarioError& error) {
+    EXPECT_STREQ(error.what(), "bad.json: platforms.Raft.kind: 'raft' is not known here");
+  }
+  EXPECT_THROW(Simulation::load(folder.path() / "absent.json"), ScenarioError);
+}
+
+TEST(Scenarios, shipped_ones_are_found_and_load) {
+  const std::vector<std::string> names = scenario_names(kScenarios);
+  EXPECT_EQ(names, (std::vector<std::string>{"skirmish", "strait"}));
+  const Simulation strait = play_shipped("strait", 30);
+  EXPECT_GE(strait.world().units.size(), 40U);
+  EXPECT_TRUE(scenario_names(kScenarios / "absent").empty());
+}
+
+TEST(Scenarios, friends_are_the_sides_that_are_friendly_toward_a_side) {
+  const Dict sides = play_shipped("strait", 30).sides_info();
+  EXPECT_EQ(sides.at_dict("side-1"), (Dict{{"Name", "红方"}, {"Friend", List{"side-3"}}}));
+  EXPECT_EQ(sides.at_dict("side-2").at_list("Friend").size(), 0U);
+  EXPECT_EQ(sides.at_dict("side-3").at_list("Friend"), List{"side-1"});
+}
+
+}  // namespace
+}  // namespace tessra::sim
