@@ -48,8 +48,16 @@ std::string error_text(const std::exception_ptr& error) {
 
 namespace {
 
+/// The type an error was thrown as; `std::throw_with_nested` wraps it in one of its own.
+std::string type_name(const std::exception& error) {
+  constexpr std::string_view kWrapper = "std::_Nested_exception<";
+  std::string name = demangle(typeid(error).name());
+  if (name.starts_with(kWrapper)) name = name.substr(kWrapper.size(), name.size() - kWrapper.size() - 1);
+  return name;
+}
+
 void append_cause(std::string& text, const std::exception& error) {
-  text += demangle(typeid(error).name());
+  text += type_name(error);
   text += ": ";
   text += error.what();
   if (const auto* own = dynamic_cast<const Error*>(&error)) {

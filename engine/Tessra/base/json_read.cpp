@@ -89,8 +89,10 @@ class TreeBuilder {
   Value build_any(Source& source, std::size_t depth) {
     switch (checked(source.type())) {
       case ondemand::json_type::object:
+        check_depth(depth + 1);
         return build_dict(checked(source.get_object()), depth + 1);
       case ondemand::json_type::array:
+        check_depth(depth + 1);
         return build_list(checked(source.get_array()), depth + 1);
       case ondemand::json_type::string:
         return build_text(source);
@@ -106,7 +108,6 @@ class TreeBuilder {
   }
 
   Value build_dict(ondemand::object object, std::size_t depth) {
-    check_depth(depth);
     Dict dict;
     for (auto entry : object) {
       ondemand::field field = checked(std::move(entry));
@@ -119,7 +120,6 @@ class TreeBuilder {
   }
 
   Value build_list(ondemand::array array, std::size_t depth) {
-    check_depth(depth);
     List list;
     for (auto entry : array) {
       ondemand::value value = checked(std::move(entry));

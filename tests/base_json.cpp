@@ -1,0 +1,199 @@
+// JSON in and out: what is refused and where, what is kept exactly, and round trips of random trees.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "Tessra/base/json_read.h"
+#include "Tessra/base/json_write.h"
+
+namespace tessra {
+namespace {
+
+TEST(JsonRead, KeepsKindsAndOrder) {
+  const Value value = read_json(R"( {"b": [null, true, -7, 2.0, 1E2], "a": {}, "b2": "\u00e9\n\ud83d\ude00\u0000"} )");
+  EXPECT_EQ(value.to_text(),
+            "{'b': [None, True, -7, 2.0, 100.0], 'a': {}, 'b2': '\u00e9\n\U0001F600" + std::string(1, '\0') + "'}");
+  EXPECT_EQ(read_json(R"({"a": 1, "b": 2, "\u0061": 3})").to_text(), "{'a': 3, 'b': 2}");
+  EXPECT_EQ(read_json("-9223372036854775808").as_integer(), INT64_MIN);
+  EXPECT_EQ(read_json("[9223372036854775807]").as_list().at(0).as_integer(), INT64_MAX);
+}
+
+TEST(JsonRead, RealsAreTheNearestOfAnyLength) {
+  for (const char* text :
+       {"0.1", "12345678901234567890.5", "0.1234567890123456789012345", "1e23", "9007199254740993.0000000001",
+        "-0.500000000000000166533453693773481063544750213623046875", "4.9406564584124654e-324",
+        "2.2250738585072011e-308", "100000000000000000000000000000000.0E-10"}) {
+    EXPECT_EQ(read_json(text).as_real(), std::strtod(text, nullptr)) << text;
+    EXPECT_EQ(read_json("[" + std::string(text) + ",1]").as_list().at(0).as_real(), std::strtod(text, nullptr)) << text;
+  }
+}
+
+struct Fault {
+  std::string text;
+  const char* what;
+  std::size_t offset, line, column;
+};
+
+TEST(JsonRead, ReportsEveryFaultWithItsPlace) {
+  const Fault faults[] = {
+      {"", "no JSON", 0, 1, 1},
+      {" \n ", "no JSON", 0, 1, 1},
+      {"[1,\n 2,]", "commas", 7, 2, 4},
+      {"[1 2]", "commas", 3, 1, 4},
+      {"{\"a\" 1}", "commas", 5, 1, 6},
+      {"{\"a\":1 \"b\":2}", "commas", 7, 1, 8},
+      {"{1:2}", "commas", 1, 1, 2},
+      {"[NaN]", "structure", 1, 1, 2},
+      {"[1,2}", "does not end", 5, 1, 6},
+      {"{\"a\":[1", "does not end", 7, 1, 8},
+      {"[1] x", "does not end", 5, 1, 6},
+      {"[1]]", "after the value", 3, 1, 4},
+      {"\"a\" 1", "after the value", 4, 1, 5},
+      {"{\"a\":\n[tru]}", "unknown word", 7, 2, 2},
+      {"nulls", "unknown word", 0, 1, 1},
+      {"[01]", "no valid number", 1, 1, 2},
+      {"{\"a\": -}", "no valid number", 6, 1, 7},
+      {"[1.]", "no valid number", 1, 1, 2},
+      {"[1e400]", "no valid number", 1, 1, 2},
+      {"[9223372036854775808]", "beyond 64 bits", 1, 1, 2},
+      {"-9223372036854775809", "beyond 64 bits", 0, 1, 1},
+      {"[123456789012345678901234567890]", "beyond 64 bits", 1, 1, 2},
+      {"[1,\"\\x\"]", "invalid escape", 3, 1, 4},
+      {"[\"\\ud800\"]", "invalid escape", 1, 1, 2},
+      {"[\"\\udc00\"]", "invalid escape", 1, 1, 2},
+      {"[\"\\ud800\\u0041\"]", "invalid escape", 1, 1, 2},
+      {"{\n\"\\u12\":1}", "invalid escape", 2, 2, 1},
+      {"[\"ok\\\"\",\"tab\there\"]", "escaped", 12, 1, 13},
+      {"[1,\"never closed", "closed", 3, 1, 4},
+      {"[\"\xc3\xa9\xff\"]", "UTF-8", 4, 1, 5},
+      {"[\"\xed\xa0\x80\"]", "UTF-8", 2, 1, 3},
+      {"[\"\xe2\x82\"]", "UTF-8", 2, 1, 3},
+  };
+  for (const Fault& fault : faults) {
+    try {
+      ADD_FAILURE() << fault.text << " was read as " << read_json(fault.text);
+    } catch (const JsonError& error) {
+      EXPECT_THAT(error.what(), testing::HasSubstr(fault.what)) << fault.text;
+      EXPECT_EQ(error.place.offset, fault.offset) << fault.text << ": " << error.what();
+      EXPECT_THAT(error.what(), testing::EndsWith("at line " + std::to_string(fault.line) + ", column " +
+                                                  std::to_string(fault.column)));
+    }
+  }
+}
+
+TEST(JsonRead, HoldsItsLimitsAndWorksOnAfterThem) {
+  JsonReader reader({.max_bytes = 20, .max_depth = 3});
+  EXPECT_EQ(reader.read("[[[1]],{\"a\":{}}]").as_list().size(), 2u);
+  EXPECT_THAT([&] { reader.read("[[],[[[1]]]]"); }, testing::ThrowsMessage<JsonError>(testing::HasSubstr("column 7")));
+  EXPECT_THAT([&] { reader.read(std::string(21, ' ')); }, testing::ThrowsMessage<JsonError>(testing::HasSubstr("20")));
+  EXPECT_EQ(reader.read("7"), 7);
+  EXPECT_THROW(read_json(std::string(100'000, '[')), JsonError);
+}
+
+TEST(JsonWrite, EscapesAndIndents) {
+  const Value value = Dict{{7, List{}}, {"q\"\\", List{1, "\x01\n\xc3\xa9"}}};
+  EXPECT_EQ(write_json(value), "{\"7\":[],\"q\\\"\\\\\":[1,\"\\u0001\\n\xc3\xa9\"]}");
+  EXPECT_EQ(write_json(value.as_dict().at_list("q\"\\"), JsonStyle::pretty), "[\n  1,\n  \"\\u0001\\n\xc3\xa9\"\n]");
+}
+
+TEST(JsonWrite, RefusesWhatJsonCannotSay) {
+  List cycle;
+  cycle.push_back(cycle);
+  EXPECT_THROW(write_json(cycle), LimitError);
+  cycle.truncate(0);
+  for (const Value& value : {Value(std::make_shared<int>(1)), Value(std::nan("")), Value(List{-HUGE_VAL})}) {
+    EXPECT_THROW(write_json(value), ConversionError) << value;
+  }
+}
+
+class RandomTree {
+ public:
+  explicit RandomTree(std::uint64_t seed) : random_(seed) {}
+
+  Value make(int depth) {
+    switch (random_() % (depth > 0 ? 8 : 6)) {
+      case 0:
+        return Value();
+      case 1:
+        return random_() % 2 == 0;
+      case 2:
+        return static_cast<std::int64_t>(random_() >> random_() % 64);
+      case 3:
+        return real();
+      case 4:
+      case 5:
+        return text();
+      case 6: {
+        List list;
+        for (auto left = random_() % 6; left > 0; --left) list.push_back(make(depth - 1));
+        return list;
+      }
+      default: {
+        Dict dict;
+        for (auto left = random_() % 12; left > 0; --left) dict.set(text(), make(depth - 1));
+        return dict;
+      }
+    }
+  }
+
+ private:
+  /// Any finite real, most of them with all their digits.
+  double real() {
+    const std::uint64_t bits = random_();
+    double real;
+    std::memcpy(&real, &bits, sizeof(real));
+    return std::isfinite(real) ? real : 0.5;
+  }
+  std::string text() {
+    const char* const pieces[] = {
+        "a", "Name", "\"", "\\", "\n", "\t", "\x1f", "\xe6\x80\x81", " ", "", "\xf0\x9f\x98\x80"};
+    std::string text;
+    for (auto left = random_() % 5; left > 0; --left) text += pieces[random_() % std::size(pieces)];
+    return text;
+  }
+  std::mt19937_64 random_;
+};
+
+TEST(Json, RandomTreesComeBackWithTheirKindsAndOrder) {
+  RandomTree trees(11);
+  JsonReader reader;
+  for (int i = 0; i < 500; ++i) {
+    const Value tree = trees.make(4);
+    for (const JsonStyle style : {JsonStyle::compact, JsonStyle::pretty}) {
+      const Value back = reader.read(write_json(tree, style));
+      ASSERT_EQ(back, tree);
+      ASSERT_EQ(back.to_text(), tree.to_text());  // equality alone would pass over 1 for 1.0, and over order
+    }
+  }
+}
+
+TEST(JsonFile, IsWrittenWholeAndItsFaultsNameThePath) {
+  const auto folder = std::filesystem::temp_directory_path() / "tessra_base_json";
+  std::filesystem::create_directory(folder);
+  const auto path = folder / "record.json";
+  write_json_file(path, Dict{{"a", 1.0}});
+  EXPECT_EQ(read_json_file(path).to_text(), "{'a': 1.0}");
+  EXPECT_THROW(write_json_file(path, std::nan("")), ConversionError);
+  EXPECT_EQ(read_json_file(path).to_text(), "{'a': 1.0}") << "a failed write leaves the file as it was";
+  EXPECT_THROW(write_json_file(folder / "missing" / "x.json", 1), Error);
+
+  std::ofstream(path) << "[1,\n]";
+  EXPECT_THAT([&] { read_json_file(path); },
+              testing::ThrowsMessage<JsonError>(
+                  testing::AllOf(testing::StartsWith(path.string()), testing::EndsWith("at line 2, column 1"))));
+  std::ofstream(path, std::ios::trunc).close();
+  EXPECT_THROW(read_json_file(path), JsonError);
+  for (const auto& unreadable : {folder, folder / "missing.json"}) {
+    EXPECT_THAT([&] { read_json_file(unreadable); }, testing::ThrowsMessage<Error>(testing::StartsWith("cannot read")));
+  }
+  std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace tessra
