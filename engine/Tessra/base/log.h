@@ -1,7 +1,5 @@
 #pragma once
 
-#include <spdlog/common.h>
-
 #include <memory>
 #include <string>
 #include <string_view>

@@ -38,7 +38,7 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
           agent->step_rl(time_elapsed, situation, records);
         }
       };
-      const bool succeeded = call_agent(decide, LogLevel::info, [&](const auto& error) {
+      const bool succeeded = call_agent(agent, decide, LogLevel::info, [&](const auto& error) {
         return fmt::format("智能体初始化代码出错, 推演方: {}, 智能体名:{} 错误信息:{}", agent->Side(), name, error);
       });
       if (!succeeded) return get_game_result(agent->Side());

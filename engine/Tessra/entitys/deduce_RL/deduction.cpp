@@ -18,12 +18,6 @@ Deduction::Deduction(Dict game_config, Seams seams)
 
 namespace {
 
-/// The keys of `simulate`; every value is stored unchanged.
-struct SimulateKey {
-  std::string_view key;
-  Value Settings::*attribute;
-};
-
 constexpr SimulateKey kSimulateKeys[] = {
     {"process_id", &Settings::process_id},
     {"main_client", &Settings::is_main_client},
@@ -45,6 +39,12 @@ constexpr SimulateKey kSimulateKeys[] = {
     {"save_result", &Settings::save_result},
 };
 
+}  // namespace
+
+std::span<const SimulateKey> simulate_keys() { return kSimulateKeys; }
+
+namespace {
+
 void take(const Dict& section, std::string_view key, Value& attribute) {
   if (const Value* value = section.find(key)) attribute = *value;
 }
@@ -56,7 +56,7 @@ void Deduction::config_values(Dict game_config) {
   Dict section = is_ai_apply ? game_config : game_config.at_dict("game_server");
 
   const Dict simulate = section.at_dict("simulate");
-  for (const SimulateKey& entry : kSimulateKeys) take(simulate, entry.key, this->*entry.attribute);
+  for (const SimulateKey& entry : simulate_keys()) take(simulate, entry.key, this->*entry.attribute);
 
   const Dict server = section.at_dict("server");
   take(server, "room_id", room_id);

@@ -126,6 +126,9 @@ class Deduction : public Settings, public EpisodeState {
   /// is asked has no `TotalScore`.
   BatResult get_game_result(std::string_view error_side = "");
 
+  /// The agent whose error reached the host from the last `reset` or `step`; null when the error was not an agent's.
+  std::shared_ptr<const Agent> failed_agent() const { return agent_in_call_; }
+
   // ---- The situation model: elements --------------------------------------------------------------------------
 
   /// Builds the object of a kind, gives it its attributes and registers it. False when the kind is none of the
@@ -196,7 +199,7 @@ class Deduction : public Settings, public EpisodeState {
   void equip_agent(Agent& agent, Dict& entry, const std::string& agent_type, bool is_rule_agent);
   /// Calls into an agent: bare while testing, else guarded, with the trace on standard error and the message in the
   /// log. False when the agent failed.
-  bool call_agent(const std::function<void()>& call, LogLevel level,
+  bool call_agent(const std::shared_ptr<Agent>& agent, const std::function<void()>& call, LogLevel level,
                   const std::function<std::string(const std::string& error)>& message);
 
   void report_finished_episode(double start);
@@ -307,6 +310,7 @@ class Deduction : public Settings, public EpisodeState {
                         std::vector<std::string>& deleted);
 
   Seams seams_;
+  std::shared_ptr<const Agent> agent_in_call_;
   Value game_value_;                 // the service client as elements carry it
   std::shared_ptr<Deduction> link_;  // does not own; agents' callbacks hold it weakly
 };

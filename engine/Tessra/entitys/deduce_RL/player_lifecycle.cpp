@@ -6,10 +6,12 @@
 
 namespace tessra {
 
-bool Deduction::call_agent(const std::function<void()>& call, LogLevel level,
+bool Deduction::call_agent(const std::shared_ptr<Agent>& agent, const std::function<void()>& call, LogLevel level,
                            const std::function<std::string(const std::string& error)>& message) {
   if (is_testing.truthy()) {
+    agent_in_call_ = agent;
     call();
+    agent_in_call_ = nullptr;
     return true;
   }
   return guarded(call, [&](const std::exception_ptr& error) {
@@ -43,7 +45,7 @@ std::optional<BatResult> Deduction::player_init() {
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
       const bool succeeded = call_agent(
-          [&] { agent->initial(situation); }, LogLevel::info,
+          agent, [&] { agent->initial(situation); }, LogLevel::info,
           [&](const auto& error) {
             return fmt::format("智能体初始化代码出错, 推演方: {}, 智能体名:{} 错误信息:{}", agent->Side(), name, error);
           });
@@ -60,12 +62,12 @@ std::optional<BatResult> Deduction::agents_end() {
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
       agent->update_constant_attribute(*player);
-      const bool succeeded =
-          call_agent([&] { agent->deduction_end(); }, LogLevel::info,
-                     [&](const auto& error) {
-                       return fmt::format("智能体deduction_end代码出错, 推演方: {}, 智能体名:{} 错误信息:{}",
-                                          agent->Side(), name, error);
-                     });
+      const bool succeeded = call_agent(
+          agent, [&] { agent->deduction_end(); }, LogLevel::info,
+          [&](const auto& error) {
+            return fmt::format("智能体deduction_end代码出错, 推演方: {}, 智能体名:{} 错误信息:{}", agent->Side(), name,
+                               error);
+          });
       if (!succeeded) return get_game_result(agent->Side());
     }
   }
@@ -78,11 +80,11 @@ std::variant<bool, BatResult> Deduction::agents_check_end() {
       const std::string name = agent->agent_type;
       agent->update_constant_attribute(*player);
       bool done = false;
-      const bool succeeded =
-          call_agent([&] { done = agent->is_done(); }, LogLevel::error,
-                     [&](const auto& error) {
-                       return fmt::sprintf("推演方-%s, 智能体-%s, is_done函数调用出错，%s", agent->Side(), name, error);
-                     });
+      const bool succeeded = call_agent(
+          agent, [&] { done = agent->is_done(); }, LogLevel::error,
+          [&](const auto& error) {
+            return fmt::sprintf("推演方-%s, 智能体-%s, is_done函数调用出错，%s", agent->Side(), name, error);
+          });
       if (!succeeded) return get_game_result(agent->Side());
       if (done) {
         log_only(LogLevel::info,

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 #include "Tessra/base/log.h"
 #include "Tessra/base/value.h"
@@ -67,5 +69,14 @@ struct Settings {
   Value import_agent_side = "";
   Value agent_file_path = "";
 };
+
+/// A key of the configuration's `simulate` section; its value is stored unchanged.
+struct SimulateKey {
+  std::string_view key;
+  Value Settings::*attribute;
+};
+
+/// All keys of the `simulate` section, in the order they are read.
+std::span<const SimulateKey> simulate_keys();
 
 }  // namespace tessra

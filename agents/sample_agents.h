@@ -1,0 +1,10 @@
+#pragma once
+
+#include "Tessra/entitys/agent_class.h"
+
+namespace tessra {
+
+/// Makes the sample agents known by name: "idle".
+void register_sample_agents(AgentRegistry& registry);
+
+}  // namespace tessra

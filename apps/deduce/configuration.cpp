@@ -1,0 +1,146 @@
+#include "apps/deduce/configuration.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "Tessra/base/json_read.h"
+#include "Tessra/entitys/agent_class.h"
+#include "Tessra/entitys/deduce_RL/settings.h"
+#include "Tessra/entitys/gameenvs/data_directory.h"
+#include "apps/deduce/exit_status.h"
+
+namespace tessra::app {
+
+namespace {
+
+Dict read_object(const std::filesystem::path& file) {
+  if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + file.string());
+  try {
+    Value value = read_json_file(file);
+    if (!value.is_dict()) throw InputError(file.string() + ": a JSON object is required");
+    return value.as_dict();
+  } catch (const JsonError& error) {
+    throw InputError(error.what());
+  }
+}
+
+/// The dictionary under the key, added when absent.
+Dict child(Dict parent, std::string_view key) {
+  if (!parent.contains(key)) parent.set(key, Dict());
+  Value& value = parent.at(key);
+  if (!value.is_dict()) throw InputError("configuration: '" + std::string(key) + "' must be an object");
+  return value.as_dict();
+}
+
+/// The folder of scenario files the configuration leads to; none when its service is not the embedded one.
+std::optional<std::filesystem::path> scenario_folder(const Dict& server) {
+  constexpr std::string_view kScheme = "embedded:";
+  const std::string url = server.contains("url") ? server.at("url").to_text() : std::string(kScheme);
+  if (!url.starts_with(kScheme)) return std::nullopt;
+  if (url.size() > kScheme.size()) return url.substr(kScheme.size());
+  return data_directory() / "scenarios";
+}
+
+void choose_scenario(const RunOptions& options, Dict simulate, Dict server) {
+  if (options.scenario.ends_with(".json")) {
+    const std::filesystem::path file = std::filesystem::absolute(options.scenario);
+    if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + options.scenario);
+    server.set("url", "embedded:" + file.parent_path().string());
+    simulate.set("scenario", file.stem().string());
+  } else if (!options.scenario.empty()) {
+    simulate.set("scenario", options.scenario);
+  } else if (!simulate.non_empty("scenario")) {
+    simulate.set("scenario", "strait");
+  }
+}
+
+/// Agents for a configuration that has none: those the scenario's author suggests.
+void choose_agents(Dict config, const Dict& scenario) {
+  if (config.contains("rule_config") || engine_section(config).contains("RL_agents")) return;
+  if (const Dict* agents = scenario.find_dict("agents")) config.set("rule_config", *agents);
+}
+
+std::size_t edit_distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t substituted = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = std::exchange(row[j + 1], std::min({row[j] + 1, row[j + 1] + 1, substituted}));
+    }
+  }
+  return row[b.size()];
+}
+
+}  // namespace
+
+Dict read_configuration(const std::filesystem::path& file) { return read_object(file); }
+
+Dict engine_section(Dict config) {
+  Dict section = child(config, "game_server");
+  child(section, "simulate");
+  child(section, "server");
+  return section;
+}
+
+Dict run_configuration(const RunOptions& options) {
+  Dict config = options.config.empty() ? Dict() : read_configuration(options.config);
+  if (config.non_empty("is_ai_apply")) {
+    throw InputError("this configuration is for a scheduling client (is_ai_apply); use 'deduce apply'");
+  }
+  const Dict section = engine_section(config);
+  Dict simulate = section.at_dict("simulate");
+  Dict server = section.at_dict("server");
+  if (options.seed) server.set("seed", *options.seed);
+  if (options.episodes) simulate.set("episodes", *options.episodes);
+  if (!options.record.empty()) server.set("record", options.record);
+  choose_scenario(options, simulate, server);
+  if (const auto folder = scenario_folder(server)) {
+    const std::filesystem::path file = *folder / (simulate.at("scenario").to_text() + ".json");
+    if (!std::filesystem::is_regular_file(file)) {
+      throw InputError("no scenario '" + simulate.at("scenario").to_text() + "' in " + folder->string() +
+                       "; 'deduce scenarios' lists those there are");
+    }
+    choose_agents(config, read_object(file));
+  }
+  return config;
+}
+
+std::vector<std::string> misspelt_keys(const Dict& config) {
+  std::vector<std::string> lines;
+  for (auto [key, value] : engine_section(config).at_dict("simulate")) {
+    const std::string name = key.to_text();
+    const auto known = simulate_keys();
+    if (std::ranges::any_of(known, [&](const SimulateKey& entry) { return entry.key == name; })) continue;
+    const auto nearest =
+        std::ranges::min_element(known, {}, [&](const SimulateKey& entry) { return edit_distance(entry.key, name); });
+    lines.push_back("unknown key simulate." + name + " has no effect; did you mean " + std::string(nearest->key) + "?");
+  }
+  return lines;
+}
+
+namespace {
+
+Value plain(const Value& value) {
+  if (const auto agent_class = value.if_host<AgentClass>()) return agent_class->name();
+  if (const Dict* dict = value.if_dict()) return without_host_objects(*dict);
+  if (const List* list = value.if_list()) {
+    List copy;
+    for (const Value& entry : *list) copy.push_back(plain(entry));
+    return copy;
+  }
+  return value.kind() == Kind::host ? Value() : value;
+}
+
+}  // namespace
+
+Dict without_host_objects(const Dict& config) {
+  Dict copy;
+  for (auto [key, value] : config) {
+    if (Value entry = plain(value); !entry.is_none() || value.is_none()) copy.set(key, entry);
+  }
+  return copy;
+}
+
+}  // namespace tessra::app

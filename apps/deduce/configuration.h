@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Tessra/base/value.h"
+
+namespace tessra::app {
+
+/// What the command line says about a run; what is set beats the configuration file.
+struct RunOptions {
+  std::string scenario;  ///< a stem among the shipped scenarios, or a scenario file
+  std::string config;
+  std::optional<std::int64_t> episodes;
+  std::optional<std::int64_t> seed;
+  std::string log;
+  std::string record;
+  bool json = false;
+  bool quiet = false;
+};
+
+/// The game configuration of a run, standard mode: the file's, or an empty one, completed by the options. The scenario
+/// defaults to `strait`; a configuration without agents gets those its scenario file names under `agents`. Throws
+/// `InputError`.
+Dict run_configuration(const RunOptions& options);
+
+/// Reads a configuration file. Throws `InputError`.
+Dict read_configuration(const std::filesystem::path& file);
+
+/// The engine section of a standard-mode configuration, with `simulate` and `server` in it. Throws `InputError`.
+Dict engine_section(Dict config);
+
+/// One line for every key of `simulate` that the engine does not know, with the key that was probably meant.
+std::vector<std::string> misspelt_keys(const Dict& config);
+
+/// A copy without host objects: agent classes become their names, anything else is left out.
+Dict without_host_objects(const Dict& config);
+
+}  // namespace tessra::app

@@ -1,0 +1,44 @@
+#include "apps/deduce/progress.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "Tessra/base/seams.h"
+
+namespace tessra::app {
+
+namespace {
+
+double now() {
+  static const auto clock = real_clock();
+  return clock->now();
+}
+
+}  // namespace
+
+Progress::Progress(bool wanted) : active_(wanted && ::isatty(STDERR_FILENO) != 0) {}
+
+void Progress::start_episode(std::int64_t episode, std::int64_t episodes) {
+  episode_ = episode;
+  episodes_ = episodes;
+  started_ = now();
+  shown_ = 0;
+}
+
+void Progress::show(std::int64_t steps, double simulated) {
+  constexpr double kEvery = 0.1;  // wall-clock seconds
+  if (!active_ || now() - shown_ < kEvery) return;
+  shown_ = now();
+  const auto seconds = static_cast<std::int64_t>(simulated);
+  fmt::print(stderr, "\r\x1b[Kepisode {}/{}  {}:{:02}:{:02}  {:.0f} steps/s", episode_, episodes_, seconds / 3600,
+             seconds / 60 % 60, seconds % 60, static_cast<double>(steps) / (shown_ - started_ + 1e-9));
+  std::fflush(stderr);
+}
+
+void Progress::clear() {
+  if (!active_) return;
+  fmt::print(stderr, "\r\x1b[K");
+  std::fflush(stderr);
+}
+
+}  // namespace tessra::app

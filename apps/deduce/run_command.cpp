@@ -1,0 +1,131 @@
+#include "apps/deduce/run_command.h"
+
+#include <fmt/format.h>
+#include <spdlog/logger.h>
+#include <spdlog/sinks/null_sink.h>
+
+#include "Tessra/base/guard.h"
+#include "Tessra/base/json_write.h"
+#include "Tessra/base/log_file.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "apps/deduce/exit_status.h"
+#include "apps/deduce/interrupt.h"
+#include "apps/deduce/progress.h"
+#include "apps/deduce/results.h"
+
+namespace tessra::app {
+
+namespace {
+
+/// The engine always gets a sink: without a log file one that drops everything, so that nothing is printed.
+LogSink make_log(const std::string& file) {
+  auto output = file.empty() ? std::make_shared<spdlog::sinks::null_sink_mt>() : log_file_output(file);
+  auto log = std::make_shared<spdlog::logger>("deduce", std::move(output));
+  log->set_level(spdlog::level::info);
+  return log;
+}
+
+std::string_view reset_failure(int code) {
+  switch (code) {
+    case 0:
+      return "no connection to the simulation service";
+    case -1:
+      return "the service's room reset failed";
+    case -2:
+      return "the scenario does not exist or could not be loaded";
+    case -3:
+      return "no initial situation was received";
+    default:
+      return "the initial situation could not be processed";
+  }
+}
+
+class Run {
+ public:
+  explicit Run(const RunOptions& options) : options_(options), progress_(!options.quiet) {
+    Dict config = run_configuration(options);
+    for (const std::string& line : misspelt_keys(config)) fmt::print(stderr, "warning: {}\n", line);
+    Dict section = engine_section(config);
+    episodes_ =
+        section.at_dict("simulate").contains("episodes") ? section.at_dict("simulate").at_integer("episodes") : 1;
+    seed_ = section.at_dict("server").contains("seed") ? section.at_dict("server").at_integer("seed") : 1;
+    if (!options.record.empty()) {
+      std::filesystem::create_directories(options.record);
+      write_json_file(std::filesystem::path(options.record) / "config.json", without_host_objects(config),
+                      JsonStyle::pretty);
+    }
+    section.set("logger", make_log(options.log));
+    engine_ = std::make_unique<Deduction>(config);
+  }
+
+  int play() {
+    int status = kPlayed;
+    guarded([&] { status = play_episodes(); },
+            [&](const std::exception_ptr& error) {
+              progress_.clear();
+              report(error);
+              status = kFailed;
+            });
+    progress_.clear();
+    if (!options_.json && !options_.quiet) fmt::print("{}", result_table(played_));
+    return status;
+  }
+
+ private:
+  int play_episodes() {
+    for (std::int64_t episode = 1; episode <= episodes_; ++episode) {
+      progress_.start_episode(episode, episodes_);
+      if (const int code = engine_->reset(episode); code != 1) {
+        progress_.clear();
+        fmt::print(stderr, "error: episode {} did not start: {} ({})\n", episode, reset_failure(code), code);
+        return kFailed;
+      }
+      if (!play_steps()) return kInterrupted;
+      if (interrupted()) return kInterrupted;
+    }
+    return kPlayed;
+  }
+
+  /// False when the user interrupted.
+  bool play_steps() {
+    const auto clock = real_clock();
+    const double start = clock->now();
+    while (true) {
+      const StepOutcome outcome = engine_->step(Dict());
+      if (const auto* result = std::get_if<BatResult>(&outcome)) {
+        played_.push_back({*result, engine_->step_index, seed_, clock->now() - start});
+        if (options_.json) fmt::print("{}\n", json_line(played_.back()));
+        return true;
+      }
+      if (std::holds_alternative<std::monostate>(outcome)) throw Error("the service delivered no situation");
+      if (interrupted()) return false;
+      progress_.show(engine_->step_index, engine_->time_elapsed);
+    }
+  }
+
+  void report(const std::exception_ptr& error) {
+    if (const auto agent = engine_->failed_agent()) {
+      fmt::print(stderr, "error: agent '{}' of side '{}' failed: {}\n", agent->agent_type, agent->Side(),
+                 error_text(error));
+    } else {
+      fmt::print(stderr, "error: {}\n", error_text(error));
+    }
+    fmt::print(stderr, "{}\n", trace_text(error));
+  }
+
+  RunOptions options_;
+  Progress progress_;
+  std::int64_t episodes_ = 1;
+  std::int64_t seed_ = 1;
+  std::unique_ptr<Deduction> engine_;
+  std::vector<PlayedEpisode> played_;
+};
+
+}  // namespace
+
+int run_episodes(const RunOptions& options) {
+  catch_interrupts();
+  return Run(options).play();
+}
+
+}  // namespace tessra::app

@@ -1,0 +1,204 @@
+// Elements, views and the initial build.
+
+#include "Tessra/entitys/strikemission.h"
+#include "support/engine_fixture.h"
+
+namespace tessra::testing {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class InitialBuild : public EngineTest {};
+
+TEST_F(InitialBuild, joins_the_parts_of_a_side) {
+  start();
+  const Dict alpha = element("a1").attributes();
+  EXPECT_EQ(alpha.at("Fuel"), Value(1.0));
+  EXPECT_EQ(alpha.at("Lon"), Value(1.0));
+  EXPECT_EQ(alpha.at("ID"), Value("a1"));
+  EXPECT_TRUE(alpha.contains("Mounts")) << "the inner live record is flattened";
+  EXPECT_EQ(engine().init_units.at_dict("a1").at("Type"), Value(1));
+  EXPECT_TRUE(red().missions_obj.contains("Cap"));
+  EXPECT_EQ(element("m1").get_dict("Flight").size(), 2u);
+  EXPECT_FALSE(element("m1").has_attribute("Mission"));
+  EXPECT_EQ(engine().elements.at("r"), engine().players.at("红方"));
+  EXPECT_EQ(red().get_attribute("TotalScore"), Value(10.0));
+  EXPECT_EQ(red().units_of_name.at("Alpha 1")->guid(), "a1");
+  EXPECT_EQ(contacts().at_dict("c1").at("Side"), Value("蓝方")) << "sides of contacts are shown by name";
+  EXPECT_FALSE(engine().elements.contains("g1")) << "nobody plays the green side";
+  EXPECT_THAT(seams.console->printed, Contains("推演第1局处理初始化态势完成, 单元和任务总数:4"));
+}
+
+TEST_F(InitialBuild, shares_a_friends_contacts) {
+  start();
+  EXPECT_TRUE(contacts().contains("gc1")) << "unknown to red";
+  EXPECT_TRUE(contacts().contains("gc2")) << "red's own contact on that unit is older";
+  EXPECT_FALSE(contacts().contains("gc3")) << "it is red's own unit";
+  EXPECT_TRUE(contacts().at_dict("gc1").is(engine().friend_side_contacts.at_dict("g").at_dict("gc1")));
+  EXPECT_TRUE(red().get_dict("friend_side_units").at_dict("绿方").contains("g1"));
+  EXPECT_TRUE(blue().get_dict("Contacts").empty());
+}
+
+TEST_F(InitialBuild, keeps_the_better_own_contact) {
+  struct Case {
+    const char* own;
+    const char* theirs;
+    bool adopted;
+  };
+  const Case cases[] = {
+      {"{'IDStatus': 2, 'Age': 9}", "{'IDStatus': 1, 'Age': 1}", false},
+      {"{'IDStatus': 1, 'Age': 3}", "{'IDStatus': 1}", false},  // an absent age counts as 3
+      {"{'IDStatus': 1, 'Age': 4}", "{'IDStatus': 1}", true},
+      {"{'IDStatus': 1}", "{}", false},  // an absent status counts as 0
+      {"{}", "{}", true},
+  };
+  for (const Case& given : cases) {
+    Dict sides = server->initial.as_dict().at_dict("Situation").at_dict("SituationSides");
+    const auto set_quality = [](Dict contact, const char* quality) {
+      contact.erase("IDStatus");
+      contact.erase("Age");
+      contact.update(json(quality));
+    };
+    set_quality(sides.at_dict("r").at_dict("SideReal").at_dict("Contacts").at_dict("c1"), given.own);
+    set_quality(sides.at_dict("g").at_dict("SideReal").at_dict("Contacts").at_dict("gc2"), given.theirs);
+    ASSERT_EQ(engine().reset(1), 1);
+    EXPECT_EQ(contacts().contains("gc2"), given.adopted) << given.own << " against " << given.theirs;
+  }
+}
+
+TEST_F(InitialBuild, reports_every_gap_and_goes_on) {
+  Dict red_side = server->initial.as_dict().at_dict("Situation").at_dict("SituationSides").at_dict("r");
+  Dict active = red_side.at_dict("SideReal").at_dict("ActiveUnits");
+  active.set("Group", json("{'gr': {'Fuel': 0.0}}"));
+  active.at_dict("Aircraft").set("ghost", Dict());
+  red_side.at_dict("Side")
+      .at_dict("ActiveUnitsInfo")
+      .update(json(
+          "{'gr': {'Name': 'Group'}, 'odd': {'Name': 'Odd', 'UnitType': 5}, 'anon': {'UnitType': 2, 'Name': ''}}"));
+  red_side.at_dict("SidePosition").at_dict("Contacts").erase("c1");
+  start();
+  EXPECT_THAT(seams.console->printed,
+              ElementsAre("初始化态势出错！单元-ghost-在推演方-红方-实时动态信息中存在但没有基本信息!",
+                          "初始化态势出错！类别-Group-在推演方-红方-实时动态信息中存在但没有位置!",
+                          "初始化态势出错！单元-gr-在推演方-红方-实时动态信息中存在但没有位置!",
+                          "初始化态势出错！情报-Bogey-在推演方-红方-实时动态信息中存在但没有位置!",
+                          "初始化态势出错！单元-odd-在推演方-红方-未知UnitType值:5!",
+                          "Ship anon create but has no name!", "推演第1局处理初始化态势完成, 单元和任务总数:4",
+                          "第1局, 当前推演时间:60s, 智能体initial完成, 决策间隔:30s "));
+  EXPECT_FALSE(engine().elements.contains("gr")) << "a group without a position gets no UnitType";
+}
+
+TEST_F(InitialBuild, fails_with_a_message_on_an_empty_side) {
+  with_log();
+  server->initial.as_dict().at_dict("Situation").at_dict("SituationSides").at_dict("b").set("SideReal", Dict());
+  EXPECT_EQ(engine().reset(1), -4);
+  EXPECT_EQ(engine().error_room_flag, 1);
+  EXPECT_THAT(log->lines,
+              Contains("error: 推演第1局处理初始化态势失败，错误:初始全量态势，推演方-b-的SideReal没有有效值！"));
+  EXPECT_FALSE(engine().process_init_situation(json("{'ScenarioInfo': {'x': 1}, 'Situation': {}}")));
+  EXPECT_EQ(log->lines.back(), "error: 推演第1局处理初始化态势失败，收到态势为空！");
+}
+
+TEST_F(InitialBuild, derives_friends_from_postures) {
+  start();
+  engine().sides_info = Dict();
+  engine().get_sides_info_from_situation(
+      json("{'ScenarioInfo': {'SideInfo': {'r': {'Name': '红方', 'Postures': {'b': 3}},"
+           "'g': {'Name': '绿方', 'Postures': {'r': 1, 'b': 0}}}}}"));
+  EXPECT_EQ(Value(engine().sides_info),
+            Value(json("{'r': {'Name': '红方', 'Friend': ['g']}, 'g': {'Name': '绿方', 'Friend': []}}")));
+  EXPECT_EQ(engine().friend_side_set, TextSet{"g"});
+}
+
+class Elements : public EngineTest {};
+
+TEST_F(Elements, creation_answers_and_messages) {
+  start();
+  seams.console->printed.clear();
+  const Value named = json("{'Name': 'N'}");
+  EXPECT_FALSE(engine().create_element("x", named, ElementType::PatrolMission, "nobody"));
+  EXPECT_TRUE(engine().create_element("x", Dict(), ElementType::PatrolMission, "红方"));
+  EXPECT_TRUE(engine().create_element("x", named, ElementType::Aircraft, "nobody"));
+  EXPECT_TRUE(engine().create_element("x", Dict(), ElementType::Weapon, "nobody"));
+  EXPECT_TRUE(engine().create_element("x", json("{'Name': ''}"), ElementType::Aircraft, "红方"));
+  EXPECT_TRUE(engine().create_element("x", named, ElementType::Side, "nobody"));
+  EXPECT_FALSE(engine().create_element("x", named, static_cast<ElementType>(42), "红方"));
+  EXPECT_THAT(seams.console->printed,
+              ElementsAre("PatrolMission create but has no name!!!", "创建飞机-N-无推演方-nobody!",
+                          "创建武器--无推演方-nobody!", "Aircraft x create but has no name!",
+                          "创建推演方-nobody-无对应智能体!"));
+  EXPECT_FALSE(engine().elements.contains("x"));
+
+  EXPECT_TRUE(engine().create_element("x", named, ElementType::StrikeMission, "红方"));
+  EXPECT_TRUE(engine().create_element("y", named, ElementType::PatrolMission, "红方"));
+  EXPECT_EQ(red().missions_obj.at("N")->guid(), "y");
+  EXPECT_TRUE(engine().elements.contains("x"));
+  EXPECT_EQ(dynamic_cast<StrikeMission&>(element("x")).escort().at("_game_server").as_host<GameServer>(), server);
+}
+
+TEST_F(Elements, an_update_merges_dictionaries_and_refuses_unknown_names) {
+  with_log();
+  start();
+  log->lines.clear();
+  Element& alpha = element("a1");
+  alpha.set_attribute("AI", json("{'keep': 1, 'inner': {'a': 1}}"));
+  alpha.set_attribute("Navigator", json("{'old': 1}"));
+  alpha.set_attribute("Course", 7);
+  const Dict ai = alpha.get_dict("AI");
+  engine().update_element_info(
+      alpha, json("{'AI': {'inner': {'b': 2}}, 'Navigator': {'new': 2}, 'Course': {'now': 'a dictionary'},"
+                  "'Unheard': 1.5, 'mapdel': {}, 'Damage': 0.5}"));
+  EXPECT_EQ(alpha.get_attribute("AI"), Value(json("{'keep': 1, 'inner': {'a': 1, 'b': 2}}")));
+  EXPECT_TRUE(alpha.get_dict("AI").is(ai)) << "merged in place";
+  EXPECT_EQ(alpha.get_attribute("Navigator"), Value(json("{'new': 2}")));
+  EXPECT_EQ(alpha.get_attribute("Course"), Value(json("{'now': 'a dictionary'}")));
+  EXPECT_EQ(alpha.get_attribute("Damage"), Value(0.5)) << "known by its default";
+  EXPECT_FALSE(alpha.has_attribute("mapdel"));
+  EXPECT_THAT(log->lines, ElementsAre("error: type Aircraft have no attribute Unheard, value real"));
+}
+
+TEST_F(Elements, the_checking_assignment_stores_known_names_only) {
+  with_log();
+  start();
+  log->lines.clear();
+  FIRST_TEST = true;
+  engine().set_element_info(element("a1"), json("{'Damage': 1.0, 'Unheard': 1, 'mapdel': {}}"));
+  FIRST_TEST = false;
+  EXPECT_THAT(log->lines, ElementsAre("error: type Aircraft have no attribute Unheard, value integer"));
+  engine().set_element_info(element("a1"), 3);
+  EXPECT_EQ(log->lines.back(), "error: info_dict is not a dict");
+  EXPECT_FALSE(element("a1").has_attribute("Unheard"));
+}
+
+TEST_F(Elements, deletion_goes_through_the_player) {
+  start();
+  engine().delete_element("a1");
+  engine().delete_element("scen");
+  engine().delete_element("unheard");
+  EXPECT_FALSE(engine().elements.contains("a1"));
+  EXPECT_FALSE(red().aircrafts.contains("a1"));
+  EXPECT_FALSE(engine().elements.contains("scen"));
+  engine().agent_delete("蓝方", "m1");
+  engine().agent_delete("红方", "s1");
+  EXPECT_TRUE(engine().elements.contains("m1") && engine().elements.contains("s1"))
+      << "only missions, only of the own side";
+  engine().agent_delete("红方", "m1");
+  EXPECT_FALSE(engine().elements.contains("m1"));
+}
+
+TEST_F(Elements, defaults_are_kept_where_they_are_written_into) {
+  start();
+  Element& alpha = element("a1");
+  EXPECT_FALSE(alpha.attributes().contains("Cargos"));
+  alpha.get_dict("Cargos").set("c", 1);
+  EXPECT_EQ(alpha.get_dict("Cargos").size(), 1u);
+  EXPECT_TRUE(element("s1").get_dict("Cargos").empty()) << "not shared between elements";
+  EXPECT_THROW(alpha.get_attribute("Unheard"), KeyError);
+  RuleAgentBase fresh("x");
+  EXPECT_THROW(fresh.get_attribute("TotalScore"), KeyError);
+}
+
+}  // namespace
+}  // namespace tessra::testing
