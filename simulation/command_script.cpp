@@ -15,8 +15,8 @@ namespace tessra::sim {
 
 namespace {
 
-constexpr std::size_t kMaxText = 64 * 1024;     // bytes
-constexpr std::size_t kMaxMemory = 512 * 1024;  // bytes
+constexpr std::size_t kMaxText = std::size_t{64} << 10;     // bytes
+constexpr std::size_t kMaxMemory = std::size_t{512} << 10;  // bytes
 constexpr int kMaxInstructions = 20'000;
 constexpr int kMaxValues = 10'000;  // in the tables of one call; shared tables count each time
 constexpr int kMaxDepth = 8;
@@ -108,11 +108,11 @@ Value value_at(lua_State* lua, int index, int depth) {
   luaL_checkstack(lua, 4, "tables too deep");
   switch (lua_type(lua, index)) {
     case LUA_TBOOLEAN:
-      return static_cast<bool>(lua_toboolean(lua, index));
+      return lua_toboolean(lua, index) != 0;
     case LUA_TSTRING:
       return text_at(lua, index);
     case LUA_TNUMBER:
-      if (lua_isinteger(lua, index)) return static_cast<std::int64_t>(lua_tointeger(lua, index));
+      if (lua_isinteger(lua, index) != 0) return static_cast<std::int64_t>(lua_tointeger(lua, index));
       return static_cast<double>(lua_tonumber(lua, index));
     case LUA_TTABLE:
       break;

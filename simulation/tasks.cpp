@@ -51,7 +51,7 @@ bool is_disarmed(const Unit& unit) {
 }
 
 bool strike_is_done(const World& world, const Unit& unit, const Mission& mission) {
-  return mission.kind == MissionKind::strike && !next_strike_target(world, unit, mission);
+  return mission.kind == MissionKind::strike && next_strike_target(world, unit, mission) == nullptr;
 }
 
 bool must_return(const World& world, const Unit& unit) {

@@ -95,9 +95,9 @@ void World::tick() {
   check_end(*this);
 }
 
-int posture_toward(const World& world, std::size_t side, std::size_t other) {
-  const auto& postures = world.sides[side].spec->postures;
-  const auto found = postures.find(world.sides[other].spec->id);
+int posture_of(const World& world, std::size_t from, std::size_t toward) {
+  const auto& postures = world.sides[from].spec->postures;
+  const auto found = postures.find(world.sides[toward].spec->id);
   return found == postures.end() ? 0 : found->second;
 }
 

@@ -51,7 +51,7 @@ struct Detection {
 
 /// Everything that is true in a running episode.
 struct World {
-  World(std::shared_ptr<const Scenario> scenario, std::uint64_t seed);
+  World(std::shared_ptr<const Scenario> played, std::uint64_t seed);
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
@@ -79,13 +79,13 @@ struct World {
   int missions_made = 0;
 };
 
-/// How a side stands toward another, by index; neutral when the scenario says nothing.
-int posture_toward(const World& world, std::size_t side, std::size_t other);
-inline bool is_friend(const World& world, std::size_t side, std::size_t other) {
-  return side == other || posture_toward(world, side, other) == 1;
+/// How one side stands toward another, by index; neutral when the scenario says nothing.
+int posture_of(const World& world, std::size_t from, std::size_t toward);
+inline bool is_friend(const World& world, std::size_t from, std::size_t toward) {
+  return from == toward || posture_of(world, from, toward) == 1;
 }
-inline bool is_hostile(const World& world, std::size_t side, std::size_t other) {
-  return side != other && posture_toward(world, side, other) == 3;
+inline bool is_hostile(const World& world, std::size_t from, std::size_t toward) {
+  return from != toward && posture_of(world, from, toward) == 3;
 }
 
 /// A contact of the side or of a side friendly toward it; null when nobody holds it.

@@ -1,3 +1,5 @@
+#include <fstream>
+#include <iterator>
 #include <set>
 
 #include "simulation_fixture.h"
@@ -203,6 +205,38 @@ TEST(Records, what_is_lost_is_deleted_in_one_place) {
   }
   const std::vector<std::string>& lost = simulation.world().destroyed;
   EXPECT_EQ(deleted, (std::set<std::string>(lost.begin(), lost.end())));
+}
+
+/// Field names of a record; keys that are ids are passed over.
+void collect_fields(const Value& value, bool ids, const std::string& parent, std::set<std::string>& fields) {
+  if (const List* list = value.if_list()) {
+    for (const Value& item : *list) collect_fields(item, false, parent, fields);
+  }
+  const Dict* dict = value.if_dict();
+  if (dict == nullptr) return;
+  static const std::set<std::string> kById = {"SideInfo", "Postures", "SituationSides", "ReferencePoints",
+                                              "Mounts",   "Sensors",  "FuelRecs",       "SideKeyMsg"};
+  for (const auto& [key, inner] : *dict) {
+    const std::string name(key.as_text());
+    if (!ids) fields.insert(name);
+    collect_fields(inner, !ids && (kById.contains(name) || is_table(name, parent)), ids ? "" : name, fields);
+  }
+}
+
+TEST(Records, every_field_is_documented) {
+  std::ifstream file(std::filesystem::path(TESSRA_SOURCE_DIR) / "docs/records.md");
+  const std::string page((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  Simulation simulation = battle(6);
+  std::set<std::string> fields;
+  collect_fields(simulation.initial_situation(), false, "", fields);
+  while (!simulation.ended()) {
+    simulation.advance();
+    collect_fields(simulation.step_situation(), false, "", fields);
+  }
+  EXPECT_GT(fields.size(), 60U);
+  for (const std::string& field : fields) {
+    EXPECT_TRUE(page.find('`' + field + '`') != std::string::npos) << field << " is not in docs/records.md";
+  }
 }
 
 TEST(Records, new_contacts_and_detections_are_told_once_an_advance) {
