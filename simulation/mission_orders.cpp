@@ -69,6 +69,7 @@ void assign_unit(World& world, const CommandArguments& arguments) {
   for (const std::size_t index : units) {
     Unit& unit = world.units[index];
     unit.course_ordered = false;
+    unit.returning = false;
     leave_mission(unit);
     unit.mission = mission;
   }
