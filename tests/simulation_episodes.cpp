@@ -77,7 +77,7 @@ TEST(Episodes, end_when_a_side_has_lost_its_armed_units) {
   EXPECT_TRUE(simulation.ended());
 }
 
-TEST(Episodes, losses_move_the_unit_s_value_and_damage_half_of_it) {
+TEST(Episodes, losses_cost_a_unit_s_value_and_end_the_contacts_on_it) {
   Simulation simulation = play_shipped("strait", 600, 2);
   while (!simulation.ended()) simulation.advance();
   double red = 0;
@@ -87,7 +87,10 @@ TEST(Episodes, losses_move_the_unit_s_value_and_damage_half_of_it) {
   }
   EXPECT_NEAR(simulation.world().sides[0].score, red, 1e-6);
   EXPECT_NEAR(simulation.world().sides[1].score, -red, 1e-6);
-  EXPECT_GT(simulation.world().hits, 0);
+  ASSERT_FALSE(simulation.world().destroyed.empty());
+  for (const SideState& side : simulation.world().sides) {
+    for (const auto& [target, contact] : side.contacts) EXPECT_TRUE(simulation.world().units[target].alive);
+  }
 }
 
 TEST(Episodes, aircraft_at_a_lost_base_are_lost_with_it) {
