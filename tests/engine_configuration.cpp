@@ -1,3 +1,5 @@
+#include <fstream>
+
 #include "support/engine_fixture.h"
 
 namespace tessra::testing {

@@ -1,5 +1,6 @@
 // Episodes in standard mode: reset codes, steps, agents, results.
 
+#include "Tessra/entitys/gameunit.h"
 #include "support/engine_fixture.h"
 
 namespace tessra::testing {

@@ -110,7 +110,7 @@ class EngineTest : public ::testing::Test {
         "g": {"Side": {"ActiveUnitsInfo": {"g1": {"Name": "Green", "UnitType": 4}}},
               "SideReal": {"ActiveUnits": {"Facility": {"g1": {"Fuel": 0.0}}},
                            "Contacts": {"gc1": {"Name": "Far", "Type": 1, "ActualUnitID": "u8"},
-                                        "gc2": {"Name": "Same", "Type": 1, "ActualUnitID": "u9", "IDStatus": 1, "Age": 9},
+                                        "gc2": {"Name": "Same", "Type": 1, "ActualUnitID": "u9", "IDStatus": 1, "Age": 4},
                                         "gc3": {"Name": "Yours", "Type": 1, "ActualUnitID": "a1"}}},
               "SidePosition": {"Facility": {"g1": {"Lon": 7.0, "Lat": 8.0}},
                                "Contacts": {"gc1": {"Lon": 0.5}, "gc2": {"Lon": 0.5}, "gc3": {"Lon": 0.5}}}}}}})");

@@ -147,28 +147,28 @@ double Value::as_real() const {
   fail_kind(Kind::real);
 }
 
-std::string_view Value::as_text() const {
+std::string_view Value::as_text() const& {
   if (tag_ == Tag::name) return {name_->bytes, name_->size};
   if (tag_ == Tag::string) return {string_->bytes, string_->size};
   fail_kind(Kind::string);
 }
 
-const List& Value::as_list() const {
+const List& Value::as_list() const& {
   if (!is_list()) fail_kind(Kind::list);
   return list_;
 }
 
-List& Value::as_list() {
+List& Value::as_list() & {
   if (!is_list()) fail_kind(Kind::list);
   return list_;
 }
 
-const Dict& Value::as_dict() const {
+const Dict& Value::as_dict() const& {
   if (!is_dict()) fail_kind(Kind::dictionary);
   return dict_;
 }
 
-Dict& Value::as_dict() {
+Dict& Value::as_dict() & {
   if (!is_dict()) fail_kind(Kind::dictionary);
   return dict_;
 }

@@ -94,11 +94,14 @@ class Value {
   /// Any number.
   double as_real() const;
   /// Valid while this value stays where it is and unchanged.
-  std::string_view as_text() const;
-  const List& as_list() const;
-  List& as_list();
-  const Dict& as_dict() const;
-  Dict& as_dict();
+  std::string_view as_text() const&;
+  std::string_view as_text() const&& = delete;  // the bytes would be gone
+  const List& as_list() const&;
+  List& as_list() &;
+  List as_list() && { return as_list(); }
+  const Dict& as_dict() const&;
+  Dict& as_dict() &;
+  Dict as_dict() && { return as_dict(); }
   /// The host object, as the type it was stored with.
   template <class T>
   std::shared_ptr<T> as_host() const {

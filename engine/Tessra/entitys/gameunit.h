@@ -32,7 +32,7 @@ class GameUnit : public Element {
 
   /// Degrees, as last reported.
   GeoPoint position() const;
-  /// Metres per second, and the part of full damage from 0 to 1, as last reported.
+  /// Metres per second, and damage in per cent, as last reported.
   double speed() const { return real("Speed"); }
   double damage() const { return real("Damage"); }
 

@@ -1,0 +1,94 @@
+#include "agents/fire_control.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace tessra {
+
+namespace {
+
+/// The contacts a unit is ordered against, by id.
+Dict target_list(GameUnit& unit) {
+  const Dict logic = unit.get_dict("AI");
+  const Dict* targets = logic.find_dict("TargetList");
+  return targets != nullptr ? *targets : Dict();
+}
+
+bool has_weapons(GameUnit& unit) {
+  for (auto [mount_id, mount] : unit.get_dict("Mounts")) {
+    const Dict* records = mount.as_dict().find_dict("WeaponRecs");
+    if (records == nullptr) continue;
+    for (auto [record_id, record] : *records) {
+      if (record.as_dict().non_empty("CurrentLoad")) return true;
+    }
+  }
+  return false;
+}
+
+/// Whether the contact is, or may be, an enemy whose place is known.
+bool is_target(const Dict& contact, const Situation& situation) {
+  constexpr double kOldest = 300;  // seconds since it was last seen
+  if (!contact.contains("Lon") || !contact.contains("Lat") || !contact.contains("Type")) return false;
+  const Value* side = contact.find("Side");
+  if (side != nullptr && situation.friend_units().contains(*side)) return false;
+  const bool moves = contact.at("Type") != Value(int{kFacilityContact});
+  return !moves || !contact.contains("Age") || contact.at_real("Age") <= kOldest;
+}
+
+template <class Visit>
+void for_each_unit(const Situation& situation, Visit&& visit) {
+  for (const auto* table :
+       {&situation.aircrafts(), &situation.ships(), &situation.submarines(), &situation.facilitys()}) {
+    for (const auto& [id, element] : *table) visit(dynamic_cast<GameUnit&>(*element));
+  }
+}
+
+}  // namespace
+
+double distance_between(GeoPoint a, GeoPoint b) {
+  constexpr double kMetresPerDegree = 111'195;  // on a sphere of 6371 km
+  const double radians = (a.lat + b.lat) / 2 * 3.14159265358979 / 180;
+  return kMetresPerDegree * std::hypot((a.lon - b.lon) * std::cos(radians), a.lat - b.lat);
+}
+
+const Role* FireControl::role_of(const GameUnit& unit) const {
+  const Value class_name = unit.attributes().get("ClassName");
+  const auto role = std::ranges::find_if(roles_, [&](const Role& r) { return class_name.is_text(r.class_name); });
+  return role != roles_.end() ? &*role : nullptr;
+}
+
+void FireControl::engage(const Situation& situation) {
+  assigned_.clear();
+  std::vector<std::pair<GameUnit*, const Role*>> free_units;
+  for_each_unit(situation, [&](GameUnit& unit) {
+    const Dict targets = target_list(unit);
+    for (auto [contact_id, order] : targets) ++assigned_[contact_id.to_text()];
+    const Role* role = role_of(unit);
+    if (role != nullptr && targets.empty() && has_weapons(unit)) free_units.emplace_back(&unit, role);
+  });
+  for (const auto& [unit, role] : free_units) engage_unit(*unit, *role, situation);
+}
+
+void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation& situation) {
+  std::string best;
+  std::size_t best_rank = role.targets.size();
+  double best_distance = std::numeric_limits<double>::infinity();
+  for (auto [contact_id, record] : situation.contacts()) {
+    const Dict& contact = record.as_dict();
+    if (!is_target(contact, situation) || assigned_[contact_id.to_text()] >= shooters_) continue;
+    const auto wanted = std::ranges::find(role.targets, contact.at("Type").to_integer());
+    const auto rank = static_cast<std::size_t>(wanted - role.targets.begin());
+    const double distance = distance_between(unit.position(), {contact.at_real("Lon"), contact.at_real("Lat")});
+    if (rank == role.targets.size() || distance > role.reach) continue;
+    if (rank > best_rank || (rank == best_rank && distance >= best_distance)) continue;
+    best = contact_id.to_text();
+    best_rank = rank;
+    best_distance = distance;
+  }
+  if (best.empty()) return;
+  unit.attack(best);
+  ++assigned_[best];
+}
+
+}  // namespace tessra

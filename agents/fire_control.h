@@ -1,0 +1,45 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Tessra/entitys/gameunit.h"
+#include "Tessra/entitys/situation.h"
+
+namespace tessra {
+
+/// The contact types the service reports are its unit codes.
+enum ContactType : int { kAircraftContact = 1, kShipContact = 2, kSubmarineContact = 3, kFacilityContact = 4 };
+
+/// What a class of units is used against.
+struct Role {
+  std::string_view class_name;
+  std::vector<int> targets;  ///< contact types, the most wanted first
+  double reach = 0;          ///< how far it goes for a target, metres
+};
+
+/// Gives armed units without a target the nearest contact their role is meant for. Shared by the sample agents, which
+/// differ in their roles.
+class FireControl {
+ public:
+  /// `shooters` is how many units are sent against one contact.
+  FireControl(std::vector<Role> roles, int shooters) : roles_(std::move(roles)), shooters_(shooters) {}
+
+  /// Orders the attacks for this decision.
+  void engage(const Situation& situation);
+
+ private:
+  void engage_unit(GameUnit& unit, const Role& role, const Situation& situation);
+  const Role* role_of(const GameUnit& unit) const;
+
+  std::vector<Role> roles_;
+  int shooters_;
+  std::map<std::string, int, std::less<>> assigned_;  // contact id → units on it, of this decision
+};
+
+/// Ground distance in metres; flat-earth, good enough to choose between targets.
+double distance_between(GeoPoint a, GeoPoint b);
+
+}  // namespace tessra

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Tessra/entitys/agent.h"
+
+namespace tessra {
+
+/// A learning agent that does what the host's policy says. An action record stands under a unit's id:
+///
+///     {"_agent_type_": "learner", "order": "attack", "contact": "…"}
+///     {"_agent_type_": "learner", "order": "move", "lon": 150.0, "lat": 20.0}
+///     {"_agent_type_": "learner", "order": "control", "control": "free"}
+///
+/// A record for a unit that is gone is passed over; an unknown order is an error.
+class LearnerAgent : public Agent {
+ public:
+  static constexpr bool is_learn = true;
+
+  explicit LearnerAgent(const AgentConf& conf) : Agent(conf.side), conf_(conf) {}
+
+  void step_rl(double time_elapsed, const Situation& situation, const Dict& action_records) override;
+
+ private:
+  AgentConf conf_;
+};
+
+}  // namespace tessra

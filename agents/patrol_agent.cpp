@@ -1,0 +1,80 @@
+#include "agents/patrol_agent.h"
+
+#include "Tessra/entitys/gameenvs/gameserver.h"
+#include "Tessra/entitys/patrolmission.h"
+
+namespace tessra {
+
+namespace {
+
+std::vector<Role> patrol_roles() {
+  return {
+      {"Fighter", {kAircraftContact}, 150'000},
+      {"Strike aircraft", {kShipContact, kFacilityContact}, 200'000},
+      {"Destroyer", {kShipContact, kSubmarineContact, kAircraftContact}, 120'000},
+      {"Frigate", {kShipContact, kSubmarineContact, kAircraftContact}, 110'000},
+      {"Missile boat", {kShipContact}, 120'000},
+      {"Submarine", {kShipContact, kSubmarineContact}, 60'000},
+      {"Coastal missile battery", {kShipContact}, 170'000},
+      {"Sea patrol aircraft", {kSubmarineContact}, 80'000},
+  };
+}
+
+/// The middle of the side's facilities: what there is to protect.
+GeoPoint home_of(const Situation& situation) {
+  GeoPoint middle;
+  double count = 0;
+  for (const auto& [id, element] : situation.facilitys()) {
+    const GeoPoint place = dynamic_cast<const GameUnit&>(*element).position();
+    middle.lon += place.lon;
+    middle.lat += place.lat;
+    ++count;
+  }
+  if (count > 0) middle = {middle.lon / count, middle.lat / count};
+  return middle;
+}
+
+/// Where the enemy is: the middle of the contacts known at the start, or home when there are none.
+GeoPoint threat_of(const Situation& situation) {
+  GeoPoint middle;
+  double count = 0;
+  for (auto [id, record] : situation.contacts()) {
+    const Dict& contact = record.as_dict();
+    if (!contact.contains("Lon") || !contact.contains("Lat")) continue;
+    middle.lon += contact.at_real("Lon");
+    middle.lat += contact.at_real("Lat");
+    ++count;
+  }
+  return count > 0 ? GeoPoint{middle.lon / count, middle.lat / count} : home_of(situation);
+}
+
+constexpr std::string_view kBarrier = "Barrier";
+
+}  // namespace
+
+PatrolAgent::PatrolAgent(std::string side_name) : Agent(std::move(side_name)), fire_control_(patrol_roles(), 2) {}
+
+void PatrolAgent::initial(const Situation& situation) {
+  for (const auto* table :
+       {&situation.aircrafts(), &situation.ships(), &situation.submarines(), &situation.facilitys()}) {
+    for (const auto& [id, element] : *table) dynamic_cast<GameUnit&>(*element).set_weapon_control("free");
+  }
+  // A barrier across the line between home and the threat, a third of the way out.
+  const GeoPoint home = home_of(situation);
+  const GeoPoint threat = threat_of(situation);
+  const GeoPoint out{home.lon + (threat.lon - home.lon) / 3, home.lat + (threat.lat - home.lat) / 3};
+  constexpr double kHalfWidth = 0.3;  // degrees
+  const GeoPoint zone[] = {{out.lon - kHalfWidth, out.lat - kHalfWidth},
+                           {out.lon - kHalfWidth, out.lat + kHalfWidth},
+                           {out.lon + kHalfWidth, out.lat + kHalfWidth},
+                           {out.lon + kHalfWidth, out.lat - kHalfWidth}};
+  PatrolMission::order_new(*_game_server, side, kBarrier, zone);
+  for (const auto& [id, element] : situation.aircrafts()) {
+    auto& unit = dynamic_cast<GameUnit&>(*element);
+    if (unit.attributes().get("ClassName").is_text("Fighter")) unit.assign_to_mission(kBarrier);
+  }
+}
+
+void PatrolAgent::step(double /*time_elapsed*/, const Situation& situation) { fire_control_.engage(situation); }
+
+}  // namespace tessra

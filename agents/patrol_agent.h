@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Tessra/entitys/agent.h"
+#include "agents/fire_control.h"
+
+namespace tessra {
+
+/// Patrols and engages what it detects: fighters hold a barrier in front of the own bases, ships and coastal batteries
+/// meet what comes near. It wins by not losing.
+class PatrolAgent : public Agent {
+ public:
+  explicit PatrolAgent(std::string side_name);
+
+  void initial(const Situation& situation) override;
+  void step(double time_elapsed, const Situation& situation) override;
+
+ private:
+  FireControl fire_control_;
+};
+
+}  // namespace tessra

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Tessra/entitys/agent.h"
+#include "agents/fire_control.h"
+
+namespace tessra {
+
+/// Strikes ground targets: strike aircraft go for the enemy's facilities, fighters clear their way, the rest fights
+/// what comes near.
+class StrikeAgent : public Agent {
+ public:
+  explicit StrikeAgent(std::string side_name);
+
+  void initial(const Situation& situation) override;
+  void step(double time_elapsed, const Situation& situation) override;
+
+ private:
+  FireControl fire_control_;
+};
+
+}  // namespace tessra
