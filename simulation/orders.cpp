@@ -12,7 +12,7 @@ namespace {
 constexpr double kSlowestFlight = 0.5;
 
 std::vector<std::size_t> ordered_movers(const World& world, const CommandArguments& arguments) {
-  const std::vector<std::size_t> units = ordered_units(world, arguments);
+  std::vector<std::size_t> units = ordered_units(world, arguments);
   for (const std::size_t index : units) {
     if (world.units[index].platform->kind == UnitKind::facility) {
       throw CommandError(fmt::format("unit '{}' cannot move", world.units[index].id));
