@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 
 namespace tessra {
 
@@ -15,15 +16,18 @@ Dict target_list(GameUnit& unit) {
   return targets != nullptr ? *targets : Dict();
 }
 
-bool has_weapons(GameUnit& unit) {
+/// The contact types the unit has a loaded weapon against.
+std::set<std::int64_t> contact_types_in_reach(GameUnit& unit) {
+  std::set<std::int64_t> types;
   for (auto [mount_id, mount] : unit.get_dict("Mounts")) {
     const Dict* records = mount.as_dict().find_dict("WeaponRecs");
     if (records == nullptr) continue;
     for (auto [record_id, record] : *records) {
-      if (record.as_dict().non_empty("CurrentLoad")) return true;
+      if (!record.as_dict().non_empty("CurrentLoad")) continue;
+      for (const Value& type : record.as_dict().at_list("Targets")) types.insert(type.as_integer());
     }
   }
-  return false;
+  return types;
 }
 
 /// Whether the contact is, or may be, an enemy whose place is known.
@@ -65,19 +69,26 @@ void FireControl::engage(const Situation& situation) {
     const Dict targets = target_list(unit);
     for (auto [contact_id, order] : targets) ++assigned_[contact_id.to_text()];
     const Role* role = role_of(unit);
-    if (role != nullptr && targets.empty() && has_weapons(unit)) free_units.emplace_back(&unit, role);
+    if (role != nullptr && targets.empty()) free_units.emplace_back(&unit, role);
   });
   for (const auto& [unit, role] : free_units) engage_unit(*unit, *role, situation);
 }
 
 void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation& situation) {
+  // A contact a friend has lost stays in the picture and cannot be attacked: a few orders without effect are enough.
+  constexpr int kMostAttempts = 3;
+  const std::set<std::int64_t> types = contact_types_in_reach(unit);
+  if (types.empty()) return;
   std::string best;
   std::size_t best_rank = role.targets.size();
   double best_distance = std::numeric_limits<double>::infinity();
   for (auto [contact_id, record] : situation.contacts()) {
     const Dict& contact = record.as_dict();
     if (!is_target(contact, situation) || assigned_[contact_id.to_text()] >= shooters_) continue;
-    const auto wanted = std::ranges::find(role.targets, contact.at("Type").to_integer());
+    if (attempts_[{unit.guid(), contact_id.to_text()}] >= kMostAttempts) continue;
+    const std::int64_t type = contact.at("Type").to_integer();
+    if (!types.contains(type)) continue;
+    const auto wanted = std::ranges::find(role.targets, type);
     const auto rank = static_cast<std::size_t>(wanted - role.targets.begin());
     const double distance = distance_between(unit.position(), {contact.at_real("Lon"), contact.at_real("Lat")});
     if (rank == role.targets.size() || distance > role.reach) continue;
@@ -88,6 +99,7 @@ void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation&
   }
   if (best.empty()) return;
   unit.attack(best);
+  ++attempts_[{unit.guid(), best}];
   ++assigned_[best];
 }
 

@@ -29,6 +29,8 @@ class FireControl {
 
   /// Orders the attacks for this decision.
   void engage(const Situation& situation);
+  /// Forgets the episode.
+  void reset() { attempts_.clear(); }
 
  private:
   void engage_unit(GameUnit& unit, const Role& role, const Situation& situation);
@@ -36,7 +38,8 @@ class FireControl {
 
   std::vector<Role> roles_;
   int shooters_;
-  std::map<std::string, int, std::less<>> assigned_;  // contact id → units on it, of this decision
+  std::map<std::string, int, std::less<>> assigned_;             // contact id → units on it, of this decision
+  std::map<std::pair<std::string, std::string>, int> attempts_;  // unit and contact → orders given
 };
 
 /// Ground distance in metres; flat-earth, good enough to choose between targets.

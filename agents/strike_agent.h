@@ -13,6 +13,7 @@ class StrikeAgent : public Agent {
 
   void initial(const Situation& situation) override;
   void step(double time_elapsed, const Situation& situation) override;
+  void reset() override { fire_control_.reset(); }
 
  private:
   FireControl fire_control_;

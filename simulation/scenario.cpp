@@ -18,7 +18,7 @@ class ScenarioReader {
  public:
   explicit ScenarioReader(const std::filesystem::path& path)
       : file_(CheckedJson::file(path)), scenario_(std::make_shared<Scenario>()) {
-    file_.allow_only({"id", "title", "start", "duration", "visibility", "platforms", "sides"});
+    file_.allow_only({"id", "title", "start", "duration", "visibility", "platforms", "sides", "agents"});
     read_head(path.parent_path());
     gather_ids();
     for (const CheckedJson& json : file_.list("sides")) scenario_->sides.push_back(read_side(json));

@@ -32,10 +32,22 @@ void book_loss(World& world, const Unit& unit) {
   book(world, unit.side, unit.platform->value * (1 - kDamageShare * unit.damage / unit.platform->damage_points));
 }
 
+namespace {
+
+/// Whether the side is hostile to anyone; bystanders cannot lose the episode.
+bool is_belligerent(const World& world, std::size_t side) {
+  for (std::size_t other = 0; other < world.sides.size(); ++other) {
+    if (is_hostile(world, side, other)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 void check_end(World& world) {
   if (world.now >= world.scenario->duration) world.over = true;
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
-    if (is_defenceless(world, side)) world.over = true;
+    if (is_belligerent(world, side) && is_defenceless(world, side)) world.over = true;
   }
 }
 

@@ -33,6 +33,15 @@ Dict record_basic(const World& world, const Unit& unit) {
           {"WeaponControl", control_word(unit.control)}};
 }
 
+/// The unit codes of what the weapon can hit, which are also the contacts' types.
+List target_codes(const WeaponType& weapon) {
+  List codes;
+  for (const UnitKind kind : {UnitKind::aircraft, UnitKind::ship, UnitKind::submarine, UnitKind::facility}) {
+    if (weapon.targets.has(kind)) codes.push_back(static_cast<int>(kind));
+  }
+  return codes;
+}
+
 Dict record_mounts(const Unit& unit) {
   Dict mounts;
   for (const Mount& mount : unit.mounts) {
@@ -41,7 +50,8 @@ Dict record_mounts(const Unit& unit) {
       records.set(record.id, Dict{{"WeaponName", record.type->name},
                                   {"CurrentLoad", record.load},
                                   {"MaxLoad", record.full},
-                                  {"Range", record.type->range}});
+                                  {"Range", record.type->range},
+                                  {"Targets", target_codes(*record.type)}});
     }
     mounts.set(mount.id, Dict{{"Name", mount.type->name}, {"WeaponRecs", records}});
   }
