@@ -1,0 +1,102 @@
+// Generated episodes: the same for a seed, the same from files, and played through the engine.
+
+#include <filesystem>
+
+#include "Tessra/base/json_write.h"
+#include "support/engine_fixture.h"
+#include "support/situation_generator.h"
+
+namespace tessra::testing {
+namespace {
+
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+std::string as_text(const GeneratedEpisode& episode) {
+  List updates;
+  for (const Dict& update : episode.updates) updates.push_back(update);
+  return write_json(List{episode.config, episode.sides_info, episode.initial, updates});
+}
+
+TEST(Generator, makes_an_episode_from_its_seed_alone) {
+  const GeneratorOptions options;
+  GeneratorOptions other;
+  other.seed = 2;
+  EXPECT_EQ(as_text(generate_episode(options, 5)), as_text(generate_episode(options, 5)));
+  EXPECT_NE(as_text(generate_episode(options, 5)), as_text(generate_episode(other, 5)));
+}
+
+TEST(Generator, writes_what_it_made) {
+  const auto folder = std::filesystem::temp_directory_path() / "tessra-tests-records";
+  GeneratedEpisode episode = generate_episode({}, 2);
+  write_episode(episode, folder);
+  GeneratedEpisode back;
+  const auto read = [&](const char* file) { return read_json_file(folder / file).as_dict(); };
+  back = {read("config.json"), read("sides.json"), read("initial.json"), {}};
+  for (const char* file : {"update-000001.json", "update-000002.json"}) back.updates.push_back(read(file));
+  EXPECT_EQ(as_text(back), as_text(episode));
+  EXPECT_FALSE(std::filesystem::exists(folder / "update-000003.json"));
+  std::filesystem::remove_all(folder);
+}
+
+class GeneratedEpisodes : public EngineTest, public ::testing::WithParamInterface<std::uint64_t> {
+ protected:
+  /// Plays a generated episode to its end, with a look at the model after every update.
+  void play(bool gaps) {
+    GeneratorOptions options;
+    options.seed = GetParam();
+    options.gaps = gaps;
+    const GeneratedEpisode episode = generate_episode(options, 25);
+    server->sides = episode.sides_info;
+    server->initial = episode.initial;
+    server->updates.assign(episode.updates.begin(), episode.updates.end());
+    Dict rules = episode.config.at_dict("rule_config");
+    for (auto [side, agents] : rules) {
+      for (auto [name, entry] : agents.as_dict()) {
+        entry.as_dict().set("class", AgentClass::of<ScriptedAgent>("scripted"));
+      }
+    }
+    config.set("rule_config", rules);
+    with_log();
+    start();
+    for (std::size_t i = 1; i <= episode.updates.size(); ++i) {
+      const StepOutcome outcome = engine().step({});
+      check_model();
+      EXPECT_EQ(std::holds_alternative<BatResult>(outcome), i == episode.updates.size());
+    }
+  }
+
+  void check_model() {
+    for (const auto& id : engine().crt_delete_units) EXPECT_FALSE(engine().elements.contains(id)) << id;
+    for (auto [name, player] : engine().players) {
+      for (auto [id, contact] : player->get_dict("Contacts")) {
+        const List* record = contact.as_dict().find_list("Record");
+        EXPECT_LE(record != nullptr ? record->size() : 0u, 10u);
+        EXPECT_FALSE(contact.as_dict().get("Side").to_text().starts_with("side-") &&
+                     engine().side_id2name.contains(contact.as_dict().get("Side").to_text()))
+            << "sides of contacts are shown by name";
+      }
+    }
+  }
+};
+
+TEST_P(GeneratedEpisodes, without_gaps_raise_no_error_message) {
+  play(false);
+  EXPECT_THAT(log->lines, Not(Contains(StartsWith("error"))));
+  EXPECT_THAT(log->lines, Contains(HasSubstr("receive end situation!")));
+}
+
+TEST_P(GeneratedEpisodes, with_gaps_are_played_to_their_end) {
+  play(true);
+  for (const char* text :
+       {"未知UnitType值", "没有基本信息!", "没有位置!", "no Type!", "删除后又有信息", "have no attribute"}) {
+    EXPECT_THAT(log->lines, Contains(HasSubstr(text)));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, GeneratedEpisodes, ::testing::Values(1, 2, 3, 4));
+
+}  // namespace
+}  // namespace tessra::testing

@@ -1,0 +1,206 @@
+#include "tests/support/record_parts.h"
+
+namespace tessra::testing {
+
+namespace {
+
+constexpr std::string_view kComponents[] = {"Mounts",       "Loadouts",      "CommDevices", "Magazines",
+                                            "Cargos",       "Sensors",       "FuelRecs",    "Propulsions",
+                                            "AirFacilitys", "DockFacilitys", "RangeSymbols"};
+/// The tables whose components are changed and deleted from the inside.
+constexpr int kOpenComponents = 5;
+
+std::string numbered(std::string_view prefix, int number) { return std::string(prefix) + std::to_string(number); }
+
+Dict weapon_records() {
+  Dict records;
+  for (int i = 1; i <= 2; ++i)
+    records.set(numbered("w", i), Dict{{"Count", 4 * i}, {"Targets", UnitRecords::items("t", 3)}});
+  return records;
+}
+
+Dict component(std::string_view table) {
+  Dict record{{"Name", table}, {"Status", 1}, {"Parts", UnitRecords::items("p", 3)}};
+  if (table == "Mounts" || table == "Loadouts" || table == "Magazines") record.set("WeaponRecs", weapon_records());
+  if (table == "Mounts") record.set("MagazineWeaponRecs", weapon_records());
+  if (table == "Cargos") record.set("Mounts", Dict{{"m1", component("Mounts")}, {"m2", component("Mounts")}});
+  return record;
+}
+
+}  // namespace
+
+Dict branch(Dict root, std::initializer_list<std::string_view> path) {
+  for (const std::string_view key : path) {
+    Value& next = root[key];
+    if (!next.is_dict()) next = Dict();
+    const Dict inner = next.as_dict();
+    root = inner;
+  }
+  return root;
+}
+
+Dict UnitRecords::items(std::string_view prefix, int count) {
+  Dict items;
+  for (int i = 1; i <= count; ++i) items.set(numbered(prefix, i), Dict{{"Value", i}});
+  return items;
+}
+
+Dict UnitRecords::deletion(std::string_view prefix, int count) {
+  if (gaps_ && chance_.happens(0.1)) return {{"n", 1}};
+  List ids;
+  for (int left = 1 + chance_.below(2); left > 0; --left) ids.push_back(numbered(prefix, 1 + chance_.below(count)));
+  return {{"v", ids}};
+}
+
+Dict UnitRecords::doctrine() {
+  return {{"Posture", 1}, {"WRA", Dict{{"a1", items("t", 3)}, {"a2", items("t", 2)}, {"a3", Dict{}}}}};
+}
+
+Dict UnitRecords::doctrine_changes() {
+  Dict changes{{"Posture", chance_.below(4)}};
+  Dict weapon{{"t4", Dict{{"Value", chance_.below(9)}}}};
+  if (chance_.happens(0.5)) weapon.set("mapdel", Dict{{"Targets", deletion("t", 4)}});
+  changes.set("WRA", Dict{{numbered("a", 1 + chance_.below(4)), weapon}});
+  if (chance_.happens(0.5)) changes.set("mapdel", Dict{{"WRA", deletion("a", 4)}, {"Posture", deletion("a", 4)}});
+  return changes;
+}
+
+Value UnitRecords::field_value(int field) {
+  const int number = chance_.below(1000);
+  switch (field / 4 % 6) {
+    case 0:
+      return number;
+    case 1:
+      return number / 8.0;
+    case 2:
+      return numbered("text ", number);
+    case 3:
+      return number % 2 == 0;
+    case 4:
+      return List{number, "x", Value()};
+    default:
+      return Dict{{numbered("k", number % 3), number}, {"deep", Dict{{numbered("k", number % 4), number}}}};
+  }
+}
+
+/// Fields are dealt out to four records: basic, inner, live, position.
+void UnitRecords::add_fields(Dict record, const GeneratedUnit& unit, int part, double share) {
+  for (int field = part; field < unit.fields; field += 4) {
+    if (share >= 1 || chance_.happens(share)) record.set(numbered("Field", field), field_value(field));
+  }
+}
+
+Dict UnitRecords::basic(const GeneratedUnit& unit) {
+  Dict record{{"ClassName", unit.category + " mark " + std::to_string(chance_.below(5))}, {"Speed", 1}};
+  if (!unit.name.is_none()) record.set("Name", unit.name);
+  if (!unit.type.is_none()) record.set("UnitType", unit.type);
+  record.set("Doctrine", doctrine());
+  return record;
+}
+
+Dict UnitRecords::inner(const GeneratedUnit&) {
+  Dict record{{"Speed", 2}, {"Fuel", chance_.real(0, 100)}};
+  record.set("AI", Dict{{"TargetList", items("t", 4)}, {"Mode", "search"}});
+  for (const std::string_view table : kComponents) {
+    record.set(table, Dict{{"c1", component(table)}, {"c2", component(table)}, {"c3", component(table)}});
+  }
+  return record;
+}
+
+Dict UnitRecords::live(const GeneratedUnit&) {
+  Dict record{{"Speed", 3}, {"Status", "ready"}, {"Warheads", items("h", 3)}};
+  record.set("Navigator", Dict{{"Leg", chance_.below(9)}, {"Plan", Dict{{"p1", 1}, {"p2", 2}}}});
+  return record;
+}
+
+Dict UnitRecords::position() {
+  Dict record{{"Lon", chance_.real(110, 130)}, {"Lat", chance_.real(15, 30)}};
+  record.set("Alt", chance_.real(0, 12'000));
+  record.set("Speed", chance_.real(0, 300));
+  return record;
+}
+
+void UnitRecords::put_whole(Dict side_record, const GeneratedUnit& unit, int parts) {
+  if ((parts & GeneratedUnit::kBasic) != 0) {
+    const Dict record = basic(unit);
+    add_fields(record, unit, 0, 1);
+    branch(side_record, {"Side", "ActiveUnitsInfo"}).set(unit.id, record);
+  }
+  if ((parts & GeneratedUnit::kLive) != 0) {
+    Dict record = live(unit);
+    add_fields(record, unit, 1, 1);
+    if (unit.has_inner) {
+      const Dict active = inner(unit);
+      add_fields(active, unit, 2, 1);
+      record.set("ActiveUnit", active);
+    }
+    branch(side_record, {"SideReal", "ActiveUnits", unit.category}).set(unit.id, record);
+  }
+  if ((parts & GeneratedUnit::kPosition) != 0) {
+    const Dict record = position();
+    add_fields(record, unit, 3, 1);
+    branch(side_record, {"SidePosition", unit.category}).set(unit.id, record);
+  }
+}
+
+Dict UnitRecords::weapon_changes() {
+  Dict weapon{{"Count", chance_.below(9)}};
+  weapon.set("Targets", Dict{{numbered("t", 1 + chance_.below(5)), Dict{{"Value", chance_.below(9)}}}});
+  if (chance_.happens(0.6)) weapon.set("mapdel", Dict{{"Targets", deletion("t", 5)}, {"Unheard", deletion("t", 5)}});
+  return {{numbered("w", 1 + chance_.below(3)), weapon}};
+}
+
+Dict UnitRecords::component_changes(std::string_view table) {
+  Dict change{{"Status", chance_.below(4)}};
+  change.set("Parts", Dict{{numbered("p", 1 + chance_.below(5)), Dict{{"Value", chance_.below(9)}}}});
+  if (chance_.happens(0.5)) change.set("mapdel", Dict{{"Parts", deletion("p", 5)}, {"Unheard", deletion("p", 5)}});
+  if (table != "CommDevices" && table != "Cargos") change.set("WeaponRecs", weapon_changes());
+  if (table == "Mounts") change.set("MagazineWeaponRecs", weapon_changes());
+  if (table == "Cargos") change.set("Mounts", Dict{{numbered("m", 1 + chance_.below(3)), component_changes("Mounts")}});
+  return change;
+}
+
+Dict UnitRecords::inner_changes() {
+  Dict changes{{"Fuel", chance_.real(0, 100)}};
+  if (chance_.happens(0.3)) {
+    changes.set("AI", Dict{{"Mode", "attack"}, {"mapdel", Dict{{"TargetList", deletion("t", 5)}}}});
+  }
+  if (chance_.happens(0.6)) {
+    const std::string_view table = kComponents[chance_.below(kOpenComponents)];
+    changes.set(table, Dict{{numbered("c", 1 + chance_.below(4)), component_changes(table)}});
+  }
+  if (chance_.happens(0.3)) {
+    const std::string_view table = kComponents[chance_.below(static_cast<int>(std::size(kComponents)))];
+    changes.set("mapdel", Dict{{table, deletion("c", 4)}, {"Unheard", deletion("c", 4)}});
+  }
+  return changes;
+}
+
+void UnitRecords::put_changes(Dict side_record, const GeneratedUnit& unit, int parts) {
+  if ((parts & GeneratedUnit::kBasic) != 0) {
+    Dict record{{"ClassName", numbered("refit ", chance_.below(5))}};
+    if (chance_.happens(0.4)) record.set("Doctrine", doctrine_changes());
+    add_fields(record, unit, 0, 0.3);
+    branch(side_record, {"Side", "ActiveUnitsInfo"}).set(unit.id, record);
+  }
+  if ((parts & GeneratedUnit::kLive) != 0) {
+    Dict record{{"Status", numbered("state ", chance_.below(5))}, {"Speed", chance_.real(0, 300)}};
+    if (chance_.happens(0.3)) record.set("Navigator", Dict{{"Plan", Dict{{numbered("p", chance_.below(9)), 1}}}});
+    if (chance_.happens(0.2)) record.set("mapdel", Dict{{"Warheads", deletion("h", 4)}, {"Mounts", deletion("c", 3)}});
+    add_fields(record, unit, 1, 0.3);
+    if (chance_.happens(0.7)) {
+      const Dict active = inner_changes();
+      add_fields(active, unit, 2, 0.3);
+      record.set("ActiveUnit", active);
+    }
+    if (gaps_ && chance_.happens(0.1)) record.set("Unheard", chance_.below(9));
+    branch(side_record, {"SideReal", "ActiveUnits", unit.category}).set(unit.id, record);
+  }
+  if ((parts & GeneratedUnit::kPosition) != 0) {
+    Dict record = position();
+    add_fields(record, unit, 3, 0.3);
+    branch(side_record, {"SidePosition", unit.category}).set(unit.id, record);
+  }
+}
+
+}  // namespace tessra::testing
