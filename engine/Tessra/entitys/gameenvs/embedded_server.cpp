@@ -85,6 +85,8 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
   NetSdk& net_sdk() override { return *this; }
   ConnReq& conn_req() override { return *this; }
 
+  const sim::Simulation* simulation() const { return simulation_ ? &*simulation_ : nullptr; }
+
  private:
   // Deleting a scenario here never touches a file.
   void delete_scen(int /*kind*/, std::string_view /*name*/) override {}
@@ -107,6 +109,11 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
 };
 
 }  // namespace
+
+const sim::Simulation* simulation_of(const GameServer& client) {
+  const auto* embedded = dynamic_cast<const EmbeddedServer*>(&client);
+  return embedded != nullptr ? embedded->simulation() : nullptr;
+}
 
 std::shared_ptr<GameServer> make_embedded_server(const Dict& section, std::string_view address) {
   const Value* seed = section.at_dict("server").find("seed");

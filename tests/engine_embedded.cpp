@@ -1,0 +1,156 @@
+// The engine on real backends: the bundled simulation, and records of it.
+
+#include "Tessra/base/json_write.h"
+#include "Tessra/entitys/gameenvs/embedded_server.h"
+#include "Tessra/entitys/gameunit.h"
+#include "agents/sample_agents.h"
+#include "apps/deduce/model_dump.h"
+#include "simulation/simulation.h"
+#include "simulation/world.h"
+#include "support/engine_fixture.h"
+#include "support/service_conformance.h"
+
+namespace tessra::testing {
+namespace {
+
+const std::string kScenarios = TESSRA_SOURCE_DIR "/scenarios";
+
+TEST(Services, conform) {
+  const Dict section = json("{'server': {'seed': 3}, 'simulate': {}}");
+  check_service([&] { return make_embedded_server(section, kScenarios); }, "skirmish");
+}
+
+TEST(Services, embedded_failures_are_those_the_engine_expects) {
+  const auto service = make_embedded_server(json("{'server': {}}"), kScenarios);
+  service->reset(0);
+  service->run_simulate();
+  EXPECT_TRUE(service->get_step_situation().is_none()) << "nothing is loaded";
+  EXPECT_TRUE(service->get_init_situation().is_none());
+  EXPECT_EQ(service->load_scenario("no such scenario"), Value(false));
+  service->net_sdk().delete_scen(1, "skirmish");
+  EXPECT_TRUE(service->load_scenario("skirmish").is_true()) << "deleting never touches a file";
+  service->add_command("SetRadar({SIDE='红方', UNIT='blue-fighter-1', ON=true})");
+  const Value refused = service->do_package_command();
+  EXPECT_EQ(refused.as_dict().at("message"), Value("Error"));
+  EXPECT_THAT(refused.as_dict().at("resbin").to_text(), ::testing::StartsWith("1: SetRadar("));
+  EXPECT_FALSE(service->need_do_package_command());
+}
+
+class Episode : public ::testing::Test {
+ protected:
+  Episode() { register_sample_agents(AgentRegistry::instance()); }
+
+  Dict configuration(const std::string& scenario, int seed) {
+    Dict config = json(
+        "{'game_server': {'simulate': {}, 'server': {}}, 'rule_config': {"
+        "'红方': {'patrol-1': {'class': 'patrol'}}, '蓝方': {'strike-1': {'class': 'strike'}}}}");
+    config.at_dict("game_server").at_dict("simulate").set("scenario", scenario);
+    Dict server = config.at_dict("game_server").at_dict("server");
+    server.set("seed", seed);
+    server.set("url", "embedded:" + kScenarios);
+    config.at_dict("game_server").set("logger", std::make_shared<spdlog::logger>("test", log));
+    return config;
+  }
+
+  /// Plays to the end; returns the result.
+  BatResult play(Deduction& engine, int round = 1) {
+    EXPECT_EQ(engine.reset(round), 1);
+    while (true) {
+      const StepOutcome outcome = engine.step(Dict());
+      if (const auto* result = std::get_if<BatResult>(&outcome)) return *result;
+      if (std::holds_alternative<std::monostate>(outcome)) throw Error("no situation");
+    }
+  }
+
+  std::vector<std::string> errors() const {
+    std::vector<std::string> found;
+    for (const std::string& line : log->lines) {
+      if (line.starts_with("error: ") && line.find("打包发送指令错误") == std::string::npos) found.push_back(line);
+    }
+    return found;
+  }
+
+  FakeSeams seams;
+  std::shared_ptr<LogLines> log = std::make_shared<LogLines>();
+};
+
+TEST_F(Episode, model_and_simulation_agree_at_the_end) {
+  Deduction engine(configuration("strait", 5), seams.seams());
+  play(engine);
+  const sim::World& world = simulation_of(*engine.game)->world();
+  int living = 0;
+  int dead = 0;
+  for (const sim::Unit& unit : world.units) {
+    if (!engine.players.contains(world.sides[unit.side].spec->name)) continue;
+    if (!unit.alive) {
+      ++dead;
+      EXPECT_FALSE(engine.elements.contains(unit.id)) << unit.id;
+      continue;
+    }
+    ++living;
+    ASSERT_TRUE(engine.elements.contains(unit.id)) << unit.id;
+    const auto& element = dynamic_cast<const GameUnit&>(*engine.elements.at(unit.id));
+    EXPECT_NEAR(element.position().lon, unit.motion.place.lon, 1e-6) << unit.id;
+    EXPECT_NEAR(element.position().lat, unit.motion.place.lat, 1e-6) << unit.id;
+    const auto& player = *engine.players.at(world.sides[unit.side].spec->name);
+    EXPECT_EQ(player.units_of_name.at(element.Name())->guid(), unit.id);
+  }
+  EXPECT_GT(living, 10);
+  EXPECT_GT(dead, 0);
+  EXPECT_GT(world.shots_fired, 0);
+  EXPECT_THAT(errors(), ::testing::IsEmpty()) << "the bundled records have no gaps";
+}
+
+TEST_F(Episode, the_seed_decides) {
+  const auto transcript = [&](int seed) {
+    log->lines.clear();
+    Deduction engine(configuration("skirmish", seed), seams.seams());
+    std::string text;
+    for (int round = 1; round <= 2; ++round) {
+      play(engine, round);
+      text += write_json(app::dump_elements(engine)) + write_json(app::dump_players(engine));
+    }
+    return text;
+  };
+  const std::string first = transcript(7);
+  EXPECT_EQ(first, transcript(7));
+  EXPECT_NE(first, transcript(8));
+}
+
+TEST_F(Episode, a_recorded_one_replays_to_the_same_model) {
+  const std::filesystem::path folder = seams.config_directory / "recording";
+  std::filesystem::remove_all(folder);
+  Dict config = configuration("skirmish", 7);
+  config.at_dict("game_server").at_dict("server").set("record", folder.string());
+  Deduction played(config, seams.seams());
+  const BatResult result = play(played);
+
+  Dict again = configuration("skirmish", 7);
+  again.at_dict("game_server").at_dict("simulate").set("load_scenario", false);
+  again.at_dict("game_server").at_dict("server").set("url", "records:" + (folder / "episode-000001").string());
+  Deduction replayed(again, seams.seams());
+  const BatResult same = play(replayed);
+
+  EXPECT_EQ(write_json(app::dump_elements(played)), write_json(app::dump_elements(replayed)));
+  EXPECT_EQ(write_json(app::dump_players(played)), write_json(app::dump_players(replayed)));
+  EXPECT_EQ(write_json(app::dump_engine(played)), write_json(app::dump_engine(replayed)));
+  EXPECT_EQ(result.red_score, same.red_score);
+}
+
+TEST_F(Episode, a_learner_executes_the_hosts_records) {
+  Dict config = configuration("skirmish", 7);
+  config.at_dict("rule_config").erase("红方");
+  config.at_dict("game_server")
+      .set("RL_agents", json("{'红方': {'enemy': '蓝方', 'agents': {'learner': {'class': 'learner'}}}}"));
+  Deduction engine(config, seams.seams());
+  ASSERT_EQ(engine.reset(1), 1);
+  engine.step(json("{'red-frigate-1': {'_agent_type_': 'learner', 'order': 'move', 'lon': 149.0, 'lat': 19.5}}"));
+  engine.step(Dict());
+  const auto course = engine.elements.at("red-frigate-1")->get_attribute("Course");
+  ASSERT_EQ(course.as_list().size(), 1u);
+  EXPECT_EQ(course.as_list().at(0), Value(json("{'Lon': 149.0, 'Lat': 19.5}")));
+  EXPECT_THROW(engine.step(json("{'red-frigate-1': {'_agent_type_': 'learner', 'order': 'dance'}}")), Error);
+}
+
+}  // namespace
+}  // namespace tessra::testing

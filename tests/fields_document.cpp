@@ -1,0 +1,67 @@
+// docs/fields.md is made from the element classes' field tables. TESSRA_UPDATE=1 writes it anew.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "Tessra/entitys/agent_base.h"
+#include "Tessra/entitys/aircraft.h"
+#include "Tessra/entitys/cargomission.h"
+#include "Tessra/entitys/facility.h"
+#include "Tessra/entitys/ferrymission.h"
+#include "Tessra/entitys/group.h"
+#include "Tessra/entitys/mineclearmission.h"
+#include "Tessra/entitys/minemission.h"
+#include "Tessra/entitys/patrolmission.h"
+#include "Tessra/entitys/satellite.h"
+#include "Tessra/entitys/scenario.h"
+#include "Tessra/entitys/ship.h"
+#include "Tessra/entitys/strikemission.h"
+#include "Tessra/entitys/submarine.h"
+#include "Tessra/entitys/supportmission.h"
+#include "Tessra/entitys/weapon.h"
+
+namespace tessra::testing {
+namespace {
+
+std::string default_text(const Field& field) {
+  if (!field.has_default) return "";
+  const Value value = default_value(field.kind);
+  return value.is_string() ? "\"\"" : value.to_text();
+}
+
+template <class... Classes>
+std::string document() {
+  std::string text =
+      "# Attributes the element classes know\n\n"
+      "Elements store whatever the service reports. These are the fields a class knows beforehand: an update may "
+      "bring\n"
+      "them although the initial situation did not, and those with a default can be read before they arrived.\n"
+      "`TESSRA_UPDATE=1 ./test -R FieldsDocument` writes this file from the tables in the sources.\n";
+  const auto add = [&text](std::string_view name, const FieldTable& table) {
+    text += "\n## " + std::string(name) + "\n\n| field | kind | default |\n|---|---|---|\n";
+    for (const Field& field : table.fields()) {
+      text += "| " + std::string(field.name) + " | " + std::string(kind_name(field.kind)) + " | " +
+              default_text(field) + " |\n";
+    }
+  };
+  add("RuleAgentBase", RuleAgentBase::fields());
+  (add(demangle(typeid(Classes).name()).substr(std::string_view("tessra::").size()), Classes::fields()), ...);
+  return text;
+}
+
+TEST(FieldsDocument, is_what_the_tables_say) {
+  const std::string text =
+      document<Scenario, Group, Aircraft, Ship, Submarine, Satellite, Facility, Weapon, StrikeMission, PatrolMission,
+               SupportMission, FerryMission, MineMission, MineClearMission, CargoMission>();
+  const std::string path = TESSRA_SOURCE_DIR "/docs/fields.md";
+  if (std::getenv("TESSRA_UPDATE") != nullptr) std::ofstream(path) << text;
+  std::stringstream stored;
+  stored << std::ifstream(path).rdbuf();
+  EXPECT_EQ(stored.str(), text);
+}
+
+}  // namespace
+}  // namespace tessra::testing
