@@ -104,6 +104,7 @@ TEST(Value, NumbersCompareExactlyWhereRealsGrowCoarse) {
   EXPECT_NE(Value(kMax), Value(0x1p63));
   EXPECT_EQ(Value(kMin), Value(-0x1p63));
   EXPECT_EQ(Value(true), Value(1.0));
+  EXPECT_NE(Value(2), Value(2.5));
   EXPECT_FALSE(Value(true).is(Value(1)));
   EXPECT_NE(Value(std::nan("")), Value(std::nan("")));
   EXPECT_EQ(Value(std::uint64_t{kMax}).as_integer(), kMax);
