@@ -82,9 +82,8 @@ Dict replay_configuration(const std::filesystem::path& folder) {
 
 class Replay {
  public:
-  explicit Replay(const ReplayOptions& options) {
-    const std::filesystem::path folder = episode_folder(options);
-    Dict config = replay_configuration(folder);
+  explicit Replay(const ReplayOptions& options) : folder_(episode_folder(options)) {
+    Dict config = replay_configuration(folder_);
     auto log = std::make_shared<spdlog::logger>("replay", messages_);
     log->set_level(spdlog::level::info);
     engine_section(config).set("logger", log);
@@ -128,9 +127,7 @@ class Replay {
       ++updates_;
       return false;
     }
-    no_record_ = std::holds_alternative<std::monostate>(outcome);
-    if (no_record_) return false;
-    returned = 1;
+    if (std::holds_alternative<int>(outcome)) returned = 1;
     ++updates_;
     return true;
   }
@@ -146,7 +143,7 @@ class Replay {
               fmt::print(stderr, "error: {}: {}\n", record, trace_text(thrown));
               failed_ = true;
             });
-    if (!no_record_) write_entry(record, returned, error);
+    write_entry(record, returned, error);
     return goes_on;
   }
 
@@ -164,12 +161,12 @@ class Replay {
     first_ = false;
   }
 
+  std::filesystem::path folder_;
   std::shared_ptr<Collector> messages_ = std::make_shared<Collector>();
   std::unique_ptr<Deduction> engine_;
   std::ofstream dump_;
   bool first_ = true;
   bool failed_ = false;
-  bool no_record_ = false;  // the last step found no further record
   int updates_ = 0;
 };
 

@@ -14,7 +14,7 @@ namespace tessra::testing {
 class FakeClock : public WallClock {
  public:
   double now() const override { return seconds; }
-  void wait(double duration) override {
+  void wait(double duration, const StopEvent* /*stop*/ = nullptr) override {
     seconds += duration;
     waits.push_back(duration);
   }

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "Tessra/base/stop_event.h"
+
 namespace tessra {
 
 namespace {
@@ -16,7 +18,14 @@ class SteadyClock : public WallClock {
   double now() const override {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
   }
-  void wait(double seconds) override { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
+  void wait(double seconds, const StopEvent* stop) override {
+    const std::chrono::duration<double> duration(seconds);
+    if (stop != nullptr) {
+      stop->wait_for(duration);
+    } else {
+      std::this_thread::sleep_for(duration);
+    }
+  }
 };
 
 class StandardStreams : public Console {

@@ -6,13 +6,16 @@
 
 namespace tessra {
 
+class StopEvent;
+
 /// Time on the wall, in seconds, and waiting. Not the simulation's clock.
 class WallClock {
  public:
   virtual ~WallClock() = default;
   /// Seconds since some fixed moment; never runs backwards.
   virtual double now() const = 0;
-  virtual void wait(double seconds) = 0;
+  /// Waits, or returns at once when the stop signal is or becomes set.
+  virtual void wait(double seconds, const StopEvent* stop = nullptr) = 0;
 };
 
 /// Standard output and error of the program. Both operations write one line, or several, and end it.

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "Tessra/base/value.h"
 
@@ -29,5 +32,21 @@ struct BatResult {
   std::string error_side;
   Value process_id;
 };
+
+/// One row of the results database.
+struct SavedResult {
+  std::string saved_at;  ///< UTC, "2024-01-02 09:05:03"
+  BatResult result;
+};
+
+/// The results database of a configuration directory, an SQLite file.
+std::filesystem::path results_database(const std::filesystem::path& config_directory);
+
+/// Adds a result to the database, in one transaction; several processes may write at once. A round that was abandoned
+/// has none and adds nothing. Throws `Error` with the database's own text.
+void save_result(const std::optional<BatResult>& result, const std::filesystem::path& config_directory);
+
+/// All results, oldest first; none when there is no database yet. Throws `Error`.
+std::vector<SavedResult> load_results(const std::filesystem::path& config_directory);
 
 }  // namespace tessra

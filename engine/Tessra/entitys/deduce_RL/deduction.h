@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <exception>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +36,9 @@ using StepTimes = OrderedMap<double>;
 /// 1 while the episode goes on, nothing when no situation arrived, or the episode's result.
 using StepOutcome = std::variant<std::monostate, int, BatResult>;
 
+/// Episode number → the round's result; none when the round was abandoned.
+using RoundResults = std::map<std::int64_t, std::optional<BatResult>>;
+
 /// The real surroundings of an engine.
 Seams default_seams();
 
@@ -63,6 +68,17 @@ class Deduction : public Settings, public EpisodeState {
   /// One decision of every agent, one advance, one update. `action_dict` holds the host's records for learning agents:
   /// id → action record; the key `_agent_type_` is taken out of records that are delivered.
   StepOutcome step(Dict action_dict);
+
+  // ---- The scheduling client's episode (AI-apply mode) ----------------------------------------------------------
+
+  /// Runs one agent for a scheduling client: connection, situation, model, agents, the round. Returns the round's
+  /// result under the episode's number. A fatal problem is reported to the client and the run log and ends the program
+  /// through the seam; the stop signal is set before.
+  RoundResults normal_simulate();
+
+  /// The rest of the episode: the agent decides once per simulation step until the service reports the end. None when
+  /// the round was abandoned or had ended before. `max_index` is not used. Needs `main_exit_event`.
+  std::optional<BatResult> game_run_round(std::optional<std::int64_t> max_index = std::nullopt);
 
   // ---- Scenario control ---------------------------------------------------------------------------------------
 
@@ -109,6 +125,8 @@ class Deduction : public Settings, public EpisodeState {
   void players_update_attribute();
   /// Calls every agent's `initial`. Returns the error result when an agent failed and `is_testing` is not true.
   std::optional<BatResult> player_init();
+  /// The same in AI-apply mode: a failure is reported to the client and ends the program.
+  void player_apply_init();
   /// One decision of every agent: the time each took, or the error result.
   std::variant<StepTimes, BatResult> agents_step(Dict action_dict);
   /// Whether an agent asks for the end, or the error result.
@@ -216,6 +234,31 @@ class Deduction : public Settings, public EpisodeState {
   };
   bool is_timing_due(std::int64_t index) const;
   std::string timing_line(const StepTiming& timing, const StepTimes& step_times) const;
+
+  // ---- The scheduled run ------------------------------------------------------------------------------------
+
+  /// One guarded piece of work; the texts take the error and, for the client, the run log's path.
+  struct Stage {
+    std::function<void()> work;
+    const char* client_text;
+    const char* log_text;
+  };
+  void prepare(const Value& situation);
+  void run_stage(const Stage& stage);
+  void attempt_thrice(const std::function<void()>& work, const char* retry_text, const char* exit_text);
+  void report_to_client(const char* text, const std::exception_ptr& error);
+  /// Step and command failures reach the client once in the engine's life.
+  void report_once(const char* text, const std::exception_ptr& error);
+  void log_trace(const char* text, const std::exception_ptr& error) const;
+  [[noreturn]] void end_program();
+  std::shared_ptr<RuleAgentBase> scheduled_player() const;
+  std::optional<BatResult> end_round(Agent& agent);
+  /// The larger of the client's and the agent's interval, in seconds.
+  Value decision_interval_of(Agent& agent, const Value& client_interval) const;
+  /// One decision with its commands; false when the client's settings could not be had.
+  bool decide(RuleAgentBase& player, Agent& agent, StepTimes& step_times);
+  bool request_client_settings(Agent& agent);
+  void report_decision(std::int64_t decisions);
 
   // ---- Elements ---------------------------------------------------------------------------------------------
 

@@ -64,7 +64,8 @@ void Deduction::delete_elements(const Value& side_del_data, RuleAgentBase& playe
 
 void Deduction::delete_item(const Dict& item, RuleAgentBase& player, std::vector<std::string>& deleted) {
   const Value& struct_type = item.at("StructType");
-  const std::int64_t type = struct_type.is_number() ? struct_type.as_integer() : 0;
+  const std::int64_t type = struct_type.is_number() ? struct_type.to_integer() : 0;
+  if (type < kMissions || type > kContacts) return;
   for (auto [name, entry] : item.at_dict("v")) {
     const List* ids = entry.as_dict().find_list("v");
     if (ids == nullptr) continue;

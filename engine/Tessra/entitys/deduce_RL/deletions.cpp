@@ -167,9 +167,9 @@ void Deduction::delete_in_live_part(RuleAgentBase& player, const Dict& real, Del
   for_each_deletion(real, [&](const Value& attribute, const List& ids) {
     if (is_one_of(kLiveTables, attribute)) remove_from(player, attribute, ids);
   });
-  if (const Dict* salvos = real.find_dict("WeaponSalvos")) delete_shooters(player, *salvos);
-  if (const Dict* active = real.find_dict("ActiveUnits")) delete_in_active_units(player, *active, pass);
-  if (const Dict* contacts = real.find_dict("Contacts")) {
+  if (const Dict* salvos = filled(real, "WeaponSalvos")) delete_shooters(player, *salvos);
+  if (const Dict* active = filled(real, "ActiveUnits")) delete_in_active_units(player, *active, pass);
+  if (const Dict* contacts = filled(real, "Contacts")) {
     Dict own = player.get_dict("Contacts");
     for (auto [contact_id, record] : *contacts) {
       if (Dict* contact = own.find_dict(contact_id)) remove_inner_ids(*contact, record.as_dict());

@@ -92,7 +92,10 @@ BatResult Deduction::get_game_result(std::string_view error_side) {
   set_camp_names(result, agent_names);
   if (error_side.empty()) {
     const Scores scores = player_scores(players, agent_names);
-    result.set_score(scores.red.value_or(0), scores.blue.value_or(0));
+    const auto or_zero = [](const std::optional<Value>& score) {
+      return score && !score->is_none() ? *score : Value(0);
+    };
+    result.set_score(or_zero(scores.red), or_zero(scores.blue));
   } else {
     result.error_side = error_side;
     const int fault = camp_at_fault(error_side, agent_names);

@@ -1,0 +1,126 @@
+// The run of one agent for a scheduling client, from connection to result.
+
+#include <fmt/printf.h>
+
+#include "Tessra/base/guard.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+
+namespace tessra {
+
+RoundResults Deduction::normal_simulate() {
+  main_exit_event = std::make_shared<StopEvent>();
+  attempt_thrice([&] { game->connect_client(main_exit_event); }, "连接客户端错误:%s，再次请求！",
+                 "连接客户端错误:%s，退出！");
+  ++current_round;
+  attempt_thrice([&] { game->request_full_situation(); }, "请求客户端完整态势错误:%s，再次请求！",
+                 "请求客户端完整态势错误:%s，退出！");
+  log_only(LogLevel::info, "请求客户端完整态势成功！");
+  const Value situation = game->get_init_situation();
+  if (!situation.truthy()) {
+    game->agent_error_message_output("智能体未收到当前完整态势，退出！");
+    end_program();
+  }
+  log_only(LogLevel::info, "收到客户端完整态势！");
+  init_connect_data = false;
+
+  prepare(situation);
+  cmd_package();
+  log_only(LogLevel::info, "智能体initial函数执行完成");
+
+  std::optional<BatResult> result;
+  run_stage({[&] {
+               result = game_run_round();
+               if (save_result.truthy()) tessra::save_result(result, seams_.config_directory);
+             },
+             "智能体决策step函数报错:%s.\n详情请查看-%s", "智能体决策step函数报错:%s"});
+  return {{current_round, result}};
+}
+
+void Deduction::prepare(const Value& situation) {
+  const Stage stages[] = {
+      {[&] {
+         if (agents.empty()) config_agent(rule_agent_config, rl_agent_config);
+       },
+       "读取配置创建智能体错误:%s.\n详情请查看-%s", "读取配置创建智能体错误:%s"},
+      {[&] {
+         process_init_situation(situation);
+         log_only(LogLevel::info, "初始态势处理完成！");
+       },
+       "解析初始态势错误:%s.\n详情请查看-%s", "解析初始态势错误:%s"},
+      {[&] {
+         log_only(LogLevel::info,
+                  rl_agents_load_model() ? "强化学习智能体加载模型成功！" : "非强化学习智能体不用加载模型！");
+       },
+       "强化学习智能体加载模型报错:%s.\n详情请查看-%s", "强化学习智能体加载模型报错:%s"},
+      {[&] {
+         get_agent_client_params();
+         log_only(LogLevel::info, "智能体请求客户端参数完成！");
+       },
+       "智能体请求客户端配置的单元、目标等参数报错:%s.\n详情请查看-%s",
+       "智能体请求客户端配置的单元、目标等参数报错:%s"},
+      {[&] {
+         players_update_attribute();
+         log_only(LogLevel::info, "智能体根据客户端设置的参数更新属性！");
+       },
+       "智能体更新属性值报错:%s.\n详情请查看-%s", "智能体更新属性值报错:%s"},
+      {[&] { player_apply_init(); }, "框架player_apply_init函数报错:%s.\n详情请查看-%s",
+       "框架player_apply_init函数报错:%s"},
+  };
+  for (const Stage& stage : stages) run_stage(stage);
+}
+
+void Deduction::run_stage(const Stage& stage) {
+  guarded(stage.work, [&](const std::exception_ptr& error) {
+    report_to_client(stage.client_text, error);
+    main_exit_event->set();
+    log_trace(stage.log_text, error);
+    end_program();
+  });
+}
+
+void Deduction::attempt_thrice(const std::function<void()>& work, const char* retry_text, const char* exit_text) {
+  constexpr int kAttempts = 3;
+  bool succeeded = false;
+  for (int attempt = 1; attempt <= kAttempts && !succeeded; ++attempt) {
+    succeeded = guarded(work, [&](const std::exception_ptr& error) {
+      // Without a run log a failure is neither told nor waited for, and the run goes on after the last one.
+      if (logger == nullptr) return;
+      if (attempt == kAttempts) {
+        log_only(LogLevel::error, fmt::sprintf(exit_text, error_text(error)));
+        end_program();
+      }
+      log_only(LogLevel::error, fmt::sprintf(retry_text, error_text(error)));
+      seams_.clock->wait(1, main_exit_event.get());
+    });
+  }
+}
+
+void Deduction::player_apply_init() {
+  for (const auto& [side, player] : players) {
+    const Situation& situation = player->get_situation();
+    for (const auto& agent : *player->agents_list) {
+      guarded([&] { agent->initial(situation); },
+              [&](const std::exception_ptr& error) {
+                report_to_client("智能体initial函数报错:%s.\n详情请查看-%s", error);
+                log_trace("智能体initial函数报错:%s", error);
+                end_program();
+              });
+    }
+  }
+}
+
+void Deduction::report_to_client(const char* text, const std::exception_ptr& error) {
+  game->agent_error_message_output(fmt::sprintf(text, error_text(error), log_file_path));
+}
+
+void Deduction::log_trace(const char* text, const std::exception_ptr& error) const {
+  if (logger != nullptr) log_only(LogLevel::error, fmt::sprintf(text, trace_text(error)));
+}
+
+void Deduction::end_program() {
+  main_exit_event->set();
+  seams_.exit->end(0);
+  std::terminate();  // not reached: an exit that returns breaks its promise
+}
+
+}  // namespace tessra
