@@ -10,7 +10,7 @@ namespace {
 Dict attributes_without(const Element& element, std::initializer_list<std::string_view> left_out) {
   Dict shown;
   for (auto [name, value] : element.attributes()) {
-    const bool hidden = std::ranges::any_of(left_out, [&](std::string_view other) { return name.is_text(other); });
+    const bool hidden = name.is_string() && std::ranges::find(left_out, name.as_text()) != left_out.end();
     if (!hidden) shown.set(name, value);
   }
   return shown;

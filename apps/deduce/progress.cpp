@@ -35,7 +35,7 @@ void Progress::show(std::int64_t steps, double simulated) {
   std::fflush(stderr);
 }
 
-void Progress::clear() {
+void Progress::clear() const {
   if (!active_) return;
   fmt::print(stderr, "\r\x1b[K");
   std::fflush(stderr);

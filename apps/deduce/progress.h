@@ -17,7 +17,7 @@ class Progress {
   /// `simulated` in seconds.
   void show(std::int64_t steps, double simulated);
   /// Takes the line away, so that something else can be written.
-  void clear();
+  void clear() const;
 
  private:
   bool active_;

@@ -53,9 +53,9 @@ void set_classes(Dict agents, const Value& agent_class) {
 
 /// The folder with the records: the one given, or an episode below it.
 std::filesystem::path episode_folder(const ReplayOptions& options) {
-  const std::filesystem::path folder = options.folder;
+  std::filesystem::path folder = options.folder;
   if (std::filesystem::is_regular_file(folder / "initial.json")) return folder;
-  const std::filesystem::path below = folder / fmt::format("episode-{:06}", options.episode);
+  std::filesystem::path below = folder / fmt::format("episode-{:06}", options.episode);
   if (std::filesystem::is_regular_file(below / "initial.json")) return below;
   throw InputError("no initial.json in " + folder.string() + " or " + below.string());
 }

@@ -1,5 +1,6 @@
 #include "Tessra/base/dict.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -176,12 +177,11 @@ Dict Dict::shallow_copy() const {
 bool operator==(const Dict& a, const Dict& b) {
   if (a.is(b)) return true;
   if (a.size() != b.size()) return false;
-  for (const auto& entry : a.rep_->table.entries()) {
-    if (!entry.live) continue;
+  return std::ranges::all_of(a.rep_->table.entries(), [&b](const auto& entry) {
+    if (!entry.live) return true;
     const Value* other = b.rep_->table.find(KeyRef(entry.key), entry.hash);
-    if (other == nullptr || *other != entry.value) return false;
-  }
-  return true;
+    return other != nullptr && *other == entry.value;
+  });
 }
 
 }  // namespace tessra

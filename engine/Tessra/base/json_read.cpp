@@ -122,7 +122,7 @@ class TreeBuilder {
   Value build_list(ondemand::array array, std::size_t depth) {
     List list;
     for (auto entry : array) {
-      ondemand::value value = checked(std::move(entry));
+      ondemand::value value = checked(entry);
       list.push_back(build_any(value, depth));
     }
     return list;
