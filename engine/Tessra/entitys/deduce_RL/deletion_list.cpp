@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <fmt/printf.h>
 
+#include <algorithm>
+
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
@@ -37,11 +39,9 @@ void remove_of_type(Element& scenario, std::string_view table_name, const Value&
 }
 
 bool is_side_table(const Value& name) {
-  for (const std::string_view table :
-       {"ReferencePoints", "WeaponRecs", "SpecialActions", "ExclusionZones", "NoNavZones", "AirCorridorZones"}) {
-    if (name.is_text(table)) return true;
-  }
-  return false;
+  constexpr std::string_view kTables[] = {"ReferencePoints", "WeaponRecs", "SpecialActions",
+                                          "ExclusionZones",  "NoNavZones", "AirCorridorZones"};
+  return name.is_string() && std::ranges::find(kTables, name.as_text()) != std::end(kTables);
 }
 
 void append(std::vector<std::string>& deleted, const List& ids) {
