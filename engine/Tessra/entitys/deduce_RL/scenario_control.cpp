@@ -82,7 +82,7 @@ std::chrono::sys_seconds Deduction::datetime_transfer(std::string_view simulate_
   std::tm fields{};
   const char* end = ::strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &fields);
   const std::chrono::year_month_day date(std::chrono::year(fields.tm_year + 1900),
-                                         std::chrono::month(fields.tm_mon + 1u),
+                                         std::chrono::month(fields.tm_mon + 1U),
                                          std::chrono::day(static_cast<unsigned>(fields.tm_mday)));
   if (end == nullptr || *end != '\0' || !date.ok()) {
     throw ConversionError("no date and time of the form 2024-05-01 08:00:00: '" + std::string(simulate_time) + "'");

@@ -1,0 +1,252 @@
+// The scheduled run and its round: what the client is told, what the log holds, what is set, in which order, and that
+// nothing runs after the end.
+
+#include "support/engine_fixture.h"
+
+namespace tessra::testing {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+class Scheduled : public EngineTest {
+ protected:
+  Scheduled() {
+    seams.config_directory = std::filesystem::temp_directory_path() / "tessra-scheduled";
+    config.update(json(
+        "{'is_ai_apply': true, 'simulate': {'step_interval': 2}, 'server': {'url': 'scripted:'},"
+        "'player': {'agent_name': 'patrol-1', 'agent_id': 'id-1', 'player_side': '红方', 'decision_time': '20'}}"));
+    config.set("logger", std::make_shared<spdlog::logger>("test", log));
+    Dict sides = server->initial.as_dict().at_dict("ScenarioInfo").at_dict("SideInfo");
+    sides.at_dict("g").set("Postures", json("{'r': 1}"));
+    server->is_ai_apply = true;
+    server->updates = {tick(90000), tick(120000), json("{'IsEnd': true, 'ScenarioInfo': {'Time': 150000}}")};
+  }
+
+  static Value tick(int time) { return Dict{{"ScenarioInfo", Dict{{"Time", time}}}}; }
+
+  /// Makes calls of an operation throw: all, or those up to `last`.
+  void fail(const std::string& operation, int last = 1'000'000) {
+    server->rules[operation] = [last](int call) -> std::optional<Value> {
+      if (call <= last) throw std::runtime_error("lost");
+      return std::nullopt;
+    };
+  }
+  /// Runs and expects the end of the program with a normal status.
+  void expect_end() {
+    try {
+      engine().normal_simulate();
+      ADD_FAILURE() << "the program went on";
+    } catch (const ProgramEnd& end) {
+      EXPECT_EQ(end.status, 0);
+    }
+    EXPECT_TRUE(engine().main_exit_event->is_set());
+    EXPECT_EQ(seams.exit->ends, 1);
+  }
+  std::vector<std::string> log_errors() const {
+    std::vector<std::string> found;
+    for (const std::string& line : log->lines) {
+      if (line.starts_with("error: ")) found.push_back(line.substr(0, line.find('\n')));
+    }
+    return found;
+  }
+  std::string details() { return ".\n详情请查看-" + engine().log_file_path; }
+};
+
+TEST_F(Scheduled, plays_to_the_end) {
+  const RoundResults results = engine().normal_simulate();
+  ASSERT_EQ(results.size(), 1u);
+  const BatResult result = results.at(1).value();
+  EXPECT_EQ(result.red_score, Value(10.0));
+  EXPECT_EQ(result.time_elapsed, 150.0);
+  EXPECT_THAT(log_errors(), IsEmpty());
+  EXPECT_THAT(server->error_messages, IsEmpty());
+  EXPECT_FALSE(engine().main_exit_event->is_set());
+  EXPECT_EQ(server->stop, engine().main_exit_event);
+  EXPECT_EQ(server->count("run_simulate"), 0);
+  EXPECT_THAT(server->calls, Contains("req_agent_times(id-1, patrol-1, 3)"));
+  EXPECT_THAT(server->calls, Contains("update_step_interval(20)"));
+  const auto& lines = log->lines;
+  EXPECT_THAT(lines, Contains("info: 管理后台决策间隔：决策间隔为20s").Times(1));
+  EXPECT_THAT(lines, Contains("info: 选手配置控制决策间隔：决策间隔为0s").Times(6));
+  EXPECT_THAT(lines, Contains("info: 智能体初始运行时间:60s, 当前推演时间:90s 满足决策间隔:20s, 进行决策"));
+  EXPECT_THAT(lines, Contains("info: round:1, time:120s, step index:2, step:0.000s, get data:0.000s, update:0.000s, "
+                              "红方 step:0.000s, "));
+  EXPECT_EQ(lines.back(), "info: 当前推演时间:150s, 推演结束");
+  EXPECT_THAT(agent_of(red()).calls, ElementsAre("info_extract", "initial", "info_extract", "step", "info_extract",
+                                                 "step", "info_extract", "step", "deduction_end"));
+  EXPECT_TRUE(contacts().contains("gc1")) << "friends are found from the scenario's postures";
+}
+
+TEST_F(Scheduled, the_larger_interval_counts) {
+  server->rules["get_step_situation"] = [this](int call) -> std::optional<Value> {
+    agent_of(red()).decision_time = call == 1 ? Value(45) : Value("often");
+    return std::nullopt;
+  };
+  expect_end();
+  EXPECT_THAT(server->calls, Contains("update_step_interval(20)").Times(1));
+  EXPECT_THAT(server->calls, Contains("update_step_interval(45)").Times(1));
+  EXPECT_THAT(server->error_messages, ElementsAre(StartsWith("智能体决策step函数报错:expected real, found string")));
+}
+
+TEST_F(Scheduled, connection_and_situation_are_tried_three_times) {
+  struct Case {
+    const char* operation;
+    const char* text;
+  };
+  for (const Case& given : {Case{"connect_client", "连接客户端错误:lost，"},
+                            Case{"request_full_situation", "请求客户端完整态势错误:lost，"}}) {
+    server = [&] {
+      auto fresh = std::make_shared<ScriptedServer>();
+      fresh->initial = server->initial;
+      fresh->updates = server->updates;
+      return fresh;
+    }();
+    Deduction e(config.deep_copy(), seams.seams());
+    const std::string retry = "error: " + std::string(given.text) + "再次请求！";
+    log->lines.clear();
+    seams.clock->waits.clear();
+    fail(given.operation, 2);
+    EXPECT_EQ(e.normal_simulate().size(), 1u);
+    EXPECT_THAT(log_errors(), ElementsAre(retry, retry));
+    EXPECT_THAT(seams.clock->waits, ElementsAre(1, 1));
+    log->lines.clear();
+    fail(given.operation);
+    EXPECT_THROW(e.normal_simulate(), ProgramEnd);
+    EXPECT_THAT(log_errors(), ElementsAre(retry, retry, "error: " + std::string(given.text) + "退出！"));
+    EXPECT_TRUE(e.main_exit_event->is_set());
+  }
+}
+
+TEST_F(Scheduled, without_a_situation_only_the_client_is_told) {
+  server->initial = Dict();
+  expect_end();
+  EXPECT_THAT(server->error_messages, ElementsAre("智能体未收到当前完整态势，退出！"));
+  EXPECT_THAT(log_errors(), IsEmpty());
+  EXPECT_TRUE(engine().init_connect_data);
+}
+
+TEST_F(Scheduled, a_failed_stage_is_reported_and_ends_the_program) {
+  struct Case {
+    std::function<void()> break_it;
+    std::string text;
+    std::string error;
+  };
+  const Case cases[] = {
+      {[&] { config.at_dict("rule_config").at_dict("红方").at_dict("patrol-1").erase("class"); },
+       "读取配置创建智能体错误:", "missing key 'class'"},
+      {[&] { server->initial.as_dict().at_dict("ScenarioInfo").erase("Time"); },
+       "解析初始态势错误:", "Scenario 'scen' has no attribute 'Time'"},
+      {[&] { fail("req_client_agent_config"); }, "智能体请求客户端配置的单元、目标等参数报错:", "lost"},
+  };
+  for (const Case& given : cases) {
+    const Dict kept = config.deep_copy();
+    const Value initial = server->initial.deep_copy();
+    given.break_it();
+    log->lines.clear();
+    server->error_messages.clear();
+    Deduction e(config, seams.seams());
+    EXPECT_THROW(e.normal_simulate(), ProgramEnd) << given.text;
+    EXPECT_THAT(server->error_messages, ElementsAre(given.text + given.error + ".\n详情请查看-" + e.log_file_path));
+    ASSERT_EQ(log_errors().size(), 1u);
+    EXPECT_THAT(log_errors().at(0), ::testing::AllOf(StartsWith("error: " + given.text), HasSubstr(given.error)));
+    EXPECT_TRUE(e.main_exit_event->is_set());
+    EXPECT_EQ(server->count("get_step_situation"), 0);
+    config = kept;
+    server->initial = initial;
+    server->rules.clear();
+  }
+}
+
+TEST_F(Scheduled, a_failing_initial_is_reported_and_ends_the_program) {
+  engine().config_agent(engine().rule_agent_config, engine().rl_agent_config);
+  agent_of(red()).throws_in = "initial";
+  expect_end();
+  EXPECT_THAT(server->error_messages, ElementsAre("智能体initial函数报错:boom in initial" + details()));
+  EXPECT_THAT(log_errors(), ElementsAre("error: 智能体initial函数报错:std::runtime_error: boom in initial"));
+  EXPECT_THAT(agent_of(blue()).calls, Contains("initial").Times(0));
+}
+
+TEST_F(Scheduled, failures_of_a_round_are_reported_and_it_goes_on) {
+  engine().config_agent(engine().rule_agent_config, engine().rl_agent_config);
+  agent_of(red()).throws_in = "step";
+  fail("req_agent_times", 1);
+  const RoundResults results = engine().normal_simulate();
+  EXPECT_TRUE(results.at(1).has_value());
+  EXPECT_THAT(server->error_messages,
+              ElementsAre("智能体'step'函数代码出错:boom in step" + details() + ".\n后续不再弹出提示！",
+                          "智能体step函数执行次数发送错误:lost"));
+  EXPECT_THAT(log_errors(), Contains("error: 智能体'step'函数代码出错:std::runtime_error: boom in step").Times(3));
+  EXPECT_THAT(log_errors(), Contains("error: 智能体step函数执行次数发送错误:std::runtime_error: lost").Times(1));
+  EXPECT_TRUE(engine().step_log_out);
+
+  // The flag is shared and never reset: a later failure to send commands is only logged.
+  server->error_messages.clear();
+  log->lines.clear();
+  engine().deduce_is_end = false;
+  agent_of(red()).throws_in = "deduction_end";
+  server->reset(0);
+  fail("need_do_package_command");
+  EXPECT_THROW(engine().game_run_round(), std::runtime_error) << "the package at the end is not guarded";
+  EXPECT_THAT(log_errors(), Contains("error: 智能体累积指令下达出错:std::runtime_error: lost").Times(3));
+  EXPECT_THAT(server->error_messages,
+              ElementsAre("智能体'deduction_end'函数代码出错:boom in deduction_end" + details()));
+}
+
+TEST_F(Scheduled, a_failing_end_penalises_the_side) {
+  engine().config_agent(engine().rule_agent_config, engine().rl_agent_config);
+  agent_of(red()).throws_in = "deduction_end";
+  const BatResult result = engine().normal_simulate().at(1).value();
+  EXPECT_EQ(result.error_side, "红方");
+  EXPECT_EQ(result.red_score, Value(-90000.0));
+  EXPECT_THAT(server->error_messages,
+              ElementsAre("智能体'deduction_end'函数代码出错:boom in deduction_end" + details()));
+  EXPECT_TRUE(engine().main_exit_event->is_set());
+}
+
+TEST_F(Scheduled, settings_are_asked_for_three_times_then_the_round_is_abandoned) {
+  server->rules["req_client_agent_config"] = [](int call) -> std::optional<Value> {
+    // The two players' agents ask during preparation.
+    if (call == 3 || call == 4 || call > 5) throw std::runtime_error("lost");
+    return std::nullopt;
+  };
+  const RoundResults results = engine().normal_simulate();
+  EXPECT_FALSE(results.at(1).has_value());
+  EXPECT_THAT(log_errors(), Contains("error: 智能体请求前端配置参数出错，再次请求:std::runtime_error: lost").Times(4));
+  EXPECT_THAT(log_errors(),
+              Contains("error: 智能体请求前端配置参数出错，智能体运行结束:std::runtime_error: lost").Times(1));
+  EXPECT_THAT(server->error_messages, ElementsAre("智能体请求前端配置参数出错，智能体运行结束:lost" + details()));
+  EXPECT_EQ(seams.clock->waits.size(), 4u);
+  EXPECT_TRUE(engine().main_exit_event->is_set());
+  EXPECT_EQ(server->count("get_step_situation"), 1);
+}
+
+TEST_F(Scheduled, a_crash_or_a_missing_agent_abandons_the_round) {
+  server->updates = {json("{'Crash': true}")};
+  EXPECT_FALSE(engine().normal_simulate().at(1).has_value());
+  EXPECT_THAT(server->error_messages, IsEmpty());
+  EXPECT_FALSE(engine().main_exit_event->is_set());
+
+  engine().import_agent_side = "nobody";
+  EXPECT_FALSE(engine().game_run_round().has_value());
+  EXPECT_THAT(server->error_messages, ElementsAre("创建调度的智能体失败，智能体退出！"));
+  EXPECT_EQ(log->lines.back(), "error: 创建调度的智能体失败，智能体退出！");
+  EXPECT_TRUE(engine().main_exit_event->is_set());
+}
+
+TEST_F(Scheduled, results_are_saved_when_asked_for) {
+  std::filesystem::remove_all(seams.config_directory);
+  config.at_dict("simulate").set("save_result", true);
+  engine().normal_simulate();
+  const std::vector<SavedResult> saved = load_results(seams.config_directory);
+  ASSERT_EQ(saved.size(), 1u);
+  EXPECT_EQ(saved.at(0).result.red_name, "patrol-1");
+  EXPECT_EQ(saved.at(0).result.blue_score, Value(-10.0));
+  EXPECT_EQ(saved.at(0).saved_at.size(), 19u);
+}
+
+}  // namespace
+}  // namespace tessra::testing
