@@ -25,7 +25,7 @@ std::filesystem::path data_directory() {
   const std::filesystem::path library = library_folder();
   std::string tried;
   for (const char* place : {"../share/tessra", "../../.."}) {
-    const std::filesystem::path folder = (library / place).lexically_normal();
+    std::filesystem::path folder = (library / place).lexically_normal();
     if (std::filesystem::is_directory(folder / "scenarios")) return folder;
     tried += " " + folder.string();
   }
