@@ -210,6 +210,23 @@ TEST_F(Deletions, report_what_was_never_there) {
   EXPECT_TRUE(engine().elements.contains("a1"));
 }
 
+TEST_F(Deletions, leave_parts_alone_that_are_not_mentioned) {
+  // The service may leave a part empty with a none or a list; only a deletion in it may stumble over that.
+  Element& unit = element("a1");
+  unit.set_attribute("Cargos", json("{'l': [1]}").at("l"));
+  unit.set_attribute("Doctrine", json("{'WRA': null}"));
+  unit.get_dict("Mounts").set("mt", json("{'WeaponRecs': [], 'MagazineWeaponRecs': null}"));
+  EXPECT_NO_THROW(update_red(R"({
+    'Side': {'ActiveUnitsInfo': {'a1': {'Doctrine': {'Roe': 1, 'mapdel': {'Roe': {'v': ['x']}}}}},
+             'Missions': {'Cargo': {'m1': {'mapdel': {'MountsToUnload': {'v': ['x']}}}}}},
+    'SideReal': {'WeaponSalvos': {'Count': 3, 'sv': {}},
+                 'ActiveUnits': {'Aircraft': {'a1': {'ActiveUnit': {'Mounts': {'mt': {'Status': 1}}}}}}}})"));
+  EXPECT_EQ(unit.get_dict("Mounts").at_dict("mt").get("Status"), Value(1));
+  EXPECT_THROW(update_red(R"({'SideReal': {'ActiveUnits': {'Aircraft': {'a1': {'ActiveUnit': {
+                                 'mapdel': {'Cargos': {'v': ['x']}}}}}}}})"),
+               KindError);
+}
+
 TEST_F(Deletions, the_list_form_stops_at_the_first_missing_id) {
   engine().scenario_obj->set_attribute("SimEvents", json("{'ev1': {}, 'ev2': {}}"));
   const Dict items = json(R"({'list': [

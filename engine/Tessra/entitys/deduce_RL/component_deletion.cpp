@@ -19,42 +19,59 @@ constexpr std::string_view kMountTables[] = {"WeaponRecs", "MagazineWeaponRecs"}
 constexpr TableNames kWeaponRecs(kMountTables, 1);
 constexpr TableNames kNoTables;
 
-/// Deletions inside the weapon records of a component. `component` is the unit's own, null when it holds none.
-void delete_in_weapon_records(Dict* component, const Dict& record, std::string_view table_name) {
+/// The unit's table of this name when it has entries; defaults are not stored for looking.
+Dict* stored_table(Element& element, const KeyRef& name) {
+  const Value* value = element.attributes().find(name);
+  return value != nullptr && value->truthy() ? element.attributes().find_dict(name) : nullptr;
+}
+
+// What an element holds is looked up only where the record carries the same part: an update without deletions must not
+// fail on a part that the service left empty in another way.
+
+/// Deletions inside the weapon records of a component.
+void delete_in_weapon_records(Dict& component, const Dict& record, std::string_view table_name) {
   const Dict* weapons = record.find_dict(table_name);
-  Dict* own = component != nullptr ? component->find_dict(table_name) : nullptr;
-  if (weapons == nullptr || own == nullptr) return;
+  Dict* own = weapons != nullptr ? component.find_dict(table_name) : nullptr;
+  if (own == nullptr) return;
   for (auto [weapon_id, weapon_record] : *weapons) {
     if (Dict* weapon = own->find_dict(weapon_id)) remove_inner_ids(*weapon, weapon_record.as_dict());
   }
 }
 
 /// One component: its own deletions, then those of its weapon records.
-void delete_in_component(Dict* component, const Dict& record, TableNames weapon_tables) {
-  if (component != nullptr) remove_inner_ids(*component, record);
+void delete_in_component(Dict& component, const Dict& record, TableNames weapon_tables) {
+  remove_inner_ids(component, record);
   for (const std::string_view table : weapon_tables) delete_in_weapon_records(component, record, table);
 }
 
-/// All components of a table. `own` is the unit's table, null when it holds none.
-void delete_in_components(Dict* own, const Dict* records, TableNames weapon_tables) {
-  if (own == nullptr || records == nullptr) return;
-  for (auto [id, record] : *records) delete_in_component(own->find_dict(id), record.as_dict(), weapon_tables);
-}
-
-void delete_in_cargos(Dict* own, const Dict* records) {
-  if (own == nullptr || records == nullptr) return;
-  for (auto [id, record] : *records) {
-    Dict* cargo = own->find_dict(id);
-    if (cargo == nullptr) continue;
-    delete_in_component(cargo, record.as_dict(), kNoTables);
-    delete_in_components(cargo->find_dict("Mounts"), record.as_dict().find_dict("Mounts"), kMountTables);
+void delete_in_components(Dict& own, const Dict& records, TableNames weapon_tables) {
+  for (auto [id, record] : records) {
+    if (Dict* component = own.find_dict(id)) delete_in_component(*component, record.as_dict(), weapon_tables);
   }
 }
 
-/// The unit's table of this name when it has entries; defaults are not stored for looking.
-Dict* stored_table(Element& element, const KeyRef& name) {
-  const Value* value = element.attributes().find(name);
-  return value != nullptr && value->truthy() ? element.attributes().find_dict(name) : nullptr;
+/// A cargo: its own deletions, then those of its mounts.
+void delete_in_cargo(Dict& cargo, const Dict& record) {
+  remove_inner_ids(cargo, record);
+  const Dict* mounts = record.find_dict("Mounts");
+  Dict* own = mounts != nullptr ? cargo.find_dict("Mounts") : nullptr;
+  if (own != nullptr) delete_in_components(*own, *mounts, kMountTables);
+}
+
+/// All components of one of the unit's tables.
+void delete_in_table(Element& unit, const Dict& active_unit, std::string_view table, TableNames weapon_tables) {
+  const Dict* records = active_unit.find_dict(table);
+  Dict* own = records != nullptr ? stored_table(unit, table) : nullptr;
+  if (own != nullptr) delete_in_components(*own, *records, weapon_tables);
+}
+
+void delete_in_cargos(Element& unit, const Dict& active_unit) {
+  const Dict* records = active_unit.find_dict("Cargos");
+  Dict* own = records != nullptr ? stored_table(unit, "Cargos") : nullptr;
+  if (own == nullptr) return;
+  for (auto [id, record] : *records) {
+    if (Dict* cargo = own->find_dict(id)) delete_in_cargo(*cargo, record.as_dict());
+  }
 }
 
 void delete_whole_components(Element& unit, const Dict& active_unit) {
@@ -86,32 +103,33 @@ void Deduction::del_unit_component(Element& unit_obj, const Dict& unit_info) {
   if (active_unit == nullptr) return;
   delete_whole_components(unit_obj, *active_unit);
   delete_targets(unit_obj, *active_unit);
-
-  const auto own = [&](std::string_view table) { return stored_table(unit_obj, table); };
-  const auto record = [&](std::string_view table) { return active_unit->find_dict(table); };
-  delete_in_components(own("Mounts"), record("Mounts"), kMountTables);
-  delete_in_components(own("Loadouts"), record("Loadouts"), kWeaponRecs);
-  delete_in_components(own("CommDevices"), record("CommDevices"), kNoTables);
-  delete_in_components(own("Magazines"), record("Magazines"), kWeaponRecs);
-  delete_in_cargos(own("Cargos"), record("Cargos"));
+  delete_in_table(unit_obj, *active_unit, "Mounts", kMountTables);
+  delete_in_table(unit_obj, *active_unit, "Loadouts", kWeaponRecs);
+  delete_in_table(unit_obj, *active_unit, "CommDevices", kNoTables);
+  delete_in_table(unit_obj, *active_unit, "Magazines", kWeaponRecs);
+  delete_in_cargos(unit_obj, *active_unit);
 }
 
 void Deduction::parse_delete_doctrine(Element& unit_obj, const Dict& unit_info) {
   const Dict& doctrine = unit_info.at_dict("Doctrine");
-  Dict* own_doctrine = stored_table(unit_obj, "Doctrine");
-  Dict* own = own_doctrine != nullptr ? own_doctrine->find_dict("WRA") : nullptr;
-  if (own == nullptr) return;
+  const auto own_releases = [&]() -> Dict* {
+    Dict* own = stored_table(unit_obj, "Doctrine");
+    return own != nullptr ? own->find_dict("WRA") : nullptr;
+  };
   for_each_deletion(doctrine, [&](const Value& name, const List& ids) {
-    if (name.is_text("WRA")) remove_ids(*own, ids);
+    Dict* own = name.is_text("WRA") ? own_releases() : nullptr;
+    if (own != nullptr) remove_ids(*own, ids);
   });
-  // Per weapon: the listed items leave that weapon's own entry, under whatever name they are listed.
-  const Dict* releases = doctrine.find_dict("WRA");
-  if (releases == nullptr) return;
-  for (auto [weapon_id, record] : *releases) {
-    const Dict* weapon_record = record.if_dict();
-    Dict* weapon = weapon_record != nullptr ? own->find_dict(weapon_id) : nullptr;
-    if (weapon == nullptr) continue;
-    for_each_deletion(*weapon_record, [&](const Value& /*name*/, const List& ids) { remove_ids(*weapon, ids); });
+  const Value releases = doctrine.get("WRA");
+  if (!releases.is_dict()) return;
+  for (auto [weapon_id, record] : releases.as_dict()) {
+    if (!record.is_dict()) continue;
+    // The listed items leave that weapon's own entry, under whatever name they are listed.
+    for_each_deletion(record.as_dict(), [&](const Value& /*name*/, const List& ids) {
+      Dict* own = own_releases();
+      Dict* weapon = own != nullptr ? own->find_dict(weapon_id) : nullptr;
+      if (weapon != nullptr) remove_ids(*weapon, ids);
+    });
   }
 }
 

@@ -65,7 +65,7 @@ void Deduction::delete_elements(const Value& side_del_data, RuleAgentBase& playe
 void Deduction::delete_item(const Dict& item, RuleAgentBase& player, std::vector<std::string>& deleted) {
   const Value& struct_type = item.at("StructType");
   const std::int64_t type = struct_type.is_number() ? struct_type.to_integer() : 0;
-  if (type < kMissions || type > kContacts) return;
+  if (type < kMissions || type > kContacts || struct_type != Value(type)) return;
   for (auto [name, entry] : item.at_dict("v")) {
     const List* ids = entry.as_dict().find_list("v");
     if (ids == nullptr) continue;

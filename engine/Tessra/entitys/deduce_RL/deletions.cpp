@@ -156,7 +156,9 @@ void Deduction::delete_in_cargo_missions(RuleAgentBase& player, const Dict& miss
     const auto* mission = player.missions_obj.find(registered->get_attribute("Name").to_text());
     if (mission == nullptr) continue;
     for_each_deletion(record.as_dict(), [&](const Value& attribute, const List& ids) {
-      if (attribute.is_text("MountsToUnload")) remove_ids((*mission)->get_dict("MountsToUnload"), ids);
+      // A mission of another kind under this name has no such table.
+      const bool unloads = attribute.is_text("MountsToUnload") && (*mission)->has_attribute(attribute);
+      if (unloads) remove_ids((*mission)->get_dict(attribute), ids);
     });
   }
 }
@@ -181,12 +183,11 @@ void Deduction::delete_shooters(RuleAgentBase& player, const Dict& salvos) {
   // The listed shooters leave that salvo's own `Shooters`, where the side holds it.
   Dict own = player.get_dict("WeaponSalvos");
   for (auto [salvo_id, record] : salvos) {
-    Dict* salvo = own.find_dict(salvo_id);
-    if (salvo == nullptr) continue;
+    if (!record.is_dict()) continue;
     for_each_deletion(record.as_dict(), [&](const Value& attribute, const List& ids) {
-      Value* listed = attribute.is_text("Shooters") ? salvo->find("Shooters") : nullptr;
-      Dict* shooters = listed != nullptr ? listed->if_dict() : nullptr;
-      if (shooters != nullptr) remove_ids(*shooters, ids);
+      Dict* salvo = attribute.is_text("Shooters") ? own.find_dict(salvo_id) : nullptr;
+      Value* shooters = salvo != nullptr ? salvo->find("Shooters") : nullptr;
+      if (shooters != nullptr && shooters->is_dict()) remove_ids(shooters->as_dict(), ids);
     });
   }
 }

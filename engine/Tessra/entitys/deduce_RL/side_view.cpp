@@ -24,7 +24,7 @@ std::optional<Dict> take_active_unit(Dict& live) {
 void name_contact_sides(Dict& contacts, const Dict& side_id2name) {
   for (auto [contact_id, contact] : contacts) {
     Value* side = contact.as_dict().find("Side");
-    if (side == nullptr || !(side->is_string() || side->is_number())) continue;
+    if (side == nullptr || !(side->is_string() || side->is_integer())) continue;
     if (const Value* name = side_id2name.find(*side)) *side = *name;
   }
 }
