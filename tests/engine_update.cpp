@@ -215,9 +215,11 @@ TEST_F(Deletions, leave_parts_alone_that_are_not_mentioned) {
   Element& unit = element("a1");
   unit.set_attribute("Cargos", json("{'l': [1]}").at("l"));
   unit.set_attribute("Doctrine", json("{'WRA': null}"));
+  red().set_attribute("NoNavZones", Value());
   unit.get_dict("Mounts").set("mt", json("{'WeaponRecs': [], 'MagazineWeaponRecs': null}"));
   EXPECT_NO_THROW(update_red(R"({
     'Side': {'ActiveUnitsInfo': {'a1': {'Doctrine': {'Roe': 1, 'mapdel': {'Roe': {'v': ['x']}}}}},
+             'mapdel': {'NoNavZones': {'v': ['x']}},
              'Missions': {'Cargo': {'m1': {'mapdel': {'MountsToUnload': {'v': ['x']}}}}}},
     'SideReal': {'WeaponSalvos': {'Count': 3, 'sv': {}},
                  'ActiveUnits': {'Aircraft': {'a1': {'ActiveUnit': {'Mounts': {'mt': {'Status': 1}}}}}}}})"));

@@ -36,9 +36,9 @@ const Dict* filled(const Dict& record, const KeyRef& key) {
   return record.non_empty(key) ? &record.at_dict(key) : nullptr;
 }
 
-/// Removes the ids from a player's table of this name.
+/// Removes the ids from a player's table of this name, unless the table is empty in whatever form.
 void remove_from(RuleAgentBase& player, const Value& attribute, const List& ids) {
-  remove_ids(player.get_dict(attribute), ids);
+  if (player.get_attribute(attribute).truthy()) remove_ids(player.get_dict(attribute), ids);
 }
 
 }  // namespace
