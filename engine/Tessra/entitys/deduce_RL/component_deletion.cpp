@@ -34,7 +34,7 @@ void delete_in_weapon_records(Dict& component, const Dict& record, std::string_v
   Dict* own = weapons != nullptr ? component.find_dict(table_name) : nullptr;
   if (own == nullptr) return;
   for (auto [weapon_id, weapon_record] : *weapons) {
-    if (Dict* weapon = own->find_dict(weapon_id)) remove_inner_ids(*weapon, weapon_record.as_dict());
+    if (Dict* weapon = own->find_dict(id)) remove_inner_ids(*weapon, weapon_record.as_dict());
   }
 }
 
@@ -124,10 +124,11 @@ void Deduction::parse_delete_doctrine(Element& unit_obj, const Dict& unit_info) 
   if (!releases.is_dict()) return;
   for (auto [weapon_id, record] : releases.as_dict()) {
     if (!record.is_dict()) continue;
+    const Value& id = weapon_id;
     // The listed items leave that weapon's own entry, under whatever name they are listed.
     for_each_deletion(record.as_dict(), [&](const Value& /*name*/, const List& ids) {
       Dict* own = own_releases();
-      Dict* weapon = own != nullptr ? own->find_dict(weapon_id) : nullptr;
+      Dict* weapon = own != nullptr ? own->find_dict(id) : nullptr;
       if (weapon != nullptr) remove_ids(*weapon, ids);
     });
   }

@@ -184,8 +184,9 @@ void Deduction::delete_shooters(RuleAgentBase& player, const Dict& salvos) {
   Dict own = player.get_dict("WeaponSalvos");
   for (auto [salvo_id, record] : salvos) {
     if (!record.is_dict()) continue;
+    const Value& id = salvo_id;
     for_each_deletion(record.as_dict(), [&](const Value& attribute, const List& ids) {
-      Dict* salvo = attribute.is_text("Shooters") ? own.find_dict(salvo_id) : nullptr;
+      Dict* salvo = attribute.is_text("Shooters") ? own.find_dict(id) : nullptr;
       Value* shooters = salvo != nullptr ? salvo->find("Shooters") : nullptr;
       if (shooters != nullptr && shooters->is_dict()) remove_ids(shooters->as_dict(), ids);
     });
