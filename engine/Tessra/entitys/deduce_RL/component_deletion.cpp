@@ -34,7 +34,7 @@ void delete_in_weapon_records(Dict& component, const Dict& record, std::string_v
   Dict* own = weapons != nullptr ? component.find_dict(table_name) : nullptr;
   if (own == nullptr) return;
   for (auto [weapon_id, weapon_record] : *weapons) {
-    if (Dict* weapon = own->find_dict(id)) remove_inner_ids(*weapon, weapon_record.as_dict());
+    if (Dict* weapon = own->find_dict(weapon_id)) remove_inner_ids(*weapon, weapon_record.as_dict());
   }
 }
 
