@@ -62,6 +62,12 @@ const Role* FireControl::role_of(const GameUnit& unit) const {
   return role != roles_.end() ? &*role : nullptr;
 }
 
+void FireControl::free_weapons(const Situation& situation) const {
+  for_each_unit(situation, [&](GameUnit& unit) {
+    if (settings_.allows_unit(unit.guid(), unit.attributes().get("Name"))) unit.set_weapon_control("free");
+  });
+}
+
 void FireControl::engage(const Situation& situation) {
   assigned_.clear();
   std::vector<std::pair<GameUnit*, const Role*>> free_units;
@@ -69,7 +75,8 @@ void FireControl::engage(const Situation& situation) {
     const Dict targets = target_list(unit);
     for (auto [contact_id, order] : targets) ++assigned_[contact_id.to_text()];
     const Role* role = role_of(unit);
-    if (role != nullptr && targets.empty()) free_units.emplace_back(&unit, role);
+    const bool allowed = settings_.allows_unit(unit.guid(), unit.attributes().get("Name"));
+    if (role != nullptr && targets.empty() && allowed) free_units.emplace_back(&unit, role);
   });
   for (const auto& [unit, role] : free_units) engage_unit(*unit, *role, situation);
 }
@@ -85,6 +92,7 @@ void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation&
   for (auto [contact_id, record] : situation.contacts()) {
     const Dict& contact = record.as_dict();
     if (!is_target(contact, situation) || assigned_[contact_id.to_text()] >= shooters_) continue;
+    if (!settings_.allows_target(contact_id.to_text(), contact)) continue;
     if (attempts_[{unit.guid(), contact_id.to_text()}] >= kMostAttempts) continue;
     const std::int64_t type = contact.at("Type").to_integer();
     if (!types.contains(type)) continue;

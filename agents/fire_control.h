@@ -7,6 +7,7 @@
 
 #include "Tessra/entitys/gameunit.h"
 #include "Tessra/entitys/situation.h"
+#include "agents/client_settings.h"
 
 namespace tessra {
 
@@ -27,6 +28,12 @@ class FireControl {
   /// `shooters` is how many units are sent against one contact.
   FireControl(std::vector<Role> roles, int shooters) : roles_(std::move(roles)), shooters_(shooters) {}
 
+  /// From here on only the units and targets the user allows. Throws `KindError` for settings of the wrong kind.
+  void configure(const Value& client_info) { settings_ = ClientSettings(client_info); }
+  const ClientSettings& settings() const { return settings_; }
+
+  /// Lets every allowed unit fire at hostile contacts on its own.
+  void free_weapons(const Situation& situation) const;
   /// Orders the attacks for this decision.
   void engage(const Situation& situation);
   /// Forgets the episode.
@@ -38,6 +45,7 @@ class FireControl {
 
   std::vector<Role> roles_;
   int shooters_;
+  ClientSettings settings_;
   std::map<std::string, int, std::less<>> assigned_;             // contact id → units on it, of this decision
   std::map<std::pair<std::string, std::string>, int> attempts_;  // unit and contact → orders given
 };

@@ -55,10 +55,7 @@ constexpr std::string_view kBarrier = "Barrier";
 PatrolAgent::PatrolAgent(std::string side_name) : Agent(std::move(side_name)), fire_control_(patrol_roles(), 2) {}
 
 void PatrolAgent::initial(const Situation& situation) {
-  for (const auto* table :
-       {&situation.aircrafts(), &situation.ships(), &situation.submarines(), &situation.facilitys()}) {
-    for (const auto& [id, element] : *table) dynamic_cast<GameUnit&>(*element).set_weapon_control("free");
-  }
+  fire_control_.free_weapons(situation);
   // A barrier across the line between home and the threat, a third of the way out.
   const GeoPoint home = home_of(situation);
   const GeoPoint threat = threat_of(situation);
@@ -71,7 +68,8 @@ void PatrolAgent::initial(const Situation& situation) {
   PatrolMission::order_new(*_game_server, side, kBarrier, zone);
   for (const auto& [id, element] : situation.aircrafts()) {
     auto& unit = dynamic_cast<GameUnit&>(*element);
-    if (unit.attributes().get("ClassName").is_text("Fighter")) unit.assign_to_mission(kBarrier);
+    const bool allowed = fire_control_.settings().allows_unit(unit.guid(), unit.attributes().get("Name"));
+    if (allowed && unit.attributes().get("ClassName").is_text("Fighter")) unit.assign_to_mission(kBarrier);
   }
 }
 

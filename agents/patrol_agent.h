@@ -11,9 +11,11 @@ class PatrolAgent : public Agent {
  public:
   explicit PatrolAgent(std::string side_name);
 
+  void info_extract() override { fire_control_.configure(client_info); }
   void initial(const Situation& situation) override;
   void step(double time_elapsed, const Situation& situation) override;
   void reset() override { fire_control_.reset(); }
+  Value agent_decision_time() override { return fire_control_.settings().decision_interval(); }
 
  private:
   FireControl fire_control_;

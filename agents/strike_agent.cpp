@@ -21,12 +21,7 @@ std::vector<Role> strike_roles() {
 
 StrikeAgent::StrikeAgent(std::string side_name) : Agent(std::move(side_name)), fire_control_(strike_roles(), 2) {}
 
-void StrikeAgent::initial(const Situation& situation) {
-  for (const auto* table :
-       {&situation.aircrafts(), &situation.ships(), &situation.submarines(), &situation.facilitys()}) {
-    for (const auto& [id, element] : *table) dynamic_cast<GameUnit&>(*element).set_weapon_control("free");
-  }
-}
+void StrikeAgent::initial(const Situation& situation) { fire_control_.free_weapons(situation); }
 
 void StrikeAgent::step(double /*time_elapsed*/, const Situation& situation) { fire_control_.engage(situation); }
 

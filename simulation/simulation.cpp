@@ -12,11 +12,19 @@
 
 namespace tessra::sim {
 
+namespace {
+
+/// Configurations of runs lie beside the scenarios they play.
+constexpr std::string_view kRunPrefix = "apply_";
+
+}  // namespace
+
 std::vector<std::string> scenario_names(const std::filesystem::path& folder) {
   std::vector<std::string> names;
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-    if (entry.path().extension() == ".json") names.push_back(entry.path().stem().string());
+    const std::string stem = entry.path().stem().string();
+    if (entry.path().extension() == ".json" && !stem.starts_with(kRunPrefix)) names.push_back(stem);
   }
   std::sort(names.begin(), names.end());
   return names;

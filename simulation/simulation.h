@@ -31,7 +31,8 @@ struct CommandFault {
   std::string reason;  ///< what is wrong with it, for the agent's author
 };
 
-/// Stems of the scenario files (`*.json`) that lie directly in a folder, sorted. A folder that cannot be read has none.
+/// Stems of the scenario files that lie directly in a folder, sorted: `*.json` without those named `apply_*`, which are
+/// configurations of runs. A folder that cannot be read has none.
 std::vector<std::string> scenario_names(const std::filesystem::path& folder);
 
 /// The seed of one episode, hashed from the run's base seed and the episode's number.

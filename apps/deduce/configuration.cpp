@@ -24,14 +24,6 @@ Dict read_object(const std::filesystem::path& file) {
   }
 }
 
-/// The dictionary under the key, added when absent.
-Dict child(Dict parent, std::string_view key) {
-  if (!parent.contains(key)) parent.set(key, Dict());
-  Value& value = parent.at(key);
-  if (!value.is_dict()) throw InputError("configuration: '" + std::string(key) + "' must be an object");
-  return value.as_dict();
-}
-
 /// The folder of scenario files the configuration leads to; none when its service is not the embedded one.
 std::optional<std::filesystem::path> scenario_folder(const Dict& server) {
   constexpr std::string_view kScheme = "embedded:";
@@ -60,6 +52,12 @@ void choose_agents(Dict config, const Dict& scenario) {
   if (const Dict* agents = scenario.find_dict("agents")) config.set("rule_config", *agents);
 }
 
+void add_agent_library(Dict config, const std::string& file) {
+  List files{agent_library_path(file)};
+  if (const Value* named = config.find("agent_libraries")) files.extend(named->as_list());
+  config.set("agent_libraries", files);
+}
+
 std::size_t edit_distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
@@ -77,11 +75,33 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
 
 Dict read_configuration(const std::filesystem::path& file) { return read_object(file); }
 
+Dict child_section(Dict parent, std::string_view key) {
+  if (!parent.contains(key)) parent.set(key, Dict());
+  Value& value = parent.at(key);
+  if (!value.is_dict()) throw InputError("configuration: '" + std::string(key) + "' must be an object");
+  return value.as_dict();
+}
+
 Dict engine_section(Dict config) {
-  Dict section = child(config, "game_server");
-  child(section, "simulate");
-  child(section, "server");
+  Dict section = child_section(config, "game_server");
+  child_section(section, "simulate");
+  child_section(section, "server");
   return section;
+}
+
+std::optional<std::filesystem::path> require_scenario(const Dict& simulate, const Dict& server) {
+  const auto folder = scenario_folder(server);
+  if (!folder) return std::nullopt;
+  const std::string name = simulate.contains("scenario") ? simulate.at("scenario").to_text() : "";
+  std::filesystem::path file = *folder / (name + ".json");
+  if (std::filesystem::is_regular_file(file)) return file;
+  throw InputError("no scenario '" + name + "' in " + folder->string() +
+                   "; 'deduce scenarios' lists those that are shipped");
+}
+
+std::string agent_library_path(const std::string& file) {
+  if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + file);
+  return std::filesystem::absolute(file).string();
 }
 
 Dict run_configuration(const RunOptions& options) {
@@ -95,21 +115,15 @@ Dict run_configuration(const RunOptions& options) {
   if (options.seed) server.set("seed", *options.seed);
   if (options.episodes) simulate.set("episodes", *options.episodes);
   if (!options.record.empty()) server.set("record", options.record);
+  if (!options.agents.empty()) add_agent_library(config, options.agents);
   choose_scenario(options, simulate, server);
-  if (const auto folder = scenario_folder(server)) {
-    const std::filesystem::path file = *folder / (simulate.at("scenario").to_text() + ".json");
-    if (!std::filesystem::is_regular_file(file)) {
-      throw InputError("no scenario '" + simulate.at("scenario").to_text() + "' in " + folder->string() +
-                       "; 'deduce scenarios' lists those there are");
-    }
-    choose_agents(config, read_object(file));
-  }
+  if (const auto file = require_scenario(simulate, server)) choose_agents(config, read_object(*file));
   return config;
 }
 
-std::vector<std::string> misspelt_keys(const Dict& config) {
+std::vector<std::string> misspelt_keys(const Dict& simulate) {
   std::vector<std::string> lines;
-  for (auto [key, value] : engine_section(config).at_dict("simulate")) {
+  for (auto [key, value] : simulate) {
     const std::string name = key.to_text();
     const auto known = simulate_keys();
     if (std::ranges::any_of(known, [&](const SimulateKey& entry) { return entry.key == name; })) continue;

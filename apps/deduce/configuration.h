@@ -15,6 +15,7 @@ struct RunOptions {
   std::string config;
   std::optional<std::int64_t> episodes;
   std::optional<std::int64_t> seed;
+  std::string agents;  ///< agent library, beside those the configuration names
   std::string log;
   std::string record;
   bool json = false;
@@ -32,8 +33,18 @@ Dict read_configuration(const std::filesystem::path& file);
 /// The engine section of a standard-mode configuration, with `simulate` and `server` in it. Throws `InputError`.
 Dict engine_section(Dict config);
 
+/// The dictionary under the key, added when absent. Throws `InputError` when something else stands there.
+Dict child_section(Dict parent, std::string_view key);
+
+/// The file of the scenario to play; none when the service is not the embedded one. Throws `InputError` when there is
+/// no such scenario.
+std::optional<std::filesystem::path> require_scenario(const Dict& simulate, const Dict& server);
+
+/// The absolute path of an agent library given on the command line. Throws `InputError` when there is no such file.
+std::string agent_library_path(const std::string& file);
+
 /// One line for every key of `simulate` that the engine does not know, with the key that was probably meant.
-std::vector<std::string> misspelt_keys(const Dict& config);
+std::vector<std::string> misspelt_keys(const Dict& simulate);
 
 /// A copy without host objects: agent classes become their names, anything else is left out.
 Dict without_host_objects(const Dict& config);

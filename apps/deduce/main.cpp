@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 
 #include "agents/sample_agents.h"
+#include "apps/deduce/apply_command.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/replay_command.h"
+#include "apps/deduce/results_command.h"
 #include "apps/deduce/run_command.h"
 #include "apps/deduce/scenarios_command.h"
 
@@ -23,6 +25,7 @@ int dispatch(int argc, char** argv) {
   run_command->add_option("--config", run.config, "Configuration file (JSON)");
   run_command->add_option("--episodes", run.episodes, "How many episodes to play")->check(CLI::PositiveNumber);
   run_command->add_option("--seed", run.seed, "Base seed; every episode's seed is made from it and its number");
+  run_command->add_option("--agents", run.agents, "Agent library (.so) with classes the configuration names");
   run_command->add_option("--log", run.log, "Append the run log to this file");
   run_command->add_option("--record", run.record, "Keep every situation record below this folder");
   run_command->add_flag("--json", run.json, "Print one JSON object per episode and nothing else");
@@ -34,6 +37,18 @@ int dispatch(int argc, char** argv) {
   replay_command->add_option("--episode", replay.episode, "Which episode, when the folder holds several");
   replay_command->add_option("--dump", replay.dump, "Write the model after every record to this JSON file");
 
+  ApplyOptions apply;
+  CLI::App* apply_command = app.add_subcommand("apply", "Run one agent of one side for a scheduling client");
+  apply_command->add_option("--config", apply.config, "Configuration file (JSON) with 'is_ai_apply'")->required();
+  apply_command->add_option("--agents", apply.agents, "Agent library (.so) with the agent's class");
+  apply_command->add_option("--seed", apply.seed, "Base seed of the bundled simulation");
+  apply_command->add_flag("--json", apply.json, "Print the result as one JSON object and nothing else");
+  apply_command->add_flag("--quiet", apply.quiet, "Show neither progress nor table");
+
+  bool results_json = false;
+  CLI::App* results_command = app.add_subcommand("results", "List the saved results");
+  results_command->add_flag("--json", results_json, "Print one JSON object per result");
+
   CLI::App* scenarios_command = app.add_subcommand("scenarios", "List the shipped scenarios");
 
   try {
@@ -43,6 +58,8 @@ int dispatch(int argc, char** argv) {
   }
   if (run_command->parsed()) return run_episodes(run);
   if (replay_command->parsed()) return replay_records(replay);
+  if (apply_command->parsed()) return apply_agent(apply);
+  if (results_command->parsed()) return list_results(results_json);
   if (scenarios_command->parsed()) return list_scenarios();
   return kWrongInput;
 }

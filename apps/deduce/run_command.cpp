@@ -9,9 +9,9 @@
 #include "Tessra/base/log_file.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "apps/deduce/exit_status.h"
-#include "apps/deduce/interrupt.h"
 #include "apps/deduce/progress.h"
 #include "apps/deduce/results.h"
+#include "apps/deduce/stop_signals.h"
 
 namespace tessra::app {
 
@@ -44,8 +44,10 @@ class Run {
  public:
   explicit Run(const RunOptions& options) : options_(options), progress_(!options.quiet) {
     Dict config = run_configuration(options);
-    for (const std::string& line : misspelt_keys(config)) fmt::print(stderr, "warning: {}\n", line);
     Dict section = engine_section(config);
+    for (const std::string& line : misspelt_keys(section.at_dict("simulate"))) {
+      fmt::print(stderr, "warning: {}\n", line);
+    }
     episodes_ =
         section.at_dict("simulate").contains("episodes") ? section.at_dict("simulate").at_integer("episodes") : 1;
     seed_ = section.at_dict("server").contains("seed") ? section.at_dict("server").at_integer("seed") : 1;
@@ -68,39 +70,42 @@ class Run {
             });
     progress_.clear();
     if (!options_.json && !options_.quiet) fmt::print("{}", result_table(played_));
-    return status;
+    return signals_.received() ? signals_.status() : status;
   }
 
  private:
   int play_episodes() {
-    for (std::int64_t episode = 1; episode <= episodes_; ++episode) {
+    int status = kPlayed;
+    for (std::int64_t episode = 1; episode <= episodes_ && !signals_.received(); ++episode) {
       progress_.start_episode(episode, episodes_);
       if (const int code = engine_->reset(episode); code != 1) {
         progress_.clear();
         fmt::print(stderr, "error: episode {} did not start: {} ({})\n", episode, reset_failure(code), code);
         return kFailed;
       }
-      if (!play_steps()) return kInterrupted;
-      if (interrupted()) return kInterrupted;
+      const std::optional<BatResult> result = play_steps();
+      if (!result) break;
+      if (engine_->save_result.truthy()) save_result(result, default_seams().config_directory);
+      if (!result->error_side.empty()) status = kFailed;
     }
-    return kPlayed;
+    return status;
   }
 
-  /// False when the user interrupted.
-  bool play_steps() {
+  /// None when a signal came before the end.
+  std::optional<BatResult> play_steps() {
     const auto clock = real_clock();
     const double start = clock->now();
-    while (true) {
+    while (!signals_.received()) {
       const StepOutcome outcome = engine_->step(Dict());
       if (const auto* result = std::get_if<BatResult>(&outcome)) {
         played_.push_back({*result, engine_->step_index, seed_, clock->now() - start});
         if (options_.json) fmt::print("{}\n", json_line(played_.back()));
-        return true;
+        return *result;
       }
       if (std::holds_alternative<std::monostate>(outcome)) throw Error("the service delivered no situation");
-      if (interrupted()) return false;
       progress_.show(engine_->step_index, engine_->time_elapsed);
     }
+    return std::nullopt;
   }
 
   void report(const std::exception_ptr& error) {
@@ -114,6 +119,7 @@ class Run {
   }
 
   RunOptions options_;
+  StopSignals signals_;
   Progress progress_;
   std::int64_t episodes_ = 1;
   std::int64_t seed_ = 1;
@@ -123,9 +129,6 @@ class Run {
 
 }  // namespace
 
-int run_episodes(const RunOptions& options) {
-  catch_interrupts();
-  return Run(options).play();
-}
+int run_episodes(const RunOptions& options) { return Run(options).play(); }
 
 }  // namespace tessra::app

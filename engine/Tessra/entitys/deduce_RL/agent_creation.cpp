@@ -1,5 +1,6 @@
 #include <fmt/printf.h>
 
+#include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/gameunit.h"
 
@@ -29,6 +30,7 @@ void Deduction::add_agents_side(const Value& rl_config, const Value& rule_config
 // ---- Construction -----------------------------------------------------------------------------------------------
 
 void Deduction::config_agent(const Value& rule_agents_config, const Value& rl_agent_configs) {
+  load_agent_libraries();
   std::int64_t uid = 1000;
   for (auto [side, entries] : rule_agents_config.as_dict()) {
     auto list = std::make_shared<AgentList>();
@@ -47,6 +49,16 @@ void Deduction::config_agent(const Value& rule_agents_config, const Value& rl_ag
     config_learning_side(side.to_text(), entry.as_dict(), uid);
   }
   select_agent();
+}
+
+// Here and not at construction, so that a library that cannot be used is a failure of the agents' creation.
+void Deduction::load_agent_libraries() {
+  if (const Value* files = config.find("agent_libraries")) {
+    for (const Value& file : files->as_list()) load_agent_library(file.as_text());
+  }
+  // A client's path may also lead to something that only the agent itself can read.
+  const std::string path = agent_file_path.to_text();
+  if (path.ends_with(".so")) load_agent_library(path);
 }
 
 std::shared_ptr<Agent> Deduction::make_rule_agent(const std::string& side, const std::string& name, const Dict& entry,

@@ -104,7 +104,8 @@ class Deduction : public Settings, public EpisodeState {
 
   /// Fills `agents_side_config`.
   void add_agents_side(const Value& rl_config, const Value& rule_config);
-  /// Builds all agents and players. Takes `class` out of every agent entry.
+  /// Loads the agent libraries the configuration names, then builds all agents and players. Takes `class` out of every
+  /// agent entry.
   void config_agent(const Value& rule_agents_config, const Value& rl_agent_configs);
   /// Creates the missing players.
   void select_agent();
@@ -211,6 +212,7 @@ class Deduction : public Settings, public EpisodeState {
 
   // ---- Agents and episodes ----------------------------------------------------------------------------------
 
+  void load_agent_libraries();
   std::shared_ptr<Agent> make_rule_agent(const std::string& side, const std::string& name, const Dict& entry,
                                          std::int64_t& uid);
   void config_learning_side(const std::string& side, const Dict& side_entry, std::int64_t& uid);

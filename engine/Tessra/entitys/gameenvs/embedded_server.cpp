@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Tessra/entitys/gameenvs/data_directory.h"
+#include "Tessra/entitys/gameenvs/scheduling_client.h"
 #include "simulation/simulation.h"
 
 namespace tessra {
@@ -75,8 +76,9 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
   void simulate_end() override { loaded().end(); }
   void update_simulate_timestamp(std::int64_t /*milliseconds*/) override {}
 
+  // A scheduling client stands in front of this one, where there is one.
   void connect_client(std::shared_ptr<StopEvent> /*stop*/) override {
-    throw Error("this embedded service has no scheduling client");
+    throw Error("the embedded service has a scheduling client in AI-apply mode only");
   }
   void agent_error_message_output(std::string_view /*text*/) override {}
   void update_step_interval(const Value& seconds) override {
@@ -110,8 +112,8 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
 
 }  // namespace
 
-const sim::Simulation* simulation_of(const GameServer& client) {
-  const auto* embedded = dynamic_cast<const EmbeddedServer*>(&client);
+const sim::Simulation* simulation_of(GameServer& client) {
+  const auto* embedded = find_client<EmbeddedServer>(client);
   return embedded != nullptr ? embedded->simulation() : nullptr;
 }
 
@@ -119,10 +121,12 @@ std::shared_ptr<GameServer> make_embedded_server(const Dict& section, std::strin
   const Value* seed = section.at_dict("server").find("seed");
   const Dict* simulate = section.find_dict("simulate");
   const Value* interval = simulate != nullptr ? simulate->find("decision_interval") : nullptr;
-  return std::make_shared<EmbeddedServer>(
+  std::shared_ptr<GameServer> service = std::make_shared<EmbeddedServer>(
       address.empty() ? data_directory() / "scenarios" : std::filesystem::path(address),
       seed != nullptr ? static_cast<std::uint64_t>(seed->to_integer()) : 1,
       interval != nullptr ? static_cast<int>(interval->to_integer()) : 30);
+  if (section.non_empty("is_ai_apply")) service = std::make_shared<SchedulingClient>(std::move(service), section);
+  return service;
 }
 
 }  // namespace tessra

@@ -40,7 +40,7 @@ class ForwardingServer : public GameServer {
   NetSdk& net_sdk() override { return inner_->net_sdk(); }
   ConnReq& conn_req() override { return inner_->conn_req(); }
 
- protected:
+  /// The client behind this one.
   GameServer& inner() { return *inner_; }
 
  private:
@@ -51,5 +51,13 @@ class ForwardingServer : public GameServer {
 
   std::shared_ptr<GameServer> inner_;
 };
+
+/// The client of this type among a client and those behind it; null when there is none.
+template <class Client>
+Client* find_client(GameServer& client) {
+  if (auto* found = dynamic_cast<Client*>(&client)) return found;
+  auto* forwarding = dynamic_cast<ForwardingServer*>(&client);
+  return forwarding != nullptr ? find_client<Client>(forwarding->inner()) : nullptr;
+}
 
 }  // namespace tessra

@@ -1,0 +1,49 @@
+#include "Tessra/entitys/agent_library.h"
+
+#include <dlfcn.h>
+
+#include <set>
+
+namespace tessra {
+
+namespace {
+
+struct Loaded {
+  std::mutex mutex;
+  std::set<std::filesystem::path> files;
+};
+
+Loaded& loaded() {
+  static Loaded libraries;
+  return libraries;
+}
+
+template <class Function>
+Function* entry_point(void* library, const char* name, const std::string& file) {
+  void* symbol = ::dlsym(library, name);
+  if (symbol == nullptr) throw AgentLibraryError(file + ": no agent library, it does not export " + name);
+  return reinterpret_cast<Function*>(symbol);
+}
+
+}  // namespace
+
+void load_agent_library(const std::filesystem::path& path) {
+  std::error_code error;
+  const std::filesystem::path file = std::filesystem::canonical(path, error);
+  if (error) throw AgentLibraryError(path.string() + ": " + error.message());
+
+  Loaded& libraries = loaded();
+  const std::lock_guard lock(libraries.mutex);
+  if (libraries.files.contains(file)) return;
+  void* library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) throw AgentLibraryError(std::string("cannot load the agent library: ") + ::dlerror());
+  const int number = entry_point<int()>(library, "tessra_agents_abi", file.string())();
+  if (number != kAgentInterface) {
+    throw AgentLibraryError(file.string() + ": built for agent interface " + std::to_string(number) +
+                            ", this program has " + std::to_string(kAgentInterface));
+  }
+  entry_point<void(AgentRegistry&)>(library, "tessra_register_agents", file.string())(AgentRegistry::instance());
+  libraries.files.insert(file);
+}
+
+}  // namespace tessra
