@@ -1,6 +1,7 @@
 #include <fmt/printf.h>
 
-#include <ctime>
+#include <algorithm>
+#include <regex>
 
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/commonfunction.h"
@@ -77,18 +78,21 @@ WargameCommand Deduction::get_command_check(std::string_view unit_guid) {
 }
 
 std::chrono::sys_seconds Deduction::datetime_transfer(std::string_view simulate_time) {
-  std::string text(simulate_time);
-  std::replace(text.begin(), text.end(), '/', '-');
-  std::tm fields{};
-  const char* end = ::strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &fields);
-  const std::chrono::year_month_day date(std::chrono::year(fields.tm_year + 1900),
-                                         std::chrono::month(fields.tm_mon + 1U),
-                                         std::chrono::day(static_cast<unsigned>(fields.tm_mday)));
-  if (end == nullptr || *end != '\0' || !date.ok()) {
-    throw ConversionError("no date and time of the form 2024-05-01 08:00:00: '" + std::string(simulate_time) + "'");
+  // `strptime` would also take signs, and blanks where there are none or none where there is one.
+  const std::regex form(R"((\d{4})[-/](\d\d?)[-/](\d\d?) (\d\d?):(\d\d?):(\d\d?))");
+  const std::string text(simulate_time);
+  std::smatch parts;
+  if (std::regex_match(text, parts, form)) {
+    const auto field = [&parts](std::size_t number) { return std::stoi(parts[number]); };
+    const std::chrono::year_month_day date(std::chrono::year(field(1)),
+                                           std::chrono::month(static_cast<unsigned>(field(2))),
+                                           std::chrono::day(static_cast<unsigned>(field(3))));
+    if (date.ok() && field(4) < 24 && field(5) < 60 && field(6) < 60) {
+      return std::chrono::sys_days(date) + std::chrono::hours(field(4)) + std::chrono::minutes(field(5)) +
+             std::chrono::seconds(field(6));
+    }
   }
-  return std::chrono::sys_days(date) + std::chrono::hours(fields.tm_hour) + std::chrono::minutes(fields.tm_min) +
-         std::chrono::seconds(fields.tm_sec);
+  throw ConversionError("no date and time of the form 2024-05-01 08:00:00: '" + text + "'");
 }
 
 }  // namespace tessra
