@@ -237,6 +237,11 @@ TEST_F(Scheduled, a_crash_or_a_missing_agent_abandons_the_round) {
   EXPECT_TRUE(engine().main_exit_event->is_set());
 }
 
+TEST_F(Scheduled, a_round_without_a_run_has_no_stop_signal_to_set) {
+  EXPECT_THROW(engine().game_run_round(), Error);
+  EXPECT_THAT(server->error_messages, ElementsAre("创建调度的智能体失败，智能体退出！"));
+}
+
 TEST_F(Scheduled, results_are_saved_when_asked_for) {
   std::filesystem::remove_all(seams.config_directory);
   config.at_dict("simulate").set("save_result", true);

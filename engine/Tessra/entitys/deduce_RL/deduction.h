@@ -77,7 +77,8 @@ class Deduction : public Settings, public EpisodeState {
   RoundResults normal_simulate();
 
   /// The rest of the episode: the agent decides once per simulation step until the service reports the end. None when
-  /// the round was abandoned or had ended before. `max_index` is not used. Needs `main_exit_event`.
+  /// the round was abandoned or had ended before. `max_index` is not used. Throws `Error` when a failure has to set the
+  /// stop signal and no `normal_simulate` has made it.
   std::optional<BatResult> game_run_round(std::optional<std::int64_t> max_index = std::nullopt);
 
   // ---- Scenario control ---------------------------------------------------------------------------------------
@@ -252,6 +253,8 @@ class Deduction : public Settings, public EpisodeState {
   /// Step and command failures reach the client once in the engine's life.
   void report_once(const char* text, const std::exception_ptr& error);
   void log_trace(const char* text, const std::exception_ptr& error) const;
+  /// Throws `Error` when no scheduled run has made the signal.
+  void set_stop_signal();
   [[noreturn]] void end_program();
   std::shared_ptr<RuleAgentBase> scheduled_player() const;
   std::optional<BatResult> end_round(Agent& agent);

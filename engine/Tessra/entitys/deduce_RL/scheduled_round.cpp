@@ -12,7 +12,7 @@ std::optional<BatResult> Deduction::game_run_round(std::optional<std::int64_t> /
   if (player == nullptr) {
     game->agent_error_message_output("创建调度的智能体失败，智能体退出！");
     log_only(LogLevel::error, "创建调度的智能体失败，智能体退出！");
-    main_exit_event->set();
+    set_stop_signal();
     return std::nullopt;
   }
   Agent& agent = *player->agents_list->front();
@@ -64,7 +64,7 @@ std::optional<BatResult> Deduction::end_round(Agent& agent) {
             error_side = import_agent_side.to_text();
             report_to_client("智能体'deduction_end'函数代码出错:%s.\n详情请查看-%s", error);
             log_trace("智能体'deduction_end'函数代码出错:%s", error);
-            main_exit_event->set();
+            set_stop_signal();
           });
   cmd_package();
   return get_game_result(error_side);
@@ -116,7 +116,7 @@ bool Deduction::request_client_settings(Agent& agent) {
           }
           report_to_client("智能体请求前端配置参数出错，智能体运行结束:%s.\n详情请查看-%s", error);
           log_trace("智能体请求前端配置参数出错，智能体运行结束:%s", error);
-          main_exit_event->set();
+          set_stop_signal();
         });
     if (succeeded) return true;
   }

@@ -72,7 +72,7 @@ void Deduction::prepare(const Value& situation) {
 void Deduction::run_stage(const Stage& stage) {
   guarded(stage.work, [&](const std::exception_ptr& error) {
     report_to_client(stage.client_text, error);
-    main_exit_event->set();
+    set_stop_signal();
     log_trace(stage.log_text, error);
     end_program();
   });
@@ -117,8 +117,13 @@ void Deduction::log_trace(const char* text, const std::exception_ptr& error) con
   if (logger != nullptr) log_only(LogLevel::error, fmt::sprintf(text, trace_text(error)));
 }
 
-void Deduction::end_program() {
+void Deduction::set_stop_signal() {
+  if (main_exit_event == nullptr) throw Error("there is no stop signal: no scheduled run was started");
   main_exit_event->set();
+}
+
+void Deduction::end_program() {
+  set_stop_signal();
   seams_.exit->end(0);
   std::terminate();  // not reached: an exit that returns breaks its promise
 }
