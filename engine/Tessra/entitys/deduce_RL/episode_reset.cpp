@@ -22,6 +22,7 @@ enum RoomFlag { kSucceeded = 0, kFailed = 1, kNewRoom = 2 };
 }  // namespace
 
 int Deduction::reset(std::int64_t round) {
+  agent_in_call_ = nullptr;
   const double start = seams_.clock->now();
   if (!train_start_time) train_start_time = start;
   if (current_round > 1) report_finished_episode(start);
@@ -65,7 +66,7 @@ int Deduction::reset(std::int64_t round) {
 
 void Deduction::report_finished_episode(double start) {
   const double total = start - *train_start_time;
-  const std::int64_t episode_seconds = whole_number(start - *last_round_start_time);
+  const std::int64_t episode_seconds = whole_number(start - last_round_start_time.value());
   const std::int64_t average = whole_number(total / static_cast<double>(current_round));
   if (process_id.is_none()) {
     log_or_print(LogLevel::info, fmt::sprintf("第%d局结束, 当前局耗时:%ds, 总耗时:%ds, 平均每局耗时:%ds.",
