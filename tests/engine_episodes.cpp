@@ -115,6 +115,11 @@ TEST_F(Reset, clears_the_episode_and_keeps_agents_and_first_positions) {
   EXPECT_THAT(agent_of(red()).calls, ElementsAre("info_extract", "initial", "reset", "info_extract", "initial"));
 }
 
+TEST_F(Reset, reports_no_episode_that_it_did_not_start) {
+  engine().current_round = 2;
+  EXPECT_THROW(engine().reset(3), std::exception) << "there is no time to report";
+}
+
 class Step : public EngineTest {
  protected:
   const Value tick = json("{'ScenarioInfo': {'Time': 90000}}");
@@ -176,6 +181,9 @@ TEST_F(Step, errors_of_agents_reach_the_host_while_testing) {
   agent_of(blue()).throws_in = "step";
   EXPECT_THROW(engine().step(Dict()), std::runtime_error);
   EXPECT_EQ(engine().failed_agent()->agent_type, "strike-1");
+  server->rules["reset"] = [](int) -> std::optional<Value> { throw std::runtime_error("lost"); };
+  EXPECT_THROW(engine().reset(2), std::runtime_error);
+  EXPECT_EQ(engine().failed_agent(), nullptr) << "this time it was the service";
 }
 
 TEST_F(Step, errors_of_agents_become_results_otherwise) {
@@ -227,6 +235,12 @@ class Learner : public ScriptedAgent {
   AgentConf conf;
 };
 
+class Both : public ScriptedAgent {
+ public:
+  explicit Both(const AgentConf& given) : ScriptedAgent("conf of " + given.side) {}
+  explicit Both(std::string side_name) : ScriptedAgent(std::move(side_name)) {}
+};
+
 class Odd : public Agent {
  public:
   Odd(std::string side_name, int) : Agent(std::move(side_name)) {}
@@ -238,6 +252,7 @@ TEST_F(Agents, are_built_by_the_form_of_their_class) {
   const Value learner(AgentClass::of<Learner>("learner"));
   config.at_dict("rule_config").at_dict("红方").set("odd", Dict{{"class", AgentClass::of<Odd>("odd")}});
   config.at_dict("rule_config").at_dict("蓝方").set("thinker", Dict{{"class", learner}});
+  config.at_dict("rule_config").at_dict("蓝方").set("both", Dict{{"class", AgentClass::of<Both>("both")}});
   section().set(
       "RL_agents",
       Dict{{"红方", Dict{{"enemy", "蓝方"}, {"agents", Dict{{"tank", Dict{{"class", learner}, {"speed", 3}}}}}}}});
@@ -251,6 +266,7 @@ TEST_F(Agents, are_built_by_the_form_of_their_class) {
   EXPECT_EQ(tank.conf.agent_name, "RL-tank");
   EXPECT_FALSE(tank.is_rule_agent);
   EXPECT_EQ(dynamic_cast<const Learner&>(*blue().agents_list->at(1)).conf.uid, 1000);
+  EXPECT_EQ(blue().agents_list->at(2)->side, "蓝方") << "a class that does not learn is built from its side";
   EXPECT_EQ(engine().agents.at("红方"), red().agents_list);
   EXPECT_EQ(Value(engine().agent_names), Value(json("{'红方': 'patrol-1', '蓝方': 'strike-1'}")));
   EXPECT_THROW(engine().config_agent(engine().rule_agent_config, engine().rl_agent_config), KeyError)
@@ -348,7 +364,9 @@ TEST_F(Agents, results_map_sides_onto_camps) {
 
 TEST_F(Agents, times_are_read_in_both_spellings) {
   EXPECT_EQ(Deduction::datetime_transfer("2024/05/01 08:00:00"), Deduction::datetime_transfer("2024-05-01 08:00:00"));
-  for (const char* bad : {"2024-05-01", "2024-05-01 08:00:00.5", "2024-02-31 08:00:00", "x"}) {
+  EXPECT_EQ(Deduction::datetime_transfer("2024-5-1 8:00:00"), Deduction::datetime_transfer("2024-05-01 08:00:00"));
+  for (const char* bad : {"2024-05-01", "2024-05-01 08:00:00.5", "2024-02-31 08:00:00", "x", "2024-05-0108:00:00",
+                          "2024-05-01 08:00:60", "24-05-01 08:00:00", "2024- 5- 1 08:00:00"}) {
     EXPECT_THROW(Deduction::datetime_transfer(bad), ConversionError) << bad;
   }
   EXPECT_THROW(engine().set_simulate_compression("fast"), KindError);

@@ -16,9 +16,6 @@ namespace tessra {
 /// Stands for a class of agents: its name, whether it learns, and how one is built.
 class AgentClass {
  public:
-  /// Which constructor the class has.
-  enum class Form { none, conf, side_and_player, side };
-
   /// Describes the class `T`.
   template <std::derived_from<Agent> T>
   static std::shared_ptr<AgentClass> of(std::string name) {
@@ -26,13 +23,11 @@ class AgentClass {
     result->name_ = std::move(name);
     if constexpr (requires { T::is_learn; }) result->is_learn_ = static_cast<bool>(T::is_learn);
     if constexpr (std::constructible_from<T, const AgentConf&>) {
-      result->form_ = Form::conf;
       result->from_conf_ = [](const AgentConf& conf) { return std::make_shared<T>(conf); };
-    } else if constexpr (std::constructible_from<T, std::string, NoPlayer>) {
-      result->form_ = Form::side_and_player;
+    }
+    if constexpr (std::constructible_from<T, std::string, NoPlayer>) {
       result->from_side_ = [](std::string side) { return std::make_shared<T>(std::move(side), NoPlayer{}); };
     } else if constexpr (std::constructible_from<T, std::string>) {
-      result->form_ = Form::side;
       result->from_side_ = [](std::string side) { return std::make_shared<T>(std::move(side)); };
     }
     return result;
@@ -40,7 +35,8 @@ class AgentClass {
 
   const std::string& name() const { return name_; }
   bool is_learn() const { return is_learn_; }
-  Form form() const { return form_; }
+  /// Whether one of its constructors takes a side.
+  bool is_built_from_side() const { return from_side_ != nullptr; }
 
   /// Builds a learning agent. Throws `Error` when the class has no constructor from an `AgentConf`.
   std::shared_ptr<Agent> make(const AgentConf& conf) const;
@@ -50,7 +46,6 @@ class AgentClass {
  private:
   std::string name_;
   bool is_learn_ = false;
-  Form form_ = Form::none;
   std::function<std::shared_ptr<Agent>(const AgentConf&)> from_conf_;
   std::function<std::shared_ptr<Agent>(std::string)> from_side_;
 };

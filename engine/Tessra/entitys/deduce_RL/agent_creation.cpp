@@ -69,22 +69,15 @@ std::shared_ptr<Agent> Deduction::make_rule_agent(const std::string& side, const
     ++uid;
     return agent;
   }
-  switch (agent_class->form()) {
-    case AgentClass::Form::side_and_player:
-    case AgentClass::Form::side:
-      return agent_class->make(side);
-    case AgentClass::Form::conf:
-    case AgentClass::Form::none:
-      return nullptr;  // a class that cannot be built from a side is passed over
-  }
-  return nullptr;
+  // A class that cannot be built from a side is passed over.
+  return agent_class->is_built_from_side() ? agent_class->make(side) : nullptr;
 }
 
 void Deduction::config_learning_side(const std::string& side, const Dict& side_entry, std::int64_t& uid) {
   auto list = std::make_shared<AgentList>();
   const GameUnit::CreationKey key(side);
-  const Value* enemy = side_entry.find("enemy");
-  const std::string enemy_side = enemy != nullptr ? enemy->to_text() : "";
+  const Value enemy = side_entry.get("enemy");
+  const std::string enemy_side = enemy.is_none() ? "" : enemy.to_text();
   if (const Dict* entries = side_entry.find_dict("agents")) {
     for (auto [agent_type, entry] : *entries) {
       Dict settings = entry.as_dict();

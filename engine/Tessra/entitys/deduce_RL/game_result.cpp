@@ -49,9 +49,10 @@ int camp_at_fault(std::string_view error_side, const Dict& agent_names) {
   return 0;
 }
 
+/// None means not known yet.
 struct Scores {
-  std::optional<Value> red;
-  std::optional<Value> blue;
+  Value red;
+  Value blue;
 };
 
 Value total_score(RuleAgentBase& player) { return player.get_attribute("TotalScore"); }
@@ -65,9 +66,9 @@ Scores player_scores(const OrderedMap<std::shared_ptr<RuleAgentBase>>& players, 
       scores.blue = total_score(*player);
     }
   }
-  if (scores.red.has_value() != scores.blue.has_value()) {
-    const std::string_view known = scores.red ? kRedSide : kBlueSide;
-    std::optional<Value>& missing = scores.red ? scores.blue : scores.red;
+  if (scores.red.is_none() != scores.blue.is_none()) {
+    const std::string_view known = scores.red.is_none() ? kBlueSide : kRedSide;
+    Value& missing = scores.red.is_none() ? scores.red : scores.blue;
     for (const auto& [side, player] : players) {
       if (side != known) missing = total_score(*player);
     }
@@ -75,7 +76,7 @@ Scores player_scores(const OrderedMap<std::shared_ptr<RuleAgentBase>>& players, 
   }
   std::size_t position = 0;
   for (auto [side, name] : agent_names) {
-    if (scores.red && scores.blue) break;
+    if (!scores.red.is_none() && !scores.blue.is_none()) break;
     if (const auto* player = players.find(side.to_text())) {
       if (position == 0) scores.red = total_score(**player);
       if (position == 1) scores.blue = total_score(**player);
@@ -92,9 +93,7 @@ BatResult Deduction::get_game_result(std::string_view error_side) {
   set_camp_names(result, agent_names);
   if (error_side.empty()) {
     const Scores scores = player_scores(players, agent_names);
-    const auto or_zero = [](const std::optional<Value>& score) {
-      return score && !score->is_none() ? *score : Value(0);
-    };
+    const auto or_zero = [](const Value& score) { return score.is_none() ? Value(0) : score; };
     result.set_score(or_zero(scores.red), or_zero(scores.blue));
   } else {
     result.error_side = error_side;
