@@ -15,6 +15,7 @@
 namespace tessra::testing {
 namespace {
 
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -28,13 +29,15 @@ class CommandLine : public ::testing::Test {
  protected:
   CommandLine() : folder_(std::filesystem::temp_directory_path() / ("tessra-cli-" + std::to_string(::getpid()))) {
     std::filesystem::create_directories(folder_);
+    ::setenv("TESSRA_CONFIG", path("config").c_str(), 1);
   }
   ~CommandLine() override { std::filesystem::remove_all(folder_); }
 
-  Output run(const std::string& arguments) {
+  Output run(const std::string& arguments) { return shell(std::string(TESSRA_DEDUCE) + " " + arguments); }
+
+  Output shell(const std::string& command) {
     const std::string err_file = path("stderr");
-    const std::string line = std::string(TESSRA_DEDUCE) + " " + arguments + " 2>" + err_file;
-    std::FILE* pipe = ::popen(line.c_str(), "r");
+    std::FILE* pipe = ::popen((command + " 2>" + err_file).c_str(), "r");
     Output output;
     std::array<char, 4096> buffer{};
     while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
@@ -56,6 +59,15 @@ class CommandLine : public ::testing::Test {
     std::ofstream(path(name)) << text;
     return path(name);
   }
+  /// A configuration for `apply` with an agent of this class that decides every `interval` seconds.
+  std::string apply_config(const std::string& agent_class, int interval) const {
+    return write(agent_class + std::to_string(interval) + ".json",
+                 R"({"is_ai_apply": true, "simulate": {"scenario": "strait"}, "server": {}, "player": {"agent_id": "1",
+                 "agent_name": "a", "player_side": "红方", "decision_time": )" +
+                     std::to_string(interval) + R"(}, "rule_config": {"红方": {"a": {"class": ")" + agent_class +
+                     R"("}}}})");
+  }
+  static std::string library() { return " --agents " TESSRA_FAULTY_AGENTS; }
 
  private:
   std::filesystem::path folder_;
@@ -90,6 +102,12 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
       {"run --episodes 0", "episodes"},
       {"run --nonsense", "nonsense"},
       {"replay " + path("empty"), "initial.json"},
+      {"run --agents " + path("nosuch.so"), "nosuch.so"},
+      {"apply --config " + write("standard.json", "{}"), "use 'deduce run'"},
+      {"apply --config " + write("nowhere.json", R"({"is_ai_apply": true, "simulate": {"scenario": "nosuch"}})"),
+       "no scenario 'nosuch'"},
+      {"check-agent --class nosuch", "no agent class 'nosuch'; there are: idle"},
+      {"check-agent --class x --agents " + bad_json, "bad.json"},
   };
   for (const auto& given : cases) {
     const Output output = run(given.arguments);
@@ -135,15 +153,87 @@ TEST_F(CommandLine, recordings_replay_and_dump) {
   EXPECT_TRUE(last.at_dict("elements").contains("red-base"));
 }
 
-TEST_F(CommandLine, ctrl_c_ends_after_the_step_with_the_table_so_far) {
-  const std::string script = std::string("timeout --preserve-status -s INT 1 ") + TESSRA_DEDUCE +
-                             " run --scenario skirmish --episodes 1000000 --quiet; echo status $?";
-  std::FILE* pipe = ::popen(script.c_str(), "r");
-  std::array<char, 256> buffer{};
-  std::string out;
-  while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), pipe) != nullptr) out += buffer.data();
-  ::pclose(pipe);
-  EXPECT_EQ(out, "status 130\n");
+TEST_F(CommandLine, apply_plays_the_example_and_saves_its_result) {
+  const Output output = run("apply --json --config " TESSRA_SOURCE_DIR "/scenarios/apply_strait.json");
+  EXPECT_EQ(output.status, 0);
+  EXPECT_THAT(output.err, IsEmpty());
+  const Dict line = read_json(output.out).as_dict();
+  EXPECT_EQ(line.at("red_name"), Value("patrol-1"));
+  EXPECT_EQ(line.at("steps"), Value(180));
+  EXPECT_THAT(read(path("config/log/command_delay.log")),
+              HasSubstr(" - Apply - INFO - 当前推演时间:5400s, 推演结束\n"));
+
+  const Dict saved = read_json(run("results --json").out).as_dict();
+  EXPECT_EQ(saved.at("red_score"), line.at("red_score"));
+  EXPECT_EQ(saved.at("error_side"), Value(""));
+  const std::string config =
+      write("c.json", R"({"game_server": {"simulate": {"scenario": "skirmish", "save_result": true}, "server": {}}})");
+  run("run --quiet --episodes 2 --config " + config);
+  const std::string lines = run("results --json").out;
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 3) << "both modes save";
+  EXPECT_THAT(run("results").out, HasSubstr("strike-1"));
+}
+
+TEST_F(CommandLine, apply_tells_what_went_wrong) {
+  const struct {
+    std::string agent_class;
+    int status;
+    std::string says;
+  } cases[] = {
+      {"throws-in-initial", 0, "智能体initial函数报错:lost in initial.\n详情请查看-"},
+      {"throws-in-step", 0, "智能体'step'函数代码出错:lost in step.\n"},
+      {"throws-at-the-end", 1, "智能体'deduction_end'函数代码出错:lost in deduction_end.\n"},
+      {"nosuch", 0, "读取配置创建智能体错误:no agent class 'nosuch'"},
+  };
+  for (const auto& given : cases) {
+    const Output output = run("apply --quiet --config " + apply_config(given.agent_class, 30) + library());
+    EXPECT_EQ(output.status, given.status) << given.agent_class;
+    EXPECT_THAT(output.err, HasSubstr(given.says));
+  }
+}
+
+TEST_F(CommandLine, signals_end_a_run_within_a_second) {
+  const struct {
+    std::string arguments;
+    std::string signal;
+    int status;
+  } cases[] = {
+      {"run --scenario skirmish --episodes 1000000 --quiet", "INT", 130},
+      {"run --scenario skirmish --episodes 1000000 --quiet", "TERM", 143},
+      {"apply --config " + apply_config("patrol", 1), "INT", 130},
+      {"apply --config " + apply_config("patrol", 1), "TERM", 143},
+      {"apply --config " + apply_config("never-returns", 30) + library(), "TERM", 143},
+  };
+  for (const auto& given : cases) {
+    // `timeout` passes the program's own status on, or kills it a second after the signal.
+    const Output output =
+        shell("timeout --preserve-status -k 1 -s " + given.signal + " 0.5 " + TESSRA_DEDUCE + " " + given.arguments);
+    EXPECT_EQ(output.status, given.status) << given.arguments << " " << given.signal;
+    EXPECT_THAT(output.out, IsEmpty());
+  }
+  const std::string log = read(path("config/log/command_delay.log"));
+  EXPECT_THAT(log, EndsWith("\n")) << "no line is cut";
+}
+
+TEST_F(CommandLine, check_agent_says_in_plain_words_what_is_wrong) {
+  const Output clean = run("check-agent --class patrol");
+  EXPECT_EQ(clean.status, 0) << clean.out;
+  const struct {
+    std::string agent_class;
+    std::string says;
+  } cases[] = {
+      {"throws-in-step", "- `step` throws (anonymous namespace)::TacticalError: lost in step\n"},
+      {"careless", "KeyError: missing key 'Name'\n  4 times, first in a contact known by its id alone, standard mode"},
+      {"mutinous", "- orders a unit that is not its own or no longer there: 'blue-fighter-1' is no living unit"},
+      {"mutinous", "'red-doomed-1' is no living unit"},
+      {"slow", "- `step` takes longer than 0.01 s\n"},
+      {"forgetful", "it keeps state over `reset`\n"},
+  };
+  for (const auto& given : cases) {
+    const Output output = run("check-agent --limit 0.01 --class " + given.agent_class + library());
+    EXPECT_EQ(output.status, 1) << given.agent_class;
+    EXPECT_THAT(output.out, HasSubstr(given.says));
+  }
 }
 
 }  // namespace

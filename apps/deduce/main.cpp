@@ -4,6 +4,7 @@
 
 #include "agents/sample_agents.h"
 #include "apps/deduce/apply_command.h"
+#include "apps/deduce/check_command.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/replay_command.h"
 #include "apps/deduce/results_command.h"
@@ -45,6 +46,15 @@ int dispatch(int argc, char** argv) {
   apply_command->add_flag("--json", apply.json, "Print the result as one JSON object and nothing else");
   apply_command->add_flag("--quiet", apply.quiet, "Show neither progress nor table");
 
+  CheckOptions check;
+  CLI::App* check_command =
+      app.add_subcommand("check-agent", "Play an agent through odd situations; say what is wrong");
+  check_command->add_option("--class", check.agent_class, "Registered name of the agent's class")->required();
+  check_command->add_option("--agents", check.agents, "Agent library (.so) with the class");
+  check_command->add_option("--limit", check.limit, "Seconds a call into the agent may take")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+
   bool results_json = false;
   CLI::App* results_command = app.add_subcommand("results", "List the saved results");
   results_command->add_flag("--json", results_json, "Print one JSON object per result");
@@ -59,6 +69,7 @@ int dispatch(int argc, char** argv) {
   if (run_command->parsed()) return run_episodes(run);
   if (replay_command->parsed()) return replay_records(replay);
   if (apply_command->parsed()) return apply_agent(apply);
+  if (check_command->parsed()) return check_agent(check);
   if (results_command->parsed()) return list_results(results_json);
   if (scenarios_command->parsed()) return list_scenarios();
   return kWrongInput;

@@ -4,6 +4,14 @@
 
 namespace tessra {
 
+std::shared_ptr<AgentClass> AgentClass::from_factory(std::string name,
+                                                     std::function<std::shared_ptr<Agent>(std::string side)> make) {
+  auto result = std::make_shared<AgentClass>();
+  result->name_ = std::move(name);
+  result->from_side_ = std::move(make);
+  return result;
+}
+
 std::shared_ptr<Agent> AgentClass::make(const AgentConf& conf) const {
   if (!from_conf_) throw Error("agent class '" + name_ + "' has no constructor from an AgentConf");
   return from_conf_(conf);

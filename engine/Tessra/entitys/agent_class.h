@@ -33,6 +33,10 @@ class AgentClass {
     return result;
   }
 
+  /// A class whose agents `make` builds from their side, for hosts that give them more than a side.
+  static std::shared_ptr<AgentClass> from_factory(std::string name,
+                                                  std::function<std::shared_ptr<Agent>(std::string side)> make);
+
   const std::string& name() const { return name_; }
   bool is_learn() const { return is_learn_; }
   /// Whether one of its constructors takes a side.

@@ -1,0 +1,215 @@
+#include "apps/deduce/check_command.h"
+
+#include <fmt/format.h>
+#include <spdlog/logger.h>
+#include <spdlog/sinks/null_sink.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "Tessra/base/guard.h"
+#include "Tessra/entitys/agent_library.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/gameenvs/data_directory.h"
+#include "Tessra/entitys/gameenvs/embedded_server.h"
+#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "apps/deduce/checked_agent.h"
+#include "apps/deduce/checking_service.h"
+#include "apps/deduce/configuration.h"
+#include "apps/deduce/exit_status.h"
+
+namespace tessra::app {
+
+namespace {
+
+constexpr std::string_view kSide = "红方";
+constexpr std::string_view kSideId = "side-1";
+constexpr std::string_view kAgentId = "checked-1";
+
+/// One odd situation; played in both modes.
+struct Situation {
+  const char* name;
+  const char* folder;  ///< below the shipped scenarios
+  const char* scenario;
+  bool unnamed_contact;
+};
+
+constexpr Situation kSituations[] = {
+    {"an ordinary episode", "", "skirmish", false},
+    {"a side without units", "check", "empty_side", false},
+    {"a unit lost between decisions", "check", "lost_unit", false},
+    {"a contact known by its id alone", "", "skirmish", true},
+};
+
+/// What the agent may be told by a scheduling client, and change its mind about.
+Dict late_settings() {
+  return {{"units", List{"red-fighter-1"}}, {"targets", List{"blue-base"}}, {"decision_interval", 60}};
+}
+
+/// Replaces the end of the program: the check goes on.
+class CarryOn : public ProgramExit {
+ public:
+  [[noreturn]] void end(int status) override { throw ProgramEnd{status}; }
+};
+
+class Check {
+ public:
+  explicit Check(const CheckOptions& options)
+      : limit_(options.limit),
+        log_folder_(std::filesystem::temp_directory_path() / fmt::format("tessra-check-{}", ::getpid())) {
+    try {
+      if (!options.agents.empty()) load_agent_library(agent_library_path(options.agents));
+      agent_class_ = AgentRegistry::instance().get(options.agent_class);
+    } catch (const KeyError& error) {
+      throw InputError(error.what());
+    } catch (const AgentLibraryError& error) {
+      throw InputError(error.what());
+    }
+    if (!agent_class_->is_learn() && !agent_class_->is_built_from_side()) {
+      throw InputError("class '" + options.agent_class + "' has no constructor from a side and is no learning class");
+    }
+    GameServer::register_backend("checking", [this](const Dict& section, std::string_view) {
+      const std::filesystem::path folder = data_directory() / "scenarios" / situation_->folder;
+      return service_ =
+                 std::make_shared<CheckingService>(make_embedded_server(section, folder.string()), std::string(kSideId),
+                                                   std::string(kSide), findings_, situation_->unnamed_contact);
+    });
+  }
+  ~Check() { std::filesystem::remove_all(log_folder_); }
+  Check(const Check&) = delete;
+  Check& operator=(const Check&) = delete;
+
+  Findings run() {
+    for (const Situation& situation : kSituations) {
+      situation_ = &situation;
+      enter(situation.name, "standard mode");
+      play_standard(1, false);
+      enter(situation.name, "AI-apply mode");
+      play_scheduled(std::nullopt);
+    }
+    situation_ = &kSituations[0];
+    check_memory();
+    enter("settings that arrive late", "AI-apply mode");
+    play_scheduled(late_settings());
+    return findings_;
+  }
+
+ private:
+  void enter(const std::string& situation, const char* mode) {
+    fmt::print("playing {}, {}\n", situation, mode);
+    findings_.enter(fmt::format("{}, {}", situation, mode));
+  }
+
+  /// Two episodes each; the second must not depend on the agent's having played the first.
+  void check_memory() {
+    enter("a second episode after `reset`", "standard mode");
+    const std::vector<std::string> fresh = play_standard(2, true);
+    if (play_standard(2, true) != fresh) {
+      fmt::print("  fresh agents decide differently each time: what `reset` keeps cannot be checked\n");
+      return;
+    }
+    if (play_standard(2, false) != fresh) {
+      findings_.add("orders in the second episode differ from those of a fresh agent: it keeps state over `reset`", 0);
+    }
+  }
+
+  /// Returns the orders of the last episode.
+  std::vector<std::string> play_standard(int episodes, bool fresh_each_episode) {
+    Dict config{{"game_server", Dict{{"simulate", simulate()},
+                                     {"server", Dict{{"url", "checking:"}}},
+                                     {"logger", std::make_shared<spdlog::logger>("check", null_output())}}},
+                {"rule_config", agents(fresh_each_episode)}};
+    const bool ended = survives([&] {
+      Deduction engine(config, seams());
+      for (int episode = 1; episode <= episodes; ++episode) {
+        if (const int code = engine.reset(episode); code != 1) throw Error(fmt::format("reset answers {}", code));
+        while (!std::holds_alternative<BatResult>(engine.step(Dict()))) continue;
+      }
+    });
+    return ended ? service_->orders() : std::vector<std::string>();
+  }
+
+  /// With settings the client changes them in the middle of the round.
+  void play_scheduled(const std::optional<Dict>& later) {
+    Dict config{{"is_ai_apply", true},
+                {"simulate", simulate()},
+                {"server", Dict{{"url", "checking:"}}},
+                {"player", Dict{{"agent_id", kAgentId}, {"agent_name", "checked"}, {"player_side", kSide}}},
+                {"rule_config", agents(false)}};
+    survives([&] {
+      Deduction engine(config, seams());
+      SchedulingClient& client = *find_client<SchedulingClient>(*engine.game);
+      if (later) {
+        client.on_decision = [&](std::int64_t decisions) {
+          constexpr std::int64_t kArrive = 3;
+          if (decisions == kArrive) client.set_agent_settings(std::string(kAgentId), *later);
+        };
+      }
+      engine.normal_simulate();
+    });
+  }
+
+  /// The agent's errors never come this far; what does is the engine's refusal of what the agent did to it.
+  bool survives(const std::function<void()>& work) {
+    bool ended = true;
+    try {
+      ended = guarded(work, [&](const std::exception_ptr& error) {
+        findings_.add("the episode cannot go on: " + error_text(error), 0);
+      });
+    } catch (const ProgramEnd&) {
+      const auto* client = find_client<SchedulingClient>(*service_);
+      const std::vector<std::string> texts = client != nullptr ? client->error_texts() : std::vector<std::string>();
+      findings_.add("the run ended early: " + (texts.empty() ? "" : texts.back()), 0);
+      ended = false;
+    }
+    return ended;
+  }
+
+  Dict simulate() const { return {{"scenario", situation_->scenario}, {"decision_interval", 30}}; }
+
+  Dict agents(bool fresh_each_episode) {
+    const AgentWatch watch{agent_class_, &findings_, limit_, fresh_each_episode};
+    const Value checked(AgentClass::from_factory(
+        "checked", [watch](std::string side) { return std::make_shared<CheckedAgent>(std::move(side), watch); }));
+    return {{kSide, Dict{{"checked", Dict{{"class", checked}}}}}};
+  }
+
+  Seams seams() const {
+    Seams seams = default_seams();
+    seams.exit = std::make_shared<CarryOn>();
+    seams.config_directory = log_folder_;
+    return seams;
+  }
+
+  static spdlog::sink_ptr null_output() { return std::make_shared<spdlog::sinks::null_sink_mt>(); }
+
+  double limit_;
+  std::filesystem::path log_folder_;
+  std::shared_ptr<AgentClass> agent_class_;
+  Findings findings_;
+  const Situation* situation_ = kSituations;
+  std::shared_ptr<CheckingService> service_;
+};
+
+void print(const Findings& findings) {
+  if (findings.all().empty()) {
+    fmt::print("\nnothing to say against it\n");
+    return;
+  }
+  fmt::print("\n{} finding{}:\n", findings.all().size(), findings.all().size() == 1 ? "" : "s");
+  for (const Findings::Finding& finding : findings.all()) {
+    const auto seconds = static_cast<std::int64_t>(finding.time_elapsed);
+    fmt::print("- {}\n  {} time{}, first in {}, at {}:{:02}:{:02}\n", finding.text, finding.times,
+               finding.times == 1 ? "" : "s", finding.situation, seconds / 3600, seconds / 60 % 60, seconds % 60);
+  }
+}
+
+}  // namespace
+
+int check_agent(const CheckOptions& options) {
+  const Findings findings = Check(options).run();
+  print(findings);
+  return findings.all().empty() ? kPlayed : kFailed;
+}
+
+}  // namespace tessra::app

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tessra::app {
+
+/// What a check found wrong, in plain words; the same fault counts up and is told once.
+class Findings {
+ public:
+  struct Finding {
+    std::string text;
+    int times;
+    std::string situation;  ///< where it was met first
+    double time_elapsed;    ///< simulated seconds, likewise
+  };
+
+  /// What is played from here on.
+  void enter(std::string situation) { situation_ = std::move(situation); }
+  void add(const std::string& text, double time_elapsed);
+  const std::vector<Finding>& all() const { return findings_; }
+
+ private:
+  std::string situation_;
+  std::vector<Finding> findings_;
+};
+
+}  // namespace tessra::app

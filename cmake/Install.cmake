@@ -1,0 +1,15 @@
+# `cmake --install build/release --prefix WHERE`: the program with its data, and what it takes to build agent libraries
+# and hosts with find_package(tessra).
+include(CMakePackageConfigHelpers)
+
+install(TARGETS tessra EXPORT tessraTargets LIBRARY DESTINATION lib)
+install(TARGETS deduce RUNTIME DESTINATION bin)
+install(DIRECTORY engine/Tessra DESTINATION include FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY scenarios DESTINATION share/tessra)
+install(EXPORT tessraTargets NAMESPACE tessra:: DESTINATION lib/cmake/tessra)
+
+configure_package_config_file(cmake/tessraConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/tessraConfig.cmake
+  INSTALL_DESTINATION lib/cmake/tessra)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/tessraConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tessraConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/tessraConfigVersion.cmake
+  DESTINATION lib/cmake/tessra)

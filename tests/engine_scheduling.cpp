@@ -1,0 +1,148 @@
+// Agent libraries, and the scheduling client of this process.
+
+#include "Tessra/entitys/agent_library.h"
+#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "agents/sample_agents.h"
+#include "support/engine_fixture.h"
+
+namespace tessra::testing {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+std::string refusal(const std::string& file) {
+  try {
+    load_agent_library(file);
+    return "loaded";
+  } catch (const AgentLibraryError& error) {
+    return error.what();
+  }
+}
+
+TEST(AgentLibraries, unusable_files_are_refused_with_the_reason) {
+  EXPECT_THAT(refusal("/no/such/library.so"), HasSubstr("/no/such/library.so: No such file"));
+  EXPECT_THAT(refusal(TESSRA_SOURCE_DIR "/README.md"), HasSubstr("README.md: "));
+  EXPECT_THAT(refusal(TESSRA_ENGINE_LIBRARY), HasSubstr("does not export tessra_agents_abi"));
+  EXPECT_THAT(refusal(TESSRA_WRONG_INTERFACE),
+              HasSubstr("built for agent interface 99, this program has " + std::to_string(kAgentInterface)));
+}
+
+/// An engine for the scheduling client of the embedded service, with an agent of the library of faulty ones.
+class Client : public ::testing::Test {
+ protected:
+  Client() {
+    register_sample_agents(AgentRegistry::instance());
+    seams.config_directory = std::filesystem::temp_directory_path() / "tessra-scheduling";
+    config = json(R"({"is_ai_apply": true, "simulate": {"scenario": "skirmish"}, "server": {},
+      "player": {"agent_id": "id-1", "agent_name": "a", "player_side": "红方", "decision_time": 30}})");
+    config.at_dict("server").set("url", "embedded:" TESSRA_SOURCE_DIR "/scenarios");
+    config.at_dict("player").set("agent_path", TESSRA_FAULTY_AGENTS);
+    config.set("logger", std::make_shared<spdlog::logger>("test", log));
+    use("patrol");
+  }
+
+  void use(const std::string& agent_class) {
+    config.set("rule_config", Dict{{"红方", Dict{{"a", Dict{{"class", agent_class}}}}}});
+  }
+  Deduction& engine() {
+    if (engine_ == nullptr) engine_ = std::make_unique<Deduction>(config, seams.seams());
+    return *engine_;
+  }
+  SchedulingClient& client() { return *find_client<SchedulingClient>(*engine().game); }
+  std::string errors_logged() const {
+    std::string text;
+    for (const std::string& line : log->lines) text += line.starts_with("error: ") ? line + "\n" : "";
+    return text;
+  }
+
+  FakeSeams seams;
+  std::shared_ptr<LogLines> log = std::make_shared<LogLines>();
+  Dict config;
+
+ private:
+  std::unique_ptr<Deduction> engine_;
+};
+
+TEST_F(Client, a_library_that_cannot_be_used_is_a_failure_of_agent_creation) {
+  config.at_dict("player").set("agent_path", TESSRA_WRONG_INTERFACE);
+  EXPECT_THROW(engine().normal_simulate(), ProgramEnd);
+  EXPECT_THAT(client().error_texts(), ElementsAre(AllOf(StartsWith("读取配置创建智能体错误:"), HasSubstr("99"))));
+  EXPECT_THAT(errors_logged(), HasSubstr("tessra::AgentLibraryError"));
+}
+
+TEST_F(Client, what_a_librarys_agent_throws_is_reported_with_type_causes_and_stack) {
+  use("throws-in-step");
+  EXPECT_TRUE(engine().normal_simulate().at(1).has_value());
+  EXPECT_THAT(client().error_texts(), ElementsAre(StartsWith("智能体'step'函数代码出错:lost in step.\n详情请查看-")));
+  const std::string errors = errors_logged();
+  EXPECT_THAT(errors, HasSubstr("智能体'step'函数代码出错:"));
+  EXPECT_THAT(errors, HasSubstr("TacticalError: lost in step"));
+  EXPECT_THAT(errors, HasSubstr("tessra::KeyError: no key 'plan'"));
+  EXPECT_THAT(errors, HasSubstr("libfaulty_agents.so(")) << "the stack of our own errors";
+}
+
+TEST_F(Client, errors_of_a_library_are_caught_by_their_type) {
+  Dict standard = json(R"({"game_server": {"simulate": {"scenario": "skirmish"}, "server": {}},
+                           "rule_config": {"红方": {"a": {"class": "throws-ours"}}}})");
+  standard.at_dict("game_server").set("server", config.at_dict("server"));
+  standard.set("agent_libraries", List{TESSRA_FAULTY_AGENTS});
+  Deduction trainer(standard, seams.seams());
+  ASSERT_EQ(trainer.reset(1), 1);
+  EXPECT_THROW(trainer.step(Dict()), KeyError);
+  EXPECT_EQ(trainer.failed_agent()->agent_type, "a");
+}
+
+TEST_F(Client, settings_reach_the_agent_at_its_next_decision) {
+  config.at_dict("server").set("url", "embedded:" TESSRA_SOURCE_DIR "/scenarios/check");
+  config.at_dict("simulate").set("scenario", "empty_side");  // two quiet minutes
+  config.at_dict("player").set("decision_time", 10);
+  config.at_dict("server").set("agent_settings", json("{'id-1': {'decision_interval': 30}}"));
+  std::vector<std::int64_t> counts;
+  std::vector<Value> intervals;
+  client().on_decision = [&](std::int64_t count) {
+    counts.push_back(count);
+    intervals.push_back(engine().players.at("红方")->agents_list->front()->agent_decision_time());
+    if (count == 2) client().set_agent_settings("id-1", json("{'decision_interval': 60}"));
+  };
+  EXPECT_TRUE(engine().normal_simulate().at(1).has_value());
+  EXPECT_THAT(intervals, ElementsAre(Value(30.0), Value(30.0), Value(60.0)));
+  EXPECT_THAT(counts, ElementsAre(1, 2, 3)) << "30 + 30 + 60 s";
+  EXPECT_EQ(client().agent_times("id-1"), 3);
+  EXPECT_EQ(client().agent_times("id-2"), 0);
+}
+
+TEST_F(Client, the_other_side_is_played_by_its_missions) {
+  bool seen_moving = false;
+  client().on_decision = [&](std::int64_t) {
+    for (const auto& [id, contact] : engine().players.at("红方")->get_dict("Contacts")) {
+      const Dict& record = contact.as_dict();
+      seen_moving |= record.get("ActualUnitID").is_text("blue-fighter-1") && record.at_real("Lon") != 150.3;
+    }
+  };
+  engine().normal_simulate();
+  EXPECT_TRUE(seen_moving);
+}
+
+TEST_F(Client, a_stop_ends_the_round_with_the_next_advance) {
+  client().on_decision = [&](std::int64_t count) {
+    if (count == 3) client().stop();
+  };
+  EXPECT_FALSE(engine().normal_simulate().at(1).has_value());
+  EXPECT_EQ(client().agent_times("id-1"), 3);
+  EXPECT_TRUE(engine().main_exit_event->is_set());
+  EXPECT_THROW(engine().normal_simulate(), ProgramEnd) << "a stopped client takes no new run";
+  EXPECT_THAT(errors_logged(), HasSubstr("连接客户端错误:the client is stopping，退出！"));
+}
+
+TEST_F(Client, an_unknown_scenario_fails_the_connection) {
+  config.at_dict("simulate").set("scenario", "nosuch");
+  EXPECT_THROW(engine().normal_simulate(), ProgramEnd);
+  EXPECT_THAT(errors_logged(), HasSubstr("连接客户端错误:the client has no scenario 'nosuch'，退出！"));
+}
+
+}  // namespace
+}  // namespace tessra::testing
