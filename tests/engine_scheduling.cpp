@@ -1,5 +1,10 @@
 // Agent libraries, and the scheduling client of this process.
 
+#include <fstream>
+#include <regex>
+#include <thread>
+
+#include "Tessra/base/json_write.h"
 #include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/gameenvs/scheduling_client.h"
 #include "agents/sample_agents.h"
@@ -136,6 +141,25 @@ TEST_F(Client, a_stop_ends_the_round_with_the_next_advance) {
   EXPECT_TRUE(engine().main_exit_event->is_set());
   EXPECT_THROW(engine().normal_simulate(), ProgramEnd) << "a stopped client takes no new run";
   EXPECT_THAT(errors_logged(), HasSubstr("连接客户端错误:the client is stopping，退出！"));
+}
+
+TEST_F(Client, two_engines_write_whole_lines_to_one_run_log) {
+  const std::filesystem::path file = seams.config_directory / "log" / "command_delay.log";
+  std::filesystem::remove(file);
+  config.erase("logger");
+  const std::string text = write_json(config);  // a tree belongs to one thread
+  const auto run = [&] { Deduction(read_json(text).as_dict(), seams.seams()).normal_simulate(); };
+  std::thread other(run);
+  run();
+  other.join();
+  std::ifstream log_file(file);
+  const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} - Apply - (INFO|WARNING|ERROR) - .+)");
+  int ends = 0;
+  for (std::string line; std::getline(log_file, line);) {
+    EXPECT_TRUE(std::regex_match(line, form)) << line;
+    ends += line.ends_with("推演结束") ? 1 : 0;
+  }
+  EXPECT_EQ(ends, 2);
 }
 
 TEST_F(Client, an_unknown_scenario_fails_the_connection) {

@@ -6,7 +6,6 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cmake --install "$1" --prefix "$scratch/installed" >/dev/null
 cp -r "$2" "$scratch/library"
-# The library must be built as the engine was: a sanitizer run says how.
 cmake -S "$scratch/library" -B "$scratch/build" -DCMAKE_PREFIX_PATH="$scratch/installed" >"$scratch/log" 2>&1 &&
   cmake --build "$scratch/build" >>"$scratch/log" 2>&1 || { cat "$scratch/log"; exit 1; }
 
