@@ -1,0 +1,56 @@
+#include "bench/measure.h"
+
+#include <malloc.h>
+#include <simdjson.h>
+
+#include <algorithm>
+#include <ctime>
+#include <fstream>
+#include <limits>
+#include <stdexcept>
+#include <vector>
+
+namespace tessra::bench {
+
+double thread_seconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+std::size_t live_bytes() {
+  const auto info = mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
+std::size_t peak_bytes() {
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    if (word != "VmHWM:") continue;
+    std::size_t kilobytes = 0;
+    status >> kilobytes;
+    return 1024 * kilobytes;
+  }
+  return 0;
+}
+
+void reset_peak() {
+  malloc_trim(0);
+  std::ofstream("/proc/self/clear_refs") << '5';
+}
+
+double parser_seconds(std::span<const std::string> texts, int rounds) {
+  std::vector<simdjson::padded_string> padded(texts.begin(), texts.end());
+  simdjson::dom::parser parser;
+  const auto parse_all = [&] {
+    for (const auto& text : padded) {
+      if (parser.parse(text).error() != simdjson::SUCCESS) throw std::runtime_error("the bound's text is no JSON");
+    }
+  };
+  parse_all();  // warm
+  double best = std::numeric_limits<double>::infinity();
+  for (int round = 0; round < rounds; ++round) best = std::min(best, timed(parse_all));
+  return best;
+}
+
+}  // namespace tessra::bench

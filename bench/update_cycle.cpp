@@ -1,0 +1,299 @@
+// update_cycle [--units N…] [--updates N] [--repeat N] [--json]
+// update_cycle --record FILE --sides FILE [--update-files FILE…] [--repeat N] [--json]
+//
+// Times what the engine itself does per step: an update record, from its JSON bytes to the model brought up to date.
+// Every figure is processor time, the best of the repetitions, beside its ratio to D: what the DOM parser takes for the
+// same bytes in the same process. The model is checked before anything is printed.
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Tessra/base/json_read.h"
+#include "Tessra/base/json_write.h"
+#include "bench/host.h"
+#include "bench/measure.h"
+#include "bench/situations.h"
+
+namespace tessra::bench {
+namespace {
+
+/// Seconds per phase, summed over the updates; memory in bytes.
+struct Measures {
+  double parser = 0, cycle = 0;
+  double decode = 0, share = 0, views = 0, merge = 0, deletions = 0, checks = 0;
+  double initial_parser = 0, initial_decode = 0, initial_build = 0;
+  std::size_t live = 0, peak = 0;
+};
+
+struct Case {
+  std::string name;
+  std::size_t units = 0;
+  Situations situations;
+  bool generated = false;
+};
+
+std::size_t bytes_of(const std::vector<std::string>& texts) {
+  std::size_t bytes = 0;
+  for (const std::string& text : texts) bytes += text.size();
+  return bytes;
+}
+
+void require(bool holds, std::string_view what) {
+  if (!holds) throw Error(fmt::format("wrong result: {}", what));
+}
+
+/// The model after the last update is what the generator says.
+void check_model(Deduction& engine, const Situations& situations) {
+  const std::size_t others = engine.players.size() + 1;  // the sides and the scenario
+  require(engine.elements.size() == situations.elements + others, "number of elements");
+  for (const auto& [id, lon] : situations.longitudes) {
+    require(engine.elements.at(id)->get_attribute("Lon") == Value(lon), "place of unit " + id);
+  }
+  for (const auto& [side, contacts] : situations.own_contacts) {
+    const Dict held = engine.players.at(side)->get_dict("Contacts");
+    for (const std::string& id : contacts) require(held.contains(id), "contact " + id + " of " + side);
+    require(held.size() >= contacts.size(), "number of contacts");
+  }
+}
+
+void play_whole_cycles(const Case& played, Measures& measures) {
+  const Situations& situations = played.situations;
+  reset_peak();
+  const std::size_t before = live_bytes();
+  Host host(situations.sides);
+  {
+    Value initial;
+    measures.initial_decode = timed([&] { initial = read_json(situations.initial); });
+    measures.initial_build = timed([&] { host.build(std::move(initial)); });
+  }
+  measures.live = live_bytes() - before;
+  JsonReader reader;
+  for (const std::string& text : situations.updates) {
+    measures.cycle += timed([&] { host.engine().process_step_situation(reader.read(text)); });
+  }
+  measures.peak = peak_bytes();
+  if (played.generated) check_model(host.engine(), situations);
+}
+
+/// The record without what it deletes, so that deletions can be timed apart from the rest.
+void strip_deletions(Value& value) {
+  if (Dict* dict = value.if_dict()) {
+    dict->erase("mapdel");
+    for (auto [key, entry] : *dict) strip_deletions(entry);
+  } else if (value.is_list()) {
+    for (Value& entry : value.as_list()) strip_deletions(entry);
+  }
+}
+
+/// Joins the views of all sides, as the merge does.
+void join_views(Deduction& engine, const Dict& record) {
+  const Dict* situation = record.find_dict("Situation");
+  const Dict* sides = situation != nullptr ? situation->find_dict("SituationSides") : nullptr;
+  if (sides == nullptr) return;
+  for (auto [id, side] : *sides) {
+    const std::string name = engine.side_id2name.get(id).to_text();
+    const auto* player = engine.players.find(name);
+    if (player == nullptr) continue;
+    const Dict contacts = (*player)->get_dict("Contacts");
+    engine.get_side_update_situation(name, side.as_dict(), &contacts);
+  }
+}
+
+void check(Deduction& engine) {
+  engine.update_simulate_info();
+  for (const auto& [side, player] : engine.players) player->update_units_of_names();
+  engine.check_situation();
+}
+
+/// Each phase by itself, on a second engine that plays the same updates.
+void play_phases(const Case& played, Measures& measures) {
+  Host host(played.situations.sides);
+  host.build(read_json(played.situations.initial));
+  Deduction& engine = host.engine();
+  JsonReader reader;
+  for (const std::string& text : played.situations.updates) {
+    Dict record, share;
+    measures.decode += timed([&] { record = reader.read(text).as_dict(); });
+    measures.share += timed([&] { share = record.deep_copy(); });
+
+    Value stripped = reader.read(text);
+    strip_deletions(stripped);
+    const Value again = stripped.deep_copy();
+    const double views = timed([&] { join_views(engine, again.as_dict()); });
+    double share_of_nothing = 0;
+    {
+      Dict dropped;
+      share_of_nothing = timed([&] { dropped = stripped.as_dict().deep_copy(); });
+    }
+    const double whole = timed([&] { engine.parse_update_situation(stripped); });
+    measures.views += views;
+    measures.merge += whole - views - share_of_nothing;
+    measures.deletions += timed([&] { engine.parse_delete_situation(share); });
+    measures.checks += timed([&] { check(engine); });
+  }
+  if (played.generated) check_model(engine, played.situations);
+}
+
+void keep_best(Measures& best, const Measures& fresh) {
+  for (double Measures::*figure : {&Measures::parser, &Measures::cycle, &Measures::decode, &Measures::share,
+                                   &Measures::views, &Measures::merge, &Measures::deletions, &Measures::checks,
+                                   &Measures::initial_parser, &Measures::initial_decode, &Measures::initial_build}) {
+    best.*figure = std::min(best.*figure, fresh.*figure);
+  }
+}
+
+Measures measure(const Case& played, int repeat) {
+  std::optional<Measures> best;
+  for (int round = 0; round < repeat; ++round) {
+    Measures fresh;
+    fresh.parser = parser_seconds(played.situations.updates, 3);
+    fresh.initial_parser = parser_seconds({&played.situations.initial, 1}, 3);
+    play_whole_cycles(played, fresh);
+    play_phases(played, fresh);
+    if (!best) best = fresh;
+    keep_best(*best, fresh);
+  }
+  return *best;
+}
+
+// ---- The table ----------------------------------------------------------------------------------------------------
+
+struct Row {
+  std::string_view phase;
+  double Measures::*seconds;
+  double Measures::*bound;
+};
+
+constexpr Row kRows[] = {
+    {"decode", &Measures::decode, &Measures::parser},
+    {"share for deletions", &Measures::share, &Measures::parser},
+    {"views", &Measures::views, &Measures::parser},
+    {"merge", &Measures::merge, &Measures::parser},
+    {"deletions", &Measures::deletions, &Measures::parser},
+    {"checks, names, clock", &Measures::checks, &Measures::parser},
+    {"whole cycle", &Measures::cycle, &Measures::parser},
+    {"initial decode", &Measures::initial_decode, &Measures::initial_parser},
+    {"initial build", &Measures::initial_build, &Measures::initial_parser},
+};
+
+double ratio(const Row& row, const Measures& measures) { return measures.*row.seconds / (measures.*row.bound); }
+
+void print_case(const Case& played, const Measures& measures, const Measures* smaller) {
+  const Situations& situations = played.situations;
+  const double updates = static_cast<double>(std::max<std::size_t>(1, situations.updates.size()));
+  const double bytes = static_cast<double>(bytes_of(situations.updates)) / updates;
+  fmt::print("{}: initial record {} bytes, {} updates of {:.0f} bytes; D = {:.4f} ms, initial {:.3f} ms\n", played.name,
+             situations.initial.size(), situations.updates.size(), bytes, 1e3 * measures.parser / updates,
+             1e3 * measures.initial_parser);
+  fmt::print("  {:<22}{:>12}{:>9}{:>9}\n", "phase", "ms", "D", "growth");
+  for (const Row& row : kRows) {
+    const bool per_update = row.bound == &Measures::parser;
+    if (per_update && situations.updates.empty()) continue;
+    const double milliseconds = 1e3 * measures.*row.seconds / (per_update ? updates : 1);
+    fmt::print("  {:<22}{:>12.4f}{:>9.2f}", row.phase, milliseconds, ratio(row, measures));
+    if (smaller != nullptr) fmt::print("{:>9.2f}", ratio(row, measures) / ratio(row, *smaller));
+    fmt::print("\n");
+  }
+  const double initial_bytes = static_cast<double>(situations.initial.size());
+  fmt::print("  model {:.1f} MB", 1e-6 * static_cast<double>(measures.live));
+  if (played.units > 0) fmt::print(", {} bytes per unit", measures.live / played.units);
+  fmt::print(", {:.2f} times the initial record; peak {:.1f} MB\n\n",
+             static_cast<double>(measures.live) / initial_bytes, 1e-6 * static_cast<double>(measures.peak));
+}
+
+Dict as_dict(const Case& played, const Measures& measures) {
+  Dict phases;
+  for (const Row& row : kRows) {
+    phases.set(row.phase, Dict{{"seconds", measures.*row.seconds}, {"ratio", ratio(row, measures)}});
+  }
+  return {{"case", played.name},
+          {"updates", played.situations.updates.size()},
+          {"update_bytes", bytes_of(played.situations.updates)},
+          {"initial_bytes", played.situations.initial.size()},
+          {"phases", phases},
+          {"live_bytes", measures.live},
+          {"peak_bytes", measures.peak}};
+}
+
+// ---- Arguments ----------------------------------------------------------------------------------------------------
+
+struct Arguments {
+  std::vector<int> units{1000, 10'000, 100'000};
+  int updates = 0;
+  int repeat = 3;
+  std::string record, sides;
+  std::vector<std::string> update_files;
+  bool json = false;
+};
+
+std::string text_of(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file.is_open()) throw Error("cannot read " + path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Case recorded_case(const Arguments& arguments) {
+  Case played{arguments.record, 0, {}, false};
+  played.situations.sides = read_json_file(arguments.sides).as_dict();
+  played.situations.initial = text_of(arguments.record);
+  for (const std::string& path : arguments.update_files) played.situations.updates.push_back(text_of(path));
+  return played;
+}
+
+Case generated_case(const Arguments& arguments, int units) {
+  const int usual = std::clamp(100'000 / units, 5, 100);
+  const SituationOptions options{.units = units, .updates = arguments.updates > 0 ? arguments.updates : usual};
+  return {fmt::format("{} units", units), static_cast<std::size_t>(units), make_situations(options), true};
+}
+
+void run(const Arguments& arguments) {
+  List report;
+  std::optional<Measures> smaller;
+  const auto play = [&](const Case& played) {
+    const Measures measures = measure(played, arguments.repeat);
+    if (arguments.json) {
+      report.push_back(as_dict(played, measures));
+    } else {
+      print_case(played, measures, smaller ? &*smaller : nullptr);
+    }
+    smaller = measures;
+  };
+  if (!arguments.record.empty()) {
+    play(recorded_case(arguments));
+  } else {
+    for (const int units : arguments.units) play(generated_case(arguments, units));
+  }
+  if (arguments.json) std::cout << write_json(report, JsonStyle::pretty) << '\n';
+}
+
+}  // namespace
+}  // namespace tessra::bench
+
+int main(int argc, char** argv) {
+  tessra::bench::Arguments arguments;
+  CLI::App app("Times the engine's own work per step, from JSON bytes to the merged model.", "update_cycle");
+  app.add_option("--units", arguments.units, "Sizes of the generated situations")->check(CLI::Range(30, 1'000'000));
+  app.add_option("--updates", arguments.updates, "Updates per situation instead of the usual number");
+  app.add_option("--repeat", arguments.repeat, "Repetitions, of which the best counts")->check(CLI::PositiveNumber);
+  auto* record = app.add_option("--record", arguments.record, "An initial record instead of generated situations");
+  app.add_option("--sides", arguments.sides, "The record's sides: side id → Name and Friend")->needs(record);
+  app.add_option("--update-files", arguments.update_files, "The record's updates, in order")->needs(record);
+  app.add_flag("--json", arguments.json, "Print JSON instead of tables");
+  CLI11_PARSE(app, argc, argv);
+  try {
+    tessra::bench::run(arguments);
+  } catch (const std::exception& error) {
+    std::cerr << "update_cycle: " << error.what() << '\n';
+    return 1;
+  }
+  return 0;
+}
