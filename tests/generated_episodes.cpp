@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "Tessra/base/json_write.h"
+#include "apps/deduce/model_dump.h"
 #include "support/engine_fixture.h"
 #include "support/situation_generator.h"
 
@@ -94,6 +95,69 @@ TEST_P(GeneratedEpisodes, with_gaps_are_played_to_their_end) {
        {"未知UnitType值", "没有基本信息!", "没有位置!", "no Type!", "删除后又有信息", "have no attribute"}) {
     EXPECT_THAT(log->lines, Contains(HasSubstr(text)));
   }
+}
+
+/// The record without its deletions.
+void strip_deletions(Value& value) {
+  if (Dict* dict = value.if_dict()) {
+    dict->erase("mapdel");
+    for (auto [key, entry] : *dict) strip_deletions(entry);
+  } else if (value.is_list()) {
+    for (Value& entry : value.as_list()) strip_deletions(entry);
+  }
+}
+
+TEST_P(GeneratedEpisodes, lose_the_same_by_the_deletion_share_as_by_the_whole_record) {
+  GeneratorOptions options;
+  options.seed = GetParam();
+  options.end = false;
+  const GeneratedEpisode episode = generate_episode(options, 25);
+  server->sides = episode.sides_info;
+  server->initial = episode.initial;
+  section().set("logger", std::make_shared<spdlog::logger>("share", log));
+  config.set("rule_config", episode.config.at("rule_config"));
+  Dict whole_config = config.deep_copy();
+  for (Dict rules : {config.at_dict("rule_config"), whole_config.at_dict("rule_config")}) {
+    for (auto [side, agents] : rules) {
+      for (auto [name, entry] : agents.as_dict())
+        entry.as_dict().set("class", AgentClass::of<ScriptedAgent>("scripted"));
+    }
+  }
+  const auto whole_log = std::make_shared<LogLines>();
+  whole_config.at_dict("game_server").set("logger", std::make_shared<spdlog::logger>("whole", whole_log));
+  Deduction whole(whole_config, seams.seams());
+  start();
+  ASSERT_EQ(whole.reset(1), 1);
+
+  for (const Dict& update : episode.updates) {
+    const Dict share = Deduction::deletion_share(update);
+    const std::string as_taken = write_json(share);
+    Value merged = update.deep_copy();
+    strip_deletions(merged);
+    engine().process_step_situation(merged.deep_copy());
+    whole.process_step_situation(merged);
+    engine().parse_delete_situation(share);
+    EXPECT_EQ(write_json(share), as_taken);
+    whole.parse_delete_situation(update.deep_copy());
+    ASSERT_EQ(write_json(app::dump_engine(engine())), write_json(app::dump_engine(whole)));
+  }
+  EXPECT_EQ(log->lines, whole_log->lines);
+  EXPECT_THAT(log->lines, Contains(HasSubstr("没有创建，但需删除其中元素!")));
+}
+
+TEST_P(GeneratedEpisodes, keep_their_deletions_out_of_the_merges_way) {
+  GeneratorOptions options;
+  options.seed = GetParam();
+  const GeneratedEpisode episode = generate_episode(options, 1);
+  server->sides = episode.sides_info;
+  server->initial = episode.initial;
+  start();
+  const Dict update = episode.updates.front().deep_copy();
+  const Dict share = Deduction::deletion_share(update);
+  const std::string as_taken = write_json(share);
+  EXPECT_LT(as_taken.size(), write_json(update).size());
+  engine().process_step_situation(update);
+  EXPECT_EQ(write_json(share), as_taken);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, GeneratedEpisodes, ::testing::Values(1, 2, 3, 4));

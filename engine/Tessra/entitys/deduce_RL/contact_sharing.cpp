@@ -11,24 +11,15 @@ double number_or(const Dict& contact, const KeyRef& key, double fallback) {
   return contact.contains(key) ? contact.at_real(key) : fallback;
 }
 
-/// The side's first own contact on this unit, or null.
-const Dict* first_contact_on(const Dict& contacts, const Value& unit_id) {
-  for (auto [contact_id, contact] : contacts) {
-    const Value* actual = contact.as_dict().find("ActualUnitID");
-    if (actual != nullptr && *actual == unit_id) return &contact.as_dict();
-  }
-  return nullptr;
-}
-
 }  // namespace
 
-bool Deduction::adopts_contact(std::string_view side, const Dict& own_contacts, const Dict& contact) const {
+bool Deduction::adopts_contact(std::string_view side, FirstContacts& own_contacts, const Dict& contact) const {
   const Value* unit_id = contact.find("ActualUnitID");
   if (unit_id == nullptr) return true;
   if (const auto unit = element_of(*unit_id); unit != nullptr && unit->get_attribute("Side") == Value(side)) {
     return false;
   }
-  const Dict* own = first_contact_on(own_contacts, *unit_id);
+  const Dict* own = own_contacts.on(*unit_id);
   if (own == nullptr) return true;
   if (own->contains("IDStatus") && own->at_real("IDStatus") > number_or(contact, "IDStatus", 0)) return false;
   return !(own->contains("Age") && own->at_real("Age") <= number_or(contact, "Age", 3));
@@ -39,9 +30,12 @@ void Deduction::for_each_friend(const FriendViews& views,
   for (const auto& [side, player] : players) {
     const Dict* info = sides_info.find_dict(player->get_attribute("ID"));
     if (info == nullptr || !info->non_empty("Friend")) continue;
+    std::optional<FirstContacts> own;
     for (const Value& friend_id : info->at_list("Friend")) {
       const SideView* view = views.find(friend_id.to_text());
-      if (view != nullptr) visit({side, *player, friend_id, side_id2name.at(friend_id)}, *view);
+      if (view == nullptr) continue;
+      if (!own) own.emplace(player->get_dict("Contacts"));
+      visit({side, *player, *own, friend_id, side_id2name.at(friend_id)}, *view);
     }
   }
 }
@@ -50,10 +44,9 @@ void Deduction::share_initial_contacts(const FriendViews& views) {
   for_each_friend(views, [&](const FriendShare& share, const SideView& view) {
     friend_side_contacts.set(share.friend_id, view.contacts);
     share.player.get_dict("friend_side_units").set(share.friend_name, view.units);
-    Dict own = share.player.get_dict("Contacts");
     for (auto [contact_id, contact] : view.contacts) {
-      if (own.contains(contact_id)) continue;
-      if (adopts_contact(share.side, own, contact.as_dict())) own.set(contact_id, contact);
+      if (share.own.contacts().contains(contact_id)) continue;
+      if (adopts_contact(share.side, share.own, contact.as_dict())) share.own.adopt(contact_id, contact);
     }
   });
 }
@@ -72,9 +65,9 @@ void Deduction::share_updated_contacts(const FriendViews& views) {
 
 void Deduction::share_updated_contact(const FriendShare& share, const Value& contact_id, const Value& fresh,
                                       Dict& record) {
-  Dict own = share.player.get_dict("Contacts");
+  Dict own = share.own.contacts();
   if (Dict* held = own.find_dict(contact_id)) {
-    held->update(fresh.as_dict());
+    share.own.merge(*held, fresh.as_dict());
     return;
   }
   if (Dict* known = record.find_dict(contact_id)) {
@@ -83,7 +76,7 @@ void Deduction::share_updated_contact(const FriendShare& share, const Value& con
     record.set(contact_id, fresh);
   }
   const Value contact = record.at(contact_id);
-  if (adopts_contact(share.side, own, contact.as_dict())) own.set(contact_id, contact);
+  if (adopts_contact(share.side, share.own, contact.as_dict())) share.own.adopt(contact_id, contact);
 }
 
 }  // namespace tessra

@@ -14,6 +14,7 @@
 #include "Tessra/entitys/agent_class.h"
 #include "Tessra/entitys/data/gamedata.h"
 #include "Tessra/entitys/deduce_RL/episode_state.h"
+#include "Tessra/entitys/deduce_RL/first_contacts.h"
 #include "Tessra/entitys/deduce_RL/settings.h"
 #include "Tessra/entitys/deduce_RL/wargame_command.h"
 
@@ -191,7 +192,10 @@ class Deduction : public Settings, public EpisodeState {
 
   // ---- The situation model: deletions -------------------------------------------------------------------------
 
-  /// Applies the deletions of a record as it was delivered.
+  /// What of an update record `parse_delete_situation` reads, as a record of its own that shares nothing with it:
+  /// taken before the merge, which changes the record.
+  static Dict deletion_share(const Dict& situation_data);
+  /// Applies the deletions of a record as it was delivered, or of its deletion share.
   void parse_delete_situation(const Dict& situation_data);
   void del_unit_component(Element& unit_obj, const Dict& unit_info);
   void parse_delete_doctrine(Element& unit_obj, const Dict& unit_info);
@@ -314,6 +318,7 @@ class Deduction : public Settings, public EpisodeState {
   struct FriendShare {
     std::string_view side;
     RuleAgentBase& player;
+    FirstContacts& own;
     const Value& friend_id;
     const Value& friend_name;
   };
@@ -323,7 +328,7 @@ class Deduction : public Settings, public EpisodeState {
   void share_updated_contacts(const FriendViews& views);
   void share_updated_contact(const FriendShare& share, const Value& contact_id, const Value& fresh, Dict& record);
   /// Whether a friend's contact is new or better than what the side holds on the same unit.
-  bool adopts_contact(std::string_view side, const Dict& own_contacts, const Dict& contact) const;
+  bool adopts_contact(std::string_view side, FirstContacts& own_contacts, const Dict& contact) const;
 
   // ---- Update merge -----------------------------------------------------------------------------------------
 

@@ -13,7 +13,7 @@ void Deduction::parse_update_situation(const Value& situation_data) {
     log_only(LogLevel::info, "receive end situation!");
     deduce_is_end = true;
   }
-  const Dict as_delivered = update.deep_copy();
+  const Dict deletions = deletion_share(update);
 
   const Dict scen = part_or_empty(update, "ScenarioInfo");
   const Dict situ = part_or_empty(update, "Situation");
@@ -26,7 +26,7 @@ void Deduction::parse_update_situation(const Value& situation_data) {
     share_updated_contacts(friend_views);
   }
   update_scenario_new(update);
-  parse_delete_situation(as_delivered);
+  parse_delete_situation(deletions);
 }
 
 void Deduction::merge_side(const Value& side_id, const Dict& side_situation, const Dict& scen,
