@@ -8,8 +8,8 @@
 
 namespace tessra::app {
 
-CheckedAgent::CheckedAgent(std::string side_name, const AgentWatch& watch)
-    : Agent(std::move(side_name)), watch_(watch), agent_(make()) {}
+CheckedAgent::CheckedAgent(std::string side_name, AgentWatch watch)
+    : Agent(std::move(side_name)), watch_(std::move(watch)), agent_(make()) {}
 
 std::shared_ptr<Agent> CheckedAgent::make() const {
   const AgentClass& agent_class = *watch_.agent_class;

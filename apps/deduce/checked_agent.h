@@ -21,7 +21,7 @@ struct AgentWatch {
 /// episode goes on and shows more; so does a call that takes too long.
 class CheckedAgent : public Agent {
  public:
-  CheckedAgent(std::string side_name, const AgentWatch& watch);
+  CheckedAgent(std::string side_name, AgentWatch watch);
 
   void load_model() override;
   void update_constant_attribute(RuleAgentBase& player) override;

@@ -27,23 +27,23 @@ Function* entry_point(void* library, const char* name, const std::string& file) 
 
 }  // namespace
 
-void load_agent_library(const std::filesystem::path& path) {
+void load_agent_library(const std::filesystem::path& file) {
   std::error_code error;
-  const std::filesystem::path file = std::filesystem::canonical(path, error);
-  if (error) throw AgentLibraryError(path.string() + ": " + error.message());
+  const std::filesystem::path path = std::filesystem::canonical(file, error);
+  if (error) throw AgentLibraryError(file.string() + ": " + error.message());
 
   Loaded& libraries = loaded();
   const std::lock_guard lock(libraries.mutex);
-  if (libraries.files.contains(file)) return;
-  void* library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (libraries.files.contains(path)) return;
+  void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) throw AgentLibraryError(std::string("cannot load the agent library: ") + ::dlerror());
-  const int number = entry_point<int()>(library, "tessra_agents_abi", file.string())();
+  const int number = entry_point<int()>(library, "tessra_agents_abi", path.string())();
   if (number != kAgentInterface) {
-    throw AgentLibraryError(file.string() + ": built for agent interface " + std::to_string(number) +
+    throw AgentLibraryError(path.string() + ": built for agent interface " + std::to_string(number) +
                             ", this program has " + std::to_string(kAgentInterface));
   }
-  entry_point<void(AgentRegistry&)>(library, "tessra_register_agents", file.string())(AgentRegistry::instance());
-  libraries.files.insert(file);
+  entry_point<void(AgentRegistry&)>(library, "tessra_register_agents", path.string())(AgentRegistry::instance());
+  libraries.files.insert(path);
 }
 
 }  // namespace tessra

@@ -32,6 +32,8 @@ void load_agent_library(const std::filesystem::path& file);
 /// The entry points of an agent library, followed by the body that adds its classes:
 ///
 ///     TESSRA_AGENT_LIBRARY(registry) { registry.add<MyAgent>("mine"); }
+// NOLINTBEGIN(bugprone-macro-parentheses): the name of a parameter takes none
 #define TESSRA_AGENT_LIBRARY(registry)                                                                            \
   extern "C" __attribute__((visibility("default"))) int tessra_agents_abi() { return ::tessra::kAgentInterface; } \
   extern "C" __attribute__((visibility("default"))) void tessra_register_agents(::tessra::AgentRegistry& registry)
+// NOLINTEND(bugprone-macro-parentheses)
