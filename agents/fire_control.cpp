@@ -34,8 +34,9 @@ std::set<std::int64_t> contact_types_in_reach(GameUnit& unit) {
 bool is_target(const Dict& contact, const Situation& situation) {
   constexpr double kOldest = 300;  // seconds since it was last seen
   if (!contact.contains("Lon") || !contact.contains("Lat") || !contact.contains("Type")) return false;
+  constexpr int kFriendly = 1;
   const Value* side = contact.find("Side");
-  if (side != nullptr && situation.friend_units().contains(*side)) return false;
+  if (side != nullptr && situation.postures().get(*side) == Value(kFriendly)) return false;
   const bool moves = contact.at("Type") != Value(int{kFacilityContact});
   return !moves || !contact.contains("Age") || contact.at_real("Age") <= kOldest;
 }

@@ -101,10 +101,17 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
       {"run --config " + write("list.json", "[]"), "object"},
       {"run --episodes 0", "episodes"},
       {"run --nonsense", "nonsense"},
+      {"rnu", "no command 'rnu'"},
+      {"run --config " + write("side.json", R"({"rule_config": {"nobody": {"x": {"class": "idle"}}}})"),
+       "no side 'nobody'; there are: 红方, 蓝方, 绿方"},
+      {"run --config " + write("class.json", R"({"rule_config": {"红方": {"x": {"class": "nosuch"}}}})"),
+       "no agent class 'nosuch'; there are: idle"},
+      {"run --scenario " + write("bad_scenario.json", R"({"id": "x", "units_oops": 1})"), "units_oops"},
       {"replay " + path("empty"), "initial.json"},
       {"run --agents " + path("nosuch.so"), "nosuch.so"},
       {"apply --config " + write("standard.json", "{}"), "use 'deduce run'"},
-      {"apply --config " + write("nowhere.json", R"({"is_ai_apply": true, "simulate": {"scenario": "nosuch"}})"),
+      {"apply --config " +
+           write("nowhere.json", R"({"is_ai_apply": true, "simulate": {"scenario": "nosuch"}, "player": {}})"),
        "no scenario 'nosuch'"},
       {"check-agent --class nosuch", "no agent class 'nosuch'; there are: idle"},
       {"check-agent --class x --agents " + bad_json, "bad.json"},
@@ -120,21 +127,25 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
 
 TEST_F(CommandLine, options_beat_the_configuration_and_misspelt_keys_are_warned_of) {
   const std::string config = write("c.json", R"({"game_server": {
-    "simulate": {"scenario": "strait", "episodes": 5, "step_intervall": 1}, "server": {"seed": 1}}})");
+    "simulate": {"scenario": "strait", "episodes": 5, "step_intervall": 1}, "server": {"seed": 1}, "simualte": {}}})");
   const Output output =
       run("run --config " + config + " --scenario skirmish --episodes 1 --seed 9 --json --log " + path("log"));
   EXPECT_EQ(output.status, 0);
-  EXPECT_EQ(output.err, "warning: unknown key simulate.step_intervall has no effect; did you mean step_interval?\n");
+  EXPECT_EQ(output.err,
+            "warning: unknown key game_server.simualte has no effect; did you mean simulate?\n"
+            "warning: unknown key simulate.step_intervall has no effect; did you mean step_interval?\n");
   EXPECT_EQ(read_json(output.out).as_dict().at("seed"), Value(9));
   EXPECT_THAT(read(path("log")), HasSubstr(" - deduce - INFO - 第1局,想定'skirmish'加载成功"));
 }
 
-TEST_F(CommandLine, an_agents_failure_names_side_and_agent) {
+TEST_F(CommandLine, an_agents_failure_names_side_agent_and_operation) {
   const std::string config = write("c.json", R"({"game_server": {"simulate": {"scenario": "skirmish"}, "server": {}},
-    "rule_config": {"红方": {"x": {"class": "nosuch"}}}})");
-  const Output output = run("run --config " + config);
+    "rule_config": {"红方": {"x": {"class": "throws-ours"}}}})");
+  const Output output = run("run --config " + config + library());
   EXPECT_EQ(output.status, 1);
-  EXPECT_THAT(output.err, HasSubstr("no agent class 'nosuch'"));
+  EXPECT_THAT(output.err,
+              HasSubstr("agent 'x' of side '红方' failed in `step` at 0:00:00 of episode 1: no key 'plan'\n"));
+  EXPECT_THAT(output.err, HasSubstr("libfaulty_agents.so(")) << "the trace";
 }
 
 TEST_F(CommandLine, recordings_replay_and_dump) {

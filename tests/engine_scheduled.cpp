@@ -137,7 +137,7 @@ TEST_F(Scheduled, a_failed_stage_is_reported_and_ends_the_program) {
   };
   const Case cases[] = {
       {[&] { config.at_dict("rule_config").at_dict("红方").at_dict("patrol-1").erase("class"); },
-       "读取配置创建智能体错误:", "missing key 'class'"},
+       "读取配置创建智能体错误:", "agent 'patrol-1' of side '红方' has no 'class'"},
       {[&] { server->initial.as_dict().at_dict("ScenarioInfo").erase("Time"); },
        "解析初始态势错误:", "Scenario 'scen' has no attribute 'Time'"},
       {[&] { fail("req_client_agent_config"); }, "智能体请求客户端配置的单元、目标等参数报错:", "lost"},

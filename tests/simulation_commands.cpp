@@ -126,7 +126,7 @@ TEST(Orders, an_attack_is_carried_out_to_the_ordered_quantity) {
   EXPECT_TRUE(unit_of(simulation, "bomber").attacks.empty());
   const CommandFault wrong =
       simulation.execute({"Attack({SIDE='红方',UNIT='bomber',CONTACT='contact#1',WEAPON='Heavy torpedo'})"}).at(0);
-  EXPECT_EQ(wrong.reason, "UNIT has no such weapon against this contact");
+  EXPECT_EQ(wrong.reason, "UNIT has no 'Heavy torpedo' for this contact");
 }
 
 TEST(Orders, weapons_on_hold_stay_where_they_are) {

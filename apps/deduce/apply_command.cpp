@@ -6,6 +6,7 @@
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/gameenvs/scheduling_client.h"
 #include "apps/deduce/configuration.h"
+#include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/progress.h"
 #include "apps/deduce/results.h"
@@ -20,8 +21,9 @@ Dict apply_configuration(const ApplyOptions& options) {
   if (!config.non_empty("is_ai_apply")) {
     throw InputError(options.config + ": not for a scheduling client ('is_ai_apply' is not true); use 'deduce run'");
   }
-  for (const char* key : {"simulate", "server", "player"}) child_section(config, key);
-  require_scenario(config.at_dict("simulate"), config.at_dict("server"));
+  for (const char* key : {"simulate", "server"}) child_section(config, key);
+  if (config.find_dict("player") == nullptr) throw InputError(options.config + ": 'player' is missing");
+  checked_scenario(config, config);
   if (options.seed) config.at_dict("server").set("seed", *options.seed);
   if (!options.agents.empty()) config.at_dict("player").set("agent_path", agent_library_path(options.agents));
   return config;
@@ -31,9 +33,7 @@ class Apply {
  public:
   explicit Apply(const ApplyOptions& options) : options_(options), signals_(kGrace), progress_(!options.quiet) {
     config_ = apply_configuration(options);
-    for (const std::string& line : misspelt_keys(config_.at_dict("simulate"))) {
-      fmt::print(stderr, "warning: {}\n", line);
-    }
+    for (const std::string& line : configuration_warnings(config_)) fmt::print(stderr, "warning: {}\n", line);
     Seams seams = default_seams();
     seams.exit = std::make_shared<EarlyEnd>(*this);
     engine_ = std::make_unique<Deduction>(config_, seams);
@@ -53,7 +53,10 @@ class Apply {
                                  fmt::print(stderr, "error: {}\n{}\n", error_text(error), trace_text(error));
                                });
     progress_.clear();
-    if (signals_.received()) return signals_.status();
+    if (signals_.received()) {
+      fmt::print(stderr, "interrupted at {}; run log: {}\n", clock_text(engine_->time_elapsed), engine_->log_file_path);
+      return signals_.status();
+    }
     if (!ended) return kFailed;
     return report(results, real_clock()->now() - start);
   }

@@ -17,6 +17,7 @@
 #include "apps/deduce/checking_service.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
+#include "apps/deduce/results.h"
 
 namespace tessra::app {
 
@@ -65,6 +66,7 @@ class Check {
     } catch (const AgentLibraryError& error) {
       throw InputError(error.what());
     }
+    data_directory();  // throws here, so that it is no finding
     if (!agent_class_->is_learn() && !agent_class_->is_built_from_side()) {
       throw InputError("class '" + options.agent_class + "' has no constructor from a side and is no learning class");
     }
@@ -198,9 +200,9 @@ void print(const Findings& findings) {
   }
   fmt::print("\n{} finding{}:\n", findings.all().size(), findings.all().size() == 1 ? "" : "s");
   for (const Findings::Finding& finding : findings.all()) {
-    const auto seconds = static_cast<std::int64_t>(finding.time_elapsed);
-    fmt::print("- {}\n  {} time{}, first in {}, at {}:{:02}:{:02}\n", finding.text, finding.times,
-               finding.times == 1 ? "" : "s", finding.situation, seconds / 3600, seconds / 60 % 60, seconds % 60);
+    fmt::print("- {}\n  {} time{}, first in {}, at {}\n", finding.text, finding.times, finding.times == 1 ? "" : "s",
+               finding.situation, clock_text(finding.time_elapsed));
+    if (!finding.example.empty()) fmt::print("  for example {}\n", finding.example);
   }
 }
 

@@ -14,6 +14,21 @@ Dict part(Dict parent, std::string_view key) {
   return parent.at_dict(key);
 }
 
+/// One fault shows with many units and contacts: what is quoted is left out.
+std::string without_names(const std::string& reason) {
+  std::string result;
+  bool quoted = false;
+  for (const char c : reason) {
+    if (c == '\'') {
+      result += quoted ? "'" : "'…";
+      quoted = !quoted;
+    } else if (!quoted) {
+      result += c;
+    }
+  }
+  return result;
+}
+
 constexpr std::string_view kContact = "contact-unnamed";
 
 }  // namespace
@@ -56,7 +71,8 @@ void CheckingService::judge(const std::string& report) {
   if (reason.find("is no living unit of side") != std::string::npos) {
     findings_.add("orders a unit that is not its own or no longer there: " + reason, time_elapsed());
   } else {
-    findings_.add("gives an order the service refuses: " + report.substr(behind_number), time_elapsed());
+    findings_.add("gives orders the service refuses: " + without_names(reason), time_elapsed(),
+                  report.substr(behind_number));
   }
 }
 

@@ -1,12 +1,12 @@
 #include "apps/deduce/configuration.h"
 
-#include <algorithm>
-#include <numeric>
+#include <fmt/format.h>
 
 #include "Tessra/base/json_read.h"
 #include "Tessra/entitys/agent_class.h"
-#include "Tessra/entitys/deduce_RL/settings.h"
 #include "Tessra/entitys/gameenvs/data_directory.h"
+#include "Tessra/entitys/gameenvs/embedded_server.h"
+#include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/exit_status.h"
 
 namespace tessra::app {
@@ -14,6 +14,7 @@ namespace tessra::app {
 namespace {
 
 Dict read_object(const std::filesystem::path& file) {
+  if (std::filesystem::is_directory(file)) throw InputError("not a file: " + file.string());
   if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + file.string());
   try {
     Value value = read_json_file(file);
@@ -49,26 +50,17 @@ void choose_scenario(const RunOptions& options, Dict simulate, Dict server) {
 /// Agents for a configuration that has none: those the scenario's author suggests.
 void choose_agents(Dict config, const Dict& scenario) {
   if (config.contains("rule_config") || engine_section(config).contains("RL_agents")) return;
-  if (const Dict* agents = scenario.find_dict("agents")) config.set("rule_config", *agents);
+  if (const Dict* agents = scenario.find_dict("agents")) {
+    config.set("rule_config", *agents);
+  } else {
+    fmt::print(stderr, "note: no agents; every side does what its missions say\n");
+  }
 }
 
 void add_agent_library(Dict config, const std::string& file) {
   List files{agent_library_path(file)};
   if (const Value* named = config.find("agent_libraries")) files.extend(named->as_list());
   config.set("agent_libraries", files);
-}
-
-std::size_t edit_distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t substituted = diagonal + (a[i] == b[j] ? 0 : 1);
-      diagonal = std::exchange(row[j + 1], std::min({row[j] + 1, row[j + 1] + 1, substituted}));
-    }
-  }
-  return row[b.size()];
 }
 
 }  // namespace
@@ -89,14 +81,24 @@ Dict engine_section(Dict config) {
   return section;
 }
 
-std::optional<std::filesystem::path> require_scenario(const Dict& simulate, const Dict& server) {
-  const auto folder = scenario_folder(server);
+std::optional<Dict> checked_scenario(const Dict& config, const Dict& section) {
+  const auto folder = scenario_folder(section.at_dict("server"));
   if (!folder) return std::nullopt;
+  const Dict simulate = section.at_dict("simulate");
   const std::string name = simulate.contains("scenario") ? simulate.at("scenario").to_text() : "";
-  std::filesystem::path file = *folder / (name + ".json");
-  if (std::filesystem::is_regular_file(file)) return file;
-  throw InputError("no scenario '" + name + "' in " + folder->string() +
-                   "; 'deduce scenarios' lists those that are shipped");
+  const std::filesystem::path file = *folder / (name + ".json");
+  if (!std::filesystem::is_regular_file(file)) {
+    throw InputError("no scenario '" + name + "' in " + folder->string() +
+                     "; 'deduce scenarios' lists those that are shipped");
+  }
+  try {
+    check_scenario(file);
+  } catch (const Error& error) {
+    throw InputError(error.what());
+  }
+  const Dict scenario = read_object(file);
+  check_sides(config, scenario);
+  return scenario;
 }
 
 std::string agent_library_path(const std::string& file) {
@@ -117,21 +119,8 @@ Dict run_configuration(const RunOptions& options) {
   if (!options.record.empty()) server.set("record", options.record);
   if (!options.agents.empty()) add_agent_library(config, options.agents);
   choose_scenario(options, simulate, server);
-  if (const auto file = require_scenario(simulate, server)) choose_agents(config, read_object(*file));
+  if (const auto scenario = checked_scenario(config, section)) choose_agents(config, *scenario);
   return config;
-}
-
-std::vector<std::string> misspelt_keys(const Dict& simulate) {
-  std::vector<std::string> lines;
-  for (auto [key, value] : simulate) {
-    const std::string name = key.to_text();
-    const auto known = simulate_keys();
-    if (std::ranges::any_of(known, [&](const SimulateKey& entry) { return entry.key == name; })) continue;
-    const auto nearest =
-        std::ranges::min_element(known, {}, [&](const SimulateKey& entry) { return edit_distance(entry.key, name); });
-    lines.push_back("unknown key simulate." + name + " has no effect; did you mean " + std::string(nearest->key) + "?");
-  }
-  return lines;
 }
 
 namespace {

@@ -36,15 +36,12 @@ Dict engine_section(Dict config);
 /// The dictionary under the key, added when absent. Throws `InputError` when something else stands there.
 Dict child_section(Dict parent, std::string_view key);
 
-/// The file of the scenario to play; none when the service is not the embedded one. Throws `InputError` when there is
-/// no such scenario.
-std::optional<std::filesystem::path> require_scenario(const Dict& simulate, const Dict& server);
+/// The scenario file that a configuration plays, read and checked with the sides of its agents; none when its service
+/// is not the embedded one. Throws `InputError` for a scenario that is not there or has a mistake, naming the place.
+std::optional<Dict> checked_scenario(const Dict& config, const Dict& section);
 
 /// The absolute path of an agent library given on the command line. Throws `InputError` when there is no such file.
 std::string agent_library_path(const std::string& file);
-
-/// One line for every key of `simulate` that the engine does not know, with the key that was probably meant.
-std::vector<std::string> misspelt_keys(const Dict& simulate);
 
 /// A copy without host objects: agent classes become their names, anything else is left out.
 Dict without_host_objects(const Dict& config);

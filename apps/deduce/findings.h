@@ -13,11 +13,12 @@ class Findings {
     int times;
     std::string situation;  ///< where it was met first
     double time_elapsed;    ///< simulated seconds, likewise
+    std::string example;    ///< how it showed there; may be empty
   };
 
   /// What is played from here on.
   void enter(std::string situation) { situation_ = std::move(situation); }
-  void add(const std::string& text, double time_elapsed);
+  void add(const std::string& text, double time_elapsed, const std::string& example = "");
   const std::vector<Finding>& all() const { return findings_; }
 
  private:

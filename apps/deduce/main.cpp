@@ -16,15 +16,35 @@ namespace {
 using namespace tessra;
 using namespace tessra::app;
 
+const CLI::Validator above_zero(
+    [](std::string& text) {
+      const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+      const bool fits = digits && text.size() <= 18 && text.find_first_not_of('0') != std::string::npos;
+      return fits ? std::string() : "must be a whole number above 0, is '" + text + "'";
+    },
+    "COUNT");
+
+/// The first argument must name a command: the parser itself would only say that one is missing.
+void check_command_name(const CLI::App& app, int argc, char** argv) {
+  if (argc < 2 || argv[1][0] == '-') return;
+  std::string names;
+  for (const CLI::App* command : app.get_subcommands({})) {
+    if (command->get_name() == argv[1]) return;
+    names += (names.empty() ? "" : ", ") + command->get_name();
+  }
+  throw InputError("no command '" + std::string(argv[1]) + "'; there are: " + names);
+}
+
 int dispatch(int argc, char** argv) {
   CLI::App app("Runs episodes of wargame scenarios with software agents.", "deduce");
   app.require_subcommand(1);
+  app.set_version_flag("--version", "deduce " TESSRA_VERSION);
 
   RunOptions run;
   CLI::App* run_command = app.add_subcommand("run", "Play episodes and show who won");
   run_command->add_option("--scenario", run.scenario, "A shipped scenario's name, or a scenario file");
   run_command->add_option("--config", run.config, "Configuration file (JSON)");
-  run_command->add_option("--episodes", run.episodes, "How many episodes to play")->check(CLI::PositiveNumber);
+  run_command->add_option("--episodes", run.episodes, "How many episodes to play")->check(above_zero);
   run_command->add_option("--seed", run.seed, "Base seed; every episode's seed is made from it and its number");
   run_command->add_option("--agents", run.agents, "Agent library (.so) with classes the configuration names");
   run_command->add_option("--log", run.log, "Append the run log to this file");
@@ -52,7 +72,7 @@ int dispatch(int argc, char** argv) {
   check_command->add_option("--class", check.agent_class, "Registered name of the agent's class")->required();
   check_command->add_option("--agents", check.agents, "Agent library (.so) with the class");
   check_command->add_option("--limit", check.limit, "Seconds a call into the agent may take")
-      ->check(CLI::PositiveNumber)
+      ->check(CLI::Range(0.001, 3600.0))
       ->capture_default_str();
 
   bool results_json = false;
@@ -61,6 +81,7 @@ int dispatch(int argc, char** argv) {
 
   CLI::App* scenarios_command = app.add_subcommand("scenarios", "List the shipped scenarios");
 
+  check_command_name(app, argc, argv);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "Tessra/base/seams.h"
+#include "apps/deduce/results.h"
 
 namespace tessra::app {
 
@@ -29,9 +30,8 @@ void Progress::show(std::int64_t steps, double simulated) {
   constexpr double kEvery = 0.1;  // wall-clock seconds
   if (!active_ || now() - shown_ < kEvery) return;
   shown_ = now();
-  const auto seconds = static_cast<std::int64_t>(simulated);
-  fmt::print(stderr, "\r\x1b[Kepisode {}/{}  {}:{:02}:{:02}  {:.0f} steps/s", episode_, episodes_, seconds / 3600,
-             seconds / 60 % 60, seconds % 60, static_cast<double>(steps) / (shown_ - started_ + 1e-9));
+  fmt::print(stderr, "\r\x1b[Kepisode {}/{}  {}  {:.0f} steps/s", episode_, episodes_, clock_text(simulated),
+             static_cast<double>(steps) / (shown_ - started_ + 1e-9));
   std::fflush(stderr);
 }
 

@@ -6,6 +6,11 @@
 
 namespace tessra::app {
 
+std::string clock_text(double seconds) {
+  const auto whole = static_cast<std::int64_t>(seconds);
+  return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
+}
+
 std::string json_line(const PlayedEpisode& episode) {
   const BatResult& result = episode.result;
   return write_json(Dict{{"round", result.current_round},
@@ -38,13 +43,12 @@ Winner winner_of(const BatResult& result) {
 std::string row(const PlayedEpisode& episode) {
   const BatResult& result = episode.result;
   const Winner winner = winner_of(result);
-  const auto seconds = static_cast<std::int64_t>(result.time_elapsed);
-  return fmt::format("{:>7}  {:>10.1f}  {:>10.1f}  {:<6}  {}:{:02}:{:02}  {:>6}  {:>7.2f}\n", result.current_round,
+  return fmt::format("{:>7}  {:>10.1f}  {:>10.1f}  {:<6}  {:>7}  {:>6}  {:>7.2f}\n", result.current_round,
                      result.red_score.as_real(), result.blue_score.as_real(),
                      winner == Winner::none  ? "draw"
                      : winner == Winner::red ? "red"
                                              : "blue",
-                     seconds / 3600, seconds / 60 % 60, seconds % 60, episode.steps, episode.wall_seconds);
+                     clock_text(result.time_elapsed), episode.steps, episode.wall_seconds);
 }
 
 }  // namespace

@@ -16,6 +16,9 @@ struct PlayedEpisode {
   double wall_seconds;
 };
 
+/// Simulated seconds as hours, minutes and seconds: "1:30:00".
+std::string clock_text(double seconds);
+
 /// The episode as one line of JSON.
 std::string json_line(const PlayedEpisode& episode);
 

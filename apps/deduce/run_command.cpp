@@ -7,7 +7,9 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/base/json_write.h"
 #include "Tessra/base/log_file.h"
+#include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/progress.h"
 #include "apps/deduce/results.h"
@@ -45,9 +47,7 @@ class Run {
   explicit Run(const RunOptions& options) : options_(options), progress_(!options.quiet) {
     Dict config = run_configuration(options);
     Dict section = engine_section(config);
-    for (const std::string& line : misspelt_keys(section.at_dict("simulate"))) {
-      fmt::print(stderr, "warning: {}\n", line);
-    }
+    for (const std::string& line : configuration_warnings(config)) fmt::print(stderr, "warning: {}\n", line);
     episodes_ =
         section.at_dict("simulate").contains("episodes") ? section.at_dict("simulate").at_integer("episodes") : 1;
     seed_ = section.at_dict("server").contains("seed") ? section.at_dict("server").at_integer("seed") : 1;
@@ -69,7 +69,7 @@ class Run {
               status = kFailed;
             });
     progress_.clear();
-    if (!options_.json && !options_.quiet) fmt::print("{}", result_table(played_));
+    if (!options_.json && !options_.quiet && status != kWrongInput) fmt::print("{}", result_table(played_));
     return signals_.received() ? signals_.status() : status;
   }
 
@@ -78,17 +78,35 @@ class Run {
     int status = kPlayed;
     for (std::int64_t episode = 1; episode <= episodes_ && !signals_.received(); ++episode) {
       progress_.start_episode(episode, episodes_);
-      if (const int code = engine_->reset(episode); code != 1) {
-        progress_.clear();
-        fmt::print(stderr, "error: episode {} did not start: {} ({})\n", episode, reset_failure(code), code);
-        return kFailed;
-      }
+      if (const std::optional<int> failure = start(episode)) return *failure;
       const std::optional<BatResult> result = play_steps();
       if (!result) break;
       if (engine_->save_result.truthy()) save_result(result, default_seams().config_directory);
       if (!result->error_side.empty()) status = kFailed;
     }
     return status;
+  }
+
+  /// Starts an episode; the exit status when that fails.
+  std::optional<int> start(std::int64_t episode) {
+    int code = 0;
+    try {
+      code = engine_->reset(episode);
+    } catch (const UnknownAgentClass& error) {
+      return refuse(error);
+    } catch (const AgentLibraryError& error) {
+      return refuse(error);
+    }
+    if (code == 1) return std::nullopt;
+    progress_.clear();
+    fmt::print(stderr, "error: episode {} did not start: {} ({})\n", episode, reset_failure(code), code);
+    return kFailed;
+  }
+
+  int refuse(const Error& error) {
+    progress_.clear();
+    fmt::print(stderr, "error: {}\n", error.what());
+    return kWrongInput;
   }
 
   /// None when a signal came before the end.
@@ -109,8 +127,9 @@ class Run {
   }
 
   void report(const std::exception_ptr& error) {
-    if (const auto agent = engine_->failed_agent()) {
-      fmt::print(stderr, "error: agent '{}' of side '{}' failed: {}\n", agent->agent_type, agent->Side(),
+    if (const auto& [agent, operation] = engine_->failed_call(); agent != nullptr) {
+      fmt::print(stderr, "error: agent '{}' of side '{}' failed in `{}` at {} of episode {}: {}\n", agent->agent_type,
+                 agent->Side(), operation, clock_text(engine_->time_elapsed), engine_->current_round,
                  error_text(error));
     } else {
       fmt::print(stderr, "error: {}\n", error_text(error));

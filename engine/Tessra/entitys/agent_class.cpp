@@ -41,7 +41,7 @@ std::shared_ptr<AgentClass> AgentRegistry::get(std::string_view name) const {
   }
   std::string known;
   for (const std::string& other : names()) known += (known.empty() ? "" : ", ") + other;
-  throw KeyError("no agent class '" + std::string(name) + "'; there are: " + known);
+  throw UnknownAgentClass("no agent class '" + std::string(name) + "'; there are: " + known);
 }
 
 std::vector<std::string> AgentRegistry::names() const {

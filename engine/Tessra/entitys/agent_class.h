@@ -54,6 +54,12 @@ class AgentClass {
   std::function<std::shared_ptr<Agent>(std::string)> from_side_;
 };
 
+/// A class that is not registered; the text names those that are.
+class UnknownAgentClass : public KeyError {
+ public:
+  using KeyError::KeyError;
+};
+
 /// The agent classes a configuration may name. Safe from any thread.
 class AgentRegistry {
  public:
@@ -67,7 +73,7 @@ class AgentRegistry {
     add(AgentClass::of<T>(std::move(name)));
   }
 
-  /// Throws `KeyError` naming the class and those there are.
+  /// Throws `UnknownAgentClass`.
   std::shared_ptr<AgentClass> get(std::string_view name) const;
   /// Sorted.
   std::vector<std::string> names() const;

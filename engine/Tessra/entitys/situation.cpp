@@ -35,6 +35,7 @@ std::shared_ptr<Mission> Situation::mission(std::string_view name) const {
 
 Dict Situation::contacts() const { return player_.get_dict("Contacts"); }
 Dict Situation::messages() const { return player_.get_dict("KeyMsg"); }
+Dict Situation::postures() const { return player_.get_dict("Postures"); }
 Dict Situation::friend_units() const { return player_.get_dict("friend_side_units"); }
 
 double Situation::time_elapsed() const { return player_.time_elapsed(); }

@@ -40,10 +40,14 @@ class Situation {
   /// The mission with this name; null when the side has none.
   std::shared_ptr<Mission> mission(std::string_view name) const;
 
-  /// Contact id → contact (`Name`, `Type`, `Lon`, `Lat`, `ActualUnitID`, `IDStatus`, `Age`, …), friends' included.
+  /// Contact id → contact (`Name`, `Type`, `Lon`, `Lat`, `ActualUnitID`, `IDStatus`, `Age`, …), friends' included. A
+  /// friend's contact stays here after the friend has lost it: its `Age` then stands still, and an attack is refused.
   Dict contacts() const;
   /// Message type → list of messages since the episode's start.
   Dict messages() const;
+  /// What the side thinks of the others: side id → 0 neutral, 1 friendly, 2 unfriendly, 3 hostile, 4 unknown. Empty
+  /// when the service does not tell. A contact's `Side` is such an id, once it is known.
+  Dict postures() const;
   /// Friend side name → unit id → unit record.
   Dict friend_units() const;
 

@@ -51,6 +51,15 @@ void Deduction::config_agent(const Value& rule_agents_config, const Value& rl_ag
   select_agent();
 }
 
+namespace {
+
+std::shared_ptr<AgentClass> class_of(const Dict& entry, const std::string& name, const std::string& side) {
+  if (!entry.contains("class")) throw KeyError("agent '" + name + "' of side '" + side + "' has no 'class'");
+  return agent_class_of(entry.at("class"));
+}
+
+}  // namespace
+
 // Here and not at construction, so that a library that cannot be used is a failure of the agents' creation.
 void Deduction::load_agent_libraries() {
   if (const Value* files = config.find("agent_libraries")) {
@@ -63,7 +72,7 @@ void Deduction::load_agent_libraries() {
 
 std::shared_ptr<Agent> Deduction::make_rule_agent(const std::string& side, const std::string& name, const Dict& entry,
                                                   std::int64_t& uid) {
-  const auto agent_class = agent_class_of(entry.at("class"));
+  const auto agent_class = class_of(entry, name, side);
   if (agent_class->is_learn()) {
     auto agent = agent_class->make(AgentConf{uid, "torch", "", side, "RL-" + name, "no"});
     ++uid;
@@ -83,7 +92,7 @@ void Deduction::config_learning_side(const std::string& side, const Dict& side_e
       Dict settings = entry.as_dict();
       const std::string type = agent_type.to_text();
       const auto agent =
-          agent_class_of(settings.at("class"))->make(AgentConf{uid, "torch", enemy_side, side, "RL-" + type, "no"});
+          class_of(settings, type, side)->make(AgentConf{uid, "torch", enemy_side, side, "RL-" + type, "no"});
       ++uid;
       equip_agent(*agent, settings, type, false);
       agent->agent_file_path = agent_file_path;
@@ -149,7 +158,7 @@ std::vector<std::shared_ptr<Agent>> Deduction::create_rl_agents(const Dict& rl_a
                              side_name,
                              unit_name.to_text(),
                              args.at("alg").to_text()};
-        auto agent = agent_class_of(entry.as_dict().at("class"))->make(conf);
+        auto agent = class_of(entry.as_dict(), agent_type.to_text(), side_name)->make(conf);
         agent->agent_type = agent_type.to_text();
         result.push_back(std::move(agent));
         ++uid;
@@ -174,7 +183,7 @@ void Deduction::rl_agents_config_id() {
 void Deduction::agent_reset() {
   for (const auto& [side, player] : players) {
     player->reset();
-    for (const auto& agent : *player->agents_list) agent->reset();
+    for (const auto& agent : *player->agents_list) call_bare(agent, "reset", [&] { agent->reset(); });
   }
 }
 

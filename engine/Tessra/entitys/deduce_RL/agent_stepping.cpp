@@ -28,7 +28,7 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
     const Situation& situation = player->get_situation();
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
-      agent->update_constant_attribute(*player);
+      call_bare(agent, "update_constant_attribute", [&] { agent->update_constant_attribute(*player); });
       const Dict records = agent->is_rule_agent ? Dict() : take_action_records(action_dict, name);
       const double start = seams_.clock->now();
       const auto decide = [&] {
@@ -38,7 +38,8 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
           agent->step_rl(time_elapsed, situation, records);
         }
       };
-      const bool succeeded = call_agent(agent, decide, LogLevel::info, [&](const auto& error) {
+      const char* operation = agent->is_rule_agent ? "step" : "step_rl";
+      const bool succeeded = call_agent(agent, operation, decide, LogLevel::info, [&](const auto& error) {
         return fmt::format("智能体初始化代码出错, 推演方: {}, 智能体名:{} 错误信息:{}", agent->Side(), name, error);
       });
       if (!succeeded) return get_game_result(agent->Side());

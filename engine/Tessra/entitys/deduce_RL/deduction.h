@@ -147,8 +147,13 @@ class Deduction : public Settings, public EpisodeState {
   /// is asked has no `TotalScore`.
   BatResult get_game_result(std::string_view error_side = "");
 
-  /// The agent whose error reached the host from the last `reset` or `step`; null when the error was not an agent's.
-  std::shared_ptr<const Agent> failed_agent() const { return agent_in_call_; }
+  /// The call into an agent whose error reached the host from the last `reset` or `step`; `agent` is null when the
+  /// error was not an agent's.
+  struct FailedCall {
+    std::shared_ptr<const Agent> agent;
+    const char* operation = "";
+  };
+  const FailedCall& failed_call() const { return failed_call_; }
 
   // ---- The situation model: elements --------------------------------------------------------------------------
 
@@ -222,10 +227,12 @@ class Deduction : public Settings, public EpisodeState {
                                          std::int64_t& uid);
   void config_learning_side(const std::string& side, const Dict& side_entry, std::int64_t& uid);
   void equip_agent(Agent& agent, Dict& entry, const std::string& agent_type, bool is_rule_agent);
+  /// Calls into an agent; its error reaches the host, which can ask whose it was.
+  void call_bare(const std::shared_ptr<Agent>& agent, const char* operation, const std::function<void()>& call);
   /// Calls into an agent: bare while testing, else guarded, with the trace on standard error and the message in the
   /// log. False when the agent failed.
-  bool call_agent(const std::shared_ptr<Agent>& agent, const std::function<void()>& call, LogLevel level,
-                  const std::function<std::string(const std::string& error)>& message);
+  bool call_agent(const std::shared_ptr<Agent>& agent, const char* operation, const std::function<void()>& call,
+                  LogLevel level, const std::function<std::string(const std::string& error)>& message);
 
   void report_finished_episode(double start);
   bool connect_once();
@@ -363,7 +370,7 @@ class Deduction : public Settings, public EpisodeState {
                         std::vector<std::string>& deleted);
 
   Seams seams_;
-  std::shared_ptr<const Agent> agent_in_call_;
+  FailedCall failed_call_;           // the call that is running, or the one that failed
   Value game_value_;                 // the service client as elements carry it
   std::shared_ptr<Deduction> link_;  // does not own; agents' callbacks hold it weakly
 };

@@ -22,7 +22,7 @@ enum RoomFlag { kSucceeded = 0, kFailed = 1, kNewRoom = 2 };
 }  // namespace
 
 int Deduction::reset(std::int64_t round) {
-  agent_in_call_ = nullptr;
+  failed_call_ = {};
   const double start = seams_.clock->now();
   if (!train_start_time) train_start_time = start;
   if (current_round > 1) report_finished_episode(start);

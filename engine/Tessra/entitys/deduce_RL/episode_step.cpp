@@ -7,7 +7,7 @@
 namespace tessra {
 
 StepOutcome Deduction::step(Dict action_dict) {
-  agent_in_call_ = nullptr;
+  failed_call_ = {};
   ++step_index;
   const double start = seams_.clock->now();
   const auto decided = agents_step(std::move(action_dict));

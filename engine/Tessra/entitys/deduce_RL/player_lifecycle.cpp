@@ -6,12 +6,18 @@
 
 namespace tessra {
 
-bool Deduction::call_agent(const std::shared_ptr<Agent>& agent, const std::function<void()>& call, LogLevel level,
+void Deduction::call_bare(const std::shared_ptr<Agent>& agent, const char* operation,
+                          const std::function<void()>& call) {
+  failed_call_ = {agent, operation};
+  call();
+  failed_call_ = {};
+}
+
+bool Deduction::call_agent(const std::shared_ptr<Agent>& agent, const char* operation,
+                           const std::function<void()>& call, LogLevel level,
                            const std::function<std::string(const std::string& error)>& message) {
   if (is_testing.truthy()) {
-    agent_in_call_ = agent;
-    call();
-    agent_in_call_ = nullptr;
+    call_bare(agent, operation, call);
     return true;
   }
   return guarded(call, [&](const std::exception_ptr& error) {
@@ -32,9 +38,9 @@ void Deduction::get_agent_client_params() {
 void Deduction::players_update_attribute() {
   for (const auto& [side, player] : players) {
     for (const auto& agent : *player->agents_list) {
-      agent->update_constant_attribute(*player);
-      agent->update_object_attribute(*player);
-      agent->info_extract();
+      call_bare(agent, "update_constant_attribute", [&] { agent->update_constant_attribute(*player); });
+      call_bare(agent, "update_object_attribute", [&] { agent->update_object_attribute(*player); });
+      call_bare(agent, "info_extract", [&] { agent->info_extract(); });
     }
   }
 }
@@ -45,7 +51,7 @@ std::optional<BatResult> Deduction::player_init() {
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
       const bool succeeded = call_agent(
-          agent, [&] { agent->initial(situation); }, LogLevel::info,
+          agent, "initial", [&] { agent->initial(situation); }, LogLevel::info,
           [&](const auto& error) {
             return fmt::format("智能体初始化代码出错, 推演方: {}, 智能体名:{} 错误信息:{}", agent->Side(), name, error);
           });
@@ -61,9 +67,9 @@ std::optional<BatResult> Deduction::agents_end() {
   for (const auto& [side, player] : players) {
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
-      agent->update_constant_attribute(*player);
+      call_bare(agent, "update_constant_attribute", [&] { agent->update_constant_attribute(*player); });
       const bool succeeded = call_agent(
-          agent, [&] { agent->deduction_end(); }, LogLevel::info,
+          agent, "deduction_end", [&] { agent->deduction_end(); }, LogLevel::info,
           [&](const auto& error) {
             return fmt::format("智能体deduction_end代码出错, 推演方: {}, 智能体名:{} 错误信息:{}", agent->Side(), name,
                                error);
@@ -78,10 +84,10 @@ std::variant<bool, BatResult> Deduction::agents_check_end() {
   for (const auto& [side, player] : players) {
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
-      agent->update_constant_attribute(*player);
+      call_bare(agent, "update_constant_attribute", [&] { agent->update_constant_attribute(*player); });
       bool done = false;
       const bool succeeded = call_agent(
-          agent, [&] { done = agent->is_done(); }, LogLevel::error,
+          agent, "is_done", [&] { done = agent->is_done(); }, LogLevel::error,
           [&](const auto& error) {
             return fmt::sprintf("推演方-%s, 智能体-%s, is_done函数调用出错，%s", agent->Side(), name, error);
           });

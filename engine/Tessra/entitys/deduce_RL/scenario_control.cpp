@@ -13,7 +13,9 @@ Value Deduction::init_connect_server() { return game->connect_server(); }
 
 bool Deduction::scenario_exists(const Value& name) {
   const Value names = game->get_scenarios();
-  if (const Dict* by_name = names.if_dict()) return by_name->contains(name);
+  if (const Dict* by_name = names.if_dict()) {
+    return std::any_of(by_name->begin(), by_name->end(), [&](const auto& entry) { return entry.key == name; });
+  }
   const List& list = names.as_list();
   return std::find(list.begin(), list.end(), name) != list.end();
 }

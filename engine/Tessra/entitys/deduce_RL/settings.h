@@ -39,7 +39,7 @@ struct Settings {
   Value plan_time = 300;
   /// In training, agents may ask for the end of an episode.
   Value is_training = true;
-  /// When true, errors of agents reach the host instead of becoming an error result.
+  /// When true, errors of agents reach the host; else they are logged and the episode goes on.
   Value is_testing = true;
   /// Whether the players' units-by-name indexes are kept.
   Value names_key = true;

@@ -21,7 +21,10 @@ std::filesystem::path library_folder() {
 }  // namespace
 
 std::filesystem::path data_directory() {
-  if (const char* given = std::getenv("TESSRA_DATA"); given != nullptr && *given != '\0') return given;
+  if (const char* given = std::getenv("TESSRA_DATA"); given != nullptr && *given != '\0') {
+    if (std::filesystem::is_directory(std::filesystem::path(given) / "scenarios")) return given;
+    throw Error(std::string("TESSRA_DATA: there is no folder ") + given + "/scenarios");
+  }
   const std::filesystem::path library = library_folder();
   std::string tried;
   for (const char* place : {"../share/tessra", "../../.."}) {

@@ -112,6 +112,8 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
 
 }  // namespace
 
+void check_scenario(const std::filesystem::path& file) { sim::Simulation::load(file); }
+
 const sim::Simulation* simulation_of(GameServer& client) {
   const auto* embedded = find_client<EmbeddedServer>(client);
   return embedded != nullptr ? embedded->simulation() : nullptr;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string_view>
 
@@ -16,6 +17,10 @@ class Simulation;
 /// of one advance, default 30). Each episode's seed is hashed from the base seed and the episode's number. In AI-apply
 /// mode a `SchedulingClient` stands in front of it.
 std::shared_ptr<GameServer> make_embedded_server(const Dict& section, std::string_view address);
+
+/// Reads a scenario file as the bundled simulation would, for hosts that want to show its author's mistakes before they
+/// play. Throws `Error` naming the file and the place in it.
+void check_scenario(const std::filesystem::path& file);
 
 /// The simulation of an embedded client, also behind others, to compare the model with the truth; null when there is
 /// none or no scenario is loaded.

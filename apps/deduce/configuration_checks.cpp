@@ -1,0 +1,112 @@
+#include "apps/deduce/configuration_checks.h"
+
+#include <algorithm>
+#include <numeric>
+#include <string_view>
+
+#include "Tessra/entitys/deduce_RL/settings.h"
+#include "apps/deduce/exit_status.h"
+
+namespace tessra::app {
+
+namespace {
+
+using Keys = std::vector<std::string_view>;
+
+const Keys kConfiguration = {"game_server", "rule_config", "agent_map", "agent_libraries", "is_ai_apply"};
+const Keys kSection = {"simulate", "server", "RL_agents", "logger", "agents_side"};
+const Keys kPlayer = {"agent_name", "player_side", "agent_id", "agent_path", "decision_time"};
+
+Keys simulate_names() {
+  Keys names;
+  for (const SimulateKey& entry : simulate_keys()) names.push_back(entry.key);
+  return names;
+}
+
+std::size_t edit_distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t substituted = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = std::exchange(row[j + 1], std::min({row[j] + 1, row[j + 1] + 1, substituted}));
+    }
+  }
+  return row[b.size()];
+}
+
+void warn_of_unknown(const Dict* part, const std::string& place, const Keys& known, std::vector<std::string>& lines) {
+  if (part == nullptr) return;
+  for (auto [key, value] : *part) {
+    const std::string name = key.to_text();
+    if (std::ranges::find(known, name) != known.end()) continue;
+    const auto nearest =
+        std::ranges::min_element(known, {}, [&](std::string_view other) { return edit_distance(other, name); });
+    lines.push_back("unknown key " + place + name + " has no effect; did you mean " + std::string(*nearest) + "?");
+  }
+}
+
+/// What the scheduling client asks for and nobody has.
+void warn_of_nobody(const Dict& config, std::vector<std::string>& lines) {
+  const Dict* player = config.find_dict("player");
+  if (player == nullptr) return;
+  const Dict* rule_agents = config.find_dict("rule_config");
+  const Dict* agents = rule_agents != nullptr ? rule_agents->find_dict(player->get("player_side")) : nullptr;
+  const Value name = player->get("agent_name");
+  if (agents != nullptr && !name.is_none() && !agents->contains(name)) {
+    lines.push_back("player.agent_name '" + name.to_text() + "' is none of the side's agents; its first one plays");
+  }
+  const Dict* server = config.find_dict("server");
+  const Dict* settings = server != nullptr ? server->find_dict("agent_settings") : nullptr;
+  if (settings == nullptr) return;
+  for (auto [agent_id, entry] : *settings) {
+    if (agent_id == player->get("agent_id")) continue;
+    lines.push_back("server.agent_settings has settings for '" + agent_id.to_text() +
+                    "', which is not player.agent_id");
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> configuration_warnings(const Dict& config) {
+  std::vector<std::string> lines;
+  const bool scheduled = config.non_empty("is_ai_apply");
+  Keys top = kConfiguration;
+  if (scheduled) {
+    top.insert(top.end(), kSection.begin(), kSection.end());
+    top.emplace_back("player");
+  }
+  warn_of_unknown(&config, "", top, lines);
+  const Dict* section = scheduled ? &config : config.find_dict("game_server");
+  if (!scheduled) warn_of_unknown(section, "game_server.", kSection, lines);
+  if (section != nullptr) warn_of_unknown(section->find_dict("simulate"), "simulate.", simulate_names(), lines);
+  if (scheduled) {
+    warn_of_unknown(config.find_dict("player"), "player.", kPlayer, lines);
+    warn_of_nobody(config, lines);
+  }
+  return lines;
+}
+
+void check_sides(const Dict& config, const Dict& scenario) {
+  Keys sides;
+  std::string listed;
+  for (const Value& side : scenario.at_list("sides")) {
+    sides.push_back(side.as_dict().at_text("name"));
+    listed += (listed.empty() ? "" : ", ") + std::string(sides.back());
+  }
+  const auto require = [&](const Value& side) {
+    if (std::ranges::find(sides, side.to_text()) != sides.end()) return;
+    throw InputError("the scenario has no side '" + side.to_text() + "'; there are: " + listed);
+  };
+  const Dict* section = config.non_empty("is_ai_apply") ? &config : config.find_dict("game_server");
+  for (const Dict* agents :
+       {config.find_dict("rule_config"), section != nullptr ? section->find_dict("RL_agents") : nullptr}) {
+    if (agents == nullptr) continue;
+    for (auto [side, entry] : *agents) require(side);
+  }
+  const Dict* player = config.find_dict("player");
+  if (player != nullptr && player->contains("player_side")) require(player->at("player_side"));
+}
+
+}  // namespace tessra::app
