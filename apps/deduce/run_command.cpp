@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <spdlog/logger.h>
 #include <spdlog/sinks/null_sink.h>
+#include <unistd.h>
 
 #include "Tessra/base/guard.h"
 #include "Tessra/base/json_write.h"
@@ -25,6 +26,15 @@ LogSink make_log(const std::string& file) {
   auto log = std::make_shared<spdlog::logger>("deduce", std::move(output));
   log->set_level(spdlog::level::info);
   return log;
+}
+
+/// Before anything is played, so that no result is lost for want of a place.
+void require_writable(const std::filesystem::path& directory) {
+  std::error_code error;
+  std::filesystem::create_directories(directory, error);
+  if (!error && ::access(directory.c_str(), W_OK) == 0) return;
+  throw InputError("results cannot be saved: the configuration directory " + directory.string() +
+                   " (TESSRA_CONFIG) cannot be written");
 }
 
 std::string_view reset_failure(int code) {
@@ -56,6 +66,7 @@ class Run {
       write_json_file(std::filesystem::path(options.record) / "config.json", without_host_objects(config),
                       JsonStyle::pretty);
     }
+    if (section.at_dict("simulate").non_empty("save_result")) require_writable(default_seams().config_directory);
     section.set("logger", make_log(options.log));
     engine_ = std::make_unique<Deduction>(config);
   }
