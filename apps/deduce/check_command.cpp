@@ -28,14 +28,14 @@ constexpr std::string_view kSideId = "side-1";
 constexpr std::string_view kAgentId = "checked-1";
 
 /// One odd situation; played in both modes.
-struct Situation {
+struct Trial {
   const char* name;
   const char* folder;  ///< below the shipped scenarios
   const char* scenario;
   bool unnamed_contact;
 };
 
-constexpr Situation kSituations[] = {
+constexpr Trial kTrials[] = {
     {"an ordinary episode", "", "skirmish", false},
     {"a side without units", "check", "empty_side", false},
     {"a unit lost between decisions", "check", "lost_unit", false},
@@ -71,10 +71,10 @@ class Check {
       throw InputError("class '" + options.agent_class + "' has no constructor from a side and is no learning class");
     }
     GameServer::register_backend("checking", [this](const Dict& section, std::string_view) {
-      const std::filesystem::path folder = data_directory() / "scenarios" / situation_->folder;
+      const std::filesystem::path folder = data_directory() / "scenarios" / trial_->folder;
       return service_ =
                  std::make_shared<CheckingService>(make_embedded_server(section, folder.string()), std::string(kSideId),
-                                                   std::string(kSide), findings_, situation_->unnamed_contact);
+                                                   std::string(kSide), findings_, trial_->unnamed_contact);
     });
   }
   ~Check() { std::filesystem::remove_all(log_folder_); }
@@ -82,14 +82,14 @@ class Check {
   Check& operator=(const Check&) = delete;
 
   Findings run() {
-    for (const Situation& situation : kSituations) {
-      situation_ = &situation;
-      enter(situation.name, "standard mode");
+    for (const Trial& trial : kTrials) {
+      trial_ = &trial;
+      enter(trial.name, "standard mode");
       play_standard(1, false);
-      enter(situation.name, "AI-apply mode");
+      enter(trial.name, "AI-apply mode");
       play_scheduled(std::nullopt);
     }
-    situation_ = &kSituations[0];
+    trial_ = &kTrials[0];
     check_memory();
     enter("settings that arrive late", "AI-apply mode");
     play_scheduled(late_settings());
@@ -167,7 +167,7 @@ class Check {
     return ended;
   }
 
-  Dict simulate() const { return {{"scenario", situation_->scenario}, {"decision_interval", 30}}; }
+  Dict simulate() const { return {{"scenario", trial_->scenario}, {"decision_interval", 30}}; }
 
   Dict agents(bool fresh_each_episode) {
     const AgentWatch watch{agent_class_, &findings_, limit_, fresh_each_episode};
@@ -189,7 +189,7 @@ class Check {
   std::filesystem::path log_folder_;
   std::shared_ptr<AgentClass> agent_class_;
   Findings findings_;
-  const Situation* situation_ = kSituations;
+  const Trial* trial_ = kTrials;
   std::shared_ptr<CheckingService> service_;
 };
 
