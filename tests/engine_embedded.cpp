@@ -131,9 +131,11 @@ TEST_F(Episode, a_recorded_one_replays_to_the_same_model) {
   Deduction replayed(again, seams.seams());
   const BatResult same = play(replayed);
 
-  EXPECT_EQ(write_json(app::dump_elements(played)), write_json(app::dump_elements(replayed)));
-  EXPECT_EQ(write_json(app::dump_players(played)), write_json(app::dump_players(replayed)));
-  EXPECT_EQ(write_json(app::dump_engine(played)), write_json(app::dump_engine(replayed)));
+  // Equality would pass over 1 for 1.0, and JSON over number keys for texts; this text does neither.
+  const auto shown = [](const Deduction& engine) {
+    return Value(List{app::dump_elements(engine), app::dump_players(engine), app::dump_engine(engine)}).to_text();
+  };
+  EXPECT_EQ(shown(played), shown(replayed));
   EXPECT_EQ(result.red_score, same.red_score);
 }
 

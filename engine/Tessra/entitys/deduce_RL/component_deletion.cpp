@@ -34,7 +34,7 @@ void delete_in_weapon_records(Dict& component, const Dict& record, std::string_v
   Dict* own = weapons != nullptr ? component.find_dict(table_name) : nullptr;
   if (own == nullptr) return;
   for (auto [weapon_id, weapon_record] : *weapons) {
-    if (Dict* weapon = own->find_dict(weapon_id)) remove_inner_ids(*weapon, weapon_record.as_dict());
+    if (Dict* weapon = own->find_dict(weapon_id)) remove_inner_ids(*weapon, entry_dict(weapon_id, weapon_record));
   }
 }
 
@@ -46,7 +46,7 @@ void delete_in_component(Dict& component, const Dict& record, TableNames weapon_
 
 void delete_in_components(Dict& own, const Dict& records, TableNames weapon_tables) {
   for (auto [id, record] : records) {
-    if (Dict* component = own.find_dict(id)) delete_in_component(*component, record.as_dict(), weapon_tables);
+    if (Dict* component = own.find_dict(id)) delete_in_component(*component, entry_dict(id, record), weapon_tables);
   }
 }
 
@@ -70,7 +70,7 @@ void delete_in_cargos(Element& unit, const Dict& active_unit) {
   Dict* own = records != nullptr ? stored_table(unit, "Cargos") : nullptr;
   if (own == nullptr) return;
   for (auto [id, record] : *records) {
-    if (Dict* cargo = own->find_dict(id)) delete_in_cargo(*cargo, record.as_dict());
+    if (Dict* cargo = own->find_dict(id)) delete_in_cargo(*cargo, entry_dict(id, record));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/record_parts.h"
 
 namespace tessra {
 
@@ -46,7 +47,7 @@ void Deduction::share_initial_contacts(const FriendViews& views) {
     share.player.get_dict("friend_side_units").set(share.friend_name, view.units);
     for (auto [contact_id, contact] : view.contacts) {
       if (share.own.contacts().contains(contact_id)) continue;
-      if (adopts_contact(share.side, share.own, contact.as_dict())) share.own.adopt(contact_id, contact);
+      if (adopts_contact(share.side, share.own, entry_dict(contact_id, contact))) share.own.adopt(contact_id, contact);
     }
   });
 }
@@ -55,7 +56,8 @@ void Deduction::share_updated_contacts(const FriendViews& views) {
   for_each_friend(views, [&](const FriendShare& share, const SideView& view) {
     Dict known_units = share.player.get_dict("friend_side_units").at_dict(share.friend_name);
     for (auto [unit_id, unit] : view.units) {
-      if (Value* known = known_units.find(unit_id)) *known = cf::update_dict(known->as_dict(), unit.as_dict());
+      if (Value* known = known_units.find(unit_id))
+        *known = cf::update_dict(entry_dict(unit_id, *known), entry_dict(unit_id, unit));
     }
     if (!friend_side_contacts.contains(share.friend_id)) friend_side_contacts.set(share.friend_id, Dict());
     Dict record = friend_side_contacts.at_dict(share.friend_id);
@@ -67,16 +69,16 @@ void Deduction::share_updated_contact(const FriendShare& share, const Value& con
                                       Dict& record) {
   Dict own = share.own.contacts();
   if (Dict* held = own.find_dict(contact_id)) {
-    share.own.merge(*held, fresh.as_dict());
+    share.own.merge(*held, entry_dict(contact_id, fresh));
     return;
   }
   if (Dict* known = record.find_dict(contact_id)) {
-    known->update(fresh.as_dict());
+    known->update(entry_dict(contact_id, fresh));
   } else {
     record.set(contact_id, fresh);
   }
   const Value contact = record.at(contact_id);
-  if (adopts_contact(share.side, share.own, contact.as_dict())) share.own.adopt(contact_id, contact);
+  if (adopts_contact(share.side, share.own, entry_dict(contact_id, contact))) share.own.adopt(contact_id, contact);
 }
 
 }  // namespace tessra

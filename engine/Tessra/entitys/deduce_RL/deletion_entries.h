@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tessra/base/value.h"
+#include "Tessra/entitys/deduce_RL/record_parts.h"
 
 // Deletion entries: wherever the service reports deletions, a record carries `mapdel`, a dictionary from a name to an
 // entry whose `v` lists the ids to remove. Entries without `v` are passed over.
@@ -12,8 +12,8 @@ template <class Visit>
 void for_each_deletion(const Dict& record, Visit&& visit) {
   const Value* deletions = record.find("mapdel");
   if (deletions == nullptr || !deletions->truthy()) return;
-  for (auto [name, entry] : deletions->as_dict()) {
-    if (const List* ids = entry.as_dict().find_list("v")) visit(name, *ids);
+  for (auto [name, entry] : record.at_dict("mapdel")) {
+    if (const List* ids = entry_dict(name, entry).find_list("v")) visit(name, *ids);
   }
 }
 

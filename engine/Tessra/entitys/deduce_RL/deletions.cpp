@@ -48,7 +48,7 @@ void Deduction::parse_delete_situation(const Dict& situation_data) {
   if (const Dict* situation = filled(situation_data, "Situation")) {
     delete_non_active_units(*situation);
     if (const Dict* sides = filled(*situation, "SituationSides")) {
-      for (auto [side_id, record] : *sides) delete_in_side(side_id, record.as_dict(), pass);
+      for (auto [side_id, record] : *sides) delete_in_side(side_id, entry_dict(side_id, record), pass);
     }
   }
   crt_delete_units.insert(pass.units.begin(), pass.units.end());
@@ -93,7 +93,9 @@ void Deduction::delete_in_basic_part(RuleAgentBase& player, const Dict& side, De
   if (const Dict* units = filled(side, "ActiveUnitsInfo")) {
     for (auto [unit_id, record] : *units) {
       const auto unit = element_of(unit_id);
-      if (unit != nullptr && record.as_dict().contains("Doctrine")) parse_delete_doctrine(*unit, record.as_dict());
+      if (unit != nullptr && entry_dict(unit_id, record).contains("Doctrine")) {
+        parse_delete_doctrine(*unit, record.as_dict());
+      }
     }
   }
 }
@@ -129,7 +131,7 @@ void Deduction::delete_missions(RuleAgentBase& player, const Dict& missions, Del
 void Deduction::delete_in_missions(RuleAgentBase& player, const Dict& missions) {
   for (auto [category, by_id] : missions) {
     if (classname2element(category) == nullptr) continue;
-    for (auto [mission_id, record] : by_id.as_dict()) {
+    for (auto [mission_id, record] : entry_dict(category, by_id)) {
       const auto registered = element_of(mission_id);
       if (registered == nullptr) {
         log_or_print(LogLevel::error,
@@ -137,7 +139,7 @@ void Deduction::delete_in_missions(RuleAgentBase& player, const Dict& missions) 
         continue;
       }
       const auto* mission = player.missions_obj.find(registered->get_attribute("Name").to_text());
-      const Dict* inner = record.as_dict().find_dict("Mission");
+      const Dict* inner = entry_dict(mission_id, record).find_dict("Mission");
       if (mission == nullptr || inner == nullptr) continue;
       for_each_deletion(*inner, [&](const Value& attribute, const List& ids) {
         if (attribute.is_text("Flight")) remove_ids((*mission)->get_dict("Flight"), ids);
@@ -155,7 +157,7 @@ void Deduction::delete_in_cargo_missions(RuleAgentBase& player, const Dict& miss
     if (registered == nullptr) continue;
     const auto* mission = player.missions_obj.find(registered->get_attribute("Name").to_text());
     if (mission == nullptr) continue;
-    for_each_deletion(record.as_dict(), [&](const Value& attribute, const List& ids) {
+    for_each_deletion(entry_dict(mission_id, record), [&](const Value& attribute, const List& ids) {
       // A mission of another kind under this name has no such table.
       const bool unloads = attribute.is_text("MountsToUnload") && (*mission)->has_attribute(attribute);
       if (unloads) remove_ids((*mission)->get_dict(attribute), ids);
@@ -174,7 +176,7 @@ void Deduction::delete_in_live_part(RuleAgentBase& player, const Dict& real, Del
   if (const Dict* contacts = filled(real, "Contacts")) {
     Dict own = player.get_dict("Contacts");
     for (auto [contact_id, record] : *contacts) {
-      if (Dict* contact = own.find_dict(contact_id)) remove_inner_ids(*contact, record.as_dict());
+      if (Dict* contact = own.find_dict(contact_id)) remove_inner_ids(*contact, entry_dict(contact_id, record));
     }
   }
 }
@@ -217,8 +219,8 @@ void Deduction::delete_in_active_units(RuleAgentBase& player, const Dict& active
   // A unit deleted just now is still registered and still handled here.
   for (auto [category, units] : active) {
     if (classname2element(category) == nullptr) continue;
-    for (auto [unit_id, record] : units.as_dict()) {
-      if (const auto unit = element_of(unit_id)) del_unit_component(*unit, record.as_dict());
+    for (auto [unit_id, record] : entry_dict(category, units)) {
+      if (const auto unit = element_of(unit_id)) del_unit_component(*unit, entry_dict(unit_id, record));
     }
   }
 }

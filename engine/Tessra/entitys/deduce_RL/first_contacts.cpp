@@ -1,5 +1,7 @@
 #include "Tessra/entitys/deduce_RL/first_contacts.h"
 
+#include "Tessra/entitys/deduce_RL/record_parts.h"
+
 namespace tessra {
 
 namespace {
@@ -41,14 +43,14 @@ void FirstContacts::note_all() {
   noted_ = true;
   first_.reserve(contacts_.size());
   for (auto [contact_id, contact] : contacts_) {
-    const Value* unit_id = contact.as_dict().find("ActualUnitID");
+    const Value* unit_id = entry_dict(contact_id, contact).find("ActualUnitID");
     if (unit_id != nullptr && is_key(*unit_id) && !first_.contains(*unit_id)) first_.set(*unit_id, contact);
   }
 }
 
 const Dict* FirstContacts::look_for(const Value& unit_id) const {
   for (auto [contact_id, contact] : contacts_) {
-    const Value* actual = contact.as_dict().find("ActualUnitID");
+    const Value* actual = entry_dict(contact_id, contact).find("ActualUnitID");
     if (actual != nullptr && *actual == unit_id) return &contact.as_dict();
   }
   return nullptr;

@@ -40,7 +40,7 @@ void Deduction::get_sides_info_from_situation(const Dict& all_situation) {
 
   Dict friends;  // side id → the sides whose posture toward it is friendly
   for (auto [side_id, descriptor] : *sides) {
-    const Dict* postures = descriptor.as_dict().find_dict("Postures");
+    const Dict* postures = entry_dict(side_id, descriptor).find_dict("Postures");
     if (postures == nullptr) continue;
     for (auto [other_id, posture] : *postures) {
       if (posture != Value(1)) continue;
@@ -50,7 +50,7 @@ void Deduction::get_sides_info_from_situation(const Dict& all_situation) {
   }
   for (auto [side_id, descriptor] : *sides) {
     const Value* found = friends.find(side_id);
-    sides_info.set(side_id, Dict{{"Name", descriptor.as_dict().at("Name")},
+    sides_info.set(side_id, Dict{{"Name", entry_dict(side_id, descriptor).at("Name")},
                                  {"Friend", found != nullptr ? *found : Value(List())}});
   }
   init_friend_sides();
@@ -60,9 +60,10 @@ void Deduction::init_friend_sides() {
   friend_side_set = TextSet();
   for (auto [side, descriptions] : agents_side_config) {
     for (auto [side_id, record] : sides_info) {
-      if (record.as_dict().at("Name") != side) continue;
-      if (record.as_dict().non_empty("Friend")) {
-        for (const Value& friend_id : record.as_dict().at_list("Friend")) friend_side_set.insert(friend_id.to_text());
+      if (entry_dict(side_id, record).at("Name") != side) continue;
+      if (entry_dict(side_id, record).non_empty("Friend")) {
+        for (const Value& friend_id : entry_dict(side_id, record).at_list("Friend"))
+          friend_side_set.insert(friend_id.to_text());
       }
       break;
     }
@@ -73,16 +74,17 @@ void Deduction::init_friend_sides() {
 void Deduction::initial_all_units(const Dict& situation_data) {
   Dict scen = situation_data.at_dict("ScenarioInfo");
   const Dict situ = situation_data.at_dict("Situation");
-  for (auto [side_id, record] : sides_info) side_id2name.set(side_id, record.as_dict().at("Name"));
+  for (auto [side_id, record] : sides_info) side_id2name.set(side_id, entry_dict(side_id, record).at("Name"));
 
   FriendViews friend_views;
   for (auto [side_id, side_situation] : situ.at_dict("SituationSides")) {
     const Value* side_name = side_id2name.find(side_id);
     if (side_name == nullptr) continue;
     if (agents_side_config.contains(*side_name)) {
-      build_side(side_id, side_name->to_text(), side_situation.as_dict(), scen, friend_views);
+      build_side(side_id, side_name->to_text(), entry_dict(side_id, side_situation), scen, friend_views);
     } else if (friend_side_set.contains(side_id.to_text())) {
-      friend_views.set(side_id.to_text(), get_side_initial_situation(side_name->to_text(), side_situation.as_dict()));
+      friend_views.set(side_id.to_text(),
+                       get_side_initial_situation(side_name->to_text(), entry_dict(side_id, side_situation)));
     }
   }
   share_initial_contacts(friend_views);
@@ -122,8 +124,8 @@ void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
   for (auto [category, missions] : *by_category) {
     const ElementType* type = classname2element(category);
     if (type == nullptr) continue;
-    for (auto [guid, info] : missions.as_dict()) {
-      flatten_mission(info.as_dict());
+    for (auto [guid, info] : entry_dict(category, missions)) {
+      flatten_mission(entry_dict(guid, info));
       create_element(guid.to_text(), info, *type, side_name);
     }
   }
@@ -132,7 +134,7 @@ void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
 
 void Deduction::build_units(std::string_view side_name, Dict& units) {
   for (auto [unit_id, info] : units) {
-    info.as_dict().set("ID", unit_id);
+    entry_dict(unit_id, info).set("ID", unit_id);
     const Value* code = info.as_dict().find("UnitType");
     if (code == nullptr) continue;
     if (const auto type = unit_element_type(*code)) {

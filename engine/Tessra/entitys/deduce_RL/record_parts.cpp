@@ -8,6 +8,10 @@ Dict part_or_empty(const Dict& record, const KeyRef& key) {
   return record.at_dict(key);
 }
 
+void fail_entry(const Value& key, const Value& entry) {
+  throw KindError("'" + key.to_text() + "': expected dictionary, found " + std::string(kind_name(entry.kind())));
+}
+
 bool has_sides(const Value& situation) {
   const Dict* record = situation.if_dict();
   if (record == nullptr || !record->non_empty("ScenarioInfo") || !record->non_empty("Situation")) return false;

@@ -12,6 +12,16 @@ namespace tessra {
 /// A part of a record, or a new empty dictionary when it is absent or null.
 Dict part_or_empty(const Dict& record, const KeyRef& key);
 
+[[noreturn]] void fail_entry(const Value& key, const Value& entry);
+
+/// The dictionary that stands under a key of a table. Another kind throws `KindError` naming the key.
+template <class V>  // `Value` or `const Value`
+auto& entry_dict(const Value& key, V& entry) {
+  auto* dict = entry.if_dict();
+  if (dict == nullptr) fail_entry(key, entry);
+  return *dict;
+}
+
 /// Whether a situation holds scenario information and at least one side.
 bool has_sides(const Value& situation);
 

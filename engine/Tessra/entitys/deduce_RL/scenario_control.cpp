@@ -9,6 +9,16 @@
 
 namespace tessra {
 
+namespace {
+
+std::int64_t milliseconds(Scenario& scenario, const char* name) {
+  const Value value = scenario.get_attribute(name);
+  if (value.is_number() || value.is_string()) return value.to_integer();
+  throw KindError(fmt::sprintf("the scenario's '%s' is a %s", name, std::string(kind_name(value.kind()))));
+}
+
+}  // namespace
+
 Value Deduction::init_connect_server() { return game->connect_server(); }
 
 bool Deduction::scenario_exists(const Value& name) {
@@ -60,8 +70,8 @@ void Deduction::set_simulate_compression(const Value& n_compression) {
 
 void Deduction::update_simulate_info() {
   if (scenario_obj == nullptr) throw Error("there is no scenario element, so no scenario time");
-  const std::int64_t time = scenario_obj->get_attribute("Time").to_integer();
-  const std::int64_t start_time = scenario_obj->get_attribute("StartTime").to_integer();
+  const std::int64_t time = milliseconds(*scenario_obj, "Time");
+  const std::int64_t start_time = milliseconds(*scenario_obj, "StartTime");
   time_elapsed = (static_cast<double>(time) - static_cast<double>(start_time)) / 1000;
   if (!start_game_time_elapsed) start_game_time_elapsed = time_elapsed;
   simulate_time = cf::get_scenario_time(time, true);

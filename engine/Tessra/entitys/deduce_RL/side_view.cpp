@@ -23,7 +23,7 @@ std::optional<Dict> take_active_unit(Dict& live) {
 /// The sides of contacts arrive as ids and are shown as names; an unknown id stays as it is.
 void name_contact_sides(Dict& contacts, const Dict& side_id2name) {
   for (auto [contact_id, contact] : contacts) {
-    Value* side = contact.as_dict().find("Side");
+    Value* side = entry_dict(contact_id, contact).find("Side");
     if (side == nullptr || !(side->is_string() || side->is_integer())) continue;
     if (const Value* name = side_id2name.find(*side)) *side = *name;
   }
@@ -49,7 +49,8 @@ SideView Deduction::get_side_initial_situation(std::string_view side_name, const
   if (Dict* active = real.find_dict("ActiveUnits")) {
     for (auto [category, live_table] : *active) {
       if (classname2element(category) == nullptr) continue;
-      join_initial_category({side_name, category, live_table.as_dict(), position, need_save_initial}, view.units);
+      join_initial_category({side_name, category, entry_dict(category, live_table), position, need_save_initial},
+                            view.units);
     }
   }
   if (real.non_empty("Contacts")) {
@@ -76,7 +77,7 @@ void Deduction::join_initial_category(const InitialCategory& given, Dict& units)
                                 unit_id.to_text(), given.side_name));
       continue;
     }
-    Dict live = live_record.as_dict();
+    Dict live = entry_dict(unit_id, live_record);
     if (const auto inner = take_active_unit(live)) unit->update(*inner);
     if (Dict* place = positions.find_dict(unit_id)) {
       join_initial_position(given, unit_id, *unit, *place);
@@ -108,10 +109,10 @@ void Deduction::join_initial_position(const InitialCategory& given, const Value&
 void Deduction::join_initial_contacts(std::string_view side_name, const Dict& places, Dict& contacts) {
   for (auto [contact_id, contact] : contacts) {
     if (const Dict* place = places.find_dict(contact_id)) {
-      contact.as_dict().update(*place);
+      entry_dict(contact_id, contact).update(*place);
     } else {
       log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！情报-%s-在推演方-%s-实时动态信息中存在但没有位置!",
-                                                 contact_name(contact.as_dict()), side_name));
+                                                 contact_name(entry_dict(contact_id, contact)), side_name));
     }
   }
 }
@@ -129,7 +130,8 @@ SideView Deduction::get_side_update_situation(std::string_view side_name, const 
   if (Dict* active = real.find_dict("ActiveUnits")) {
     for (auto [category, live_table] : *active) {
       if (classname2element(category) == nullptr) continue;
-      join_update_category({side_name, category, live_table.as_dict(), position, crt_contacts != nullptr}, view.units);
+      join_update_category({side_name, category, entry_dict(category, live_table), position, crt_contacts != nullptr},
+                           view.units);
     }
   }
   join_update_positions(position, view.units);
@@ -145,7 +147,7 @@ void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
   const Dict* positions = given.position.find_dict(given.category);
   for (auto [unit_id, live_record] : given.live_table) {
     const bool is_new = given.may_be_new && element_of(unit_id) == nullptr;
-    Dict live = live_record.as_dict();
+    Dict live = entry_dict(unit_id, live_record);
     if (Dict* unit = units.find_dict(unit_id)) {
       if (const auto inner = take_active_unit(live)) unit->update(*inner);
       if (is_new && (positions == nullptr || !positions->contains(unit_id))) {
@@ -180,9 +182,9 @@ void Deduction::default_unit_type(const UpdateCategory& given, const Value& unit
 void Deduction::join_update_positions(const Dict& position, Dict& units) {
   for (auto [category, table] : position) {
     if (category.is_text("Contacts") || category.is_text("mapdel")) continue;
-    for (auto [unit_id, place] : table.as_dict()) {
+    for (auto [unit_id, place] : entry_dict(category, table)) {
       if (Dict* unit = units.find_dict(unit_id)) {
-        unit->update(place.as_dict());
+        unit->update(entry_dict(unit_id, place));
       } else {
         units.set(unit_id, place);
       }
@@ -197,12 +199,12 @@ void Deduction::join_update_contacts(std::string_view side_name, const Dict& pla
       if (crt_contacts->contains(contact_id) || places.contains(contact_id)) continue;
       log_or_print(LogLevel::error,
                    fmt::sprintf("更新态势出错！新情报-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
-                                contact_name(contact.as_dict()), side_name));
+                                contact_name(entry_dict(contact_id, contact)), side_name));
     }
   }
   for (auto [contact_id, place] : places) {
     if (Dict* contact = contacts.find_dict(contact_id)) {
-      contact->update(place.as_dict());
+      contact->update(entry_dict(contact_id, place));
     } else {
       contacts.set(contact_id, place);
     }

@@ -1,6 +1,7 @@
 #include <fmt/printf.h>
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/record_parts.h"
 
 namespace tessra {
 
@@ -16,18 +17,21 @@ void Deduction::process_step_situation(const Value& update_data) {
 void Deduction::update_scenario_new(Dict situation_data) {
   // Built in place in the first of the three records that is there; later ones win.
   Value scen_data = situation_data.get("ScenarioInfo");
-  if (scen_data.truthy()) scen_data.as_dict().erase("SideInfo");
+  if (scen_data.truthy()) entry_dict("ScenarioInfo", scen_data).erase("SideInfo");
 
-  const auto take = [&scen_data](const Value& source) {
+  const auto take = [&scen_data](const Dict& record, const char* part) {
+    const Value source = record.get(part);
+    if (source.is_none()) return;
+    const Dict& added = entry_dict(part, source);
     if (scen_data.is_none()) {
-      scen_data = source;
-    } else if (!source.is_none()) {
-      scen_data.as_dict().update(source.as_dict());
+      scen_data = added;
+    } else {
+      entry_dict("ScenarioInfo", scen_data).update(added);
     }
   };
   // A situation without `SituationInfo` has nothing to add.
-  if (situation_data.non_empty("Situation")) take(situation_data.at_dict("Situation").get("SituationInfo"));
-  if (situation_data.non_empty("Events")) take(situation_data.at("Events"));
+  if (situation_data.non_empty("Situation")) take(situation_data.at_dict("Situation"), "SituationInfo");
+  if (situation_data.non_empty("Events")) take(situation_data, "Events");
 
   if (!scen_data.truthy()) return;
   if (scenario_obj == nullptr) throw Error("there is no scenario element to update");

@@ -21,7 +21,7 @@ void Deduction::parse_update_situation(const Value& situation_data) {
   if (!side_situations.empty()) {
     FriendViews friend_views;
     for (auto [side_id, side_situation] : side_situations) {
-      merge_side(side_id, side_situation.as_dict(), scen, friend_views);
+      merge_side(side_id, entry_dict(side_id, side_situation), scen, friend_views);
     }
     share_updated_contacts(friend_views);
   }
@@ -73,9 +73,9 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
 void Deduction::merge_units(std::string_view side_name, Dict& units) {
   for (auto [unit_id, info] : units) {
     if (const auto element = element_of(unit_id)) {
-      update_element_info(*element, info.as_dict());
+      update_element_info(*element, entry_dict(unit_id, info));
     } else if (crt_delete_units.contains(unit_id.to_text())) {
-      const Dict& record = info.as_dict();
+      const Dict& record = entry_dict(unit_id, info);
       const std::string first_key = record.empty() ? "No" : (*record.begin()).key.to_text();
       log_only(LogLevel::info, fmt::sprintf("更新态势出错！推演中在推演方-%s-单元-%s删除后又有信息-%s-收到!", side_name,
                                             unit_id.to_text(), first_key));
@@ -86,7 +86,7 @@ void Deduction::merge_units(std::string_view side_name, Dict& units) {
 }
 
 void Deduction::merge_new_unit(std::string_view side_name, const Value& unit_id, Value& info) {
-  info.as_dict().set("ID", unit_id);
+  entry_dict(unit_id, info).set("ID", unit_id);
   const Value* code = info.as_dict().find("UnitType");
   if (code == nullptr) {
     log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！推演中新单元-%s-在推演方-%s-没有基本信息的UnitType!",
@@ -105,8 +105,8 @@ void Deduction::merge_missions(std::string_view side_name, Dict& side_part) {
   for (auto [category, missions] : *by_category) {
     const ElementType* type = classname2element(category);
     if (type == nullptr) continue;
-    for (auto [guid, info] : missions.as_dict()) {
-      flatten_mission(info.as_dict());
+    for (auto [guid, info] : entry_dict(category, missions)) {
+      flatten_mission(entry_dict(guid, info));
       if (const auto element = element_of(guid)) {
         update_element_info(*element, info.as_dict());
       } else {
@@ -124,12 +124,12 @@ void Deduction::merge_key_messages(RuleAgentBase& player, std::string_view side_
     const std::optional<std::int64_t> type = message_type(raw_type, side_name);
     if (!type) continue;
     if (*type == utils::NEW_CONTACT_TYPE) {
-      add_new_contacts(contacts, list.as_list());
+      add_new_contacts(contacts, messages.at_list(raw_type));
     } else if (*type == utils::CONTACT_DETECT_RECORD) {
-      add_detection_records(contacts, list.as_list());
+      add_detection_records(contacts, messages.at_list(raw_type));
     }
-    if (Value* earlier = all_messages.find(*type)) {
-      earlier->as_list().extend(list.as_list());
+    if (List* earlier = all_messages.find_list(*type)) {
+      earlier->extend(messages.at_list(raw_type));
     } else {
       all_messages.set(*type, list);
     }
@@ -151,7 +151,7 @@ std::optional<std::int64_t> Deduction::message_type(const Value& raw_type, std::
 
 void Deduction::add_new_contacts(Dict& contacts, const List& messages) {
   for (const Value& message : messages) {
-    const Value id = message.as_dict().get("ID");
+    const Value id = entry_dict(utils::NEW_CONTACT_TYPE, message).get("ID");
     if (id.truthy() && !contacts.contains(id)) contacts.set(id, message);
   }
 }
@@ -159,10 +159,10 @@ void Deduction::add_new_contacts(Dict& contacts, const List& messages) {
 void Deduction::add_detection_records(Dict& contacts, const List& messages) {
   constexpr std::size_t kKept = 10;
   for (const Value& message : messages) {
-    const List* detections = message.as_dict().find_list("LastDetectionList");
+    const List* detections = entry_dict(utils::CONTACT_DETECT_RECORD, message).find_list("LastDetectionList");
     if (detections == nullptr) continue;
     for (const Value& detection : *detections) {
-      const Value id = detection.as_dict().get("ContactID");
+      const Value id = entry_dict("LastDetectionList", detection).get("ContactID");
       if (!id.truthy()) continue;
       Dict* contact = contacts.find_dict(id);
       if (contact == nullptr) continue;

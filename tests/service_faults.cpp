@@ -1,0 +1,154 @@
+// The service fails: every operation that the engine calls in an episode throws once, and answers once with each value
+// that it should not, at every call.
+
+#include <gtest/gtest.h>
+
+#include "Tessra/base/json_read.h"
+#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "support/engine_fixture.h"
+#include "support/record_mutator.h"
+#include "support/record_play.h"
+
+namespace tessra::testing {
+namespace {
+
+/// What an operation does at the call that is to fail: answers with a value, or throws when there is none.
+using Fault = std::optional<Value>;
+
+std::vector<Fault> faults() {
+  return {std::nullopt, Value(), false, -1, "text", 3.5, List(), Dict(), List{1}, Dict{{"x", 1}}, Dict{{"x", Dict()}}};
+}
+
+std::string shown(const Fault& fault) { return fault ? fault->to_text() : "an error"; }
+
+ScriptedServer::Rule fail_at(int failing, const Fault& fault) {
+  return [failing, fault, calls = 0](int) mutable -> std::optional<Value> {
+    if (++calls != failing) return std::nullopt;
+    if (!fault) throw std::runtime_error("the service failed");
+    return fault->deep_copy();
+  };
+}
+
+/// The operations that were called, and how often. Calls are noted with their arguments.
+std::map<std::string, int> counted(const std::vector<std::string>& calls) {
+  std::map<std::string, int> counts;
+  for (const std::string& call : calls) ++counts[call.substr(0, call.find('('))];
+  return counts;
+}
+
+GeneratedEpisode small_episode() {
+  return generate_episode({.seed = 3,
+                           .sides = 3,
+                           .agent_sides = 2,
+                           .units_per_side = 7,
+                           .contacts_per_side = 2,
+                           .fields_per_unit = 1,
+                           .gaps = false},
+                          2);
+}
+
+class ServiceFaults : public ::testing::Test {
+ protected:
+  Played play(RecordPlay& player) { return player.play(episode_.initial, updates_); }
+
+  GeneratedEpisode episode_ = small_episode();
+  std::vector<Value> updates_{episode_.updates.begin(), episode_.updates.end()};
+};
+
+TEST_F(ServiceFaults, leave_an_engine_whose_next_episode_is_whole) {
+  RecordPlay undisturbed(episode_);
+  const Played usual = play(undisturbed);
+  ASSERT_TRUE(usual.errors.empty()) << usual.errors.front();
+  ASSERT_TRUE(usual.result.has_value());
+  const std::string model = model_text(undisturbed.engine());
+  const auto counts = counted(undisturbed.server().calls);
+  ASSERT_GE(counts.size(), 12U);
+
+  for (const auto& [operation, count] : counts) {
+    for (int call = 1; call <= count; ++call) {
+      for (const Fault& fault : faults()) {
+        SCOPED_TRACE(operation + ", call " + std::to_string(call) + ": " + shown(fault));
+        // A service without any side is believed, and asked again only when the room is new.
+        if (operation == "set_data_receive" && fault == Fault(Dict())) continue;
+        RecordPlay player(episode_);
+        player.server().rules[operation] = fail_at(call, fault);
+        play(player);
+        player.server().rules.clear();
+
+        const Played again = play(player);
+        EXPECT_TRUE(again.errors.empty()) << again.errors.front();
+        ASSERT_TRUE(again.result.has_value());
+        EXPECT_EQ(again.result->red_score, usual.result->red_score);
+        EXPECT_EQ(again.result->blue_score, usual.result->blue_score);
+        EXPECT_TRUE(model_text(player.engine()) == model) << "the model differs";
+      }
+    }
+  }
+}
+
+class ScheduledFaults : public ServiceFaults {
+ protected:
+  /// Runs an agent of the first side for a scheduling client, in this process or scripted itself.
+  void run(bool client_is_scripted) {
+    GameServer::register_backend("scheduled", [&](const Dict& section, std::string_view) {
+      std::shared_ptr<GameServer> client = server_;
+      return client_is_scripted ? client : std::make_shared<SchedulingClient>(client, section);
+    });
+    Dict config = json(
+        "{'is_ai_apply': true, 'simulate': {'scenario': 'strait'}, 'server': {'url': 'scheduled:'},"
+        "'player': {'agent_name': 'agent-0', 'agent_id': 'id', 'player_side': '红方', 'decision_time': 20}}");
+    const Value agent_class(AgentClass::of<ScriptedAgent>("scripted"));
+    config.set("rule_config", Dict{{"红方", Dict{{"agent-0", Dict{{"class", agent_class}}}}}});
+    config.set("logger", std::make_shared<spdlog::logger>("test", std::make_shared<LogLines>()));
+    FakeSeams seams;
+    seams.config_directory /= "service-faults";
+    Deduction engine(config, seams.seams());
+    try {
+      ended_ = engine.normal_simulate().at(1).has_value();
+    } catch (const ProgramEnd& end) {
+      ended_ = false;
+      EXPECT_EQ(end.status, 0);
+      EXPECT_TRUE(engine.main_exit_event->is_set());
+    }
+  }
+
+  void prepare() {
+    server_ = std::make_shared<ScriptedServer>();
+    server_->is_ai_apply = true;
+    server_->initial = episode_.initial;
+    server_->updates = updates_;
+    // An ended service says so whenever it is asked, also when the first telling was lost.
+    server_->updates.insert(server_->updates.end(), 2, updates_.back());
+  }
+
+  std::shared_ptr<ScriptedServer> server_;
+  bool ended_ = false;
+};
+
+TEST_F(ScheduledFaults, end_the_round_or_reach_the_host_or_end_the_program) {
+  for (const bool client_is_scripted : {true, false}) {
+    prepare();
+    run(client_is_scripted);
+    ASSERT_TRUE(ended_);
+    const auto counts = counted(server_->calls);
+    ASSERT_GE(counts.size(), 7U);
+    for (const auto& [operation, count] : counts) {
+      for (int call = 1; call <= count; ++call) {
+        for (const Fault& fault : faults()) {
+          SCOPED_TRACE(operation + ", call " + std::to_string(call) + ": " + shown(fault));
+          prepare();
+          server_->rules[operation] = fail_at(call, fault);
+          try {
+            run(client_is_scripted);
+          } catch (const std::exception& error) {
+            // Only what is asked once, before and after the guarded stages, has no guard of its own.
+            EXPECT_TRUE(operation == "get_init_situation" || operation == "need_do_package_command") << error.what();
+          }
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tessra::testing

@@ -1,0 +1,140 @@
+#include "tests/support/record_mutator.h"
+
+#include <fmt/format.h>
+
+#include <limits>
+
+namespace tessra::testing {
+
+namespace {
+
+constexpr const char* kServiceKeys[] = {"mapdel",   "v",       "ID",           "Name",       "Side",    "UnitType",
+                                        "Contacts", "Mission", "ActiveUnit",   "Doctrine",   "WRA",     "Friend",
+                                        "Time",     "IsEnd",   "ActualUnitID", "ScenarioID", "IDStatus"};
+
+Value nested(int depth) {
+  Value value = 1;
+  for (int level = 0; level < depth; ++level) value = level % 2 == 0 ? Value(Dict{{"v", value}}) : Value(List{value});
+  return value;
+}
+
+Dict wide(int count) {
+  Dict dict;
+  for (int i = 0; i < count; ++i) dict.set(fmt::format("key-{}", i), i);
+  return dict;
+}
+
+}  // namespace
+
+std::vector<Value> odd_values() {
+  using Limits = std::numeric_limits<std::int64_t>;
+  return {Value(),
+          true,
+          false,
+          0,
+          -1,
+          7,
+          Limits::max(),
+          Limits::min(),
+          3.5,
+          1e300,
+          "",
+          "text",
+          "12",
+          List(),
+          List{1, "two"},
+          List{Dict{{"ID", List()}}, Value(), List{3}},
+          Dict(),
+          Dict{{"", Value()}},
+          Dict{{"v", 1}},
+          Dict{{"mapdel", List{1}}, {"x", Dict{{"v", Dict()}}}},
+          nested(200),
+          wide(2000)};
+}
+
+std::string RecordMutator::mutate(Dict record) const {
+  Value at = record;
+  std::string place;
+  while (true) {
+    // A list or dictionary is changed itself now and then, and mostly entered.
+    if (List* list = at.is_list() ? &at.as_list() : nullptr) {
+      const auto index = static_cast<std::size_t>(below_(static_cast<int>(list->size())));
+      const Value next = list->at(index);
+      const bool inner = (next.is_dict() || next.is_list()) && next.truthy();
+      place += fmt::format("[{}]", index);
+      if (!inner || below_(4) == 0) return place + mutate_item(*list, index);
+      at = next;
+    } else {
+      Dict& dict = at.as_dict();
+      if (dict.empty()) return "nothing to change";
+      const Value key = key_of(dict);
+      const Value next = dict.at(key);
+      const bool inner = (next.is_dict() || next.is_list()) && next.truthy();
+      place += "." + key.to_text();
+      if (!inner || below_(6) == 0) return place + mutate_entry(dict, key, record);
+      at = next;
+    }
+  }
+}
+
+std::string RecordMutator::mutate_entry(Dict& dict, const Value& key, const Dict& record) const {
+  switch (below_(6)) {
+    case 0:
+      dict.erase(key);
+      return " is gone";
+    case 1: {
+      const Value value = dict.at(key);
+      dict.erase(key);
+      dict.set(7, value);
+      return " is under the number 7";
+    }
+    case 2: {
+      const Value taken = taken_from(record);
+      dict.set(key, taken);
+      return " is a " + std::string(kind_name(taken.kind())) + " from elsewhere";
+    }
+    case 3: {
+      const char* const name = kServiceKeys[below_(std::size(kServiceKeys))];
+      const Value odd = odd_value();
+      dict.set(name, odd);
+      return fmt::format(" has a neighbour {}: {:.60}", name, odd.to_text());
+    }
+    default: {
+      const Value odd = odd_value();
+      dict.set(key, odd);
+      return fmt::format(" is {:.60}", odd.to_text());
+    }
+  }
+}
+
+std::string RecordMutator::mutate_item(List& list, std::size_t index) const {
+  const Value odd = odd_value();
+  list.at(index) = odd;
+  return fmt::format(" is {:.60}", odd.to_text());
+}
+
+Value RecordMutator::odd_value() const {
+  const std::vector<Value> values = odd_values();
+  return values[static_cast<std::size_t>(below_(static_cast<int>(values.size())))];
+}
+
+Value RecordMutator::key_of(const Dict& dict) const {
+  int left = below_(static_cast<int>(dict.size()));
+  for (auto [key, value] : dict) {
+    if (left-- == 0) return key;
+  }
+  return {};
+}
+
+Value RecordMutator::taken_from(const Dict& record) const {
+  Value at = record;
+  while (at.is_dict() && !at.as_dict().empty()) {
+    Value key = key_of(at.as_dict());
+    if (below_(5) == 0) return key;
+    at = Value(at.as_dict().at(key));
+    if (below_(4) == 0) break;
+  }
+  return at.deep_copy();
+}
+
+}  // namespace tessra::testing
