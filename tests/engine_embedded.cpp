@@ -3,10 +3,10 @@
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/gameenvs/embedded_server.h"
 #include "Tessra/entitys/gameunit.h"
-#include "agents/sample_agents.h"
 #include "apps/deduce/model_dump.h"
 #include "simulation/simulation.h"
 #include "simulation/world.h"
+#include "support/embedded_episode.h"
 #include "support/engine_fixture.h"
 #include "support/service_conformance.h"
 
@@ -38,28 +38,10 @@ TEST(Services, embedded_failures_are_those_the_engine_expects) {
 
 class Episode : public ::testing::Test {
  protected:
-  Episode() { register_sample_agents(AgentRegistry::instance()); }
-
   Dict configuration(const std::string& scenario, int seed) {
-    Dict config = json(
-        "{'game_server': {'simulate': {}, 'server': {}}, 'rule_config': {"
-        "'红方': {'patrol-1': {'class': 'patrol'}}, '蓝方': {'strike-1': {'class': 'strike'}}}}");
-    config.at_dict("game_server").at_dict("simulate").set("scenario", scenario);
-    Dict server = config.at_dict("game_server").at_dict("server");
-    server.set("seed", seed);
-    server.set("url", "embedded:" + kScenarios);
+    Dict config = embedded_config(scenario, seed);
     config.at_dict("game_server").set("logger", std::make_shared<spdlog::logger>("test", log));
     return config;
-  }
-
-  /// Plays to the end; returns the result.
-  BatResult play(Deduction& engine, int round = 1) {
-    EXPECT_EQ(engine.reset(round), 1);
-    while (true) {
-      const StepOutcome outcome = engine.step(Dict());
-      if (const auto* result = std::get_if<BatResult>(&outcome)) return *result;
-      if (std::holds_alternative<std::monostate>(outcome)) throw Error("no situation");
-    }
   }
 
   std::vector<std::string> errors() const {
@@ -76,7 +58,7 @@ class Episode : public ::testing::Test {
 
 TEST_F(Episode, model_and_simulation_agree_at_the_end) {
   Deduction engine(configuration("strait", 5), seams.seams());
-  play(engine);
+  play_episode(engine);
   const sim::World& world = simulation_of(*engine.game)->world();
   int living = 0;
   int dead = 0;
@@ -107,7 +89,7 @@ TEST_F(Episode, the_seed_decides) {
     Deduction engine(configuration("skirmish", seed), seams.seams());
     std::string text;
     for (int round = 1; round <= 2; ++round) {
-      play(engine, round);
+      play_episode(engine, round);
       text += write_json(app::dump_elements(engine)) + write_json(app::dump_players(engine));
     }
     return text;
@@ -123,13 +105,13 @@ TEST_F(Episode, a_recorded_one_replays_to_the_same_model) {
   Dict config = configuration("skirmish", 7);
   config.at_dict("game_server").at_dict("server").set("record", folder.string());
   Deduction played(config, seams.seams());
-  const BatResult result = play(played);
+  const BatResult result = play_episode(played);
 
   Dict again = configuration("skirmish", 7);
   again.at_dict("game_server").at_dict("simulate").set("load_scenario", false);
   again.at_dict("game_server").at_dict("server").set("url", "records:" + (folder / "episode-000001").string());
   Deduction replayed(again, seams.seams());
-  const BatResult same = play(replayed);
+  const BatResult same = play_episode(replayed);
 
   // Equality would pass over 1 for 1.0, and JSON over number keys for texts; this text does neither.
   const auto shown = [](const Deduction& engine) {

@@ -36,10 +36,10 @@ class CuriousAgent : public Agent {
 
 }  // namespace
 
-std::string model_text(const Deduction& engine) {
+Value model_of(const Deduction& engine) {
   Dict rest = app::dump_engine(engine);
   for (const char* kept : {"current_round", "error_room_flag", "init_units"}) rest.erase(kept);
-  return Value(List{app::dump_elements(engine), app::dump_players(engine), rest}).to_text();
+  return List{app::dump_elements(engine), app::dump_players(engine), rest};
 }
 
 RecordPlay::RecordPlay(const GeneratedEpisode& episode) {

@@ -14,9 +14,11 @@
 
 namespace tessra::testing {
 
-/// Everything that the records of an episode decide in an engine, as text that tells kinds apart, those of keys
-/// too. What an engine keeps from earlier episodes is left out.
-std::string model_text(const Deduction& engine);
+/// Everything that the records of an episode decide in an engine; shared with the engine. What an engine keeps from
+/// earlier episodes is left out.
+Value model_of(const Deduction& engine);
+/// The same as text, which tells kinds apart, those of keys too.
+inline std::string model_text(const Deduction& engine) { return model_of(engine).to_text(); }
 
 /// What came of one episode.
 struct Played {

@@ -1,0 +1,66 @@
+// Episode after episode, and engine after engine, in memory that does not grow.
+
+#include <gtest/gtest.h>
+#include <spdlog/logger.h>
+#include <spdlog/sinks/null_sink.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "support/embedded_episode.h"
+#include "support/fake_seams.h"
+
+namespace tessra::testing {
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kMemoryIsWatched = true;  // sanitizers hold freed memory back
+#else
+constexpr bool kMemoryIsWatched = false;
+#endif
+
+constexpr double kMebibyte = 1024 * 1024;
+
+/// Resident memory of this process in bytes.
+double resident() {
+  std::ifstream statm("/proc/self/statm");
+  double size = 0;
+  double pages = 0;
+  statm >> size >> pages;
+  return pages * static_cast<double>(sysconf(_SC_PAGESIZE));
+}
+
+class FlatMemory : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (kMemoryIsWatched) GTEST_SKIP() << "resident memory means nothing under a sanitizer";
+  }
+
+  std::unique_ptr<Deduction> make_engine() {
+    Dict config = embedded_config("check/tiny", 1);
+    config.at_dict("game_server")
+        .set("logger", std::make_shared<spdlog::logger>("test", std::make_shared<spdlog::sinks::null_sink_st>()));
+    return std::make_unique<Deduction>(config, seams_.seams());
+  }
+
+  FakeSeams seams_;
+};
+
+TEST_F(FlatMemory, of_one_engine_over_hundreds_of_episodes) {
+  const auto engine = make_engine();
+  int round = 0;
+  while (++round <= 100) play_episode(*engine, round);
+  const double before = resident();
+  while (++round <= 500) play_episode(*engine, round);
+  EXPECT_LT(resident() - before, kMebibyte);
+}
+
+TEST_F(FlatMemory, of_engines_that_come_and_go) {
+  for (int i = 0; i < 50; ++i) play_episode(*make_engine());
+  const double before = resident();
+  for (int i = 0; i < 200; ++i) play_episode(*make_engine());
+  EXPECT_LT(resident() - before, kMebibyte);
+}
+
+}  // namespace
+}  // namespace tessra::testing
