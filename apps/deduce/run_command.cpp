@@ -127,14 +127,22 @@ class Run {
     while (!signals_.received()) {
       const StepOutcome outcome = engine_->step(Dict());
       if (const auto* result = std::get_if<BatResult>(&outcome)) {
-        played_.push_back({*result, engine_->step_index, seed_, clock->now() - start});
-        if (options_.json) fmt::print("{}\n", json_line(played_.back()));
+        keep({*result, engine_->step_index, seed_, clock->now() - start});
         return *result;
       }
       if (std::holds_alternative<std::monostate>(outcome)) throw Error("the service delivered no situation");
       progress_.show(engine_->step_index, engine_->time_elapsed);
     }
     return std::nullopt;
+  }
+
+  /// Only the table at the end needs the episodes before; a run without it stays as small as it began.
+  void keep(const PlayedEpisode& episode) {
+    if (options_.json) {
+      fmt::print("{}\n", json_line(episode));
+    } else if (!options_.quiet) {
+      played_.push_back(episode);
+    }
   }
 
   void report(const std::exception_ptr& error) {
