@@ -1,0 +1,39 @@
+// Any bytes either are refused with a place inside the text, or give a tree that is written and read back the same.
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "Tessra/base/json_read.h"
+#include "Tessra/base/json_write.h"
+#include "fuzz/require.h"
+
+namespace {
+
+using tessra::Value;
+
+std::optional<Value> read(std::string_view text) {
+  try {
+    return tessra::read_json(text);
+  } catch (const tessra::JsonError& error) {
+    require(error.place.offset <= text.size(), "an error lies inside the text");
+    require(error.place.line >= 1 && error.place.column >= 1, "places are counted from 1");
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::optional<Value> value = read({reinterpret_cast<const char*>(data), size});
+  if (!value) return 0;
+  // The written text shows kinds, which equality of numbers does not.
+  const std::string written = tessra::write_json(*value);
+  for (const auto style : {tessra::JsonStyle::compact, tessra::JsonStyle::pretty}) {
+    const std::optional<Value> again = read(tessra::write_json(*value, style));
+    require(again.has_value(), "what is written is JSON");
+    require(*again == *value && tessra::write_json(*again) == written, "what is written reads back equal");
+  }
+  require(tessra::write_json(value->deep_copy()) == written, "a deep copy is the same");
+  return 0;
+}
