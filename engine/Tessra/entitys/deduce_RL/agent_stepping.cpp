@@ -28,7 +28,7 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
     const Situation& situation = player->get_situation();
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
-      call_bare(agent, "update_constant_attribute", [&] { agent->update_constant_attribute(*player); });
+      call_bare(agent, "update_constant_attribute", [&, &own = *player] { agent->update_constant_attribute(own); });
       const Dict records = agent->is_rule_agent ? Dict() : take_action_records(action_dict, name);
       const double start = seams_.clock->now();
       const auto decide = [&] {

@@ -38,8 +38,8 @@ void Deduction::get_agent_client_params() {
 void Deduction::players_update_attribute() {
   for (const auto& [side, player] : players) {
     for (const auto& agent : *player->agents_list) {
-      call_bare(agent, "update_constant_attribute", [&] { agent->update_constant_attribute(*player); });
-      call_bare(agent, "update_object_attribute", [&] { agent->update_object_attribute(*player); });
+      call_bare(agent, "update_constant_attribute", [&, &own = *player] { agent->update_constant_attribute(own); });
+      call_bare(agent, "update_object_attribute", [&, &own = *player] { agent->update_object_attribute(own); });
       call_bare(agent, "info_extract", [&] { agent->info_extract(); });
     }
   }
@@ -67,7 +67,7 @@ std::optional<BatResult> Deduction::agents_end() {
   for (const auto& [side, player] : players) {
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
-      call_bare(agent, "update_constant_attribute", [&] { agent->update_constant_attribute(*player); });
+      call_bare(agent, "update_constant_attribute", [&, &own = *player] { agent->update_constant_attribute(own); });
       const bool succeeded = call_agent(
           agent, "deduction_end", [&] { agent->deduction_end(); }, LogLevel::info,
           [&](const auto& error) {
@@ -84,7 +84,7 @@ std::variant<bool, BatResult> Deduction::agents_check_end() {
   for (const auto& [side, player] : players) {
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
-      call_bare(agent, "update_constant_attribute", [&] { agent->update_constant_attribute(*player); });
+      call_bare(agent, "update_constant_attribute", [&, &own = *player] { agent->update_constant_attribute(own); });
       bool done = false;
       const bool succeeded = call_agent(
           agent, "is_done", [&] { done = agent->is_done(); }, LogLevel::error,
