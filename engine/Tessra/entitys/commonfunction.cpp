@@ -25,7 +25,8 @@ Dict update_dict(Dict old, const Dict& fresh) {
 
 std::string get_scenario_time(std::int64_t milliseconds, bool with_date) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(std::chrono::milliseconds(milliseconds));
-  const std::tm utc = fmt::gmtime(std::chrono::sys_seconds(seconds));
+  // As a plain count: the system clock's own time points end with the year 2262.
+  const std::tm utc = fmt::gmtime(static_cast<std::time_t>(seconds.count()));
   return with_date ? fmt::format("{:%Y-%m-%d %H:%M:%S}", utc) : fmt::format("{:%H:%M:%S}", utc);
 }
 
