@@ -48,6 +48,7 @@ TEST(ManyEngines, on_several_threads_play_as_each_does_alone) {
   play_engines(0, 1, alone);
   {
     std::vector<std::jthread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) threads.emplace_back(play_engines, i, kThreads, std::ref(together));
   }
   for (std::size_t i = 0; i < alone.size(); ++i) {
