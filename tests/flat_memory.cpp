@@ -13,12 +13,6 @@
 namespace tessra::testing {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kMemoryIsWatched = true;  // sanitizers hold freed memory back
-#else
-constexpr bool kMemoryIsWatched = false;
-#endif
-
 constexpr double kMebibyte = 1024 * 1024;
 
 /// Resident memory of this process in bytes.
@@ -33,7 +27,7 @@ double resident() {
 class FlatMemory : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (kMemoryIsWatched) GTEST_SKIP() << "resident memory means nothing under a sanitizer";
+    if (TESSRA_SANITIZED) GTEST_SKIP() << "sanitizers hold freed memory back";
   }
 
   std::unique_ptr<Deduction> make_engine() {

@@ -20,7 +20,7 @@ namespace {
 
 class MalformedRecords : public ::testing::TestWithParam<bool> {
  protected:
-  static constexpr int kEpisodes = 100;
+  static constexpr int kEpisodes = 60;
 
   static GeneratedEpisode small_episode(bool gaps) {
     return generate_episode({.seed = 9,
@@ -87,7 +87,8 @@ TEST(MalformedTimes, are_shown_over_the_whole_range) {
 }
 
 TEST(MalformedBytes, are_refused_inside_the_text_however_a_record_is_cut) {
-  const std::string text = write_json(generate_episode({.units_per_side = 1, .contacts_per_side = 1}, 1).updates[0]);
+  const std::string text = write_json(
+      generate_episode({.sides = 1, .agent_sides = 1, .units_per_side = 1, .contacts_per_side = 1}, 1).updates[0]);
   ASSERT_GT(text.size(), 1000U);
   JsonReader reader;
   for (std::size_t size = 0; size < text.size(); ++size) {

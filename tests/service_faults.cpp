@@ -16,7 +16,7 @@ namespace {
 using Fault = std::optional<Value>;
 
 std::vector<Fault> faults() {
-  return {std::nullopt, Value(), false, -1, "text", 3.5, List(), Dict(), List{1}, Dict{{"x", 1}}, Dict{{"x", Dict()}}};
+  return {std::nullopt, Value(), false, -1, "text", 3.5, List(), Dict(), Dict{{"x", 1}}, Dict{{"x", Dict()}}};
 }
 
 std::string shown(const Fault& fault) { return fault ? fault->to_text() : "an error"; }
