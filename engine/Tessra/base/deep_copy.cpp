@@ -1,45 +1,75 @@
 #include <unordered_map>
 
-#include "Tessra/base/tree_reps.h"
+#include "Tessra/base/value.h"
 
 namespace tessra {
 
-/// One deep copy. Only what more than one handle holds can be met twice, so only that is remembered.
+/// One deep copy. Only what more than one handle holds can be met twice, so only that is remembered. Texts are copied
+/// too: the copy may go to another thread.
 class DeepCopy {
  public:
   Value copy(const Value& value) {
-    if (const List* list = value.if_list()) return copy(*list);
-    if (const Dict* dict = value.if_dict()) return copy(*dict);
-    return value;
+    switch (value.tag_) {
+      case Value::Tag::string:
+        return value.as_text();
+      case Value::Tag::list:
+        return copy(value.list_);
+      case Value::Tag::dictionary:
+        return copy(value.dict_);
+      default:
+        return value;
+    }
   }
 
   Dict copy(const Dict& dict) {
+    Dict result;
+    if (dict.rep_ == nullptr) return result;
     const bool shared = dict.rep_->refs > 1;
     if (shared) {
-      if (const auto done = dicts_.find(dict.rep_); done != dicts_.end()) return done->second;
+      const auto [done, is_new] = dicts_.try_emplace(dict.rep_, result);
+      if (!is_new) return done->second;
     }
-    Dict result;
-    if (shared) dicts_.emplace(dict.rep_, result);
-    result.reserve(dict.size());
-    for (const auto& entry : dict.rep_->table.entries()) {
-      if (entry.live) result.rep_->table.append(entry.key, entry.hash, copy(entry.value));
-    }
+    check_depth(++depth_);
+    copy_keys(*dict.rep_, *result.rep_);
+    copy_values(dict.rep_->values, result.rep_->values);
+    --depth_;
     return result;
   }
 
  private:
   List copy(const List& list) {
+    List result;
+    if (list.rep_ == nullptr) return result;
     const bool shared = list.rep_->refs > 1;
     if (shared) {
-      if (const auto done = lists_.find(list.rep_); done != lists_.end()) return done->second;
+      const auto [done, is_new] = lists_.try_emplace(list.rep_, result);
+      if (!is_new) return done->second;
     }
-    List result;
-    if (shared) lists_.emplace(list.rep_, result);
-    result.reserve(list.size());
-    for (const Value& entry : list) result.push_back(copy(entry));
+    check_depth(++depth_);
+    copy_values(list.rep_->values, result.rep_->values);
+    --depth_;
     return result;
   }
 
+  void copy_keys(const Dict::Rep& from, Dict::Rep& to) {
+    to.first = from.first;
+    to.absent = from.absent;
+    if (from.keys->is_shape()) {
+      to.keys = from.keys;
+      return;
+    }
+    KeySet* own = KeySet::own(from.keys->count());
+    to.keys = own;
+    for (std::size_t at = 0; at < from.keys->count(); ++at) own->append(copy(from.keys->key(at)), 0);
+  }
+
+  /// What is absent stays absent, so that keys and values go on standing side by side.
+  void copy_values(const Values& from, Values& to) {
+    to.reserve(from.size());
+    for (const Value& value : from) to.push_back(copy(value));
+  }
+
+  int depth_ = 0;
   std::unordered_map<const Dict::Rep*, Dict> dicts_;
   std::unordered_map<const List::Rep*, List> lists_;
 };

@@ -1,10 +1,9 @@
 #include "Tessra/base/dict.h"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "Tessra/base/tree_reps.h"
+#include "Tessra/base/value.h"
 
 namespace tessra {
 
@@ -32,19 +31,10 @@ decltype(auto) naming_key(const KeyRef& key, Read&& read) {
 
 }  // namespace
 
-KeyRef::KeyRef(const Value& value) {
-  if (value.tag_ == Value::Tag::name) {
-    name_ = value.name_;
-    text_ = value.as_text();
-    hash_ = name_->hash;
-  } else if (value.is_string()) {
-    text_ = value.as_text();
-    hash_ = hash_text(text_);
-  } else {
-    integer_ = integer_key(value);
-    is_text_ = false;
-    hash_ = hash_integer(integer_);
-  }
+void KeyRef::refer_to_number(const Value& value) {
+  integer_ = integer_key(value);
+  is_text_ = false;
+  hash_ = hash_integer(integer_);
 }
 
 std::uint32_t KeyRef::hash_integer(std::int64_t number) {
@@ -61,6 +51,56 @@ Value KeyRef::to_value() const {
 
 std::string KeyRef::to_text() const { return is_text_ ? std::string(text_) : std::to_string(integer_); }
 
+// ---- In memory --------------------------------------------------------------------------------------------------
+
+Value& Dict::Rep::append(Value key, std::uint32_t hash, Value value) {
+  if (absent > size() / 2 + 8) squeeze(1);
+  if (keys->is_shape()) {
+    // A name that was erased here is still in the shape.
+    const bool goes_on = key.tag_ == Value::Tag::name && (absent == 0 || keys->find(key) == KeySet::kNowhere);
+    const KeySet* next = goes_on ? keys->after(key) : nullptr;
+    if (next != nullptr) {
+      keys = next;
+    } else {
+      squeeze(1);
+    }
+  }
+  if (!keys->is_shape()) const_cast<KeySet*>(keys)->append(std::move(key), hash);
+  values.push_back(std::move(value));
+  return values.back();
+}
+
+void Dict::Rep::erase(std::uint32_t at) {
+  // Destroyed last: the value's end may reach this dictionary again.
+  [[maybe_unused]] const Value value = std::exchange(values[at], Value());
+  values[at].tag_ = Value::Tag::absent;
+  ++absent;
+  if (!keys->is_shape()) const_cast<KeySet*>(keys)->erase(at);
+  while (first < values.size() && values[first].is_absent()) ++first;
+}
+
+void Dict::Rep::squeeze(std::size_t more) {
+  KeySet* own = KeySet::own(size() + more);
+  for (std::size_t at = 0; at < values.size(); ++at) {
+    if (!values[at].is_absent()) own->append(keys->key(at), 0);
+  }
+  std::erase_if(values, [](const Value& value) { return value.is_absent(); });
+  KeySet::drop(std::exchange(keys, own));
+  first = absent = 0;
+}
+
+void Dict::end(Rep* rep) noexcept {
+  end_values(std::move(rep->values));
+  delete rep;
+}
+
+Dict::Rep& Dict::rep() {
+  if (rep_ == nullptr) rep_ = new Rep;
+  return *rep_;
+}
+
+// ---- The handle -------------------------------------------------------------------------------------------------
+
 Dict::Dict() : rep_(new Rep) {}
 Dict::Dict(std::initializer_list<std::pair<KeyRef, Value>> entries) : Dict() {
   for (const auto& [key, value] : entries) set(key, value);
@@ -73,14 +113,10 @@ Dict& Dict::operator=(Dict other) noexcept {
   return *this;
 }
 Dict::~Dict() {
-  if (rep_ != nullptr && --rep_->refs == 0) delete rep_;
+  if (rep_ != nullptr && --rep_->refs == 0) end(rep_);
 }
 
-std::size_t Dict::size() const { return rep_->table.size(); }
-void Dict::reserve(std::size_t count) { rep_->table.reserve(count); }
-
-const Value* Dict::find(const KeyRef& key) const { return rep_->table.find(key, key.hash()); }
-Value* Dict::find(const KeyRef& key) { return rep_->table.find(key, key.hash()); }
+void Dict::reserve(std::size_t count) { rep().values.reserve(count); }
 
 const Value& Dict::at(const KeyRef& key) const {
   const Value* value = find(key);
@@ -136,52 +172,63 @@ double Dict::at_real(const KeyRef& key) const {
 
 Value& Dict::set(const KeyRef& key, Value value) {
   if (Value* existing = find(key)) return *existing = std::move(value);
-  return rep_->table.append(key.to_value(), key.hash(), std::move(value));
+  return rep().append(key.to_value(), key.hash(), std::move(value));
 }
 
 Value& Dict::operator[](const KeyRef& key) {
   if (Value* existing = find(key)) return *existing;
-  return rep_->table.append(key.to_value(), key.hash(), Value());
+  return rep().append(key.to_value(), key.hash(), Value());
 }
 
-bool Dict::erase(const KeyRef& key) { return rep_->table.erase(key, key.hash()); }
-void Dict::clear() { rep_->table.clear(); }
+bool Dict::erase(const KeyRef& key) {
+  const Value* found = find(key);
+  if (found == nullptr) return false;
+  rep_->erase(static_cast<std::uint32_t>(found - rep_->values.data()));
+  return true;
+}
+
+void Dict::clear() {
+  if (rep_ == nullptr) return;
+  // Destroyed last, as when one entry is erased.
+  const Values gone = std::exchange(rep_->values, {});
+  KeySet::drop(std::exchange(rep_->keys, KeySet::none()));
+  rep_->first = rep_->absent = 0;
+}
 
 void Dict::update(const Dict& other) {
-  if (is(other)) return;
+  if (is(other) || other.empty()) return;
   const Dict source = other;  // `other` may stand inside this dictionary and be overwritten on the way
-  for (const auto& entry : source.rep_->table.entries()) {
-    if (!entry.live) continue;
-    if (Value* existing = rep_->table.find(KeyRef(entry.key), entry.hash)) {
-      *existing = entry.value;
+  Rep& mine = rep();
+  if (source.size() >= mine.values.size()) mine.values.reserve(mine.values.size() + source.size());
+  const Rep& from = *source.rep_;
+  for (std::size_t at = from.first; at < from.values.size(); ++at) {
+    if (from.values[at].is_absent()) continue;
+    const KeyRef key(from.keys->key(at));
+    if (Value* existing = find(key)) {
+      *existing = from.values[at];
     } else {
-      rep_->table.append(entry.key, entry.hash, entry.value);
+      mine.append(from.keys->key(at), key.hash(), from.values[at]);
     }
   }
 }
 
-Dict::Table::const_iterator Dict::begin() const { return std::as_const(rep_->table).begin(); }
-Dict::Table::const_iterator Dict::end() const { return std::as_const(rep_->table).end(); }
-Dict::Table::iterator Dict::begin() { return rep_->table.begin(); }
-Dict::Table::iterator Dict::end() { return rep_->table.end(); }
-
 Dict Dict::shallow_copy() const {
   Dict copy;
-  copy.reserve(size());
-  for (const auto& entry : rep_->table.entries()) {
-    if (entry.live) copy.rep_->table.append(entry.key, entry.hash, entry.value);
-  }
+  copy.update(*this);
   return copy;
 }
 
-bool operator==(const Dict& a, const Dict& b) {
+bool operator==(const Dict& a, const Dict& b) { return Dict::equal(a, b, 1); }
+
+bool Dict::equal(const Dict& a, const Dict& b, int depth) {
   if (a.is(b)) return true;
   if (a.size() != b.size()) return false;
-  return std::ranges::all_of(a.rep_->table.entries(), [&b](const auto& entry) {
-    if (!entry.live) return true;
-    const Value* other = b.rep_->table.find(KeyRef(entry.key), entry.hash);
-    return other != nullptr && *other == entry.value;
-  });
+  check_depth(depth);
+  for (auto [key, value] : a) {
+    const Value* other = b.find(key);
+    if (other == nullptr || !Value::equal(value, *other, depth)) return false;
+  }
+  return true;
 }
 
 }  // namespace tessra

@@ -10,12 +10,13 @@
 #include "Tessra/base/error.h"
 #include "Tessra/base/list.h"
 #include "Tessra/base/name.h"
-#include "Tessra/base/ordered_table.h"
 
 namespace tessra {
 
 class Dict;
 class Value;
+template <bool kConst>
+class DictIterator;
 
 /// What a dictionary is asked for: text, a name, an integer, or a value used as a key. It refers to the caller's
 /// bytes and is meant to live for one call only.
@@ -29,7 +30,7 @@ class KeyRef {
     requires(!std::same_as<I, bool> && !std::same_as<I, char>)
   KeyRef(I number) : integer_(checked_integer(number)), is_text_(false), hash_(hash_integer(integer_)) {}
   /// Numbers act as keys by value: true and 1.0 are the key 1. Throws `KindError` for a value that is no key.
-  KeyRef(const Value& value);
+  KeyRef(const Value& value);  // inline, in tree_reps.h
 
   std::uint32_t hash() const { return hash_; }
   /// The key as it is stored: a known name where there is one, else a text of its own, or an integer.
@@ -40,7 +41,8 @@ class KeyRef {
   std::string to_text() const;
 
  private:
-  friend struct DictKeyPolicy;
+  friend class KeySet;
+  void refer_to_number(const Value& value);
   static std::uint32_t hash_integer(std::int64_t number);
   template <class I>
   static std::int64_t checked_integer(I number) {
@@ -55,22 +57,18 @@ class KeyRef {
   std::uint32_t hash_;
 };
 
-/// When a stored key is the one asked for.
-struct DictKeyPolicy {
-  static bool equal(const Value& key, const KeyRef& ref);
-};
-
 /// Handle to a dictionary that keeps insertion order. Overwriting an entry keeps its place, erasing keeps the order
 /// of the rest. Keys are texts or integers.
 ///
 /// Copying the handle shares the dictionary: what one holder writes, every holder reads. `is` asks whether two handles
 /// are one dictionary, `==` whether two dictionaries hold equal entries in whatever order. Pointers and references to
-/// values are valid until the next insertion into that dictionary. A moved-from handle may only be assigned or
-/// destroyed. A dictionary belongs to one thread at a time.
+/// values are valid until the next insertion into that dictionary. A moved-from handle is an empty dictionary of its
+/// own. A dictionary belongs to one thread at a time.
 class Dict {
  public:
   struct Rep;
-  using Table = OrderedTable<Value, Value, DictKeyPolicy>;
+  using iterator = DictIterator<false>;
+  using const_iterator = DictIterator<true>;
 
   /// A new empty dictionary.
   Dict();
@@ -82,7 +80,7 @@ class Dict {
   ~Dict();
 
   std::size_t size() const;
-  bool empty() const { return size() == 0; }
+  bool empty() const;
   void reserve(std::size_t count);
 
   // Reading. Absence is normal for `find`, `get` and `non_empty`, and a `KeyError` naming the key for `at`.
@@ -125,10 +123,10 @@ class Dict {
   void update(const Dict& other);
 
   /// Walks in insertion order: `for (auto [key, value] : dict)`. Entries may be erased on the way, not added.
-  Table::const_iterator begin() const;
-  Table::const_iterator end() const;
-  Table::iterator begin();
-  Table::iterator end();
+  const_iterator begin() const;
+  const_iterator end() const;
+  iterator begin();
+  iterator end();
 
   /// A new dictionary that shares the values' lists and dictionaries.
   Dict shallow_copy() const;
@@ -140,7 +138,14 @@ class Dict {
 
  private:
   friend class DeepCopy;
-  Rep* rep_;
+  friend class TreeBuilder;
+  friend class Value;
+  /// What is written to; a moved-from handle gets a dictionary now.
+  Rep& rep();
+  static bool equal(const Dict& a, const Dict& b, int depth);
+  static void end(Rep* rep) noexcept;
+
+  Rep* rep_;  // null after the handle was moved from
 };
 
 }  // namespace tessra

@@ -3,14 +3,15 @@
 #include <simdjson.h>
 
 #include <algorithm>
-#include <charconv>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <utility>
 
-namespace tessra {
+#include "Tessra/base/json_fault.h"
+#include "Tessra/base/tree_builder.h"
 
-namespace ondemand = simdjson::ondemand;
+namespace tessra {
 
 namespace {
 
@@ -18,186 +19,14 @@ std::string with_place(const std::string& what, JsonError::Place place) {
   return what + " at line " + std::to_string(place.line) + ", column " + std::to_string(place.column);
 }
 
-[[noreturn]] void fail_at(std::string_view text, std::size_t offset, const std::string& what) {
-  const std::string_view before = text.substr(0, std::min(offset, text.size()));
-  const auto line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
-  const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;  // npos + 1 is 0
-  throw JsonError(what, {before.size(), line, column});
-}
-
-/// Offset of the first byte that begins no valid UTF-8 sequence; the text's size when there is none.
-std::size_t first_invalid_utf8(std::string_view text) {
-  for (std::size_t at = 0; at < text.size();) {
-    // The shortest piece from here that is valid is one character.
-    std::size_t length = 1;
-    while (length <= 4 && at + length <= text.size() && !simdjson::validate_utf8(text.data() + at, length)) ++length;
-    if (length > 4 || at + length > text.size()) return at;
-    at += length;
-  }
-  return text.size();
-}
-
-/// Offset where the strings of a text go wrong: the first control character that stands bare inside one, or the quote
-/// that opens one which never ends.
-std::size_t first_string_fault(std::string_view text) {
-  std::size_t open = std::string_view::npos;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const char c = text[at];
-    if (open == std::string_view::npos) {
-      if (c == '"') open = at;
-    } else if (c == '"') {
-      open = std::string_view::npos;
-    } else if (c == '\\') {
-      ++at;
-    } else if (static_cast<unsigned char>(c) < 0x20) {
-      return at;
-    }
-  }
-  return std::min(open, text.size());
-}
-
-/// Where the parser's first pass, which reports no place, found its fault.
-std::size_t first_pass_fault(std::string_view text, simdjson::error_code error) {
-  switch (error) {
-    case simdjson::EMPTY:
-      return 0;
-    case simdjson::UTF8_ERROR:
-      return first_invalid_utf8(text);
-    case simdjson::UNESCAPED_CHARS:
-    case simdjson::UNCLOSED_STRING:
-      return first_string_fault(text);
-    default:
-      return text.size();
-  }
-}
-
-/// Walks one parsed text and builds its tree.
-class TreeBuilder {
- public:
-  TreeBuilder(std::string_view text, ondemand::document& document, std::size_t max_depth)
-      : text_(text), document_(document), max_depth_(max_depth) {}
-
-  Value build() {
-    Value root = build_any(document_, 0);
-    if (document_.current_location().error() != simdjson::OUT_OF_BOUNDS) fail("unexpected text after the value");
-    return root;
-  }
-
- private:
-  /// `source` is the document or a value inside it; both read alike.
-  template <class Source>
-  Value build_any(Source& source, std::size_t depth) {
-    switch (checked(source.type())) {
-      case ondemand::json_type::object:
-        check_depth(depth + 1);
-        return build_dict(checked(source.get_object()), depth + 1);
-      case ondemand::json_type::array:
-        check_depth(depth + 1);
-        return build_list(checked(source.get_array()), depth + 1);
-      case ondemand::json_type::string:
-        return build_text(source);
-      case ondemand::json_type::number:
-        return build_number(source);
-      case ondemand::json_type::boolean:
-        return checked(source.get_bool());
-      case ondemand::json_type::null:
-        if (!checked(simdjson::simdjson_result<bool>(source.is_null()))) fail("unknown word");
-        return {};
-    }
-    fail("no JSON value");
-  }
-
-  Value build_dict(ondemand::object object, std::size_t depth) {
-    Dict dict;
-    for (auto entry : object) {
-      ondemand::field field = checked(std::move(entry));
-      const char* const key_begin = field.key().raw();
-      std::string_view key;
-      if (field.unescaped_key().get(key) != simdjson::SUCCESS) fail_text(key_begin - text_.data() - 1);
-      dict.set(key, build_any(field.value(), depth));
-    }
-    return dict;
-  }
-
-  Value build_list(ondemand::array array, std::size_t depth) {
-    List list;
-    for (auto entry : array) {
-      ondemand::value value = checked(entry);
-      list.push_back(build_any(value, depth));
-    }
-    return list;
-  }
-
-  template <class Source>
-  Value build_text(Source& source) {
-    const std::size_t begin = place();
-    std::string_view text;
-    if (source.get_string().get(text) != simdjson::SUCCESS) fail_text(begin);
-    return text;
-  }
-
-  template <class Source>
-  Value build_number(Source& source) {
-    const std::size_t begin = place();
-    ondemand::number number;
-    if (source.get_number().get(number) != simdjson::SUCCESS) {
-      const std::size_t end = std::min(text_.find_first_not_of("-0123456789", begin), text_.size());
-      const bool whole = end - begin > 18 && (end == text_.size() || std::string_view(",]} \t\r\n").find(text_[end]) !=
-                                                                         std::string_view::npos);
-      fail_at(text_, begin, whole ? "integer beyond 64 bits" : "no valid number");
-    }
-    if (number.is_uint64()) fail_at(text_, begin, "integer beyond 64 bits");
-    if (number.is_int64()) return number.get_int64();
-    return exact_real(begin, number.get_double());
-  }
-
-  /// The parser is exact up to 19 digits and goes astray beyond them.
-  double exact_real(std::size_t begin, double parsed) const {
-    const std::size_t end = std::min(text_.find_first_not_of("+-.0123456789Ee", begin), text_.size());
-    if (end - begin <= 19) return parsed;
-    double exact = parsed;
-    if (std::from_chars(text_.data() + begin, text_.data() + end, exact).ec != std::errc()) {
-      fail_at(text_, begin, "no valid number");
-    }
-    return exact;
-  }
-
-  void check_depth(std::size_t depth) {
-    if (depth > max_depth_) fail("nested deeper than " + std::to_string(max_depth_));
-  }
-
-  template <class T>
-  T checked(simdjson::simdjson_result<T> result) {
-    if (result.error() == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
-      fail_at(text_, text_.size(), "the text does not end with its list or dictionary");
-    }
-    // Kinds were asked for before: a value that is not what it began as is a misspelt word.
-    if (result.error() == simdjson::INCORRECT_TYPE) fail("unknown word");
-    if (result.error() != simdjson::SUCCESS) fail(simdjson::error_message(result.error()));
-    return std::move(result).value_unsafe();
-  }
-
-  std::size_t place() {
-    const char* at = nullptr;
-    if (document_.current_location().get(at) != simdjson::SUCCESS) return text_.size();
-    return std::min(static_cast<std::size_t>(at - text_.data()), text_.size());
-  }
-
-  [[noreturn]] void fail_text(std::size_t begin) { fail_at(text_, begin, "text with an invalid escape"); }
-  [[noreturn]] void fail(const std::string& what) { fail_at(text_, place(), what); }
-
-  std::string_view text_;
-  ondemand::document& document_;
-  std::size_t max_depth_;
-};
-
 }  // namespace
 
 JsonError::JsonError(const std::string& what, Place where) : Error(with_place(what, where)), place(where) {}
 
 struct JsonReader::Impl {
   JsonLimits limits;
-  ondemand::parser parser;
+  simdjson::dom::parser parser;
+  TreeBuilder builder;
   std::string buffer;  // the text with the padding the parser wants behind it
 };
 
@@ -207,17 +36,23 @@ JsonReader::JsonReader(JsonReader&&) noexcept = default;
 JsonReader& JsonReader::operator=(JsonReader&&) noexcept = default;
 
 Value JsonReader::read(std::string_view text) {
-  if (text.size() > impl_->limits.max_bytes) {
-    fail_at(text, impl_->limits.max_bytes, "longer than " + std::to_string(impl_->limits.max_bytes) + " bytes");
+  const JsonLimits& limits = impl_->limits;
+  if (text.size() > limits.max_bytes) {
+    fail_at(text, limits.max_bytes, "longer than " + std::to_string(limits.max_bytes) + " bytes");
   }
-  impl_->buffer.reserve(text.size() + simdjson::SIMDJSON_PADDING);
-  impl_->buffer.assign(text);
-  const std::string_view padded = impl_->buffer;
+  std::string& buffer = impl_->buffer;
+  buffer.reserve(text.size() + simdjson::SIMDJSON_PADDING);
+  buffer.assign(text);
 
-  ondemand::document document;
-  const auto error = impl_->parser.iterate(padded, impl_->buffer.capacity()).get(document);
-  if (error != simdjson::SUCCESS) fail_at(text, first_pass_fault(text, error), simdjson::error_message(error));
-  return TreeBuilder(padded, document, impl_->limits.max_depth).build();
+  // The parser chooses the instructions this processor has, and leaves a tape of what it read; it keeps no places.
+  const auto error = impl_->parser.parse(buffer.data(), buffer.size(), false).error();
+  if (error != simdjson::SUCCESS) {
+    report_json_fault(buffer, buffer.capacity(), limits.max_depth, simdjson::error_message(error));
+  }
+  const simdjson::dom::document& parsed = impl_->parser.doc;
+  std::optional<Value> tree = impl_->builder.build(parsed.tape.get(), parsed.string_buf.get(), limits.max_depth);
+  if (!tree) report_json_fault(buffer, buffer.capacity(), limits.max_depth, "a value beyond the limits");
+  return *std::move(tree);
 }
 
 Value read_json(std::string_view text) { return JsonReader().read(text); }

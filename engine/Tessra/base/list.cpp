@@ -4,12 +4,22 @@
 #include <string>
 #include <utility>
 
-#include "Tessra/base/tree_reps.h"
+#include "Tessra/base/value.h"
 
 namespace tessra {
 
+List::Rep& List::rep() {
+  if (rep_ == nullptr) rep_ = new Rep;
+  return *rep_;
+}
+
+void List::end(Rep* rep) noexcept {
+  end_values(std::move(rep->values));
+  delete rep;
+}
+
 List::List() : rep_(new Rep) {}
-List::List(std::initializer_list<Value> values) : rep_(new Rep{1, values}) {}
+List::List(std::initializer_list<Value> values) : List() { rep_->values = values; }
 List::List(const List& other) noexcept : rep_(other.rep_) {
   if (rep_ != nullptr) ++rep_->refs;
 }
@@ -18,10 +28,10 @@ List& List::operator=(List other) noexcept {
   return *this;
 }
 List::~List() {
-  if (rep_ != nullptr && --rep_->refs == 0) delete rep_;
+  if (rep_ != nullptr && --rep_->refs == 0) end(rep_);
 }
 
-std::size_t List::size() const { return rep_->values.size(); }
+std::size_t List::size() const { return rep_ != nullptr ? rep_->values.size() : 0; }
 
 const Value& List::at(std::size_t index) const {
   if (index >= size()) {
@@ -31,8 +41,11 @@ const Value& List::at(std::size_t index) const {
 }
 Value& List::at(std::size_t index) { return const_cast<Value&>(std::as_const(*this).at(index)); }
 
-void List::push_back(Value value) { rep_->values.push_back(std::move(value)); }
-void List::insert_front(Value value) { rep_->values.insert(rep_->values.begin(), std::move(value)); }
+void List::push_back(Value value) { rep().values.push_back(std::move(value)); }
+void List::insert_front(Value value) {
+  Values& values = rep().values;
+  values.insert(values.begin(), std::move(value));
+}
 
 void List::extend(const List& other) {
   const List source = other;                // `other` may stand inside this list and move when it grows
@@ -46,21 +59,29 @@ void List::truncate(std::size_t count) {
 }
 
 void List::reserve(std::size_t count) {
+  Values& values = rep().values;
   // Growth stays geometric when a list is extended little by little.
-  if (count > rep_->values.capacity()) rep_->values.reserve(std::max(count, 2 * rep_->values.capacity()));
+  if (count > values.capacity()) values.reserve(std::max(count, 2 * values.capacity()));
 }
 
-const Value* List::begin() const { return rep_->values.data(); }
-const Value* List::end() const { return rep_->values.data() + rep_->values.size(); }
-Value* List::begin() { return rep_->values.data(); }
-Value* List::end() { return rep_->values.data() + rep_->values.size(); }
+const Value* List::begin() const { return rep_ != nullptr ? rep_->values.data() : nullptr; }
+const Value* List::end() const { return begin() + size(); }
+Value* List::begin() { return const_cast<Value*>(std::as_const(*this).begin()); }
+Value* List::end() { return begin() + size(); }
 
 List List::shallow_copy() const {
   List copy;
-  copy.rep_->values = rep_->values;
+  if (rep_ != nullptr) copy.rep_->values = rep_->values;
   return copy;
 }
 
-bool operator==(const List& a, const List& b) { return a.is(b) || a.rep_->values == b.rep_->values; }
+bool operator==(const List& a, const List& b) { return List::equal(a, b, 1); }
+
+bool List::equal(const List& a, const List& b, int depth) {
+  if (a.is(b)) return true;
+  check_depth(depth);
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](const Value& x, const Value& y) { return Value::equal(x, y, depth); });
+}
 
 }  // namespace tessra

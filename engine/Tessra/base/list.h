@@ -8,7 +8,7 @@ namespace tessra {
 class Value;
 
 /// Handle to a list of values. Copying the handle shares the list; `is` asks whether two handles are one list, `==`
-/// whether two lists hold equal values. A moved-from handle may only be assigned or destroyed.
+/// whether two lists hold equal values. A moved-from handle is an empty list of its own.
 class List {
  public:
   struct Rep;
@@ -50,7 +50,14 @@ class List {
 
  private:
   friend class DeepCopy;
-  Rep* rep_;
+  friend class TreeBuilder;
+  friend class Value;
+  /// What is written to; a moved-from handle gets a list now.
+  Rep& rep();
+  static bool equal(const List& a, const List& b, int depth);
+  static void end(Rep* rep) noexcept;
+
+  Rep* rep_;  // null after the handle was moved from
 };
 
 }  // namespace tessra

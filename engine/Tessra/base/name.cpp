@@ -2,17 +2,12 @@
 
 #include <array>
 #include <atomic>
-#include <functional>
 #include <mutex>
 #include <string>
 
 #include "Tessra/base/error.h"
 
 namespace tessra {
-
-std::uint32_t hash_text(std::string_view text) {
-  return static_cast<std::uint32_t>(std::hash<std::string_view>{}(text));
-}
 
 namespace {
 
@@ -44,9 +39,18 @@ std::optional<Name> Name::find(std::string_view text) {
   return rep != nullptr ? std::optional(Name(rep)) : std::nullopt;
 }
 
+std::optional<Name> Name::learn(std::string_view text) {
+  try {
+    return intern(text);
+  } catch (const LimitError&) {
+    return std::nullopt;
+  }
+}
+
 const Name::Rep* Name::insert(std::string_view text, bool counted) {
   static std::mutex mutex;
   static std::size_t added = 0;
+  static std::uint32_t known_names = 0;
 
   const std::uint32_t hash = hash_text(text);
   if (const Rep* known = lookup(text, hash)) return known;
@@ -58,7 +62,7 @@ const Name::Rep* Name::insert(std::string_view text, bool counted) {
   auto* bytes = new char[text.size() + 1];  // never freed: names live as long as the process
   text.copy(bytes, text.size());            // an empty view may have no bytes at all
   bytes[text.size()] = '\0';
-  const Rep* rep = new Rep{bytes, static_cast<std::uint32_t>(text.size()), hash};
+  const Rep* rep = new Rep{bytes, static_cast<std::uint32_t>(text.size()), hash, known_names++};
   auto& table = slots<Rep>();
   std::size_t slot = hash % kSlots;
   while (table[slot].load(std::memory_order_relaxed) != nullptr) slot = (slot + 1) % kSlots;

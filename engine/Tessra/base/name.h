@@ -2,13 +2,53 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string_view>
 
 namespace tessra {
 
-/// The hash every dictionary key is looked up by.
-std::uint32_t hash_text(std::string_view text);
+namespace detail {
+
+inline std::uint64_t load(const char* bytes, std::size_t count) {
+  std::uint64_t loaded = 0;
+  std::memcpy(&loaded, bytes, count);
+  return loaded;
+}
+
+/// Both halves of the product of two 64 bit numbers, folded.
+inline std::uint64_t mixed(std::uint64_t a, std::uint64_t b) {
+  __extension__ using Wide = unsigned __int128;
+  const Wide product = static_cast<Wide>(a) * b;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
+
+}  // namespace detail
+
+/// The hash every dictionary key is looked up by. In the header, so that the compiler computes it for literals.
+inline std::uint32_t hash_text(std::string_view text) {
+  constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15, kSecond = 0xD1B54A32D192ED03;
+  const char* at = text.data();
+  std::size_t left = text.size();
+  std::uint64_t hash = left * kFirst;
+  for (; left > 16; at += 16, left -= 16) {
+    hash = detail::mixed(detail::load(at, 8) ^ hash ^ kFirst, detail::load(at + 8, 8) ^ kSecond);
+  }
+  // The last bytes from both ends, which may overlap.
+  std::uint64_t front = 0, back = 0;
+  if (left >= 8) {
+    front = detail::load(at, 8);
+    back = detail::load(at + left - 8, 8);
+  } else if (left >= 4) {
+    front = detail::load(at, 4);
+    back = detail::load(at + left - 4, 4);
+  } else if (left > 0) {
+    front = static_cast<unsigned char>(at[0]) | static_cast<std::uint64_t>(static_cast<unsigned char>(at[left / 2])) << 8;
+    back = static_cast<unsigned char>(at[left - 1]);
+  }
+  hash = detail::mixed(front ^ hash ^ kFirst, back ^ kSecond);
+  return static_cast<std::uint32_t>(hash ^ hash >> 32);
+}
 
 /// A field name, kept once per process.
 ///
@@ -28,6 +68,8 @@ class Name {
 
   /// The name with these bytes, added when new. Throws `LimitError` when `kMaxAdded` names were added.
   static Name intern(std::string_view text) { return Name(insert(text, true)); }
+  /// The same, but nothing once `kMaxAdded` names were added.
+  static std::optional<Name> learn(std::string_view text);
 
   std::string_view text() const { return {rep_->bytes, rep_->size}; }
   std::uint32_t hash() const { return rep_->hash; }
@@ -38,11 +80,14 @@ class Name {
  private:
   friend class Value;
   friend class KeyRef;
+  friend class KeySet;
+  friend class TreeBuilder;
 
   struct Rep {
     const char* bytes;
     std::uint32_t size;
     std::uint32_t hash;
+    std::uint32_t number;  // names are numbered from 0 in the order they became known
   };
 
   explicit Name(const Rep* rep) : rep_(rep) {}

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <functional>
 #include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "Tessra/base/error.h"
+#include "Tessra/base/name.h"
 #include "Tessra/base/ordered_table.h"
 
 namespace tessra {
@@ -59,7 +59,7 @@ class OrderedMap {
 
  private:
   static std::uint32_t hash(std::string_view key) {
-    return static_cast<std::uint32_t>(std::hash<std::string_view>{}(key));
+    return hash_text(key);
   }
 
   Table table_;

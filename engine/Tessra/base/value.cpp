@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <new>
+#include <cstddef>
 #include <ostream>
 #include <vector>
+
+#include "Tessra/base/pool.h"
 
 namespace tessra {
 
@@ -18,88 +18,62 @@ std::string_view kind_name(Kind kind) {
 }
 
 /// A text with its bytes behind it, in one allocation.
-struct Value::StringRep {
-  std::uint32_t refs;
+struct Value::StringRep : Counted {
   std::uint32_t size;
   char bytes[1];  // as many as `size` says
 
   static StringRep* make(std::string_view text) {
     if (text.size() > UINT32_MAX) throw LimitError("text longer than 4 GiB");
-    auto* rep = static_cast<StringRep*>(std::malloc(sizeof(StringRep) + text.size()));
-    if (rep == nullptr) throw std::bad_alloc();
+    auto* rep = static_cast<StringRep*>(Pool::take(bytes_of(text.size())));
     rep->refs = 1;
     rep->size = static_cast<std::uint32_t>(text.size());
-    text.copy(rep->bytes, text.size());  // an empty view may have no bytes at all
+    text.copy(rep->bytes, text.size());
     return rep;
   }
+  void end() noexcept { Pool::give(this, bytes_of(size)); }
+  static std::size_t bytes_of(std::size_t size) { return sizeof(Counted) + sizeof(std::uint32_t) + size; }
 };
 
-struct Value::HostRep {
-  std::uint32_t refs = 1;
+struct Value::HostRep : Counted {
   std::shared_ptr<void> object;
   std::type_index type;
 };
 
-Value::Value(std::string_view text) : tag_(Tag::string), string_(StringRep::make(text)) {}
-
-Value::Value(std::shared_ptr<void> object, std::type_index type) : tag_(Tag::none), integer_(0) {
-  if (object == nullptr) return;
-  host_ = new HostRep{1, std::move(object), type};
-  tag_ = Tag::host;
-}
-
-void Value::share(const Value& other) noexcept {
-  switch (tag_) {
-    case Tag::string:
-      string_ = other.string_;
-      ++string_->refs;
-      break;
-    case Tag::list:
-      new (&list_) List(other.list_);
-      break;
-    case Tag::dictionary:
-      new (&dict_) Dict(other.dict_);
-      break;
-    case Tag::host:
-      host_ = other.host_;
-      ++host_->refs;
-      break;
-    default:
-      integer_ = other.integer_;  // the other members are no larger and hold no count
+Value::Value(std::string_view text) {
+  if (text.size() <= kShortText) {
+    tag_ = Tag::text;
+    short_size_ = static_cast<std::uint8_t>(text.size());
+    text.copy(const_cast<char*>(short_text()), text.size());  // an empty view may have no bytes at all
+  } else {
+    string_ = StringRep::make(text);
+    tag_ = Tag::string;
   }
 }
 
-void Value::steal(Value& other) noexcept {
-  static_assert(sizeof(List) == sizeof(std::int64_t) && sizeof(Dict) == sizeof(std::int64_t));
-  // Handles are one pointer; moving the payload as it stands and leaving none behind moves any of them.
-  std::memcpy(static_cast<void*>(&integer_), static_cast<const void*>(&other.integer_), sizeof(integer_));
-  other.tag_ = Tag::none;
+Value::Value(std::shared_ptr<void> object, std::type_index type) : tag_(Tag::none), integer_(0) {
+  if (object == nullptr) return;
+  host_ = new HostRep{{1}, std::move(object), type};
+  tag_ = Tag::host;
 }
 
-void Value::swap(Value& other) noexcept {
-  std::swap(tag_, other.tag_);
-  std::int64_t mine;
-  std::memcpy(&mine, static_cast<const void*>(&integer_), sizeof(mine));
-  std::memcpy(static_cast<void*>(&integer_), static_cast<const void*>(&other.integer_), sizeof(mine));
-  std::memcpy(static_cast<void*>(&other.integer_), &mine, sizeof(mine));
+std::string_view Value::long_text() const {
+  if (tag_ == Tag::string) return {string_->bytes, string_->size};
+  fail_kind(Kind::string);
 }
 
-void Value::release() noexcept {
+void Value::end() noexcept {
   switch (tag_) {
     case Tag::string:
-      if (--string_->refs == 0) std::free(string_);
+      string_->end();
       break;
     case Tag::list:
-      list_.~List();
+      List::end(list_.rep_);
       break;
     case Tag::dictionary:
-      dict_.~Dict();
-      break;
-    case Tag::host:
-      if (--host_->refs == 0) delete host_;
+      Dict::end(dict_.rep_);
       break;
     default:
-      break;
+      delete host_;
   }
 }
 
@@ -145,12 +119,6 @@ double Value::as_real() const {
   if (is_integer()) return static_cast<double>(integer_);
   if (is_bool()) return boolean_ ? 1 : 0;
   fail_kind(Kind::real);
-}
-
-std::string_view Value::as_text() const& {
-  if (tag_ == Tag::name) return {name_->bytes, name_->size};
-  if (tag_ == Tag::string) return {string_->bytes, string_->size};
-  fail_kind(Kind::string);
 }
 
 const List& Value::as_list() const& {
@@ -241,7 +209,9 @@ bool equal_numbers(std::int64_t integer, double real) {
 
 }  // namespace
 
-bool operator==(const Value& a, const Value& b) {
+bool operator==(const Value& a, const Value& b) { return Value::equal(a, b, 0); }
+
+bool Value::equal(const Value& a, const Value& b, int depth) {
   if (a.is_number() && b.is_number()) {
     if (a.is_real() && b.is_real()) return a.real_ == b.real_;
     if (a.is_real()) return equal_numbers(b.as_integer(), a.real_);
@@ -253,9 +223,9 @@ bool operator==(const Value& a, const Value& b) {
     case Kind::string:
       return a.as_text() == b.as_text();
     case Kind::list:
-      return a.list_ == b.list_;
+      return List::equal(a.list_, b.list_, depth + 1);
     case Kind::dictionary:
-      return a.dict_ == b.dict_;
+      return Dict::equal(a.dict_, b.dict_, depth + 1);
     case Kind::host:
       return a.host_->object == b.host_->object;
     default:
@@ -315,6 +285,7 @@ class TextForm {
 
  private:
   void append_container(const Value& value) {
+    if (open_.size() >= kMaxDepth) throw LimitError("nested deeper than " + std::to_string(kMaxDepth));
     const std::string_view brackets = value.is_list() ? "[]" : "{}";
     out_ += brackets[0];
     if (std::any_of(open_.begin(), open_.end(), [&](const Value* outer) { return outer->is(value); })) {

@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -52,8 +53,14 @@ class Value {
   template <class T>
   Value(T*) = delete;
 
-  Value(const Value& other) noexcept : tag_(other.tag_) { share(other); }
-  Value(Value&& other) noexcept : tag_(other.tag_) { steal(other); }
+  Value(const Value& other) noexcept {
+    take_bits(other);
+    if (is_counted() && counted_ != nullptr) ++counted_->refs;
+  }
+  Value(Value&& other) noexcept {
+    take_bits(other);
+    other.tag_ = Tag::none;
+  }
   Value& operator=(const Value& other) noexcept {
     Value copy(other);
     swap(copy);
@@ -64,19 +71,27 @@ class Value {
     swap(taken);
     return *this;
   }
-  ~Value() { release(); }
-  void swap(Value& other) noexcept;
+  ~Value() {
+    if (is_counted() && counted_ != nullptr && --counted_->refs == 0) end();
+  }
+  void swap(Value& other) noexcept {
+    Bits mine;
+    std::memcpy(&mine, static_cast<const void*>(this), sizeof(mine));
+    take_bits(other);
+    std::memcpy(static_cast<void*>(&other), &mine, sizeof(mine));
+  }
 
   Kind kind() const noexcept {
-    const int number = static_cast<int>(tag_);
-    return static_cast<Kind>(tag_ <= Tag::name ? number : number - 1);
+    constexpr Kind kKinds[] = {Kind::none,   Kind::boolean, Kind::integer, Kind::real,       Kind::string, Kind::string,
+                               Kind::none,   Kind::string,  Kind::list,    Kind::dictionary, Kind::host};
+    return kKinds[static_cast<int>(tag_)];
   }
   bool is_none() const noexcept { return tag_ == Tag::none; }
   bool is_bool() const noexcept { return tag_ == Tag::boolean; }
   bool is_integer() const noexcept { return tag_ == Tag::integer; }
   bool is_real() const noexcept { return tag_ == Tag::real; }
   bool is_number() const noexcept { return is_bool() || is_integer() || is_real(); }
-  bool is_string() const noexcept { return tag_ == Tag::name || tag_ == Tag::string; }
+  bool is_string() const noexcept { return tag_ == Tag::name || tag_ == Tag::text || tag_ == Tag::string; }
   bool is_list() const noexcept { return tag_ == Tag::list; }
   bool is_dict() const noexcept { return tag_ == Tag::dictionary; }
   /// Exactly the boolean true.
@@ -94,7 +109,11 @@ class Value {
   /// Any number.
   double as_real() const;
   /// Valid while this value stays where it is and unchanged.
-  std::string_view as_text() const&;
+  std::string_view as_text() const& {
+    if (tag_ == Tag::text) return {short_text(), short_size_};
+    if (tag_ == Tag::name) return {name_->bytes, name_->size};
+    return long_text();
+  }
   std::string_view as_text() const&& = delete;  // the bytes would be gone
   const List& as_list() const&;
   List& as_list() &;
@@ -126,22 +145,41 @@ class Value {
   /// dictionaries with quoted strings inside.
   std::string to_text() const;
 
-  /// Shares nothing with this value, host objects excepted. What was shared inside stays shared inside the copy.
+  /// Shares nothing with this value, host objects excepted. What was shared inside stays shared inside the copy. Throws
+  /// `LimitError` beyond `kMaxDepth`.
   Value deep_copy() const;
 
-  /// Whether both are one list, dictionary or host object, or equal values of one kind.
+  /// Whether both are one list, dictionary or host object, or equal values of one kind. `==` throws `LimitError` beyond
+  /// `kMaxDepth`.
   bool is(const Value& other) const;
   friend bool operator==(const Value& a, const Value& b);
   friend std::ostream& operator<<(std::ostream& out, const Value& value);
 
  private:
   friend class KeyRef;
-  friend struct DictKeyPolicy;
+  friend class KeySet;
+  friend class Dict;
+  template <bool kConst>
+  friend class DictIterator;
+  friend class List;
+  friend class DeepCopy;
+  friend class TreeBuilder;
   struct StringRep;
   struct HostRep;
+  struct Counted {
+    std::uint32_t refs;  // what all that is counted begins with
+  };
 
-  // `name` and `string` are one kind: a text that is a known field name, or one with bytes of its own.
-  enum class Tag : std::uint8_t { none, boolean, integer, real, name, string, list, dictionary, host };
+  // `name`, `text` and `string` are one kind: a known field name, a short text that stands in the value itself, and one
+  // with bytes of its own. `absent` marks the erased entries of a dictionary; nobody else ever sees it. What comes
+  // after it is counted.
+  enum class Tag : std::uint8_t { none, boolean, integer, real, name, text, absent, string, list, dictionary, host };
+
+  /// Longest text that stands in the value itself: all of its bytes but the tag and the size.
+  static constexpr std::size_t kShortText = 14;
+  struct Bits {
+    std::uint64_t words[2];
+  };
 
   Value(std::shared_ptr<void> object, std::type_index type);
 
@@ -150,19 +188,31 @@ class Value {
     if (!std::in_range<std::int64_t>(integer)) throw ConversionError("integer beyond 64 bits");
     return static_cast<std::int64_t>(integer);
   }
-  void share(const Value& other) noexcept;
-  void steal(Value& other) noexcept;
-  void release() noexcept;
+  /// Every kind of value is moved by its bytes; the caller keeps the counts right.
+  void take_bits(const Value& other) noexcept {
+    static_assert(sizeof(Value) == sizeof(Bits));
+    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof(Bits));
+  }
+  bool is_counted() const noexcept { return tag_ >= Tag::string; }
+  bool is_absent() const noexcept { return tag_ == Tag::absent; }
+  const char* short_text() const noexcept { return reinterpret_cast<const char*>(this) + 2; }
+  std::string_view long_text() const;
+  /// Ends what this value held the last reference to.
+  void end() noexcept;
   std::shared_ptr<void> host_object(std::type_index type) const;
   bool holds_host(std::type_index type) const;
   [[noreturn]] void fail_kind(Kind wanted) const;
+  static bool equal(const Value& a, const Value& b, int depth);
 
   Tag tag_;
+  std::uint8_t short_size_;
+  char short_bytes_[6];  // the first bytes of a short text, which goes on in the union
   union {
     bool boolean_;
     std::int64_t integer_;
     double real_;
     const Name::Rep* name_;
+    Counted* counted_;
     StringRep* string_;
     List list_;
     Dict dict_;
@@ -175,4 +225,10 @@ std::string real_text(double real);
 
 inline void swap(Value& a, Value& b) noexcept { a.swap(b); }
 
+/// Deepest nesting that `deep_copy`, `==` and the text forms follow; `LimitError` beyond. Trees that are built by hand
+/// may be deeper, or contain themselves.
+constexpr int kMaxDepth = 2000;
+
 }  // namespace tessra
+
+#include "Tessra/base/tree_reps.h"  // IWYU pragma: export

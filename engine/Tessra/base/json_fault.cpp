@@ -1,0 +1,187 @@
+#include "Tessra/base/json_fault.h"
+
+#include <simdjson.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "Tessra/base/json_read.h"
+
+namespace tessra {
+
+namespace ondemand = simdjson::ondemand;
+
+namespace {
+
+/// Offset of the first byte that begins no valid UTF-8 sequence; the text's size when there is none.
+std::size_t first_invalid_utf8(std::string_view text) {
+  for (std::size_t at = 0; at < text.size();) {
+    // The shortest piece from here that is valid is one character.
+    std::size_t length = 1;
+    while (length <= 4 && at + length <= text.size() && !simdjson::validate_utf8(text.data() + at, length)) ++length;
+    if (length > 4 || at + length > text.size()) return at;
+    at += length;
+  }
+  return text.size();
+}
+
+/// Offset where the strings of a text go wrong: the first control character that stands bare inside one, or the quote
+/// that opens one which never ends.
+std::size_t first_string_fault(std::string_view text) {
+  std::size_t open = std::string_view::npos;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const char c = text[at];
+    if (open == std::string_view::npos) {
+      if (c == '"') open = at;
+    } else if (c == '"') {
+      open = std::string_view::npos;
+    } else if (c == '\\') {
+      ++at;
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      return at;
+    }
+  }
+  return std::min(open, text.size());
+}
+
+/// Where the parser's first pass, which reports no place, found its fault.
+std::size_t first_pass_fault(std::string_view text, simdjson::error_code error) {
+  switch (error) {
+    case simdjson::EMPTY:
+      return 0;
+    case simdjson::UTF8_ERROR:
+      return first_invalid_utf8(text);
+    case simdjson::UNESCAPED_CHARS:
+    case simdjson::UNCLOSED_STRING:
+      return first_string_fault(text);
+    default:
+      return text.size();
+  }
+}
+
+/// Walks a text, value by value, and throws at the first fault.
+class FaultFinder {
+ public:
+  FaultFinder(std::string_view text, ondemand::document& document, std::size_t max_depth)
+      : text_(text), document_(document), max_depth_(max_depth) {}
+
+  void walk() {
+    walk_any(document_, 0);
+    if (document_.current_location().error() != simdjson::OUT_OF_BOUNDS) fail("unexpected text after the value");
+  }
+
+ private:
+  /// `source` is the document or a value inside it; both read alike.
+  template <class Source>
+  void walk_any(Source& source, std::size_t depth) {
+    switch (checked(source.type())) {
+      case ondemand::json_type::object:
+        check_depth(depth + 1);
+        walk_dict(checked(source.get_object()), depth + 1);
+        return;
+      case ondemand::json_type::array:
+        check_depth(depth + 1);
+        walk_list(checked(source.get_array()), depth + 1);
+        return;
+      case ondemand::json_type::string:
+        walk_text(source);
+        return;
+      case ondemand::json_type::number:
+        walk_number(source);
+        return;
+      case ondemand::json_type::boolean:
+        checked(source.get_bool());
+        return;
+      case ondemand::json_type::null:
+        if (!checked(simdjson::simdjson_result<bool>(source.is_null()))) fail("unknown word");
+        return;
+    }
+    fail("no JSON value");
+  }
+
+  void walk_dict(ondemand::object object, std::size_t depth) {
+    for (auto entry : object) {
+      ondemand::field field = checked(std::move(entry));
+      const char* const key_begin = field.key().raw();
+      std::string_view key;
+      if (field.unescaped_key().get(key) != simdjson::SUCCESS) fail_text(key_begin - text_.data() - 1);
+      walk_any(field.value(), depth);
+    }
+  }
+
+  void walk_list(ondemand::array array, std::size_t depth) {
+    for (auto entry : array) {
+      ondemand::value value = checked(entry);
+      walk_any(value, depth);
+    }
+  }
+
+  template <class Source>
+  void walk_text(Source& source) {
+    const std::size_t begin = place();
+    std::string_view text;
+    if (source.get_string().get(text) != simdjson::SUCCESS) fail_text(begin);
+  }
+
+  template <class Source>
+  void walk_number(Source& source) {
+    const std::size_t begin = place();
+    ondemand::number number;
+    if (source.get_number().get(number) != simdjson::SUCCESS) {
+      const std::size_t end = std::min(text_.find_first_not_of("-0123456789", begin), text_.size());
+      const bool whole = end - begin > 18 && (end == text_.size() || std::string_view(",]} \t\r\n").find(text_[end]) !=
+                                                                         std::string_view::npos);
+      fail_at(text_, begin, whole ? "integer beyond 64 bits" : "no valid number");
+    }
+    if (number.is_uint64()) fail_at(text_, begin, "integer beyond 64 bits");
+  }
+
+  void check_depth(std::size_t depth) {
+    if (depth > max_depth_) fail("nested deeper than " + std::to_string(max_depth_));
+  }
+
+  template <class T>
+  T checked(simdjson::simdjson_result<T> result) {
+    if (result.error() == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
+      fail_at(text_, text_.size(), "the text does not end with its list or dictionary");
+    }
+    // Kinds were asked for before: a value that is not what it began as is a misspelt word.
+    if (result.error() == simdjson::INCORRECT_TYPE) fail("unknown word");
+    if (result.error() != simdjson::SUCCESS) fail(simdjson::error_message(result.error()));
+    return std::move(result).value_unsafe();
+  }
+
+  std::size_t place() {
+    const char* at = nullptr;
+    if (document_.current_location().get(at) != simdjson::SUCCESS) return text_.size();
+    return std::min(static_cast<std::size_t>(at - text_.data()), text_.size());
+  }
+
+  [[noreturn]] void fail_text(std::size_t begin) { fail_at(text_, begin, "text with an invalid escape"); }
+  [[noreturn]] void fail(const std::string& what) { fail_at(text_, place(), what); }
+
+  std::string_view text_;
+  ondemand::document& document_;
+  std::size_t max_depth_;
+};
+
+}  // namespace
+
+void fail_at(std::string_view text, std::size_t offset, const std::string& what) {
+  const std::string_view before = text.substr(0, std::min(offset, text.size()));
+  const auto line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
+  const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;  // npos + 1 is 0
+  throw JsonError(what, {before.size(), line, column});
+}
+
+void report_json_fault(std::string_view text, std::size_t capacity, std::size_t max_depth,
+                       const std::string& expected) {
+  ondemand::parser parser;
+  ondemand::document document;
+  const auto error = parser.iterate(text, capacity).get(document);
+  if (error != simdjson::SUCCESS) fail_at(text, first_pass_fault(text, error), simdjson::error_message(error));
+  FaultFinder(text, document, max_depth).walk();
+  fail_at(text, 0, expected);
+}
+
+}  // namespace tessra

@@ -1,0 +1,115 @@
+#include "Tessra/base/pool.h"
+
+#include <array>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace tessra {
+
+thread_local constinit Pool::Thread* Pool::thread_ = nullptr;
+thread_local constinit bool Pool::left_ = false;
+
+/// What threads leave to each other.
+struct Pool::Depot {
+  std::mutex mutex;
+  std::array<Block*, kClasses> batches{};
+  std::vector<void*> chunks;  // all there are, for tools that look for leaks
+
+  void put(std::size_t at, Block* batch) {
+    if (batch == nullptr) return;
+    const std::lock_guard lock(mutex);
+    batch->next_batch = std::exchange(batches[at], batch);
+  }
+  Block* get(std::size_t at) {
+    const std::lock_guard lock(mutex);
+    Block* batch = batches[at];
+    if (batch != nullptr) batches[at] = batch->next_batch;
+    return batch;
+  }
+};
+
+/// Leaves a thread's blocks to the others when the thread ends. What is given back later goes to the depot at once.
+struct Pool::Leaver {
+  ~Leaver() {
+    const Thread* leaving = std::exchange(thread_, nullptr);
+    left_ = true;
+    for (std::size_t at = 0; at < kClasses; ++at) {
+      depot().put(at, leaving->shelves[at].batch);
+      depot().put(at, leaving->shelves[at].full);
+    }
+    delete leaving;
+  }
+};
+
+Pool::Depot& Pool::depot() {
+  static Depot& depot = *new Depot;  // never ends: trees may end after it otherwise would
+  return depot;
+}
+
+Pool::Thread* Pool::join() {
+  if (thread_ == nullptr && !left_) {
+    thread_ = new Thread;
+    static thread_local const Leaver leaver;
+    static_cast<void>(leaver);
+  }
+  return thread_;
+}
+
+void* Pool::cut(Thread& thread, std::size_t size) {
+  if (thread.fresh_bytes < size) {
+    thread.fresh = static_cast<std::byte*>(::operator new(kChunk));
+    thread.fresh_bytes = kChunk;
+    const std::lock_guard lock(depot().mutex);
+    depot().chunks.push_back(thread.fresh);
+  }
+  thread.fresh_bytes -= size;
+  return std::exchange(thread.fresh, thread.fresh + size);
+}
+
+#ifdef __SANITIZE_ADDRESS__
+
+void* Pool::take_slowly(std::size_t bytes) { return ::operator new(bytes); }
+void Pool::give_slowly(void* memory, std::size_t /*bytes*/) noexcept { ::operator delete(memory); }
+
+#else
+
+void* Pool::take_slowly(std::size_t bytes) {
+  const std::size_t at = size_class(bytes);
+  Thread* thread = join();
+  if (thread == nullptr) {  // this thread has left already: single blocks, cut for it alone
+    Block* block = depot().get(at);
+    if (block == nullptr) return ::operator new(at * kStep);
+    depot().put(at, block->next);
+    return block;
+  }
+  Shelf& shelf = thread->shelves[at];
+  Block* batch = shelf.batch;
+  if (batch == nullptr) batch = std::exchange(shelf.full, nullptr);
+  if (batch == nullptr) batch = depot().get(at);
+  if (batch == nullptr) return cut(*thread, at * kStep);
+  shelf.count = kBatch - 1;  // a batch of a thread that ended may hold less, and is then full the sooner
+  shelf.batch = batch->next;
+  return batch;
+}
+
+void Pool::give_slowly(void* memory, std::size_t bytes) noexcept {
+  const std::size_t at = size_class(bytes);
+  Thread* thread = join();
+  if (thread == nullptr) {
+    depot().put(at, new (memory) Block{nullptr, nullptr});
+    return;
+  }
+  Shelf& shelf = thread->shelves[at];
+  if (shelf.count >= kBatch) {
+    depot().put(at, std::exchange(shelf.full, shelf.batch));
+    shelf.batch = nullptr;
+    shelf.count = 0;
+  }
+  shelf.batch = new (memory) Block{shelf.batch, nullptr};
+  ++shelf.count;
+}
+
+#endif
+
+}  // namespace tessra

@@ -1,0 +1,107 @@
+#pragma once
+
+// Memory for the small pieces of value trees. For the sources of the value tree only.
+//
+// A tree is made of very many small blocks of few sizes, most of which live as short as an update record. Each thread
+// keeps free blocks of each size in two batches: taking and giving a block is a list operation without a lock. A batch
+// that is full goes to a depot that all threads share, and an empty thread looks there before it cuts new blocks from a
+// chunk. So a tree may end on another thread than it began on, and a thread that ends leaves its batches to the others.
+// Chunks are never returned: memory stays at its highest mark, and an episode of like updates keeps that mark flat.
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+
+namespace tessra {
+
+class Pool {
+ public:
+  /// Larger blocks come from the heap.
+  static constexpr std::size_t kLargest = 1024;
+
+  static void* take(std::size_t bytes) {
+    if (bytes > kLargest) return ::operator new(bytes);
+#ifndef __SANITIZE_ADDRESS__  // the sanitizer is to see every block by itself
+    if (thread_ != nullptr) {
+      Shelf& shelf = thread_->shelves[size_class(bytes)];
+      if (Block* block = shelf.batch; block != nullptr) {
+        shelf.batch = block->next;
+        --shelf.count;
+        return block;
+      }
+    }
+#endif
+    return take_slowly(bytes);
+  }
+
+  static void give(void* memory, std::size_t bytes) noexcept {
+    if (bytes > kLargest) return ::operator delete(memory);
+#ifndef __SANITIZE_ADDRESS__
+    if (thread_ != nullptr) {
+      Shelf& shelf = thread_->shelves[size_class(bytes)];
+      if (shelf.count < kBatch) {
+        shelf.batch = new (memory) Block{shelf.batch, nullptr};
+        ++shelf.count;
+        return;
+      }
+    }
+#endif
+    give_slowly(memory, bytes);
+  }
+
+ private:
+  static constexpr std::size_t kStep = 16;
+  static constexpr std::size_t kClasses = kLargest / kStep + 1;
+  static constexpr std::uint32_t kBatch = 128;
+  static constexpr std::size_t kChunk = std::size_t{1} << 17;
+
+  struct Block {
+    Block* next;
+    Block* next_batch;  // in the depot, of a batch's first block
+  };
+  /// Free blocks of one size: a batch in use, and a full one or none.
+  struct Shelf {
+    Block* batch = nullptr;
+    Block* full = nullptr;
+    std::uint32_t count = 0;  // in `batch`
+  };
+  struct Thread {
+    Shelf shelves[kClasses];
+    std::byte* fresh = nullptr;  // the rest of the newest chunk
+    std::size_t fresh_bytes = 0;
+  };
+  struct Depot;
+  struct Leaver;
+
+  static constexpr std::size_t size_class(std::size_t bytes) { return (bytes + kStep - 1) / kStep; }
+  static void* take_slowly(std::size_t bytes);
+  static void give_slowly(void* memory, std::size_t bytes) noexcept;
+  static void* cut(Thread& thread, std::size_t size);
+  static Depot& depot();
+  static Thread* join();
+
+  // One pointer, so that it fits the room that libraries loaded late find for such variables.
+  [[gnu::tls_model("initial-exec")]] static thread_local constinit Thread* thread_;
+  [[gnu::tls_model("initial-exec")]] static thread_local constinit bool left_;
+};
+
+/// The pool for the containers of the standard library.
+template <class T>
+struct PoolAllocator {
+  using value_type = T;
+  PoolAllocator() = default;
+  template <class U>
+  PoolAllocator(const PoolAllocator<U>& /*other*/) noexcept {}
+
+  T* allocate(std::size_t count) { return static_cast<T*>(Pool::take(count * sizeof(T))); }
+  void deallocate(T* memory, std::size_t count) noexcept { Pool::give(memory, count * sizeof(T)); }
+  friend bool operator==(PoolAllocator /*a*/, PoolAllocator /*b*/) { return true; }
+};
+
+/// Base of what is made in the pool by `new`.
+struct Pooled {
+  static void* operator new(std::size_t bytes) { return Pool::take(bytes); }
+  static void operator delete(void* memory, std::size_t bytes) noexcept { Pool::give(memory, bytes); }
+};
+
+}  // namespace tessra

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "Tessra/base/value.h"
+
+namespace tessra {
+
+/// Builds value trees from the tape that the JSON parser leaves.
+///
+/// Dictionaries that stand at like places mostly have like fields. So the builder remembers, per place, the shape that
+/// the last dictionary there had, and compares the keys with it one by one: while they agree, no key is looked up. A
+/// place is named by the field the dictionary stands under, or the field of its table.
+///
+/// A text that is a key again and again in one record is a field name, if it looks like one, and is made known as such.
+class TreeBuilder {
+ public:
+  /// The tree of a tape whose texts stand in `texts`; nothing for an integer beyond 64 bits or nesting beyond
+  /// `max_depth`.
+  std::optional<Value> build(const std::uint64_t* tape, const std::uint8_t* texts, std::size_t max_depth);
+
+ private:
+  using Place = std::uint32_t;
+  /// Where the keys and values of an open dictionary begin.
+  struct Open {
+    std::size_t keys, values;
+  };
+  struct Beyond {};  // thrown when a limit is met
+
+  Value build_value(Place place);
+  Value build_list(Place place);
+  Value build_dict(Place place);
+  /// Whether the keys since `open` are names, each there once.
+  bool are_distinct_names(Open open);
+  std::uint64_t hash_of_names(Open open) const;
+  /// A dictionary of what was read since `open`, with these keys.
+  Dict make_record(Open open, const KeySet* keys);
+  /// The same with keys of its own; the last of equal keys wins at the place of the first.
+  Dict make_table(Open open);
+  static void move_tail(Values& from, std::size_t first, Values& to);
+  Value key_of(std::string_view text);
+  const Name::Rep* learn(std::string_view text, std::uint32_t hash);
+  std::string_view text_at(std::uint64_t word) const;
+  void enter();
+
+  static constexpr std::size_t kGuesses = 1024;
+  static constexpr std::size_t kCounted = 4096;
+
+  struct Sighting {
+    std::uint32_t hash = 0;
+    std::uint32_t times = 0;
+    std::uint32_t record = 0;
+  };
+
+  const std::uint64_t* at_ = nullptr;
+  const std::uint8_t* texts_ = nullptr;
+  std::size_t depth_ = 0, max_depth_ = 0;
+
+  // What is read of the containers that are still open.
+  Values keys_, values_;
+
+  std::vector<const KeySet*> guesses_ = std::vector<const KeySet*>(kGuesses, KeySet::none());
+  std::vector<Sighting> sightings_ = std::vector<Sighting>(kCounted);
+  std::uint32_t record_ = 0;
+  std::vector<std::uint32_t> seen_in_;  // by name number: the last dictionary that was found to have the name
+  std::uint32_t dict_number_ = 0;
+};
+
+}  // namespace tessra
