@@ -69,9 +69,28 @@ class GeneratedEpisodes : public EngineTest, public ::testing::WithParamInterfac
     }
   }
 
+  static std::vector<std::string> guids(const ElementTable& table) {
+    std::vector<std::string> guids;
+    for (const auto& [name, unit] : table) guids.push_back(name + " " + unit->guid());
+    return guids;
+  }
+
+  static ElementTable units_by_walking(const RuleAgentBase& player) {
+    ElementTable units;
+    for (const ElementTable* table : {&player.groups, &player.aircrafts, &player.ships, &player.submarines,
+                                      &player.satellites, &player.facilitys, &player.weapons}) {
+      for (const auto& [guid, unit] : *table) {
+        const Value name = unit->attributes().get("Name");
+        if (name.truthy()) units.set(name.to_text(), unit);
+      }
+    }
+    return units;
+  }
+
   void check_model() {
     for (const auto& id : engine().crt_delete_units) EXPECT_FALSE(engine().elements.contains(id)) << id;
     for (auto [name, player] : engine().players) {
+      EXPECT_EQ(guids(player->units_of_name), guids(units_by_walking(*player)));
       for (auto [id, contact] : player->get_dict("Contacts")) {
         const List* record = contact.as_dict().find_list("Record");
         EXPECT_LE(record != nullptr ? record->size() : 0u, 10u);

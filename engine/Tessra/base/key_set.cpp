@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <mutex>
 
 #include "Tessra/base/value.h"
@@ -111,9 +112,7 @@ void KeySet::append(Value key, std::uint32_t hash) {
 }
 
 void KeySet::make_index(std::size_t room) const {
-  std::size_t slots = 4 * kScanLimit;
-  while (slots < 2 * room) slots *= 2;
-  index_.assign(slots, Slot{0, 0});
+  index_.assign(std::bit_ceil(2 * room), Slot{0, 0});
   for (std::size_t at = 0; at < keys_.size(); ++at) {
     if (!keys_[at].is_none()) link(KeyRef(keys_[at]).hash(), at);
   }

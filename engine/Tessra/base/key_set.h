@@ -75,7 +75,7 @@ class KeySet : Pooled {
     std::uint32_t number;  // place + 1, 0 for an empty slot
   };
   struct Shapes;
-  static constexpr std::size_t kScanLimit = 8;
+  static constexpr std::size_t kScanLimit = 20;
   static const KeySet kNone;
 
   constexpr explicit KeySet(bool is_shape) : is_shape_(is_shape) {}

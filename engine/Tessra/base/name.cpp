@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <mutex>
+#include <new>
 #include <string>
 
 #include "Tessra/base/error.h"
@@ -59,10 +60,10 @@ const Name::Rep* Name::insert(std::string_view text, bool counted) {
   if (const Rep* known = lookup(text, hash)) return known;
   if (counted && ++added > kMaxAdded) throw LimitError("too many field names, refused '" + std::string(text) + "'");
 
-  auto* bytes = new char[text.size() + 1];  // never freed: names live as long as the process
-  text.copy(bytes, text.size());            // an empty view may have no bytes at all
-  bytes[text.size()] = '\0';
-  const Rep* rep = new Rep{bytes, static_cast<std::uint32_t>(text.size()), hash, known_names++};
+  // Never freed: names live as long as the process. The bytes stand behind the name, to be found in one place.
+  auto* memory = static_cast<char*>(::operator new(sizeof(Rep) + text.size()));
+  text.copy(memory + sizeof(Rep), text.size());  // an empty view may have no bytes at all
+  const Rep* rep = new (memory) Rep{memory + sizeof(Rep), static_cast<std::uint32_t>(text.size()), hash, known_names++};
   auto& table = slots<Rep>();
   std::size_t slot = hash % kSlots;
   while (table[slot].load(std::memory_order_relaxed) != nullptr) slot = (slot + 1) % kSlots;

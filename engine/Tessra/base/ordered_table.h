@@ -8,7 +8,7 @@
 
 namespace tessra {
 
-/// Hash table that keeps insertion order: the one table behind dictionaries and ordered maps.
+/// Hash table that keeps insertion order: the table behind ordered maps.
 ///
 /// Entries stand in a vector in the order of their insertion. Small tables are searched from front to back; larger
 /// ones through an open-addressing index of entry numbers. Erasing marks an entry dead and moves nothing, so pointers
@@ -122,6 +122,10 @@ class OrderedTable {
   const_iterator end() const { return const_iterator(this, entries_.size()); }
 
  private:
+  struct Slot {
+    std::uint32_t hash;
+    std::uint32_t number;  // of the entry, + 1; 0 for an empty slot
+  };
   static constexpr std::size_t kScanLimit = 8;
 
   template <class Ref>
@@ -133,9 +137,10 @@ class OrderedTable {
       return nullptr;
     }
     const std::size_t mask = index_.size() - 1;
-    for (std::size_t slot = hash & mask; index_[slot] != 0; slot = (slot + 1) & mask) {
-      const Entry& entry = entries_[index_[slot] - 1];
-      if (entry.hash == hash && entry.live && Policy::equal(entry.key, ref)) return &entry;
+    for (std::size_t slot = hash & mask; index_[slot].number != 0; slot = (slot + 1) & mask) {
+      if (index_[slot].hash != hash) continue;  // decided here, without a look at the entry
+      const Entry& entry = entries_[index_[slot].number - 1];
+      if (entry.live && Policy::equal(entry.key, ref)) return &entry;
     }
     return nullptr;
   }
@@ -155,19 +160,19 @@ class OrderedTable {
   void rebuild_index(std::size_t count) {
     std::size_t slots = 4 * kScanLimit;
     while (slots < 2 * count) slots *= 2;
-    index_.assign(slots, 0);
+    index_.assign(slots, Slot{0, 0});
     for (std::size_t i = 0; i < entries_.size(); ++i) link(entries_[i].hash, static_cast<std::uint32_t>(i + 1));
   }
 
   void link(std::uint32_t hash, std::uint32_t number) {
     const std::size_t mask = index_.size() - 1;
     std::size_t slot = hash & mask;
-    while (index_[slot] != 0) slot = (slot + 1) & mask;
-    index_[slot] = number;
+    while (index_[slot].number != 0) slot = (slot + 1) & mask;
+    index_[slot] = {hash, number};
   }
 
   std::vector<Entry> entries_;
-  std::vector<std::uint32_t> index_;  // entry number + 1, 0 for an empty slot; empty while the table is small
+  std::vector<Slot> index_;  // empty while the table is small
   std::size_t live_ = 0;
 };
 

@@ -16,12 +16,13 @@ constexpr std::uint64_t kPayload = (std::uint64_t{1} << 56) - 1;
 /// The places of a list's and a table's entries, from that of the list or table.
 constexpr std::uint32_t kEntry = 0x9E3779B1;
 
-/// Whether a text could be the name of a field: letters, digits and underscores, beginning with a letter.
+/// Whether a text could be the name of a field: letters, digits and underscores.
 bool looks_like_name(std::string_view text) {
   constexpr std::size_t kLongest = 40;
-  const auto is_letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
-  return !text.empty() && text.size() <= kLongest && is_letter(text.front()) &&
-         std::ranges::all_of(text, [&](char c) { return is_letter(c) || (c >= '0' && c <= '9'); });
+  const auto belongs = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+  };
+  return !text.empty() && text.size() <= kLongest && std::ranges::all_of(text, belongs);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "Tessra/entitys/agent_base.h"
 
+#include <algorithm>
+
 #include "Tessra/entitys/scenario.h"
 
 namespace tessra {
@@ -32,14 +34,18 @@ RuleAgentBase::RuleAgentBase(std::string side_name)
       side_name_(std::move(side_name)),
       situation_(*this) {}
 
-void RuleAgentBase::update_units_of_names() {
-  units_of_name.clear();
-  for (const ElementTable* table : {&groups, &aircrafts, &ships, &submarines, &satellites, &facilitys, &weapons}) {
-    for (const auto& [guid, unit] : *table) {
-      const Value name = unit->attributes().get("Name");
-      if (name.truthy()) units_of_name.set(name.to_text(), unit);
-    }
-  }
+std::array<const ElementTable*, 7> RuleAgentBase::unit_tables() const {
+  return {&groups, &aircrafts, &ships, &submarines, &satellites, &facilitys, &weapons};
+}
+
+void RuleAgentBase::update_units_of_names() { units_of_name.refresh(unit_tables()); }
+
+void RuleAgentBase::add_unit(std::string_view guid, tessra::ElementType type, const std::shared_ptr<Element>& unit) {
+  ElementTable& table = *side_table(type);
+  const auto tables = unit_tables();
+  if (table.contains(guid)) units_of_name.note_anything();
+  table.set(guid, unit);
+  units_of_name.note_added(static_cast<std::size_t>(std::ranges::find(tables, &table) - tables.begin()), unit);
 }
 
 ElementTable* RuleAgentBase::side_table(tessra::ElementType type) {
@@ -79,6 +85,7 @@ std::vector<std::string> RuleAgentBase::delete_element(std::string_view guid, te
   if (table == &missions_obj) {
     table->erase(unit_name);
   } else if (table != nullptr) {
+    if (const auto* unit = table->find(guid)) units_of_name.note_removed(*unit);
     table->erase(guid);
   }
   return {std::string(guid)};
@@ -87,9 +94,10 @@ std::vector<std::string> RuleAgentBase::delete_element(std::string_view guid, te
 void RuleAgentBase::reset() {
   initialise_attributes(side_name_, side_name_, tessra::ElementType::Side);
   for (ElementTable* table :
-       {&missions_obj, &groups, &aircrafts, &ships, &submarines, &satellites, &facilitys, &weapons, &units_of_name}) {
+       {&missions_obj, &groups, &aircrafts, &ships, &submarines, &satellites, &facilitys, &weapons}) {
     *table = ElementTable();
   }
+  units_of_name.clear();
   current_players.clear();
   scenario.reset();
   simulate_timestamp = 0;

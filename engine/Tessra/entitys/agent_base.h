@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -8,6 +9,7 @@
 #include "Tessra/base/ordered_map.h"
 #include "Tessra/entitys/agent.h"
 #include "Tessra/entitys/element.h"
+#include "Tessra/entitys/names_index.h"
 #include "Tessra/entitys/situation.h"
 
 namespace tessra {
@@ -41,8 +43,13 @@ class RuleAgentBase : public Element {
   const std::string& simulate_time() const { return simulate_time_; }
   const Value& scenario_duration() const { return duration_; }
 
-  /// Rebuilds `units_of_name` from the side tables. The last of equal names wins.
+  /// Brings `units_of_name` up to date with the side tables. The last of equal names wins. Units that were put into the
+  /// tables past `add_unit` or taken out past `delete_element` are found after `units_of_name.note_anything()`.
   void update_units_of_names();
+
+  /// Puts a unit into the side table of its type, in the place of one with the same guid. Types without a table of
+  /// units are not allowed.
+  void add_unit(std::string_view guid, tessra::ElementType type, const std::shared_ptr<Element>& unit);
 
   /// Removes an element from its side table; a mission by `unit_name`, everything else by `guid`. Returns the ids the
   /// registry must drop.
@@ -73,9 +80,12 @@ class RuleAgentBase : public Element {
   ElementTable satellites;
   ElementTable facilitys;
   ElementTable weapons;
-  ElementTable units_of_name;
+  NamesIndex units_of_name;
 
  private:
+  /// The tables of units, in the order in which they are searched for names.
+  std::array<const ElementTable*, 7> unit_tables() const;
+
   std::string side_name_;  // what `reset` goes back to; a record may overwrite the attributes
   double time_elapsed_ = 0;
   std::string simulate_time_;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,11 +39,17 @@ class Element {
   /// The stored value, else the default; a list or dictionary read as a default is stored, so that writing into it
   /// counts. Throws `KeyError` naming class and attribute when there is neither.
   Value get_attribute(const KeyRef& name);
-  void set_attribute(const KeyRef& name, Value value) { attributes_.set(name, std::move(value)); }
+  void set_attribute(const KeyRef& name, Value value) {
+    if (name.text() == "Name") names_set_.fetch_add(1, std::memory_order_relaxed);
+    attributes_.set(name, std::move(value));
+  }
   /// `get_attribute` as a dictionary. Throws `KindError` naming the attribute when it is none.
   Dict get_dict(const KeyRef& name);
 
-  /// Everything stored, in the order it was stored first.
+  /// How often a `Name` was set by `set_attribute` in this process. Indexes by name compare it with what they knew.
+  static std::uint64_t names_set() { return names_set_.load(std::memory_order_relaxed); }
+
+  /// Everything stored, in the order it was stored first. Who writes a `Name` here does so past the indexes by name.
   Dict& attributes() { return attributes_; }
   const Dict& attributes() const { return attributes_; }
 
@@ -58,6 +66,8 @@ class Element {
   void initialise_attributes(const Value& name, const Value& side, tessra::ElementType type);
 
  private:
+  static inline std::atomic<std::uint64_t> names_set_ = 0;
+
   std::string guid_;
   Dict attributes_;
 };

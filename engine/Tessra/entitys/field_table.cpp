@@ -5,7 +5,10 @@ namespace tessra {
 FieldTable::FieldTable(const FieldTable* base, std::initializer_list<Field> fields) {
   if (base != nullptr) fields_ = base->fields_;
   fields_.insert(fields_.end(), fields);
-  for (std::size_t i = 0; i < fields_.size(); ++i) places_[fields_[i].name] = i;
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    places_[fields_[i].name] = i;
+    Name known(fields_[i].name);
+  }
 }
 
 const Field* FieldTable::find(std::string_view name) const {

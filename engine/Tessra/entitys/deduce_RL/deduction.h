@@ -282,9 +282,11 @@ class Deduction : public Settings, public EpisodeState {
   bool create_side(std::string_view guid, const Value& info_dict, std::string_view side_name);
   bool create_mission(std::string_view guid, const Value& info_dict, ElementType type, std::string_view side_name);
   bool create_unit(std::string_view guid, const Value& info_dict, ElementType type, std::string_view side_name);
+  /// Tells the players that the element's name may be another one.
+  void note_renamed(const Element& element);
   /// The registered element, or null.
-  std::shared_ptr<Element> find_element(std::string_view guid) const;
-  std::shared_ptr<Element> element_of(const Value& id) const;
+  Element* find_element(std::string_view guid) const;
+  Element* element_of(const Value& id) const;
   /// Throws `Error` when there is none.
   Scenario& known_scenario() const;
 

@@ -141,12 +141,21 @@ bool Deduction::create_unit(std::string_view guid, const Value& info_dict, Eleme
   }
   unit->set_attribute("_game_server", game_value_);
   set_element_info(*unit, info_dict);
-  (*player)->side_table(type)->set(guid, unit);
+  (*player)->add_unit(guid, type, unit);
   elements.set(guid, unit);
   return true;
 }
 
 namespace {
+
+/// The rule of an update for one attribute: dictionaries keep what the record does not carry, except for navigators.
+void merge_attribute(const Value& name, Value& attribute, const Value& fresh) {
+  if (fresh.is_dict() && attribute.is_dict() && !name.is_text("Navigator")) {
+    cf::update_dict(attribute.as_dict(), fresh.as_dict());
+  } else {
+    attribute = fresh;
+  }
+}
 
 std::string unknown_attribute(const Element& element, const Value& name, const Value& value) {
   return fmt::format("type {} have no attribute {}, value {}", element.class_name(), name.to_text(),
@@ -168,6 +177,7 @@ void Deduction::set_element_info(Element& element_obj, const Value& info_dict) {
   }
   if (const Dict* info = info_dict.if_dict()) {
     element_obj.attributes().update(*info);
+    note_renamed(element_obj);
   } else {
     log_only(LogLevel::error, "info_dict is not a dict");
   }
@@ -175,23 +185,26 @@ void Deduction::set_element_info(Element& element_obj, const Value& info_dict) {
 
 void Deduction::update_element_info(Element& element_obj, const Dict& info_dict) {
   for (auto [name, value] : info_dict) {
-    if (!element_obj.has_attribute(name)) {
+    if (Value* stored = element_obj.attributes().find(name)) {
+      if (name.is_text("Name")) note_renamed(element_obj);
+      merge_attribute(name, *stored, value);
+    } else if (!element_obj.has_attribute(name)) {
       if (!name.is_text("mapdel")) log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
-      continue;
+    } else {
+      // Its default may be a dictionary, which is stored when it is read.
+      Value attribute = element_obj.get_attribute(name);
+      merge_attribute(name, attribute, value);
+      element_obj.set_attribute(name, attribute);
     }
-    if (value.is_dict() && !name.is_text("Navigator")) {
-      const Value existing = element_obj.get_attribute(name);
-      if (existing.is_dict()) {
-        element_obj.set_attribute(name, cf::update_dict(existing.as_dict(), value.as_dict()));
-        continue;
-      }
-    }
-    element_obj.set_attribute(name, value);
   }
 }
 
+void Deduction::note_renamed(const Element& element) {
+  for (const auto& [side, player] : players) player->units_of_name.note_renamed(element);
+}
+
 void Deduction::delete_element(std::string_view guid) {
-  const std::shared_ptr<Element> element = find_element(guid);
+  Element* element = find_element(guid);
   if (element == nullptr) return;
   const ElementType type = element->element_type();
   const auto* player = players.find(element->get_attribute("Side").to_text());
@@ -203,12 +216,12 @@ void Deduction::delete_element(std::string_view guid) {
   for (const std::string& removed : (*player)->delete_element(guid, type, name)) elements.erase(removed);
 }
 
-std::shared_ptr<Element> Deduction::find_element(std::string_view guid) const {
+Element* Deduction::find_element(std::string_view guid) const {
   const auto* found = elements.find(guid);
-  return found != nullptr ? *found : nullptr;
+  return found != nullptr ? found->get() : nullptr;
 }
 
-std::shared_ptr<Element> Deduction::element_of(const Value& id) const {
+Element* Deduction::element_of(const Value& id) const {
   return id.is_string() ? find_element(id.as_text()) : find_element(std::string_view(id.to_text()));
 }
 

@@ -1,0 +1,87 @@
+#include "Tessra/entitys/names_index.h"
+
+#include <algorithm>
+
+#include "Tessra/entitys/element.h"
+
+namespace tessra {
+
+const std::shared_ptr<Element>* NamesIndex::find(std::string_view name) const {
+  const auto* holders = holders_.find(name);
+  return holders != nullptr ? &holders->back().unit : nullptr;
+}
+
+const std::shared_ptr<Element>& NamesIndex::at(std::string_view name) const { return holders_.at(name).back().unit; }
+
+NamesIndex::operator ElementTable() const {
+  std::vector<std::pair<Order, std::string_view>> order;
+  for (const auto& [name, holders] : holders_) order.emplace_back(holders.front().order, name);
+  std::ranges::sort(order);
+  ElementTable table;
+  for (const auto& [first, name] : order) table.set(name, at(name));
+  return table;
+}
+
+void NamesIndex::note(Change change, std::size_t table, std::shared_ptr<Element> unit) {
+  if (!stale_) events_.push_back({change, table, std::move(unit)});
+}
+
+void NamesIndex::note_renamed(const Element& unit) {
+  if (!stale_ && places_.contains(&unit)) renamed_.push_back(&unit);
+}
+
+void NamesIndex::refresh(std::span<const ElementTable* const> tables) {
+  if (stale_ || names_set_ != Element::names_set()) return rebuild(tables);
+  // Names first: a renamed unit may be among those that go, and is no longer known after that.
+  for (const Element* unit : renamed_) {
+    const auto known = places_.find(unit);
+    if (known == places_.end()) continue;
+    const Order order = known->second.order;
+    if (const auto held = take_out(known->second)) insert(held, order);
+  }
+  for (const Event& event : events_) {
+    if (event.change == Change::added) {
+      insert(event.unit, next_order(event.table));
+    } else if (const auto known = places_.find(event.unit.get()); known != places_.end()) {
+      take_out(known->second);
+      places_.erase(known);
+    }
+  }
+  renamed_.clear();
+  events_.clear();
+}
+
+void NamesIndex::rebuild(std::span<const ElementTable* const> tables) {
+  clear();
+  stale_ = false;
+  names_set_ = Element::names_set();
+  for (std::size_t table = 0; table < tables.size(); ++table) {
+    for (const auto& [guid, unit] : *tables[table]) insert(unit, next_order(table));
+  }
+}
+
+void NamesIndex::insert(const std::shared_ptr<Element>& unit, Order order) {
+  const Value name = unit->attributes().get("Name");
+  if (!name.truthy()) {
+    stale_ = true;  // it may get a name later, and its place must be found then
+    places_.erase(unit.get());
+    return;
+  }
+  const std::string text = name.to_text();
+  places_[unit.get()] = {order, text};
+  auto* holders = holders_.find(text);
+  if (holders == nullptr) holders = &holders_.set(text, {});
+  const auto place = std::ranges::upper_bound(*holders, order, {}, &Holder::order);
+  holders->insert(place, {order, unit});
+}
+
+std::shared_ptr<Element> NamesIndex::take_out(const Place& place) {
+  auto* holders = holders_.find(place.name);
+  const auto holder = std::ranges::find(*holders, place.order, &Holder::order);
+  std::shared_ptr<Element> unit = std::move(holder->unit);
+  holders->erase(holder);
+  if (holders->empty()) holders_.erase(place.name);
+  return unit;
+}
+
+}  // namespace tessra

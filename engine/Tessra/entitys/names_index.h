@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "Tessra/base/ordered_map.h"
+
+namespace tessra {
+
+class Element;
+using ElementTable = OrderedMap<std::shared_ptr<Element>>;
+
+/// A side's units by name, as they were at the last `refresh`. The last of equal names wins: the one that stands last in
+/// the last table.
+///
+/// Going through every unit at every update would cost more than the update itself. So the player notes which units came,
+/// went or changed their name, and only those are looked at. Per name the index keeps all units that have it, ordered by
+/// where they stand in the side tables, so that the next one is known when one goes.
+class NamesIndex {
+ public:
+  /// Null when no unit has the name.
+  const std::shared_ptr<Element>* find(std::string_view name) const;
+  /// Throws `KeyError` naming the name.
+  const std::shared_ptr<Element>& at(std::string_view name) const;
+  bool contains(std::string_view name) const { return find(name) != nullptr; }
+  std::size_t size() const { return holders_.size(); }
+  bool empty() const { return size() == 0; }
+  /// All names in the order in which they stand first in the tables. Sorts: for looking at, not for every step.
+  operator ElementTable() const;
+
+  void clear() { *this = NamesIndex(); }
+
+  // What has happened to the side tables since the last `refresh`, in its order.
+
+  void note_added(std::size_t table, std::shared_ptr<Element> unit) { note(Change::added, table, std::move(unit)); }
+  void note_removed(std::shared_ptr<Element> unit) { note(Change::removed, 0, std::move(unit)); }
+  void note_renamed(const Element& unit);
+  /// The tables changed in a way that cannot be noted: the next `refresh` goes through all of them.
+  void note_anything() { stale_ = true; }
+
+  /// Brings the index up to date with these tables.
+  void refresh(std::span<const ElementTable* const> tables);
+
+ private:
+  enum class Change { added, removed };
+  struct Event {
+    Change change;
+    std::size_t table;
+    std::shared_ptr<Element> unit;
+  };
+  /// Where a unit stands: the table in the highest byte, below it a number that grows within the table.
+  using Order = std::uint64_t;
+  struct Holder {
+    Order order;
+    std::shared_ptr<Element> unit;
+  };
+  struct Place {
+    Order order;
+    std::string name;
+  };
+
+  void note(Change change, std::size_t table, std::shared_ptr<Element> unit);
+  void rebuild(std::span<const ElementTable* const> tables);
+  void insert(const std::shared_ptr<Element>& unit, Order order);
+  std::shared_ptr<Element> take_out(const Place& place);
+  Order next_order(std::size_t table) { return Order{table} << 56 | ++last_number_; }
+
+  OrderedMap<std::vector<Holder>> holders_;
+  std::unordered_map<const Element*, Place> places_;
+  std::vector<Event> events_;
+  std::vector<const Element*> renamed_;
+  Order last_number_ = 0;
+  bool stale_ = true;
+  std::uint64_t names_set_ = 0;  // names set by hand, as of the last refresh
+};
+
+}  // namespace tessra
