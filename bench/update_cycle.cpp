@@ -1,5 +1,5 @@
-// update_cycle [--units N…] [--updates N] [--repeat N] [--json]
-// update_cycle --record FILE --sides FILE [--update-files FILE…] [--repeat N] [--json]
+// update_cycle [--units N…] [--steps N] [--repeat N] [--json]
+// update_cycle --record FILE [--sides FILE] [--updates FILE…] [--repeat N] [--json]
 //
 // Times what the engine itself does per step: an update record, from its JSON bytes to the model brought up to date.
 // Every figure is processor time, the best of the repetitions, beside its ratio to D: what the DOM parser takes for the
@@ -228,7 +228,7 @@ Dict as_dict(const Case& played, const Measures& measures) {
 
 struct Arguments {
   std::vector<int> units{1000, 10'000, 100'000};
-  int updates = 0;
+  int steps = 0;
   int repeat = 3;
   std::string record, sides;
   std::vector<std::string> update_files;
@@ -241,17 +241,28 @@ std::string text_of(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// The sides that a record names, without friends.
+Dict sides_of(const std::string& text) {
+  const Value record = read_json(text);
+  Dict sides;
+  for (auto [id, side] : record.as_dict().at_dict("ScenarioInfo").at_dict("SideInfo")) {
+    sides.set(id, Dict{{"Name", side.as_dict().at("Name")}, {"Friend", List()}});
+  }
+  return sides;
+}
+
 Case recorded_case(const Arguments& arguments) {
   Case played{arguments.record, 0, {}, false};
-  played.situations.sides = read_json_file(arguments.sides).as_dict();
   played.situations.initial = text_of(arguments.record);
+  played.situations.sides =
+      arguments.sides.empty() ? sides_of(played.situations.initial) : read_json_file(arguments.sides).as_dict();
   for (const std::string& path : arguments.update_files) played.situations.updates.push_back(text_of(path));
   return played;
 }
 
 Case generated_case(const Arguments& arguments, int units) {
   const int usual = std::clamp(100'000 / units, 5, 100);
-  const SituationOptions options{.units = units, .updates = arguments.updates > 0 ? arguments.updates : usual};
+  const SituationOptions options{.units = units, .updates = arguments.steps > 0 ? arguments.steps : usual};
   return {fmt::format("{} units", units), static_cast<std::size_t>(units), make_situations(options), true};
 }
 
@@ -282,11 +293,12 @@ int main(int argc, char** argv) {
   tessra::bench::Arguments arguments;
   CLI::App app("Times the engine's own work per step, from JSON bytes to the merged model.", "update_cycle");
   app.add_option("--units", arguments.units, "Sizes of the generated situations")->check(CLI::Range(30, 1'000'000));
-  app.add_option("--updates", arguments.updates, "Updates per situation instead of the usual number");
+  app.add_option("--steps", arguments.steps, "Updates per generated situation instead of the usual number");
   app.add_option("--repeat", arguments.repeat, "Repetitions, of which the best counts")->check(CLI::PositiveNumber);
   auto* record = app.add_option("--record", arguments.record, "An initial record instead of generated situations");
-  app.add_option("--sides", arguments.sides, "The record's sides: side id → Name and Friend")->needs(record);
-  app.add_option("--update-files", arguments.update_files, "The record's updates, in order")->needs(record);
+  app.add_option("--sides", arguments.sides, "Its sides: side id → Name and Friend; else those it tells of itself")
+      ->needs(record);
+  app.add_option("--updates", arguments.update_files, "The record's updates, in order")->needs(record);
   app.add_flag("--json", arguments.json, "Print JSON instead of tables");
   CLI11_PARSE(app, argc, argv);
   try {

@@ -9,8 +9,8 @@ namespace {
 
 /// Values of containers that were nested too deep to end at once. Made when the first one comes.
 using Later = std::vector<Values>;
-thread_local constinit Later* later = nullptr;
-thread_local constinit int depth = 0;
+[[gnu::tls_model("initial-exec")]] thread_local constinit Later* later = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local constinit int depth = 0;
 
 }  // namespace
 

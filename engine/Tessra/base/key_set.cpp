@@ -31,11 +31,12 @@ constinit const KeySet KeySet::kNone(true);
 struct KeySet::Shapes {
   static constexpr std::size_t kSlots = 4 * kMaxShapes;
 
-  static const KeySet* find(const Value* names, std::size_t count, std::uint64_t hash) {
+  /// `more`: one name that comes after the others, or null.
+  static const KeySet* find(const Value* names, std::size_t count, std::uint64_t hash, const Value* more = nullptr) {
     for (std::size_t slot = spread(hash) % kSlots;; slot = (slot + 1) % kSlots) {
       const KeySet* shape = table[slot].load(std::memory_order_acquire);
       if (shape == nullptr) return nullptr;
-      if (shape->hash_ == hash && same_names(*shape, names, count)) return shape;
+      if (shape->hash_ == hash && has_names(*shape, names, count, more)) return shape;
     }
   }
 
@@ -54,10 +55,11 @@ struct KeySet::Shapes {
     return shape;
   }
 
-  static bool same_names(const KeySet& shape, const Value* names, std::size_t count) {
-    return shape.count() == count && std::equal(names, names + count, shape.keys_.begin(), [](const Value& a, const Value& b) {
-             return a.name_ == b.name_;
-           });
+  static bool has_names(const KeySet& shape, const Value* names, std::size_t count, const Value* more) {
+    if (shape.count() != count + (more != nullptr ? 1 : 0)) return false;
+    if (more != nullptr && shape.keys_.back().name_ != more->name_) return false;
+    return std::equal(names, names + count, shape.keys_.begin(),
+                      [](const Value& a, const Value& b) { return a.name_ == b.name_; });
   }
 
   static inline std::array<std::atomic<const KeySet*>, kSlots> table;
@@ -86,11 +88,12 @@ const KeySet* KeySet::after(const Value& name) const {
   Step& step = steps[spread(hash) % kSteps];
   if (step.from == this && step.name == name.name_) return step.to;
 
-  Values names = keys_;
-  names.push_back(name);
-  const KeySet* next = led_on_.exchange(true, std::memory_order_relaxed)
-                           ? shape_of(names.data(), names.size(), hash)
-                           : Shapes::make(names.data(), names.size(), hash);
+  const KeySet* next = Shapes::find(keys_.data(), keys_.size(), hash, &name);
+  if (next == nullptr && (!led_on_.exchange(true, std::memory_order_relaxed) || met_before(hash))) {
+    Values names = keys_;
+    names.push_back(name);
+    next = Shapes::make(names.data(), names.size(), hash);
+  }
   if (next != nullptr) step = {this, name.name_, next};
   return next;
 }

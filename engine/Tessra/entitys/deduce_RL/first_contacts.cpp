@@ -12,7 +12,8 @@ bool is_key(const Value& unit_id) { return unit_id.is_string(); }
 }  // namespace
 
 const Dict* FirstContacts::on(const Value& unit_id) {
-  if (!is_key(unit_id)) return look_for(unit_id);
+  constexpr int kFew = 6;  // questions that walking answers for less than noting costs
+  if (!is_key(unit_id) || (!noted_ && ++asked_ <= kFew)) return look_for(unit_id);
   if (!noted_) note_all();
   if (forgotten_.erase(unit_id)) {
     if (const Dict* found = look_for(unit_id)) first_.set(unit_id, *found);

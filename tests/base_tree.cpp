@@ -1,0 +1,143 @@
+// What the tree's memory promises: any depth, any thread, shared keys that nobody notices.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Tessra/base/json_read.h"
+#include "Tessra/base/json_write.h"
+
+namespace tessra {
+namespace {
+
+/// A tree of so many levels, of lists and dictionaries in turn.
+Value tower(int levels) {
+  Value tower = 1;
+  for (int level = 0; level < levels; ++level) tower = level % 2 == 0 ? Value(List{tower}) : Value(Dict{{"in", tower}});
+  return tower;
+}
+
+TEST(Tree, MayBeDeepButIsFollowedOnlySoFar) {
+  const Value deep = tower(1'000'000);  // its end must not overflow the stack
+  const Value twin = tower(kMaxDepth + 1);
+  EXPECT_THROW(deep.deep_copy(), LimitError);
+  EXPECT_THROW(deep.to_text(), LimitError);
+  EXPECT_THROW(static_cast<void>(twin == tower(kMaxDepth + 1)), LimitError);
+  EXPECT_EQ(tower(kMaxDepth), tower(kMaxDepth).deep_copy());
+}
+
+TEST(Tree, LeavesEmptyContainersWhereItWasMovedFrom) {
+  Dict dict{{"a", 1}};
+  const Dict taken = std::move(dict);
+  List list{1, 2};
+  const List taken_list = std::move(list);
+  // NOLINTBEGIN(bugprone-use-after-move): what is left is what is looked at
+  EXPECT_TRUE(dict.empty() && list.empty());
+  EXPECT_EQ(dict.find("a"), nullptr);
+  EXPECT_EQ(dict.begin(), dict.end());
+  EXPECT_EQ(dict, Dict());
+  dict.set("b", 2);
+  list.push_back(3);
+  // NOLINTEND(bugprone-use-after-move)
+  EXPECT_EQ(Value(dict).to_text(), "{'b': 2}");
+  EXPECT_EQ(Value(list).to_text(), "[3]");
+  EXPECT_EQ(taken.size() + taken_list.size(), 3u);
+}
+
+/// Dictionaries made alike: they share their keys, and what is done to one is not to be seen in another.
+TEST(Tree, KeepsDictionariesOfTheSameFieldsApart) {
+  const Name names[] = {Name("first"), Name("second"), Name("third"), Name("fourth")};
+  std::vector<Dict> alike(6);
+  for (Dict& dict : alike) {
+    for (int i = 0; i < 3; ++i) dict.set(names[i], i);
+  }
+  alike[0].erase("second");
+  alike[1].erase("second");
+  alike[1].set("second", "again");
+  alike[2].set(names[3], 3);
+  alike[3].set("no name", 3);
+  alike[4].clear();
+  alike[4].set(names[1], 1);
+  const char* const expected[] = {"{'first': 0, 'third': 2}",
+                                  "{'first': 0, 'third': 2, 'second': 'again'}",
+                                  "{'first': 0, 'second': 1, 'third': 2, 'fourth': 3}",
+                                  "{'first': 0, 'second': 1, 'third': 2, 'no name': 3}",
+                                  "{'second': 1}",
+                                  "{'first': 0, 'second': 1, 'third': 2}"};
+  for (int i = 0; i < 6; ++i) {
+    EXPECT_EQ(Value(alike[i]).to_text(), expected[i]);
+    EXPECT_EQ(Value(alike[i].deep_copy()).to_text(), expected[i]);
+    EXPECT_EQ(alike[i].shallow_copy(), alike[i]);
+  }
+}
+
+/// A record whose units have many fields, each record another choice of them, some twice.
+std::string record_text(std::mt19937_64& random) {
+  std::string text = "{";
+  for (int unit = 0; unit < 60; ++unit) {
+    text += (unit > 0 ? ",\"unit-" : "\"unit-") + std::to_string(unit) + "\":{";
+    bool first = true;
+    for (int field = 0; field < 30; ++field) {
+      if (random() % 3 == 0) continue;
+      text += (first ? "\"field" : ",\"field") + std::to_string(random() % 20 == 0 ? 0 : field) + "\":";
+      text += field % 4 == 0 ? "{\"x\":" + std::to_string(random() % 9) + "}" : std::to_string(random() % 9);
+      first = false;
+    }
+    text += "}";
+  }
+  return text + "}";
+}
+
+/// The slow and obvious reading of such a record.
+Dict plainly(const Value& tree) {
+  Dict plain;
+  for (auto [key, value] : tree.as_dict())
+    plain.set(key.as_text(), value.if_dict() != nullptr ? plainly(value) : value);
+  return plain;
+}
+
+TEST(Tree, ReadsRecordsOfAnyFieldsAlikeWithAFreshReaderAndAUsedOne) {
+  std::mt19937_64 random(5);
+  JsonReader used;
+  for (int i = 0; i < 40; ++i) {
+    const std::string text = record_text(random);
+    const Value tree = used.read(text);
+    EXPECT_EQ(write_json(tree), write_json(read_json(text)));
+    EXPECT_EQ(write_json(tree), write_json(plainly(tree)));
+    for (auto [unit, record] : tree.as_dict()) {
+      for (auto [field, value] : record.as_dict()) ASSERT_EQ(record.as_dict().find(field.as_text()), &value);
+    }
+  }
+}
+
+TEST(Tree, MayEndOnAnotherThreadThanItBegan) {
+  std::mt19937_64 random(6);
+  const std::string text = record_text(random);
+  const std::string expected = write_json(read_json(text));
+  // A chain of threads, each of which takes over what the last one made and leaves another tree.
+  Value tree = read_json(text);
+  for (int i = 0; i < 20; ++i) {
+    Value next;
+    std::thread([&] {
+      EXPECT_EQ(write_json(tree), expected);
+      next = tree.deep_copy();
+      tree = Value();
+    }).join();
+    tree = std::move(next);
+  }
+  // Trees of their own at the same time.
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 10; ++round) EXPECT_EQ(write_json(read_json(text).deep_copy()), expected);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace tessra
