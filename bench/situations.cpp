@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <random>
 #include <string_view>
@@ -266,7 +267,7 @@ class Generator {
     if (share >= 1 || happens(basic_share))
       branch(record, {"Side", "ActiveUnitsInfo"}).set(unit.id, basic(unit, share));
     branch(record, {"SideReal", "ActiveUnits", category}).set(unit.id, live(unit, share));
-    branch(record, {"SidePosition", category}).set(unit.id, position(unit, share >= 1 ? 1 : 0.9));
+    branch(record, {"SidePosition", category}).set(unit.id, position(unit, std::max(share, 0.9)));
   }
 
   void put_contact(Dict record, const Side& side, Item& item, double share) {
@@ -318,13 +319,16 @@ class Generator {
     return record;
   }
 
+  /// Never quite 1, which stands for whole records.
+  double field_share() const { return std::min(options_.field_share, 1 - 1e-12); }
+
   Dict changed_side(Side& side) {
     Dict record;
     for (Item& unit : side.units) {
-      if (unit.alive && happens(options_.change_share)) put_unit(record, unit, 0.4, 0.3);
+      if (unit.alive && happens(options_.change_share)) put_unit(record, unit, field_share(), 0.3);
     }
     for (Item& item : side.contacts) {
-      if (item.alive && happens(options_.change_share)) put_contact(record, side, item, 0.5);
+      if (item.alive && happens(options_.change_share)) put_contact(record, side, item, field_share());
     }
     for (const Item& item : side.missions) {
       if (item.alive && happens(options_.change_share)) put_mission(record, item, 0.5);

@@ -17,6 +17,9 @@ struct SituationOptions {
   int updates = 100;
   /// Share of the units, contacts and missions that one update touches.
   double change_share = 0.2;
+  /// Share of its live fields that a changed unit or contact carries, drawn for each anew. With 1, all that are alike
+  /// carry the same fields.
+  double field_share = 0.4;
   std::uint64_t seed = 1;
 };
 

@@ -229,6 +229,7 @@ Dict as_dict(const Case& played, const Measures& measures) {
 struct Arguments {
   std::vector<int> units{1000, 10'000, 100'000};
   int steps = 0;
+  double field_share = SituationOptions().field_share;
   int repeat = 3;
   std::string record, sides;
   std::vector<std::string> update_files;
@@ -262,7 +263,8 @@ Case recorded_case(const Arguments& arguments) {
 
 Case generated_case(const Arguments& arguments, int units) {
   const int usual = std::clamp(100'000 / units, 5, 100);
-  const SituationOptions options{.units = units, .updates = arguments.steps > 0 ? arguments.steps : usual};
+  const SituationOptions options{
+      .units = units, .updates = arguments.steps > 0 ? arguments.steps : usual, .field_share = arguments.field_share};
   return {fmt::format("{} units", units), static_cast<std::size_t>(units), make_situations(options), true};
 }
 
@@ -294,6 +296,8 @@ int main(int argc, char** argv) {
   CLI::App app("Times the engine's own work per step, from JSON bytes to the merged model.", "update_cycle");
   app.add_option("--units", arguments.units, "Sizes of the generated situations")->check(CLI::Range(30, 1'000'000));
   app.add_option("--steps", arguments.steps, "Updates per generated situation instead of the usual number");
+  app.add_option("--field-share", arguments.field_share, "Share of its fields that a changed unit carries")
+      ->check(CLI::Range(0.0, 1.0));
   app.add_option("--repeat", arguments.repeat, "Repetitions, of which the best counts")->check(CLI::PositiveNumber);
   auto* record = app.add_option("--record", arguments.record, "An initial record instead of generated situations");
   app.add_option("--sides", arguments.sides, "Its sides: side id → Name and Friend; else those it tells of itself")

@@ -14,11 +14,11 @@ using Values = std::vector<Value, PoolAllocator<Value>>;
 
 /// The keys of one dictionary, or of many.
 ///
-/// A service sends the same fields in the same order again and again, and elements are made alike. So dictionaries whose
-/// keys are field names share one set of keys per sequence of names: a *shape*. Shapes live as names do: one table per
-/// process, never freed, never changed, read without a lock. Adding a field to a dictionary of a shape leads to the next
-/// shape. What is not met often makes no shape, and there is a limit; then the dictionary gets keys of its own, as every
-/// table of ids has, and only it changes them.
+/// A service sends the same fields in the same order again and again, and elements are made alike. So dictionaries
+/// whose keys are field names share one set of keys per sequence of names: a *shape*. Shapes live as names do: one
+/// table per process, never freed, never changed, read without a lock. Adding a field to a dictionary of a shape leads
+/// to the next shape. What is not met often makes no shape, and there is a limit; then the dictionary gets keys of its
+/// own, as every table of ids has, and only it changes them.
 ///
 /// Small sets are searched from front to back; larger ones through an open-addressing index, made when first asked.
 class KeySet : Pooled {

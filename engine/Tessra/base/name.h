@@ -43,7 +43,8 @@ inline std::uint32_t hash_text(std::string_view text) {
     front = detail::load(at, 4);
     back = detail::load(at + left - 4, 4);
   } else if (left > 0) {
-    front = static_cast<unsigned char>(at[0]) | static_cast<std::uint64_t>(static_cast<unsigned char>(at[left / 2])) << 8;
+    front = static_cast<unsigned char>(at[0]) | static_cast<std::uint64_t>(static_cast<unsigned char>(at[left / 2]))
+                                                    << 8;
     back = static_cast<unsigned char>(at[left - 1]);
   }
   hash = detail::mixed(front ^ hash ^ kFirst, back ^ kSecond);

@@ -58,9 +58,7 @@ class OrderedMap {
   auto end() const { return table_.end(); }
 
  private:
-  static std::uint32_t hash(std::string_view key) {
-    return hash_text(key);
-  }
+  static std::uint32_t hash(std::string_view key) { return hash_text(key); }
 
   Table table_;
 };

@@ -1,5 +1,7 @@
 #include "Tessra/base/pool.h"
 
+#include <sys/mman.h>
+
 #include <array>
 #include <mutex>
 #include <utility>
@@ -58,8 +60,13 @@ Pool::Thread* Pool::join() {
 
 void* Pool::cut(Thread& thread, std::size_t size) {
   if (thread.fresh_bytes < size) {
-    thread.fresh = static_cast<std::byte*>(::operator new(kChunk));
-    thread.fresh_bytes = kChunk;
+    // A small tree stays small. A large model lies on large pages, of which the processor can keep track.
+    const bool is_large = thread.chunks >= kSmallChunks;
+    const std::size_t bytes = is_large ? kLargeChunk : kChunk;
+    thread.fresh = static_cast<std::byte*>(::operator new(bytes, std::align_val_t(bytes)));
+    thread.fresh_bytes = bytes;
+    ++thread.chunks;
+    if (is_large) madvise(thread.fresh, bytes, MADV_HUGEPAGE);  // a wish: nothing depends on it
     const std::lock_guard lock(depot().mutex);
     depot().chunks.push_back(thread.fresh);
   }
@@ -79,7 +86,7 @@ void* Pool::take_slowly(std::size_t bytes) {
   Thread* thread = join();
   if (thread == nullptr) {  // this thread has left already: single blocks, cut for it alone
     Block* block = depot().get(at);
-    if (block == nullptr) return ::operator new(at * kStep);
+    if (block == nullptr) return ::operator new(at* kStep);
     depot().put(at, block->next);
     return block;
   }

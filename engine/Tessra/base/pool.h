@@ -54,6 +54,8 @@ class Pool {
   static constexpr std::size_t kClasses = kLargest / kStep + 1;
   static constexpr std::uint32_t kBatch = 128;
   static constexpr std::size_t kChunk = std::size_t{1} << 17;
+  static constexpr std::size_t kLargeChunk = std::size_t{1} << 21;
+  static constexpr std::size_t kSmallChunks = 16;
 
   struct Block {
     Block* next;
@@ -69,6 +71,7 @@ class Pool {
     Shelf shelves[kClasses];
     std::byte* fresh = nullptr;  // the rest of the newest chunk
     std::size_t fresh_bytes = 0;
+    std::size_t chunks = 0;
   };
   struct Depot;
   struct Leaver;

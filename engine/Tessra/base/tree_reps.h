@@ -27,9 +27,9 @@ struct List::Rep : Pooled {
 
 /// Keys apart from values: dictionaries with the same fields share one set of keys, so that each holds its values only.
 ///
-/// The value of an erased entry is marked absent and nothing moves, so that pointers to values stay valid until the next
-/// insertion; erased entries are squeezed out when an insertion finds too many. `first` counts the erased entries at the
-/// front: who erases the first entry again and again never walks over what is gone.
+/// The value of an erased entry is marked absent and nothing moves, so that pointers to values stay valid until the
+/// next insertion; erased entries are squeezed out when an insertion finds too many. `first` counts the erased entries
+/// at the front: who erases the first entry again and again never walks over what is gone.
 struct Dict::Rep : Pooled {
   std::uint32_t refs = 1;
   std::uint32_t first = 0;

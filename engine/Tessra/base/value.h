@@ -82,8 +82,8 @@ class Value {
   }
 
   Kind kind() const noexcept {
-    constexpr Kind kKinds[] = {Kind::none,   Kind::boolean, Kind::integer, Kind::real,       Kind::string, Kind::string,
-                               Kind::none,   Kind::string,  Kind::list,    Kind::dictionary, Kind::host};
+    constexpr Kind kKinds[] = {Kind::none, Kind::boolean, Kind::integer, Kind::real,       Kind::string, Kind::string,
+                               Kind::none, Kind::string,  Kind::list,    Kind::dictionary, Kind::host};
     return kKinds[static_cast<int>(tag_)];
   }
   bool is_none() const noexcept { return tag_ == Tag::none; }

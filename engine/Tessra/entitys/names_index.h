@@ -15,12 +15,12 @@ namespace tessra {
 class Element;
 using ElementTable = OrderedMap<std::shared_ptr<Element>>;
 
-/// A side's units by name, as they were at the last `refresh`. The last of equal names wins: the one that stands last in
-/// the last table.
+/// A side's units by name, as they were at the last `refresh`. The last of equal names wins: the one that stands last
+/// in the last table.
 ///
-/// Going through every unit at every update would cost more than the update itself. So the player notes which units came,
-/// went or changed their name, and only those are looked at. Per name the index keeps all units that have it, ordered by
-/// where they stand in the side tables, so that the next one is known when one goes.
+/// Going through every unit at every update would cost more than the update itself. So the player notes which units
+/// came, went or changed their name, and only those are looked at. Per name the index keeps all units that have it,
+/// ordered by where they stand in the side tables, so that the next one is known when one goes.
 class NamesIndex {
  public:
   /// Null when no unit has the name.
