@@ -54,6 +54,7 @@ std::string KeyRef::to_text() const { return is_text_ ? std::string(text_) : std
 // ---- In memory --------------------------------------------------------------------------------------------------
 
 Value& Dict::Rep::append(Value key, std::uint32_t hash, Value value) {
+  constexpr std::size_t kRoom = 8;  // what leaves a shape often goes on a little
   if (absent > size() / 2 + 8) squeeze(1);
   if (keys->is_shape()) {
     // A name that was erased here is still in the shape.
@@ -62,7 +63,7 @@ Value& Dict::Rep::append(Value key, std::uint32_t hash, Value value) {
     if (next != nullptr) {
       keys = next;
     } else {
-      squeeze(1);
+      squeeze(kRoom);
     }
   }
   if (!keys->is_shape()) const_cast<KeySet*>(keys)->append(std::move(key), hash);
@@ -80,6 +81,10 @@ void Dict::Rep::erase(std::uint32_t at) {
 }
 
 void Dict::Rep::squeeze(std::size_t more) {
+  if (absent == 0) {
+    KeySet::drop(std::exchange(keys, KeySet::own(keys->begin(), keys->count(), keys->count() + more)));
+    return;
+  }
   KeySet* own = KeySet::own(size() + more);
   for (std::size_t at = 0; at < values.size(); ++at) {
     if (!values[at].is_absent()) own->append(keys->key(at), 0);

@@ -104,6 +104,12 @@ KeySet* KeySet::own(std::size_t room) {
   return keys;
 }
 
+KeySet* KeySet::own(const Value* keys, std::size_t count, std::size_t room) {
+  KeySet* begun = own(room);
+  begun->keys_.assign(keys, keys + count);
+  return begun;
+}
+
 void KeySet::append(Value key, std::uint32_t hash) {
   keys_.push_back(std::move(key));
   if (index_.empty()) return;

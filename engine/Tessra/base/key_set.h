@@ -38,6 +38,8 @@ class KeySet : Pooled {
   }
   /// Keys of a dictionary's own.
   static KeySet* own(std::size_t room);
+  /// The same, beginning with these, which are all different.
+  static KeySet* own(const Value* keys, std::size_t count, std::size_t room);
   /// Ends keys that are a dictionary's own.
   static void drop(const KeySet* keys) {
     if (!keys->is_shape_) delete keys;
@@ -46,6 +48,7 @@ class KeySet : Pooled {
   bool is_shape() const { return is_shape_; }
   std::size_t count() const { return keys_.size(); }
   const Value& key(std::size_t at) const { return keys_[at]; }
+  const Value* begin() const { return keys_.data(); }
   /// Where the key stands, or `kNowhere`.
   std::uint32_t find(const KeyRef& ref) const {
     if (index_.empty()) {

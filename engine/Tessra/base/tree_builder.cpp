@@ -97,12 +97,9 @@ Value TreeBuilder::build_dict(Place place) {
   --depth_;
   if (as_expected && count == expected->count()) return make_record(open, expected);
   if (!are_distinct_names(open)) return make_table(open);
-  const KeySet* shape = KeySet::shape_of(keys_.data() + open.keys, count, hash_of_names(open));
-  if (shape == nullptr) {
-    KeySet* own = KeySet::own(count);
-    for (std::size_t key = open.keys; key < keys_.size(); ++key) own->append(keys_[key], 0);
-    return make_record(open, own);
-  }
+  const Value* names = keys_.data() + open.keys;
+  const KeySet* shape = KeySet::shape_of(names, count, hash_of_names(open));
+  if (shape == nullptr) return make_record(open, KeySet::own(names, count, count));
   guesses_[place % kGuesses] = shape;
   return make_record(open, shape);
 }
