@@ -121,7 +121,11 @@ Dict::~Dict() {
   if (rep_ != nullptr && --rep_->refs == 0) end(rep_);
 }
 
-void Dict::reserve(std::size_t count) { rep().values.reserve(count); }
+void Dict::reserve(std::size_t count) {
+  Rep& mine = rep();
+  if (mine.values.empty() && count > KeySet::kMaxShapeKeys) KeySet::drop(std::exchange(mine.keys, KeySet::own(count)));
+  mine.values.reserve(count);
+}
 
 const Value& Dict::at(const KeyRef& key) const {
   const Value* value = find(key);

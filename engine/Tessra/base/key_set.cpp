@@ -25,7 +25,7 @@ std::size_t spread(std::uint64_t hash) { return static_cast<std::size_t>(hash ^ 
 
 }  // namespace
 
-constinit const KeySet KeySet::kNone(true);
+constinit const KeySet KeySet::kNone(true, true);
 
 /// All shapes of the process, by the hash of their names.
 struct KeySet::Shapes {
@@ -40,12 +40,12 @@ struct KeySet::Shapes {
     }
   }
 
-  static const KeySet* make(const Value* names, std::size_t count, std::uint64_t hash) {
+  static const KeySet* make(const Value* names, std::size_t count, std::uint64_t hash, bool is_grown) {
     const std::lock_guard lock(mutex);
     if (const KeySet* known = find(names, count, hash)) return known;
     if (made == kMaxShapes) return nullptr;
     ++made;
-    auto* shape = new KeySet(true);
+    auto* shape = new KeySet(true, is_grown);
     shape->keys_.assign(names, names + count);
     shape->hash_ = hash;
     shape->make_index(count);  // now, since many threads may read it later
@@ -71,7 +71,7 @@ const KeySet* KeySet::shape_of(const Value* names, std::size_t count, std::uint6
   if (count == 0) return none();
   if (count > kMaxShapeKeys) return nullptr;
   if (const KeySet* known = Shapes::find(names, count, hash)) return known;
-  return met_before(hash) ? Shapes::make(names, count, hash) : nullptr;
+  return met_before(hash) ? Shapes::make(names, count, hash, false) : nullptr;
 }
 
 const KeySet* KeySet::after(const Value& name) const {
@@ -89,18 +89,20 @@ const KeySet* KeySet::after(const Value& name) const {
   if (step.from == this && step.name == name.name_) return step.to;
 
   const KeySet* next = Shapes::find(keys_.data(), keys_.size(), hash, &name);
-  if (next == nullptr && (!led_on_.exchange(true, std::memory_order_relaxed) || met_before(hash))) {
+  const bool is_first = next == nullptr && is_grown_ && !led_on_.exchange(true, std::memory_order_relaxed);
+  if (next == nullptr && (is_first || met_before(hash))) {
     Values names = keys_;
     names.push_back(name);
-    next = Shapes::make(names.data(), names.size(), hash);
+    next = Shapes::make(names.data(), names.size(), hash, is_grown_);
   }
   if (next != nullptr) step = {this, name.name_, next};
   return next;
 }
 
 KeySet* KeySet::own(std::size_t room) {
-  auto* keys = new KeySet(false);
+  auto* keys = new KeySet(false, false);
   keys->keys_.reserve(room);
+  if (room > kMaxShapeKeys) keys->make_index(room);  // a table, which is going to be searched
   return keys;
 }
 

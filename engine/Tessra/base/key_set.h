@@ -36,7 +36,7 @@ class KeySet : Pooled {
   static std::uint64_t hash_on(std::uint64_t hash, const Value& name) {
     return (hash ^ reinterpret_cast<std::uintptr_t>(name.name_)) * 0x9E3779B97F4A7C15 + 1;
   }
-  /// Keys of a dictionary's own.
+  /// Keys of a dictionary's own, with room for so many.
   static KeySet* own(std::size_t room);
   /// The same, beginning with these, which are all different.
   static KeySet* own(const Value* keys, std::size_t count, std::size_t room);
@@ -62,8 +62,9 @@ class KeySet : Pooled {
     }
     return kNowhere;
   }
-  /// Of a shape: the shape with this name added, which it does not have; null as for `shape_of`. The first step from a
-  /// shape is taken at once: what begins alike mostly goes on alike.
+  /// Of a shape: the shape with this name added, which it does not have; null as for `shape_of`. Dictionaries that grow
+  /// from nothing, as those of elements do, are taken along at their first step: what begins alike mostly goes on
+  /// alike.
   const KeySet* after(const Value& name) const;
 
   // Of keys of a dictionary's own.
@@ -81,7 +82,7 @@ class KeySet : Pooled {
   static constexpr std::size_t kScanLimit = 20;
   static const KeySet kNone;
 
-  constexpr explicit KeySet(bool is_shape) : is_shape_(is_shape) {}
+  constexpr KeySet(bool is_shape, bool is_grown) : is_shape_(is_shape), is_grown_(is_grown) {}
   static bool equal(const Value& key, const KeyRef& ref) {
     if (key.tag_ == Value::Tag::name && ref.name_ != nullptr) return key.name_ == ref.name_;
     if (key.is_string()) return ref.is_text_ && key.as_text() == ref.text_;
@@ -100,7 +101,8 @@ class KeySet : Pooled {
   mutable std::vector<Slot, PoolAllocator<Slot>> index_;  // empty until made
   std::uint64_t hash_ = 0;                                // of a shape, as `shape_of` takes it
   bool is_shape_;
-  mutable std::atomic<bool> led_on_ = false;  // of a shape: another one was made from it
+  bool is_grown_ = false;                     // of a shape: made step by step from the shape without keys
+  mutable std::atomic<bool> led_on_ = false;  // of a shape: another one was grown from it
 };
 
 }  // namespace tessra
