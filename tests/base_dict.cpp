@@ -190,6 +190,17 @@ TEST(Dict, RandomWorkAgreesWithAPlainModel) {
   play_against_model(dict, [](const Value& key) { return key.to_text(); });
 }
 
+TEST(Dict, FindsEverythingInTheCopyOfALargeTableWithGaps) {
+  Dict table;
+  for (int i = 0; i < 400; ++i) table.set("unit-" + std::to_string(i), i);
+  for (int i = 0; i < 400; i += 3) table.erase("unit-" + std::to_string(i));
+  for (Dict copy : {table.deep_copy(), table.shallow_copy()}) {
+    for (int i = 0; i < 400; ++i) EXPECT_EQ(copy.contains("unit-" + std::to_string(i)), i % 3 != 0);
+    copy.set("unit-0", "last");
+    EXPECT_EQ(copy.size(), 267u);
+  }
+}
+
 TEST(OrderedMap, RandomWorkAgreesWithAPlainModel) {
   OrderedMap<int> map;
   play_against_model(map, [](const std::string& key) { return key; });

@@ -60,7 +60,10 @@ class DeepCopy {
     }
     KeySet* own = KeySet::own(from.keys->count());
     to.keys = own;
-    for (std::size_t at = 0; at < from.keys->count(); ++at) own->append(copy(from.keys->key(at)), 0);
+    for (std::size_t at = 0; at < from.keys->count(); ++at) {
+      const Value& key = from.keys->key(at);
+      own->append(copy(key), key.is_none() ? 0 : KeyRef(key).hash());  // none stands for an erased key
+    }
   }
 
   /// What is absent stays absent, so that keys and values go on standing side by side.

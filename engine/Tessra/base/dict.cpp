@@ -87,7 +87,7 @@ void Dict::Rep::squeeze(std::size_t more) {
   }
   KeySet* own = KeySet::own(size() + more);
   for (std::size_t at = 0; at < values.size(); ++at) {
-    if (!values[at].is_absent()) own->append(keys->key(at), 0);
+    if (!values[at].is_absent()) own->append(keys->key(at), KeyRef(keys->key(at)).hash());
   }
   std::erase_if(values, [](const Value& value) { return value.is_absent(); });
   KeySet::drop(std::exchange(keys, own));
