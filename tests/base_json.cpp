@@ -11,6 +11,7 @@
 
 #include "Tessra/base/json_read.h"
 #include "Tessra/base/json_write.h"
+#include "support/scratch_folder.h"
 
 namespace tessra {
 namespace {
@@ -79,10 +80,10 @@ TEST(JsonRead, ReportsEveryFaultWithItsPlace) {
     try {
       ADD_FAILURE() << fault.text << " was read as " << read_json(fault.text);
     } catch (const JsonError& error) {
-      EXPECT_THAT(error.what(), testing::HasSubstr(fault.what)) << fault.text;
+      EXPECT_THAT(error.what(), ::testing::HasSubstr(fault.what)) << fault.text;
       EXPECT_EQ(error.place.offset, fault.offset) << fault.text << ": " << error.what();
-      EXPECT_THAT(error.what(), testing::EndsWith("at line " + std::to_string(fault.line) + ", column " +
-                                                  std::to_string(fault.column)));
+      EXPECT_THAT(error.what(), ::testing::EndsWith("at line " + std::to_string(fault.line) + ", column " +
+                                                    std::to_string(fault.column)));
     }
   }
 }
@@ -90,8 +91,10 @@ TEST(JsonRead, ReportsEveryFaultWithItsPlace) {
 TEST(JsonRead, HoldsItsLimitsAndWorksOnAfterThem) {
   JsonReader reader({.max_bytes = 20, .max_depth = 3});
   EXPECT_EQ(reader.read("[[[1]],{\"a\":{}}]").as_list().size(), 2u);
-  EXPECT_THAT([&] { reader.read("[[],[[[1]]]]"); }, testing::ThrowsMessage<JsonError>(testing::HasSubstr("column 7")));
-  EXPECT_THAT([&] { reader.read(std::string(21, ' ')); }, testing::ThrowsMessage<JsonError>(testing::HasSubstr("20")));
+  EXPECT_THAT([&] { reader.read("[[],[[[1]]]]"); },
+              ::testing::ThrowsMessage<JsonError>(::testing::HasSubstr("column 7")));
+  EXPECT_THAT([&] { reader.read(std::string(21, ' ')); },
+              ::testing::ThrowsMessage<JsonError>(::testing::HasSubstr("20")));
   EXPECT_EQ(reader.read("7"), 7);
   EXPECT_THROW(read_json(std::string(100'000, '[')), JsonError);
 }
@@ -174,8 +177,8 @@ TEST(Json, RandomTreesComeBackWithTheirKindsAndOrder) {
 }
 
 TEST(JsonFile, IsWrittenWholeAndItsFaultsNameThePath) {
-  const auto folder = std::filesystem::temp_directory_path() / "tessra_base_json";
-  std::filesystem::create_directory(folder);
+  const tessra::testing::ScratchFolder scratch;
+  const std::filesystem::path& folder = scratch.path();
   const auto path = folder / "record.json";
   write_json_file(path, Dict{{"a", 1.0}});
   EXPECT_EQ(read_json_file(path).to_text(), "{'a': 1.0}");
@@ -185,14 +188,14 @@ TEST(JsonFile, IsWrittenWholeAndItsFaultsNameThePath) {
 
   std::ofstream(path) << "[1,\n]";
   EXPECT_THAT([&] { read_json_file(path); },
-              testing::ThrowsMessage<JsonError>(
-                  testing::AllOf(testing::StartsWith(path.string()), testing::EndsWith("at line 2, column 1"))));
+              ::testing::ThrowsMessage<JsonError>(
+                  ::testing::AllOf(::testing::StartsWith(path.string()), ::testing::EndsWith("at line 2, column 1"))));
   std::ofstream(path, std::ios::trunc).close();
   EXPECT_THROW(read_json_file(path), JsonError);
   for (const auto& unreadable : {folder, folder / "missing.json"}) {
-    EXPECT_THAT([&] { read_json_file(unreadable); }, testing::ThrowsMessage<Error>(testing::StartsWith("cannot read")));
+    EXPECT_THAT([&] { read_json_file(unreadable); },
+                ::testing::ThrowsMessage<Error>(::testing::StartsWith("cannot read")));
   }
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "Tessra/base/json_read.h"
+#include "support/scratch_folder.h"
 
 namespace tessra::testing {
 namespace {
@@ -27,11 +28,7 @@ struct Output {
 
 class CommandLine : public ::testing::Test {
  protected:
-  CommandLine() : folder_(std::filesystem::temp_directory_path() / ("tessra-cli-" + std::to_string(::getpid()))) {
-    std::filesystem::create_directories(folder_);
-    ::setenv("TESSRA_CONFIG", path("config").c_str(), 1);
-  }
-  ~CommandLine() override { std::filesystem::remove_all(folder_); }
+  CommandLine() { ::setenv("TESSRA_CONFIG", path("config").c_str(), 1); }
 
   Output run(const std::string& arguments) { return shell(std::string(TESSRA_DEDUCE) + " " + arguments); }
 
@@ -49,7 +46,7 @@ class CommandLine : public ::testing::Test {
     return output;
   }
 
-  std::string path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string path(const std::string& name) const { return (folder_.path() / name).string(); }
   static std::string read(const std::string& file) {
     std::stringstream text;
     text << std::ifstream(file).rdbuf();
@@ -70,7 +67,7 @@ class CommandLine : public ::testing::Test {
   static std::string library() { return " --agents " TESSRA_FAULTY_AGENTS; }
 
  private:
-  std::filesystem::path folder_;
+  ScratchFolder folder_;
 };
 
 TEST_F(CommandLine, json_lines_are_the_same_for_the_same_seed) {

@@ -68,9 +68,7 @@ TEST_F(Configuration, the_description_of_sides_is_one_dictionary_with_the_config
 }
 
 TEST_F(Configuration, the_run_log_is_made_once_and_appended_to) {
-  const std::filesystem::path directory = seams.config_directory / "log-test";
-  std::filesystem::remove_all(directory);
-  seams.config_directory = directory;
+  const std::filesystem::path directory = seams.config_directory;
   const auto read_log = [&] {
     std::ifstream file(directory / "log" / "command_delay.log");
     return std::string(std::istreambuf_iterator<char>(file), {});

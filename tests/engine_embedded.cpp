@@ -101,7 +101,6 @@ TEST_F(Episode, the_seed_decides) {
 
 TEST_F(Episode, a_recorded_one_replays_to_the_same_model) {
   const std::filesystem::path folder = seams.config_directory / "recording";
-  std::filesystem::remove_all(folder);
   Dict config = configuration("skirmish", 7);
   config.at_dict("game_server").at_dict("server").set("record", folder.string());
   Deduction played(config, seams.seams());

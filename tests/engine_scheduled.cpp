@@ -15,7 +15,6 @@ using ::testing::StartsWith;
 class Scheduled : public EngineTest {
  protected:
   Scheduled() {
-    seams.config_directory = std::filesystem::temp_directory_path() / "tessra-scheduled";
     config.update(json(
         "{'is_ai_apply': true, 'simulate': {'step_interval': 2}, 'server': {'url': 'scripted:'},"
         "'player': {'agent_name': 'patrol-1', 'agent_id': 'id-1', 'player_side': '红方', 'decision_time': '20'}}"));
@@ -243,7 +242,6 @@ TEST_F(Scheduled, a_round_without_a_run_has_no_stop_signal_to_set) {
 }
 
 TEST_F(Scheduled, results_are_saved_when_asked_for) {
-  std::filesystem::remove_all(seams.config_directory);
   config.at_dict("simulate").set("save_result", true);
   engine().normal_simulate();
   const std::vector<SavedResult> saved = load_results(seams.config_directory);

@@ -40,7 +40,6 @@ class Client : public ::testing::Test {
  protected:
   Client() {
     register_sample_agents(AgentRegistry::instance());
-    seams.config_directory = std::filesystem::temp_directory_path() / "tessra-scheduling";
     config = json(R"({"is_ai_apply": true, "simulate": {"scenario": "skirmish"}, "server": {},
       "player": {"agent_id": "id-1", "agent_name": "a", "player_side": "红方", "decision_time": 30}})");
     config.at_dict("server").set("url", "embedded:" TESSRA_SOURCE_DIR "/scenarios");
@@ -144,7 +143,6 @@ TEST_F(Client, a_stop_ends_the_round_with_the_next_advance) {
 
 TEST_F(Client, two_engines_write_whole_lines_to_one_run_log) {
   const std::filesystem::path file = seams.config_directory / "log" / "command_delay.log";
-  std::filesystem::remove(file);
   config.erase("logger");
   const std::string text = write_json(config);  // a tree belongs to one thread
   const auto run = [&] { Deduction(read_json(text).as_dict(), seams.seams()).normal_simulate(); };

@@ -30,7 +30,8 @@ TEST(Generator, makes_an_episode_from_its_seed_alone) {
 }
 
 TEST(Generator, writes_what_it_made) {
-  const auto folder = std::filesystem::temp_directory_path() / "tessra-tests-records";
+  const ScratchFolder scratch;
+  const std::filesystem::path& folder = scratch.path();
   GeneratedEpisode episode = generate_episode({}, 2);
   write_episode(episode, folder);
   GeneratedEpisode back;
@@ -39,7 +40,6 @@ TEST(Generator, writes_what_it_made) {
   for (const char* file : {"update-000001.json", "update-000002.json"}) back.updates.push_back(read(file));
   EXPECT_EQ(as_text(back), as_text(episode));
   EXPECT_FALSE(std::filesystem::exists(folder / "update-000003.json"));
-  std::filesystem::remove_all(folder);
 }
 
 class GeneratedEpisodes : public EngineTest, public ::testing::WithParamInterface<std::uint64_t> {

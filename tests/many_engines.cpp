@@ -22,7 +22,8 @@ constexpr int kThreads = 4;
 std::unique_ptr<Deduction> make_engine(int seed) {
   const FakeSeams seams;
   Dict config = embedded_config(seed % 2 == 0 ? "check/tiny" : "check/lost_unit", seed);
-  const auto file = std::filesystem::temp_directory_path() / "tessra-many-engines.log";
+  static const ScratchFolder folder;
+  const auto file = folder.path() / "engines.log";
   config.at_dict("game_server")
       .set("logger", std::make_shared<spdlog::logger>("engine " + std::to_string(seed), log_file_output(file)));
   return std::make_unique<Deduction>(config, seams.seams());

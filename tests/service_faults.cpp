@@ -100,8 +100,7 @@ class ScheduledFaults : public ServiceFaults {
     const Value agent_class(AgentClass::of<ScriptedAgent>("scripted"));
     config.set("rule_config", Dict{{"红方", Dict{{"agent-0", Dict{{"class", agent_class}}}}}});
     config.set("logger", std::make_shared<spdlog::logger>("test", std::make_shared<LogLines>()));
-    FakeSeams seams;
-    seams.config_directory /= "service-faults";
+    const FakeSeams seams;
     Deduction engine(config, seams.seams());
     try {
       ended_ = engine.normal_simulate().at(1).has_value();

@@ -7,6 +7,7 @@
 
 #include "Tessra/base/error.h"
 #include "Tessra/base/seams.h"
+#include "support/scratch_folder.h"
 
 namespace tessra::testing {
 
@@ -46,7 +47,8 @@ struct FakeSeams {
   std::shared_ptr<FakeClock> clock = std::make_shared<FakeClock>();
   std::shared_ptr<FakeConsole> console = std::make_shared<FakeConsole>();
   std::shared_ptr<FakeExit> exit = std::make_shared<FakeExit>();
-  std::filesystem::path config_directory = std::filesystem::temp_directory_path() / "tessra-tests";
+  std::shared_ptr<ScratchFolder> scratch = std::make_shared<ScratchFolder>();
+  std::filesystem::path config_directory = scratch->path();
 
   Seams seams() const { return {clock, console, exit, config_directory}; }
 };
