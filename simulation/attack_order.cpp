@@ -46,9 +46,9 @@ void attack(World& world, const CommandArguments& arguments) {
   const int quantity = arguments.has("QUANTITY") ? arguments.whole_number("QUANTITY", 1, 100) : 0;
   std::erase_if(units, [&](std::size_t index) { return !carries(world.units[index], kind, weapon); });
   if (units.empty()) {
-    throw CommandError(weapon != nullptr ? fmt::format("UNIT has no '{}' for this contact", weapon->name)
-                                         : fmt::format("UNIT has no weapon against a contact of type {}",
-                                                       static_cast<int>(kind)));
+    throw CommandError(weapon != nullptr
+                           ? fmt::format("UNIT has no '{}' for this contact", weapon->name)
+                           : fmt::format("UNIT has no weapon against a contact of type {}", static_cast<int>(kind)));
   }
   for (const std::size_t index : units) {
     Unit& unit = world.units[index];

@@ -64,7 +64,8 @@ class Agent {
   virtual void deduction_end() {}
   /// Before the next episode.
   virtual void reset() {}
-  /// The agent's own decision interval in seconds; asked in AI-apply mode only. It may depend on the situation and may throw.
+  /// The agent's own decision interval in seconds; asked in AI-apply mode only. It may depend on the situation and may
+  /// throw.
   virtual Value agent_decision_time() { return 0; }
 
   const std::string& Side() const { return side; }

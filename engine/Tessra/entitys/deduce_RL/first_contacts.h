@@ -6,8 +6,8 @@ namespace tessra {
 
 /// A side's first contact on each unit, in the order of its contact table, while friends share their contacts with it.
 ///
-/// Asking for every contact of a friend by walking the table would take the product of both numbers. So when more than a
-/// few questions come, the table is walked once and noted by unit. From then on the side's contacts must be changed
+/// Asking for every contact of a friend by walking the table would take the product of both numbers. So when more than
+/// a few questions come, the table is walked once and noted by unit. From then on the side's contacts must be changed
 /// through `merge` and `adopt` alone, which keep the notes true. What can no longer be told from the notes (which
 /// contact is first after one has turned to another unit) is forgotten and looked for when it is asked again.
 class FirstContacts {
