@@ -92,7 +92,8 @@ class Generator {
     return (low * scale + static_cast<double>(below(static_cast<std::size_t>((high - low) * scale)))) / scale;
   }
   std::string guid() {
-    const std::uint64_t high = bits_(), low = bits_();
+    const std::uint64_t high = bits_();
+    const std::uint64_t low = bits_();
     return fmt::format("{:08x}-{:04x}-{:04x}-{:04x}-{:012x}", high >> 32, (high >> 16) & 0xFFFF, high & 0xFFFF,
                        low >> 48, low & 0xFFFF'FFFF'FFFF);
   }
@@ -118,8 +119,10 @@ class Generator {
 
   Dict basic(const Item& unit, double share) {
     Dict record;
-    put(record, "Name", share >= 1 ? 1 : 0.02,
-        [&] { return fmt::format("{} {}", kCategories[unit.kind].name, below(10 * options_.units)); });
+    put(record, "Name", share >= 1 ? 1 : 0.02, [&] {
+      return fmt::format("{} {}", kCategories[unit.kind].name,
+                         below(std::size_t{10} * static_cast<std::size_t>(options_.units)));
+    });
     if (share >= 1) {
       record.set("UnitType", kCategories[unit.kind].type);
       record.set("ClassName", fmt::format("{} mark {}", kCategories[unit.kind].name, below(40)));
@@ -307,7 +310,7 @@ class Generator {
   }
 
   Dict update(int number) {
-    Dict record{{"ScenarioInfo", Dict{{"Time", kStart + 1000 * number}}}};
+    Dict record{{"ScenarioInfo", Dict{{"Time", kStart + std::int64_t{1000} * number}}}};
     branch(record, {"Situation"}).set("SituationInfo", Dict{{"Visibility", real(0, 1, 2)}});
     for (Side& side : sides_) branch(record, {"Situation", "SituationSides"}).set(side.id, changed_side(side));
     branch(record, {"Events"}).set("SimEvents", Dict{{"e1", Dict{{"Value", number}}}});

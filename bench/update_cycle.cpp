@@ -60,7 +60,7 @@ void check_model(Deduction& engine, const Situations& situations) {
   }
   for (const auto& [side, contacts] : situations.own_contacts) {
     const Dict held = engine.players.at(side)->get_dict("Contacts");
-    for (const std::string& id : contacts) require(held.contains(id), "contact " + id + " of " + side);
+    for (const std::string& id : contacts) require(held.contains(id), fmt::format("contact {} of {}", id, side));
     require(held.size() >= contacts.size(), "number of contacts");
   }
 }
@@ -121,7 +121,8 @@ void play_phases(const Case& played, Measures& measures) {
   Deduction& engine = host.engine();
   JsonReader reader;
   for (const std::string& text : played.situations.updates) {
-    Dict record, share;
+    Dict record;
+    Dict share;
     measures.decode += timed([&] { record = reader.read(text).as_dict(); });
     measures.share += timed([&] { share = Deduction::deletion_share(record); });
 
@@ -203,7 +204,7 @@ void print_case(const Case& played, const Measures& measures, const Measures* sm
     if (smaller != nullptr) fmt::print("{:>9.2f}", ratio(row, measures) / ratio(row, *smaller));
     fmt::print("\n");
   }
-  const double initial_bytes = static_cast<double>(situations.initial.size());
+  const auto initial_bytes = static_cast<double>(situations.initial.size());
   fmt::print("  model {:.1f} MB", 1e-6 * static_cast<double>(measures.live));
   if (played.units > 0) fmt::print(", {} bytes per unit", measures.live / played.units);
   fmt::print(", {:.2f} times the initial record; peak {:.1f} MB\n\n",

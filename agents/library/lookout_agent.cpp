@@ -53,9 +53,9 @@ class LookoutAgent : public tessra::Agent {
     const tessra::List* chosen = settings != nullptr ? settings->find_list("units") : nullptr;
     std::vector<std::string> scouts;
     for (const auto& [id, element] : situation.aircrafts()) {
-      const bool ours = chosen == nullptr || std::any_of(chosen->begin(), chosen->end(),
-                                                         [&](const tessra::Value& name) { return name.is_text(id); });
-      if (ours) scouts.push_back(id);
+      if (chosen == nullptr || std::find(chosen->begin(), chosen->end(), tessra::Value(id)) != chosen->end()) {
+        scouts.push_back(id);
+      }
     }
     return scouts;
   }

@@ -1,5 +1,7 @@
 #include "apps/deduce/configuration_checks.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <numeric>
 #include <string_view>
@@ -43,7 +45,7 @@ void warn_of_unknown(const Dict* part, const std::string& place, const Keys& kno
     if (std::ranges::find(known, name) != known.end()) continue;
     const auto nearest =
         std::ranges::min_element(known, {}, [&](std::string_view other) { return edit_distance(other, name); });
-    lines.push_back("unknown key " + place + name + " has no effect; did you mean " + std::string(*nearest) + "?");
+    lines.push_back(fmt::format("unknown key {}{} has no effect; did you mean {}?", place, name, *nearest));
   }
 }
 

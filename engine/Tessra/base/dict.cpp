@@ -1,5 +1,7 @@
 #include "Tessra/base/dict.h"
 
+#include <algorithm>
+
 #include <cmath>
 #include <utility>
 
@@ -233,11 +235,10 @@ bool Dict::equal(const Dict& a, const Dict& b, int depth) {
   if (a.is(b)) return true;
   if (a.size() != b.size()) return false;
   check_depth(depth);
-  for (auto [key, value] : a) {
-    const Value* other = b.find(key);
-    if (other == nullptr || !Value::equal(value, *other, depth)) return false;
-  }
-  return true;
+  return std::all_of(a.begin(), a.end(), [&](const auto& entry) {
+    const Value* other = b.find(entry.key);
+    return other != nullptr && Value::equal(entry.value, *other, depth);
+  });
 }
 
 }  // namespace tessra

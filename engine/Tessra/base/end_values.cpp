@@ -17,6 +17,7 @@ using Later = std::vector<Values>;
 void end_values(Values&& values) noexcept {
   constexpr int kDirect = 100;
   if (depth == kDirect) {
+    // Out of memory here ends the program, as everywhere.  NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
     if (later == nullptr) later = new Later;
     later->push_back(std::move(values));
     return;

@@ -27,7 +27,8 @@ inline std::uint64_t mixed(std::uint64_t a, std::uint64_t b) {
 
 /// The hash every dictionary key is looked up by. In the header, so that the compiler computes it for literals.
 inline std::uint32_t hash_text(std::string_view text) {
-  constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15, kSecond = 0xD1B54A32D192ED03;
+  constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;
+  constexpr std::uint64_t kSecond = 0xD1B54A32D192ED03;
   const char* at = text.data();
   std::size_t left = text.size();
   std::uint64_t hash = left * kFirst;
@@ -35,7 +36,8 @@ inline std::uint32_t hash_text(std::string_view text) {
     hash = detail::mixed(detail::load(at, 8) ^ hash ^ kFirst, detail::load(at + 8, 8) ^ kSecond);
   }
   // The last bytes from both ends, which may overlap.
-  std::uint64_t front = 0, back = 0;
+  std::uint64_t front = 0;
+  std::uint64_t back = 0;
   if (left >= 8) {
     front = detail::load(at, 8);
     back = detail::load(at + left - 8, 8);

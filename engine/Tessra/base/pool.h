@@ -103,6 +103,7 @@ struct PoolAllocator {
 
 /// Base of what is made in the pool by `new`.
 struct Pooled {
+  // The sized form is the one that matches.  NOLINTNEXTLINE(misc-new-delete-overloads)
   static void* operator new(std::size_t bytes) { return Pool::take(bytes); }
   static void operator delete(void* memory, std::size_t bytes) noexcept { Pool::give(memory, bytes); }
 };

@@ -17,7 +17,7 @@ double number_or(const Dict& contact, const KeyRef& key, double fallback) {
 bool Deduction::adopts_contact(std::string_view side, FirstContacts& own_contacts, const Dict& contact) const {
   const Value* unit_id = contact.find("ActualUnitID");
   if (unit_id == nullptr) return true;
-  if (const auto unit = element_of(*unit_id); unit != nullptr && unit->get_attribute("Side") == Value(side)) {
+  if (auto* const unit = element_of(*unit_id); unit != nullptr && unit->get_attribute("Side") == Value(side)) {
     return false;
   }
   const Dict* own = own_contacts.on(*unit_id);

@@ -137,7 +137,7 @@ void Deduction::delete_item_side(const Value& attribute, const List& ids, RuleAg
   } else if (attribute.is_text("ActiveUnitsInfo")) {
     append(deleted, ids);
     for (const Value& id : ids) {
-      if (const auto unit = element_of(id)) player.delete_element(id.to_text(), unit->element_type());
+      if (auto* const unit = element_of(id)) player.delete_element(id.to_text(), unit->element_type());
     }
   }
 }

@@ -92,7 +92,7 @@ void Deduction::delete_in_basic_part(RuleAgentBase& player, const Dict& side, De
   if (side.non_empty("Doctrine")) parse_delete_doctrine(player, side);
   if (const Dict* units = filled(side, "ActiveUnitsInfo")) {
     for (auto [unit_id, record] : *units) {
-      const auto unit = element_of(unit_id);
+      auto* const unit = element_of(unit_id);
       if (unit != nullptr && entry_dict(unit_id, record).contains("Doctrine")) {
         parse_delete_doctrine(*unit, record.as_dict());
       }
@@ -104,7 +104,7 @@ void Deduction::delete_listed_units(RuleAgentBase& player, const List& ids, Dele
   pass.append(ids);
   pass.units = TextSet(pass.ids.begin(), pass.ids.end());
   for (const Value& id : ids) {
-    if (const auto unit = element_of(id)) {
+    if (auto* const unit = element_of(id)) {
       player.delete_element(id.to_text(), unit->element_type());
     } else {
       log_or_print(LogLevel::error, fmt::sprintf("出错！删除单元，类型-%s-没有被创建!", id.to_text()));
@@ -121,7 +121,7 @@ void Deduction::delete_missions(RuleAgentBase& player, const Dict& missions, Del
       return;
     }
     for (const Value& id : ids) {
-      const auto mission = element_of(id);
+      auto* const mission = element_of(id);
       if (mission == nullptr) continue;
       player.delete_element(id.to_text(), *type, mission->get_attribute("Name").to_text());
     }
@@ -132,7 +132,7 @@ void Deduction::delete_in_missions(RuleAgentBase& player, const Dict& missions) 
   for (auto [category, by_id] : missions) {
     if (classname2element(category) == nullptr) continue;
     for (auto [mission_id, record] : entry_dict(category, by_id)) {
-      const auto registered = element_of(mission_id);
+      auto* const registered = element_of(mission_id);
       if (registered == nullptr) {
         log_or_print(LogLevel::error,
                      fmt::sprintf("出错！任务ID-%s-没有创建，但需删除其中元素!", mission_id.to_text()));
@@ -153,7 +153,7 @@ void Deduction::delete_in_cargo_missions(RuleAgentBase& player, const Dict& miss
   const Dict* cargo = filled(missions, "Cargo");
   if (cargo == nullptr) return;
   for (auto [mission_id, record] : *cargo) {
-    const auto registered = element_of(mission_id);
+    auto* const registered = element_of(mission_id);
     if (registered == nullptr) continue;
     const auto* mission = player.missions_obj.find(registered->get_attribute("Name").to_text());
     if (mission == nullptr) continue;
@@ -220,7 +220,7 @@ void Deduction::delete_in_active_units(RuleAgentBase& player, const Dict& active
   for (auto [category, units] : active) {
     if (classname2element(category) == nullptr) continue;
     for (auto [unit_id, record] : entry_dict(category, units)) {
-      if (const auto unit = element_of(unit_id)) del_unit_component(*unit, entry_dict(unit_id, record));
+      if (auto* const unit = element_of(unit_id)) del_unit_component(*unit, entry_dict(unit_id, record));
     }
   }
 }

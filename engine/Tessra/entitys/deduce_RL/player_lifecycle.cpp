@@ -103,7 +103,7 @@ std::variant<bool, BatResult> Deduction::agents_check_end() {
 }
 
 void Deduction::agent_delete(std::string_view side, std::string_view guid) {
-  const auto element = find_element(guid);
+  auto* const element = find_element(guid);
   if (element == nullptr) return;
   const auto code = static_cast<int>(element->element_type());
   if (element->get_attribute("Side") == Value(side) && code >= 11 && code <= 17) elements.erase(guid);

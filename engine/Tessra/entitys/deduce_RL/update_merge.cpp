@@ -72,7 +72,7 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
 
 void Deduction::merge_units(std::string_view side_name, Dict& units) {
   for (auto [unit_id, info] : units) {
-    if (const auto element = element_of(unit_id)) {
+    if (auto* const element = element_of(unit_id)) {
       update_element_info(*element, entry_dict(unit_id, info));
     } else if (crt_delete_units.contains(unit_id.to_text())) {
       const Dict& record = entry_dict(unit_id, info);
@@ -107,7 +107,7 @@ void Deduction::merge_missions(std::string_view side_name, Dict& side_part) {
     if (type == nullptr) continue;
     for (auto [guid, info] : entry_dict(category, missions)) {
       flatten_mission(entry_dict(guid, info));
-      if (const auto element = element_of(guid)) {
+      if (auto* const element = element_of(guid)) {
         update_element_info(*element, info.as_dict());
       } else {
         create_element(guid.to_text(), info, *type, side_name);
