@@ -42,7 +42,7 @@ WeaponControl control_named(const std::string& word) {
 std::size_t ordered_side(const World& world, const CommandArguments& arguments) {
   const std::string name = arguments.text("SIDE");
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
-    if (world.sides[side].spec->name == name) return side;
+    if (world.sides[side].setup->name == name) return side;
   }
   throw CommandError(fmt::format("there is no side '{}'", name));
 }
@@ -55,7 +55,7 @@ std::vector<std::size_t> ordered_units(const World& world, const CommandArgument
   for (const Group& group : world.groups) {
     if (group.id == id && group.side == side && !group.members.empty()) return group.members;
   }
-  throw CommandError(fmt::format("'{}' is no living unit of side '{}'", id, world.sides[side].spec->name));
+  throw CommandError(fmt::format("'{}' is no living unit of side '{}'", id, world.sides[side].setup->name));
 }
 
 void change_speed(World&, const CommandArguments& arguments) {

@@ -12,7 +12,7 @@ namespace {
 Dict record_scenario(const World& world) {
   const Scenario& scenario = *world.scenario;
   Dict sides;
-  for (const SideSpec& side : scenario.sides) {
+  for (const SideSetup& side : scenario.sides) {
     Dict postures;
     for (const auto& [other, posture] : side.postures) postures.set(other, posture);
     sides.set(side.id, Dict{{"Name", side.name}, {"Postures", postures}});
@@ -22,9 +22,9 @@ Dict record_scenario(const World& world) {
           {"Duration", scenario.duration}, {"SideInfo", sides}};
 }
 
-Dict record_reference_points(const SideSpec& spec) {
+Dict record_reference_points(const SideSetup& setup) {
   Dict points;
-  for (const ReferencePoint& point : spec.reference_points) {
+  for (const ReferencePoint& point : setup.reference_points) {
     points.set(
         point.id,
         Dict{{"Name", point.name}, {"Lon", record_degrees(point.place.lon)}, {"Lat", record_degrees(point.place.lat)}});
@@ -46,7 +46,7 @@ Dict record_side(const World& world, std::size_t side) {
   }
   positions.set("Contacts", contact_positions);
   const Dict own{{"Missions", record_missions(world, side)},
-                 {"ReferencePoints", record_reference_points(*state.spec)},
+                 {"ReferencePoints", record_reference_points(*state.setup)},
                  {"ActiveUnitsInfo", basic}};
   const Dict real{{"UnitsLost", state.units_lost},
                   {"WeaponsFired", state.weapons_fired},
@@ -61,7 +61,7 @@ Dict record_side(const World& world, std::size_t side) {
 Dict record_all(const World& world) {
   Dict sides;
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
-    sides.set(world.sides[side].spec->id, record_side(world, side));
+    sides.set(world.sides[side].setup->id, record_side(world, side));
   }
   const Dict info{{"Visibility", world.scenario->visibility}};
   return {{"ScenarioInfo", record_scenario(world)},
@@ -93,7 +93,7 @@ void add_key_messages(const World& world, Dict& update) {
     const Dict messages = record_key_messages(world, side);
     if (messages.empty()) continue;
     Dict& sides = inner(inner(update, "Situation"), "SituationSides");
-    inner(sides, world.sides[side].spec->id).set("SideKeyMsg", messages);
+    inner(sides, world.sides[side].setup->id).set("SideKeyMsg", messages);
   }
 }
 

@@ -58,9 +58,9 @@ class ScenarioReader {
     if (!ids.insert(json.text("id")).second) json.at("id").fail("is used twice");
   }
 
-  SideSpec read_side(const CheckedJson& json) {
+  SideSetup read_side(const CheckedJson& json) {
     json.allow_only({"id", "name", "postures", "known", "reference_points", "units", "groups", "missions"});
-    SideSpec side;
+    SideSetup side;
     side.id = json.text("id");
     side.name = json.text("name");
     for (const auto& [other, posture] : json.entries("postures")) {
@@ -89,10 +89,10 @@ class ScenarioReader {
     return WeaponControl::tight;
   }
 
-  UnitSpec read_unit(const CheckedJson& json, const std::string& side_id) const {
+  UnitSetup read_unit(const CheckedJson& json, const std::string& side_id) const {
     json.allow_only(
         {"id", "name", "platform", "lat", "lon", "height", "heading", "base", "at_base", "radar", "control"});
-    UnitSpec unit;
+    UnitSetup unit;
     unit.id = json.text("id");
     unit.name = json.text("name");
     const std::string platform = json.text("platform");
@@ -113,13 +113,13 @@ class ScenarioReader {
     return unit;
   }
 
-  static void check_bases(const CheckedJson& json, const SideSpec& side) {
+  static void check_bases(const CheckedJson& json, const SideSetup& side) {
     const std::vector<CheckedJson> units = json.list("units");
     for (std::size_t i = 0; i < units.size(); ++i) {
       const std::string& base_id = side.units[i].base;
       if (base_id.empty()) continue;
       const auto base =
-          std::find_if(side.units.begin(), side.units.end(), [&](const UnitSpec& unit) { return unit.id == base_id; });
+          std::find_if(side.units.begin(), side.units.end(), [&](const UnitSetup& unit) { return unit.id == base_id; });
       const bool fits = base->platform->kind == UnitKind::facility || base->platform->kind == UnitKind::ship;
       if (!fits || base->at_base || base_id == side.units[i].id) units[i].at("base").fail("cannot be a base");
     }
@@ -148,9 +148,9 @@ class ScenarioReader {
     return ids;
   }
 
-  GroupSpec read_group(const CheckedJson& json, const std::string& side_id) {
+  GroupSetup read_group(const CheckedJson& json, const std::string& side_id) {
     json.allow_only({"id", "name", "members"});
-    GroupSpec group{json.text("id"), json.text("name"), own_units(json, "members", side_id)};
+    GroupSetup group{json.text("id"), json.text("name"), own_units(json, "members", side_id)};
     if (group.members.empty()) json.fail("a group needs members");
     for (const CheckedJson& member : json.list("members")) {
       if (!grouped_.insert(member.text()).second) member.fail("is in a group already");
@@ -158,16 +158,16 @@ class ScenarioReader {
     return group;
   }
 
-  MissionSpec read_mission(const CheckedJson& json, const SideSpec& side) {
+  MissionSetup read_mission(const CheckedJson& json, const SideSetup& side) {
     json.allow_only({"id", "name", "kind", "zone", "targets", "units"});
-    MissionSpec mission;
+    MissionSetup mission;
     mission.id = json.text("id");
     mission.name = json.text("name");
     mission.kind = read_mission_kind(json.at("kind"));
     for (const CheckedJson& corner : json.list("zone")) mission.zone.push_back(read_place(corner));
     mission.targets = foreign_units(json, "targets", side.id);
     mission.units = own_units(json, "units", side.id);
-    for (const MissionSpec& other : side.missions) {
+    for (const MissionSetup& other : side.missions) {
       if (other.name == mission.name) json.at("name").fail("another mission of the side has this name");
     }
     if (mission.kind == MissionKind::strike) {
@@ -186,7 +186,7 @@ class ScenarioReader {
     return MissionKind::patrol;
   }
 
-  static void check_known(const CheckedJson& json, const MissionSpec& mission, const SideSpec& side) {
+  static void check_known(const CheckedJson& json, const MissionSetup& mission, const SideSetup& side) {
     if (mission.targets.empty()) json.fail("targets: a strike mission needs targets");
     for (const CheckedJson& target : json.list("targets")) {
       if (std::find(side.known.begin(), side.known.end(), target.text()) == side.known.end()) {

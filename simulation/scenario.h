@@ -20,7 +20,7 @@ enum class WeaponControl { free, tight, hold };
 
 enum class MissionKind { strike, patrol, support };
 
-struct UnitSpec {
+struct UnitSetup {
   std::string id;
   std::string name;
   const Platform* platform = nullptr;
@@ -33,13 +33,13 @@ struct UnitSpec {
   WeaponControl control = WeaponControl::tight;
 };
 
-struct GroupSpec {
+struct GroupSetup {
   std::string id;
   std::string name;
   std::vector<std::string> members;
 };
 
-struct MissionSpec {
+struct MissionSetup {
   std::string id;
   std::string name;
   MissionKind kind = MissionKind::patrol;
@@ -54,15 +54,15 @@ struct ReferencePoint {
   Place place;
 };
 
-struct SideSpec {
+struct SideSetup {
   std::string id;
   std::string name;
   std::map<std::string, int> postures;  ///< side id to 0 neutral, 1 friendly, 2 unfriendly, 3 hostile, 4 unknown
   std::vector<std::string> known;       ///< units of other sides known from the start
   std::vector<ReferencePoint> reference_points;
-  std::vector<UnitSpec> units;
-  std::vector<GroupSpec> groups;
-  std::vector<MissionSpec> missions;
+  std::vector<UnitSetup> units;
+  std::vector<GroupSetup> groups;
+  std::vector<MissionSetup> missions;
 };
 
 struct Scenario {
@@ -72,7 +72,7 @@ struct Scenario {
   int duration = 0;        ///< seconds
   double visibility = 1;   ///< factor on the range of visual sensors
   Catalog catalog;
-  std::vector<SideSpec> sides;
+  std::vector<SideSetup> sides;
 };
 
 /// Reads and checks a scenario file and its platform files. Throws `ScenarioError`.

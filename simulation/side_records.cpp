@@ -93,7 +93,7 @@ Dict record_contact(const World& world, const Contact& contact) {
               {"ActualUnitID", unit.id},
               {"IDStatus", contact.id_status},
               {"Age", world.now - contact.last_seen}};
-  if (contact.id_status >= 2) record.set("Side", world.sides[unit.side].spec->id);
+  if (contact.id_status >= 2) record.set("Side", world.sides[unit.side].setup->id);
   if (contact.id_status >= 3) record.set("ClassName", unit.platform->class_name);
   return record;
 }

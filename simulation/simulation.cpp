@@ -64,9 +64,9 @@ Dict Simulation::sides_info() const {
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
     List friends;
     for (std::size_t other = 0; other < world.sides.size(); ++other) {
-      if (other != side && is_friend(world, other, side)) friends.push_back(world.sides[other].spec->id);
+      if (other != side && is_friend(world, other, side)) friends.push_back(world.sides[other].setup->id);
     }
-    info.set(world.sides[side].spec->id, Dict{{"Name", world.sides[side].spec->name}, {"Friend", friends}});
+    info.set(world.sides[side].setup->id, Dict{{"Name", world.sides[side].setup->name}, {"Friend", friends}});
   }
   return info;
 }

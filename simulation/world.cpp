@@ -15,32 +15,32 @@ namespace tessra::sim {
 
 namespace {
 
-Unit make_unit(const UnitSpec& spec, std::size_t side) {
+Unit make_unit(const UnitSetup& setup, std::size_t side) {
   Unit unit;
-  unit.id = spec.id;
-  unit.name = spec.name;
+  unit.id = setup.id;
+  unit.name = setup.name;
   unit.side = side;
-  unit.platform = spec.platform;
-  unit.motion = {spec.place, spec.height, spec.heading, 0};
-  unit.wanted_height = spec.height;
-  unit.sphere = sphere_point(spec.place);
-  unit.fuel = spec.platform->fuel;
-  unit.at_base = spec.at_base;
-  unit.control = spec.control;
-  unit.radar_on = spec.radar;
+  unit.platform = setup.platform;
+  unit.motion = {setup.place, setup.height, setup.heading, 0};
+  unit.wanted_height = setup.height;
+  unit.sphere = sphere_point(setup.place);
+  unit.fuel = setup.platform->fuel;
+  unit.at_base = setup.at_base;
+  unit.control = setup.control;
+  unit.radar_on = setup.radar;
   rearm(unit);
   return unit;
 }
 
-void add_units(World& world, std::size_t side, const SideSpec& spec) {
-  for (const UnitSpec& unit : spec.units) world.units.push_back(make_unit(unit, side));
-  for (const UnitSpec& unit_spec : spec.units) {
-    if (unit_spec.base.empty()) continue;
-    Unit& unit = world.units[find_unit(world, unit_spec.id)];
-    unit.base = find_unit(world, unit_spec.base);
+void add_units(World& world, std::size_t side, const SideSetup& setup) {
+  for (const UnitSetup& unit : setup.units) world.units.push_back(make_unit(unit, side));
+  for (const UnitSetup& unit_setup : setup.units) {
+    if (unit_setup.base.empty()) continue;
+    Unit& unit = world.units[find_unit(world, unit_setup.id)];
+    unit.base = find_unit(world, unit_setup.base);
     if (unit.at_base) land(world, unit);
   }
-  for (const GroupSpec& group : spec.groups) {
+  for (const GroupSetup& group : setup.groups) {
     Group made{group.id, group.name, side, {}};
     for (const std::string& member : group.members) {
       made.members.push_back(find_unit(world, member));
@@ -51,20 +51,20 @@ void add_units(World& world, std::size_t side, const SideSpec& spec) {
 }
 
 void add_knowledge(World& world, std::size_t side) {
-  for (const std::string& id : world.sides[side].spec->known) {
+  for (const std::string& id : world.sides[side].setup->known) {
     contact_on(world, side, find_unit(world, id)).id_status = 4;
   }
 }
 
 void add_missions(World& world, std::size_t side) {
   SideState& state = world.sides[side];
-  for (const MissionSpec& spec : state.spec->missions) {
-    Mission mission{spec.id, spec.name, spec.kind, spec.zone, {}};
-    for (const std::string& target : spec.targets) {
+  for (const MissionSetup& setup : state.setup->missions) {
+    Mission mission{setup.id, setup.name, setup.kind, setup.zone, {}};
+    for (const std::string& target : setup.targets) {
       mission.targets.push_back(state.contacts.at(find_unit(world, target)).id);
     }
-    for (const std::string& id : spec.units) {
-      world.units[find_unit(world, id)].mission = spec.id;
+    for (const std::string& id : setup.units) {
+      world.units[find_unit(world, id)].mission = setup.id;
     }
     state.missions.push_back(std::move(mission));
   }
@@ -73,9 +73,9 @@ void add_missions(World& world, std::size_t side) {
 }  // namespace
 
 World::World(std::shared_ptr<const Scenario> played, std::uint64_t seed) : scenario(std::move(played)), dice(seed) {
-  for (const SideSpec& spec : scenario->sides) {
-    sides.push_back({&spec, {}, {}, 0, 0, 0});
-    add_units(*this, sides.size() - 1, spec);
+  for (const SideSetup& setup : scenario->sides) {
+    sides.push_back({&setup, {}, {}, 0, 0, 0});
+    add_units(*this, sides.size() - 1, setup);
   }
   for (std::size_t side = 0; side < sides.size(); ++side) {
     add_knowledge(*this, side);
@@ -96,8 +96,8 @@ void World::tick() {
 }
 
 int posture_of(const World& world, std::size_t from, std::size_t toward) {
-  const auto& postures = world.sides[from].spec->postures;
-  const auto found = postures.find(world.sides[toward].spec->id);
+  const auto& postures = world.sides[from].setup->postures;
+  const auto found = postures.find(world.sides[toward].setup->id);
   return found == postures.end() ? 0 : found->second;
 }
 

@@ -32,7 +32,7 @@ struct Mission {
 };
 
 struct SideState {
-  const SideSpec* spec;
+  const SideSetup* setup;
   std::map<std::size_t, Contact> contacts;  ///< by index of the actual unit
   std::vector<Mission> missions;
   double score = 0;

@@ -63,7 +63,7 @@ TEST_F(Episode, model_and_simulation_agree_at_the_end) {
   int living = 0;
   int dead = 0;
   for (const sim::Unit& unit : world.units) {
-    if (!engine.players.contains(world.sides[unit.side].spec->name)) continue;
+    if (!engine.players.contains(world.sides[unit.side].setup->name)) continue;
     if (!unit.alive) {
       ++dead;
       EXPECT_FALSE(engine.elements.contains(unit.id)) << unit.id;
@@ -74,7 +74,7 @@ TEST_F(Episode, model_and_simulation_agree_at_the_end) {
     const auto& element = dynamic_cast<const GameUnit&>(*engine.elements.at(unit.id));
     EXPECT_NEAR(element.position().lon, unit.motion.place.lon, 1e-6) << unit.id;
     EXPECT_NEAR(element.position().lat, unit.motion.place.lat, 1e-6) << unit.id;
-    const auto& player = *engine.players.at(world.sides[unit.side].spec->name);
+    const auto& player = *engine.players.at(world.sides[unit.side].setup->name);
     EXPECT_EQ(player.units_of_name.at(element.Name())->guid(), unit.id);
   }
   EXPECT_GT(living, 10);

@@ -81,7 +81,7 @@ inline void free_weapons(Simulation& simulation, std::size_t side) {
   std::vector<std::string> commands;
   for (const Unit& unit : simulation.world().units) {
     if (unit.side != side || !unit.platform->armed()) continue;
-    commands.push_back("SetWeaponControl({SIDE='" + simulation.world().sides[side].spec->name + "',UNIT='" + unit.id +
+    commands.push_back("SetWeaponControl({SIDE='" + simulation.world().sides[side].setup->name + "',UNIT='" + unit.id +
                        "',CONTROL='free'})");
   }
   ASSERT_TRUE(simulation.execute(commands).empty());
