@@ -8,10 +8,13 @@
 #include <string_view>
 
 #include "Tessra/base/json_write.h"
+#include "tests/support/record_tree.h"
 
 namespace tessra::bench {
 
 namespace {
+
+using testing::branch;
 
 constexpr std::int64_t kStart = 1'700'000'000'000;
 
@@ -35,17 +38,6 @@ struct Side {
   std::string id, name;
   std::vector<Item> units, contacts, missions;
 };
-
-/// The dictionary at a path of keys; what is missing on the way is made.
-Dict branch(Dict root, std::initializer_list<std::string_view> path) {
-  for (const std::string_view key : path) {
-    Value& next = root[key];
-    if (!next.is_dict()) next = Dict();
-    const Dict inner = next.as_dict();
-    root = inner;
-  }
-  return root;
-}
 
 class Generator {
  public:

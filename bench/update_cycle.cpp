@@ -22,6 +22,7 @@
 #include "bench/host.h"
 #include "bench/measure.h"
 #include "bench/situations.h"
+#include "tests/support/record_tree.h"
 
 namespace tessra::bench {
 namespace {
@@ -84,16 +85,6 @@ void play_whole_cycles(const Case& played, Measures& measures) {
   if (played.generated) check_model(host.engine(), situations);
 }
 
-/// The record without what it deletes, so that deletions can be timed apart from the rest.
-void strip_deletions(Value& value) {
-  if (Dict* dict = value.if_dict()) {
-    dict->erase("mapdel");
-    for (auto [key, entry] : *dict) strip_deletions(entry);
-  } else if (value.is_list()) {
-    for (Value& entry : value.as_list()) strip_deletions(entry);
-  }
-}
-
 /// Joins the views of all sides, as the merge does.
 void join_views(Deduction& engine, const Dict& record) {
   const Dict* situation = record.find_dict("Situation");
@@ -127,7 +118,7 @@ void play_phases(const Case& played, Measures& measures) {
     measures.share += timed([&] { share = Deduction::deletion_share(record); });
 
     Value stripped = reader.read(text);
-    strip_deletions(stripped);
+    testing::strip_deletions(stripped);
     const Value again = stripped.deep_copy();
     const double views = timed([&] { join_views(engine, again.as_dict()); });
     double share_of_nothing = 0;

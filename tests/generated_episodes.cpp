@@ -6,6 +6,7 @@
 #include "apps/deduce/model_dump.h"
 #include "support/engine_fixture.h"
 #include "support/situation_generator.h"
+#include "tests/support/record_tree.h"
 
 namespace tessra::testing {
 namespace {
@@ -113,16 +114,6 @@ TEST_P(GeneratedEpisodes, with_gaps_are_played_to_their_end) {
   for (const char* text :
        {"未知UnitType值", "没有基本信息!", "没有位置!", "no Type!", "删除后又有信息", "have no attribute"}) {
     EXPECT_THAT(log->lines, Contains(HasSubstr(text)));
-  }
-}
-
-/// The record without its deletions.
-void strip_deletions(Value& value) {
-  if (Dict* dict = value.if_dict()) {
-    dict->erase("mapdel");
-    for (auto [key, entry] : *dict) strip_deletions(entry);
-  } else if (value.is_list()) {
-    for (Value& entry : value.as_list()) strip_deletions(entry);
   }
 }
 

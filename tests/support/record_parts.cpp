@@ -29,16 +29,6 @@ Dict component(std::string_view table) {
 
 }  // namespace
 
-Dict branch(Dict root, std::initializer_list<std::string_view> path) {
-  for (const std::string_view key : path) {
-    Value& next = root[key];
-    if (!next.is_dict()) next = Dict();
-    const Dict inner = next.as_dict();
-    root = inner;
-  }
-  return root;
-}
-
 Dict UnitRecords::items(std::string_view prefix, int count) {
   Dict items;
   for (int i = 1; i <= count; ++i) items.set(numbered(prefix, i), Dict{{"Value", i}});

@@ -11,6 +11,7 @@
 
 #include "Tessra/base/value.h"
 #include "tests/support/generated_sides.h"
+#include "tests/support/record_tree.h"
 
 namespace tessra::testing {
 
@@ -27,9 +28,6 @@ class Chance {
  private:
   std::mt19937_64 bits_;
 };
-
-/// The dictionary at a path of keys; what is missing on the way is made.
-Dict branch(Dict root, std::initializer_list<std::string_view> path);
 
 /// Makes the records of units, whole or changed only.
 class UnitRecords {
