@@ -21,60 +21,39 @@ class DeepCopy {
     }
   }
 
-  Dict copy(const Dict& dict) {
-    Dict result;
-    if (dict.rep_ == nullptr) return result;
-    const bool shared = dict.rep_->refs > 1;
-    if (shared) {
-      const auto [done, is_new] = dicts_.try_emplace(dict.rep_, result);
-      if (!is_new) return done->second;
-    }
-    check_depth(++depth_);
-    copy_keys(*dict.rep_, *result.rep_);
-    copy_values(dict.rep_->values, result.rep_->values);
-    --depth_;
-    return result;
-  }
+  Dict copy(const Dict& dict) { return copy_row(dict, dicts_); }
 
  private:
-  List copy(const List& list) {
-    List result;
-    if (list.rep_ == nullptr) return result;
-    const bool shared = list.rep_->refs > 1;
-    if (shared) {
-      const auto [done, is_new] = lists_.try_emplace(list.rep_, result);
+  List copy(const List& list) { return copy_row(list, lists_); }
+
+  template <class Handle>
+  Handle copy_row(const Handle& original, std::unordered_map<const Row*, Handle>& copies) {
+    const Row* from = original.row_;
+    if (from == nullptr) return {};
+    Handle result(Row::make(from->count, from->keys != nullptr ? KeySet::none() : nullptr));
+    if (from->refs > 1) {
+      const auto [done, is_new] = copies.try_emplace(from, result);
       if (!is_new) return done->second;
     }
     check_depth(++depth_);
-    copy_values(list.rep_->values, result.rep_->values);
+    if (from->keys != nullptr) result.row_->keys = copy_keys(*from->keys);
+    // What is absent stays absent, so that keys and values go on standing side by side.
+    for (std::size_t at = 0; at < from->count; ++at) result.row_->add(copy(from->values[at]));
+    result.row_->absent = from->absent;
     --depth_;
     return result;
   }
 
-  void copy_keys(const Dict::Rep& from, Dict::Rep& to) {
-    to.first = from.first;
-    to.absent = from.absent;
-    if (from.keys->is_shape()) {
-      to.keys = from.keys;
-      return;
-    }
-    KeySet* own = KeySet::own(from.keys->count());
-    to.keys = own;
-    for (std::size_t at = 0; at < from.keys->count(); ++at) {
-      const Value& key = from.keys->key(at);
-      own->append(copy(key), key.is_none() ? 0 : KeyRef(key).hash());  // none stands for an erased key
-    }
-  }
-
-  /// What is absent stays absent, so that keys and values go on standing side by side.
-  void copy_values(const Values& from, Values& to) {
-    to.reserve(from.size());
-    for (const Value& value : from) to.push_back(copy(value));
+  const KeySet* copy_keys(const KeySet& keys) {
+    if (keys.is_shape()) return &keys;
+    KeySet* own = KeySet::own(keys.count());
+    for (std::size_t at = 0; at < keys.count(); ++at) KeySet::append(own, copy(keys.key(at)));
+    return own;
   }
 
   int depth_ = 0;
-  std::unordered_map<const Dict::Rep*, Dict> dicts_;
-  std::unordered_map<const List::Rep*, List> lists_;
+  std::unordered_map<const Row*, Dict> dicts_;
+  std::unordered_map<const Row*, List> lists_;
 };
 
 Value Value::deep_copy() const { return DeepCopy().copy(*this); }

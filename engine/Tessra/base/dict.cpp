@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <utility>
+#include <vector>
 
 #include "Tessra/base/value.h"
 
@@ -47,7 +48,7 @@ std::uint32_t KeyRef::hash_integer(std::int64_t number) {
 Value KeyRef::to_value() const {
   if (!is_text_) return integer_;
   if (name_ != nullptr) return Name(name_);
-  if (const Name::Rep* name = Name::lookup(text_, hash_)) return Name(name);
+  if (const Name::Rep* name = Name::lookup(text_, hash())) return Name(name);
   return text_;
 }
 
@@ -55,78 +56,106 @@ std::string KeyRef::to_text() const { return is_text_ ? std::string(text_) : std
 
 // ---- In memory --------------------------------------------------------------------------------------------------
 
-Value& Dict::Rep::append(Value key, std::uint32_t hash, Value value) {
-  constexpr std::size_t kRoom = 8;  // what leaves a shape often goes on a little
-  if (absent > size() / 2 + 8) squeeze(1);
-  if (keys->is_shape()) {
-    // A name that was erased here is still in the shape.
-    const bool goes_on = key.tag_ == Value::Tag::name && (absent == 0 || keys->find(key) == KeySet::kNowhere);
-    const KeySet* next = goes_on ? keys->after(key) : nullptr;
-    if (next != nullptr) {
-      keys = next;
-    } else {
-      squeeze(kRoom);
-    }
-  }
-  if (!keys->is_shape()) const_cast<KeySet*>(keys)->append(std::move(key), hash);
-  values.push_back(std::move(value));
-  return values.back();
-}
-
-void Dict::Rep::erase(std::uint32_t at) {
+void Row::erase(std::uint32_t at) {
   // Destroyed last: the value's end may reach this dictionary again.
-  [[maybe_unused]] const Value value = std::exchange(values[at], Value());
-  values[at].tag_ = Value::Tag::absent;
+  [[maybe_unused]] const Value value = std::exchange(values[at], Value::absent());
   ++absent;
   if (!keys->is_shape()) const_cast<KeySet*>(keys)->erase(at);
-  while (first < values.size() && values[first].is_absent()) ++first;
 }
 
-void Dict::Rep::squeeze(std::size_t more) {
-  if (absent == 0) {
-    KeySet::drop(std::exchange(keys, KeySet::own(keys->begin(), keys->count(), keys->count() + more)));
-    return;
+Value& Dict::append(Value key, Value value) {
+  constexpr std::size_t kRoom = 4;  // what leaves a shape often goes on a little
+  row();
+  if (!row_->keys->is_shape() && row_->absent > row_->size() / 2 + 8) squeeze(1);
+  if (row_->keys->is_shape()) {
+    const bool is_name = key.tag_ == Value::Tag::name;
+    // A name that this dictionary lacks may be in the shape all the same; now it comes last.
+    if (is_name && row_->absent > 0 && row_->keys->find(key) != KeySet::kNowhere) squeeze(kRoom);
+    const KeySet* next = is_name && row_->keys->is_shape() ? row_->keys->after(key) : nullptr;
+    if (next != nullptr) {
+      row_->keys = next;
+    } else if (row_->keys->is_shape()) {
+      own_keys(kRoom);
+    }
   }
-  KeySet* own = KeySet::own(size() + more);
-  for (std::size_t at = 0; at < values.size(); ++at) {
-    if (!values[at].is_absent()) own->append(keys->key(at), KeyRef(keys->key(at)).hash());
+  Row::reserve_one(row_);
+  if (!row_->keys->is_shape()) {
+    auto* own = const_cast<KeySet*>(row_->keys);
+    KeySet::append(own, std::move(key));
+    row_->keys = own;
   }
-  std::erase_if(values, [](const Value& value) { return value.is_absent(); });
-  KeySet::drop(std::exchange(keys, own));
-  first = absent = 0;
+  return row_->add(std::move(value));
 }
 
-void Dict::end(Rep* rep) noexcept {
-  end_values(std::move(rep->values));
-  delete rep;
+bool Dict::join(const Row& from) {
+  const KeyMatch* match = KeyMatch::of(row_->keys, from.keys);
+  const KeySet* joined = match != nullptr ? match->joined() : nullptr;
+  if (joined == nullptr) return false;
+  if (row_->absent > 0) {
+    // What this dictionary lacks would have to come last.
+    for (const std::uint32_t at : match->common()) {
+      if (from.present(at) != nullptr && row_->present(match->place(at)) == nullptr) return false;
+    }
+  }
+  Row::reserve(row_, joined->count() - row_->count);
+  for (std::size_t at = 0; at < from.count; ++at) {
+    if (match->place(at) != KeySet::kNowhere) continue;
+    row_->absent += from.values[at].is_absent() ? 1 : 0;
+    row_->add(Value(from.values[at]));
+  }
+  row_->keys = joined;
+  for (const std::uint32_t at : match->common()) {
+    if (const Value* value = from.present(at)) row_->values[match->place(at)] = *value;
+  }
+  return true;
 }
 
-Dict::Rep& Dict::rep() {
-  if (rep_ == nullptr) rep_ = new Rep;
-  return *rep_;
+void Dict::squeeze(std::size_t more) {
+  std::vector<Value> keys;
+  std::size_t left = 0;
+  for (std::size_t at = 0; at < row_->count; ++at) {
+    if (row_->values[at].is_absent()) continue;
+    keys.push_back(row_->keys->key(at));
+    if (left != at) row_->values[left] = std::move(row_->values[at]);
+    ++left;
+  }
+  row_->cut(left);
+  row_->absent = 0;
+  const KeySet* shape = row_->keys->is_shape() ? KeySet::frequent_shape_of(keys.data(), left) : nullptr;
+  KeySet::drop(std::exchange(row_->keys, shape != nullptr ? shape : KeySet::own(keys.data(), left, left + more)));
+}
+
+void Dict::own_keys(std::size_t more) {
+  if (row_->absent > 0) squeeze(more);
+  if (row_->keys->is_shape()) row_->keys = KeySet::own(row_->keys->begin(), row_->count, row_->count + more);
+}
+
+Row& Dict::row() {
+  if (row_ == nullptr) row_ = Row::make(kUsualRoom, KeySet::none());
+  return *row_;
 }
 
 // ---- The handle -------------------------------------------------------------------------------------------------
 
-Dict::Dict() : rep_(new Rep) {}
+Dict::Dict() : row_(Row::make(kUsualRoom, KeySet::none())) {}
 Dict::Dict(std::initializer_list<std::pair<KeyRef, Value>> entries) : Dict() {
   for (const auto& [key, value] : entries) set(key, value);
 }
-Dict::Dict(const Dict& other) noexcept : rep_(other.rep_) {
-  if (rep_ != nullptr) ++rep_->refs;
+Dict::Dict(const Dict& other) noexcept : row_(other.row_) {
+  if (row_ != nullptr) ++row_->refs;
 }
 Dict& Dict::operator=(Dict other) noexcept {
-  std::swap(rep_, other.rep_);
+  std::swap(row_, other.row_);
   return *this;
 }
 Dict::~Dict() {
-  if (rep_ != nullptr && --rep_->refs == 0) end(rep_);
+  if (row_ != nullptr && --row_->refs == 0) Row::end(row_);
 }
 
 void Dict::reserve(std::size_t count) {
-  Rep& mine = rep();
-  if (mine.values.empty() && count > KeySet::kMaxShapeKeys) KeySet::drop(std::exchange(mine.keys, KeySet::own(count)));
-  mine.values.reserve(count);
+  row();
+  if (row_->count == 0 && count > KeySet::kMaxShapeKeys) KeySet::drop(std::exchange(row_->keys, KeySet::own(count)));
+  if (count > row_->count) Row::reserve(row_, count - row_->count);
 }
 
 const Value& Dict::at(const KeyRef& key) const {
@@ -183,44 +212,41 @@ double Dict::at_real(const KeyRef& key) const {
 
 Value& Dict::set(const KeyRef& key, Value value) {
   if (Value* existing = find(key)) return *existing = std::move(value);
-  return rep().append(key.to_value(), key.hash(), std::move(value));
+  return append(key.to_value(), std::move(value));
 }
 
 Value& Dict::operator[](const KeyRef& key) {
   if (Value* existing = find(key)) return *existing;
-  return rep().append(key.to_value(), key.hash(), Value());
+  return append(key.to_value(), Value());
 }
 
 bool Dict::erase(const KeyRef& key) {
   const Value* found = find(key);
   if (found == nullptr) return false;
-  rep_->erase(static_cast<std::uint32_t>(found - rep_->values.data()));
+  row_->erase(static_cast<std::uint32_t>(found - row_->values));
   return true;
 }
 
 void Dict::clear() {
-  if (rep_ == nullptr) return;
-  // Destroyed last, as when one entry is erased.
-  const Values gone = std::exchange(rep_->values, {});
-  KeySet::drop(std::exchange(rep_->keys, KeySet::none()));
-  rep_->first = rep_->absent = 0;
+  if (row_ == nullptr) return;
+  Row* gone = row_->take_out();
+  KeySet::drop(std::exchange(row_->keys, KeySet::none()));
+  Row::end(gone);  // last, as when one entry is erased
 }
 
 void Dict::update(const Dict& other) {
   if (is(other) || other.empty()) return;
-  const Dict source = other;  // `other` may stand inside this dictionary and be overwritten on the way
-  Rep& mine = rep();
-  if (source.size() >= mine.values.size()) mine.values.reserve(mine.values.size() + source.size());
-  const Rep& from = *source.rep_;
-  for (std::size_t at = from.first; at < from.values.size(); ++at) {
-    if (from.values[at].is_absent()) continue;
-    const KeyRef key(from.keys->key(at));
-    if (Value* existing = find(key)) {
-      *existing = from.values[at];
+  const Dict source = other;  // it may stand inside this dictionary and be overwritten on the way
+  row();
+  if (join(*source.row_)) return;
+  if (row_->count == 0) Row::reserve(row_, source.size());
+  match(source, [this](const Value& key, Value* stored, const Value& value) {
+    if (stored != nullptr) {
+      *stored = value;
     } else {
-      mine.append(from.keys->key(at), key.hash(), from.values[at]);
+      append(key, value);
     }
-  }
+  });
 }
 
 Dict Dict::shallow_copy() const {

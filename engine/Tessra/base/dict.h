@@ -15,6 +15,7 @@ namespace tessra {
 
 class Dict;
 class Value;
+struct Row;
 template <bool kConst>
 class DictIterator;
 
@@ -32,7 +33,7 @@ class KeyRef {
   /// Numbers act as keys by value: true and 1.0 are the key 1. Throws `KindError` for a value that is no key.
   KeyRef(const Value& value);  // inline, in tree_reps.h
 
-  std::uint32_t hash() const { return hash_; }
+  std::uint32_t hash() const;
   /// The key as it is stored: a known name where there is one, else a text of its own, or an integer.
   Value to_value() const;
   /// The key's text; empty for an integer.
@@ -54,7 +55,8 @@ class KeyRef {
   const Name::Rep* name_ = nullptr;
   std::int64_t integer_ = 0;
   bool is_text_ = true;
-  std::uint32_t hash_;
+  mutable std::uint32_t hash_ = 0;         // 0 until it is asked for
+  std::uint32_t* known_hash_ = nullptr;  // where a text keeps its hash
 };
 
 /// Handle to a dictionary that keeps insertion order. Overwriting an entry keeps its place, erasing keeps the order
@@ -66,7 +68,6 @@ class KeyRef {
 /// own. A dictionary belongs to one thread at a time.
 class Dict {
  public:
-  struct Rep;
   using iterator = DictIterator<false>;
   using const_iterator = DictIterator<true>;
 
@@ -75,7 +76,7 @@ class Dict {
   /// A new dictionary with these entries; the last of equal keys wins at the place of the first.
   Dict(std::initializer_list<std::pair<KeyRef, Value>> entries);
   Dict(const Dict& other) noexcept;
-  Dict(Dict&& other) noexcept : rep_(other.rep_) { other.rep_ = nullptr; }
+  Dict(Dict&& other) noexcept : row_(other.row_) { other.row_ = nullptr; }
   Dict& operator=(Dict other) noexcept;
   ~Dict();
 
@@ -122,6 +123,12 @@ class Dict {
   /// place. Lists and dictionaries are shared, not copied. Merging a dictionary into itself changes nothing.
   void update(const Dict& other);
 
+  /// Walks `fresh` beside this dictionary: `visit(key, stored, value)` for every entry of `fresh`, in its order, with
+  /// what stands here under the key, or null. Quicker than looking up each: dictionaries of the same fields are known to
+  /// each other. The visitor may write to this dictionary.
+  template <class Visit>
+  void match(const Dict& fresh, Visit&& visit);
+
   /// Walks in insertion order: `for (auto [key, value] : dict)`. Entries may be erased on the way, not added.
   const_iterator begin() const;
   const_iterator end() const;
@@ -133,19 +140,29 @@ class Dict {
   /// A new dictionary that shares nothing with this one. What was shared inside stays shared inside the copy.
   Dict deep_copy() const;
 
-  bool is(const Dict& other) const { return rep_ == other.rep_; }
+  bool is(const Dict& other) const { return row_ == other.row_; }
   friend bool operator==(const Dict& a, const Dict& b);
 
  private:
   friend class DeepCopy;
   friend class TreeBuilder;
   friend class Value;
+  explicit Dict(Row* row) : row_(row) {}
   /// What is written to; a moved-from handle gets a dictionary now.
-  Rep& rep();
+  Row& row();
   static bool equal(const Dict& a, const Dict& b, int depth);
-  static void end(Rep* rep) noexcept;
+  /// Adds an entry that is known not to be there.
+  Value& append(Value key, Value value);
+  /// `update` for dictionaries whose keys are shapes; false, and nothing done, when it takes more than that.
+  bool join(const Row& from);
+  /// Drops what is absent. Keys of the dictionary's own have room for so many more.
+  void squeeze(std::size_t more);
+  /// Leaves the shape, for keys of the dictionary's own.
+  void own_keys(std::size_t more);
 
-  Rep* rep_;  // null after the handle was moved from
+  static constexpr std::size_t kUsualRoom = 2;
+
+  Row* row_;  // null after the handle was moved from
 };
 
 }  // namespace tessra

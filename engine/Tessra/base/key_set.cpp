@@ -25,11 +25,21 @@ std::size_t spread(std::uint64_t hash) { return static_cast<std::size_t>(hash ^ 
 
 }  // namespace
 
-constinit const KeySet KeySet::kNone(true, true);
+constinit const KeySet KeySet::kNone(0, true, true);
 
 /// All shapes of the process, by the hash of their names.
 struct KeySet::Shapes {
   static constexpr std::size_t kSlots = 4 * kMaxShapes;
+
+  /// Continues the hash of a sequence of names by one more; it begins with 0.
+  static std::uint64_t hash_on(std::uint64_t hash, const Value& name) {
+    return (hash ^ reinterpret_cast<std::uintptr_t>(name.name_)) * 0x9E3779B97F4A7C15 + 1;
+  }
+  static std::uint64_t hash_of(const Value* names, std::size_t count) {
+    std::uint64_t hash = 0;
+    for (std::size_t at = 0; at < count; ++at) hash = hash_on(hash, names[at]);
+    return hash;
+  }
 
   /// `more`: one name that comes after the others, or null.
   static const KeySet* find(const Value* names, std::size_t count, std::uint64_t hash, const Value* more = nullptr) {
@@ -40,15 +50,17 @@ struct KeySet::Shapes {
     }
   }
 
-  static const KeySet* make(const Value* names, std::size_t count, std::uint64_t hash, bool is_grown) {
+  static const KeySet* make(const Value* names, std::size_t count, std::uint64_t hash, const Value* more,
+                            bool is_grown) {
     const std::lock_guard lock(mutex);
-    if (const KeySet* known = find(names, count, hash)) return known;
+    if (const KeySet* known = find(names, count, hash, more)) return known;
     if (made == kMaxShapes) return nullptr;
     ++made;
-    auto* shape = new KeySet(true, is_grown);
-    shape->keys_.assign(names, names + count);
+    KeySet* shape = KeySet::make(count + 1, true, is_grown);
+    shape->add(names, count);
+    if (more != nullptr) shape->add(Value(*more));
     shape->hash_ = hash;
-    shape->make_index(count);  // now, since many threads may read it later
+    shape->make_index(shape->count_);  // now, since many threads may read it later
     std::size_t slot = spread(hash) % kSlots;
     while (table[slot].load(std::memory_order_relaxed) != nullptr) slot = (slot + 1) % kSlots;
     table[slot].store(shape, std::memory_order_release);
@@ -57,8 +69,8 @@ struct KeySet::Shapes {
 
   static bool has_names(const KeySet& shape, const Value* names, std::size_t count, const Value* more) {
     if (shape.count() != count + (more != nullptr ? 1 : 0)) return false;
-    if (more != nullptr && shape.keys_.back().name_ != more->name_) return false;
-    return std::equal(names, names + count, shape.keys_.begin(),
+    if (more != nullptr && shape.key(count).name_ != more->name_) return false;
+    return std::equal(names, names + count, shape.begin(),
                       [](const Value& a, const Value& b) { return a.name_ == b.name_; });
   }
 
@@ -67,11 +79,20 @@ struct KeySet::Shapes {
   static inline std::size_t made = 0;
 };
 
-const KeySet* KeySet::shape_of(const Value* names, std::size_t count, std::uint64_t hash) {
+const KeySet* KeySet::shape_of(const Value* names, std::size_t count) {
   if (count == 0) return none();
   if (count > kMaxShapeKeys) return nullptr;
+  const std::uint64_t hash = Shapes::hash_of(names, count);
   if (const KeySet* known = Shapes::find(names, count, hash)) return known;
-  return met_before(hash) ? Shapes::make(names, count, hash, false) : nullptr;
+  return Shapes::make(names, count, hash, nullptr, false);
+}
+
+const KeySet* KeySet::frequent_shape_of(const Value* names, std::size_t count) {
+  if (count == 0) return none();
+  if (count > kMaxShapeKeys) return nullptr;
+  const std::uint64_t hash = Shapes::hash_of(names, count);
+  if (const KeySet* known = Shapes::find(names, count, hash)) return known;
+  return met_before(hash) ? Shapes::make(names, count, hash, nullptr, false) : nullptr;
 }
 
 const KeySet* KeySet::after(const Value& name) const {
@@ -83,57 +104,90 @@ const KeySet* KeySet::after(const Value& name) const {
   };
   constexpr std::size_t kSteps = 1024;
   static thread_local std::array<Step, kSteps> steps{};
-  if (keys_.size() >= kMaxShapeKeys) return nullptr;
-  const std::uint64_t hash = hash_on(hash_, name);
+  if (count_ >= kMaxShapeKeys) return nullptr;
+  const std::uint64_t hash = Shapes::hash_on(hash_, name);
   Step& step = steps[spread(hash) % kSteps];
   if (step.from == this && step.name == name.name_) return step.to;
 
-  const KeySet* next = Shapes::find(keys_.data(), keys_.size(), hash, &name);
+  const KeySet* next = Shapes::find(begin(), count_, hash, &name);
   const bool is_first = next == nullptr && is_grown_ && !led_on_.exchange(true, std::memory_order_relaxed);
-  if (next == nullptr && (is_first || met_before(hash))) {
-    Values names = keys_;
-    names.push_back(name);
-    next = Shapes::make(names.data(), names.size(), hash, is_grown_);
-  }
+  if (next == nullptr && (is_first || met_before(hash))) next = Shapes::make(begin(), count_, hash, &name, is_grown_);
   if (next != nullptr) step = {this, name.name_, next};
   return next;
 }
 
+// ---- Keys of a dictionary's own -----------------------------------------------------------------------------------
+
+KeySet* KeySet::make(std::size_t room, bool is_shape, bool is_grown) {
+  if (room > UINT32_MAX) throw LimitError("more than 2^32 entries");
+  return new (Pool::take(sizeof(KeySet) + room * sizeof(Value))) KeySet(room, is_shape, is_grown);
+}
+
 KeySet* KeySet::own(std::size_t room) {
-  auto* keys = new KeySet(false, false);
-  keys->keys_.reserve(room);
+  KeySet* keys = make(room, false, false);
   if (room > kMaxShapeKeys) keys->make_index(room);  // a table, which is going to be searched
   return keys;
 }
 
 KeySet* KeySet::own(const Value* keys, std::size_t count, std::size_t room) {
-  KeySet* begun = own(room);
-  begun->keys_.assign(keys, keys + count);
+  KeySet* begun = make(room, false, false);
+  begun->add(keys, count);
   return begun;
 }
 
-void KeySet::append(Value key, std::uint32_t hash) {
-  keys_.push_back(std::move(key));
-  if (index_.empty()) return;
-  if (2 * keys_.size() > index_.size()) {
-    make_index(2 * keys_.size());
-  } else {
-    link(hash, keys_.size() - 1);
+void KeySet::end() const noexcept {
+  for (std::uint32_t at = 0; at < count_; ++at) key(at).~Value();
+  free_index();
+  free();
+}
+
+void KeySet::free() const noexcept {
+  Pool::give(const_cast<KeySet*>(this), sizeof(KeySet) + room_ * sizeof(Value));
+}
+
+void KeySet::append(KeySet*& keys, Value key) {
+  if (keys->count_ == keys->room_) {
+    KeySet* larger = make(keys->room_ + keys->room_ / 2 + 4, false, false);
+    larger->first_ = keys->first_;
+    larger->index_ = keys->index_;
+    for (; larger->count_ < keys->count_;) larger->add(std::move(keys->keys()[larger->count_]));
+    std::exchange(keys, larger)->free();
   }
+  keys->add(std::move(key));
+  if (keys->index_ == nullptr || keys->key(keys->count_ - 1).is_none()) return;
+  if (2 * keys->count_ > keys->index_->mask + 1) {
+    keys->make_index(2 * keys->count_);
+  } else {
+    keys->link(keys->count_ - 1);
+  }
+}
+
+void KeySet::erase(std::uint32_t at) {
+  keys()[at] = Value();
+  while (first_ < count_ && key(first_).is_none()) ++first_;
 }
 
 void KeySet::make_index(std::size_t room) const {
-  index_.assign(std::bit_ceil(2 * room), Slot{0, 0});
-  for (std::size_t at = 0; at < keys_.size(); ++at) {
-    if (!keys_[at].is_none()) link(KeyRef(keys_[at]).hash(), at);
+  free_index();
+  const std::size_t slots = std::bit_ceil(2 * std::max<std::size_t>(room, 1));
+  index_ = static_cast<Index*>(Pool::take(sizeof(Index) + (slots - 1) * sizeof(Slot)));
+  index_->mask = static_cast<std::uint32_t>(slots - 1);
+  std::fill_n(index_->slots, slots, Slot{0, 0});
+  for (std::size_t at = 0; at < count_; ++at) {
+    if (!key(at).is_none()) link(at);
   }
 }
 
-void KeySet::link(std::uint32_t hash, std::size_t at) const {
-  const std::size_t mask = index_.size() - 1;
-  std::size_t slot = hash & mask;
-  while (index_[slot].number != 0) slot = (slot + 1) & mask;
-  index_[slot] = {hash, static_cast<std::uint32_t>(at + 1)};
+void KeySet::free_index() const noexcept {
+  if (index_ != nullptr) Pool::give(index_, sizeof(Index) + index_->mask * sizeof(Slot));
+  index_ = nullptr;
+}
+
+void KeySet::link(std::size_t at) const {
+  const std::uint32_t hash = KeyRef(key(at)).hash();
+  std::uint32_t slot = hash & index_->mask;
+  while (index_->slots[slot].number != 0) slot = (slot + 1) & index_->mask;
+  index_->slots[slot] = {hash, static_cast<std::uint32_t>(at + 1)};
 }
 
 }  // namespace tessra

@@ -4,13 +4,10 @@
 
 #include <atomic>
 #include <cstdint>
-#include <vector>
 
 #include "Tessra/base/pool.h"
 
 namespace tessra {
-
-using Values = std::vector<Value, PoolAllocator<Value>>;
 
 /// The keys of one dictionary, or of many.
 ///
@@ -20,86 +17,109 @@ using Values = std::vector<Value, PoolAllocator<Value>>;
 /// to the next shape. What is not met often makes no shape, and there is a limit; then the dictionary gets keys of its
 /// own, as every table of ids has, and only it changes them.
 ///
-/// Small sets are searched from front to back; larger ones through an open-addressing index, made when first asked.
-class KeySet : Pooled {
+/// The keys stand right behind the set, in the same block of memory. Small sets are searched from front to back; larger
+/// ones through an open-addressing index, made when first asked.
+class KeySet {
  public:
   static constexpr std::uint32_t kNowhere = UINT32_MAX;
   /// Most shapes, and most keys of one.
   static constexpr std::size_t kMaxShapes = 8192;
   static constexpr std::size_t kMaxShapeKeys = 128;
 
+  KeySet(const KeySet&) = delete;
+  KeySet& operator=(const KeySet&) = delete;
+
   /// The shape without keys.
   static const KeySet* none() { return &kNone; }
-  /// The shape with these names, all different; null when there is none and these are too many or too rare for one.
-  static const KeySet* shape_of(const Value* names, std::size_t count, std::uint64_t hash);
-  /// Continues the hash for `shape_of` by one more name; it begins with 0.
-  static std::uint64_t hash_on(std::uint64_t hash, const Value& name) {
-    return (hash ^ reinterpret_cast<std::uintptr_t>(name.name_)) * 0x9E3779B97F4A7C15 + 1;
-  }
+  /// The shape with these names, all different; null when there are too many names, or shapes, for one.
+  static const KeySet* shape_of(const Value* names, std::size_t count);
+  /// The same, but null as well when these names are too rare to be worth a shape.
+  static const KeySet* frequent_shape_of(const Value* names, std::size_t count);
   /// Keys of a dictionary's own, with room for so many.
   static KeySet* own(std::size_t room);
   /// The same, beginning with these, which are all different.
   static KeySet* own(const Value* keys, std::size_t count, std::size_t room);
   /// Ends keys that are a dictionary's own.
-  static void drop(const KeySet* keys) {
-    if (!keys->is_shape_) delete keys;
+  static void drop(const KeySet* keys) noexcept {
+    if (!keys->is_shape_) keys->end();
   }
 
   bool is_shape() const { return is_shape_; }
-  std::size_t count() const { return keys_.size(); }
-  const Value& key(std::size_t at) const { return keys_[at]; }
-  const Value* begin() const { return keys_.data(); }
+  std::size_t count() const { return count_; }
+  const Value& key(std::size_t at) const { return begin()[at]; }
+  const Value* begin() const { return reinterpret_cast<const Value*>(this + 1); }
+  /// Before this place no key counts any more.
+  std::size_t first() const { return first_; }
   /// Where the key stands, or `kNowhere`.
   std::uint32_t find(const KeyRef& ref) const {
-    if (index_.empty()) {
-      if (keys_.size() <= kScanLimit) return scan(ref);
-      make_index(keys_.size());
+    if (index_ == nullptr) {
+      if (count_ <= kScanLimit) return scan(ref);
+      make_index(count_);
     }
-    const std::size_t mask = index_.size() - 1;
-    for (std::size_t slot = ref.hash_ & mask; index_[slot].number != 0; slot = (slot + 1) & mask) {
-      const Slot& found = index_[slot];
-      if (found.hash == ref.hash_ && equal(keys_[found.number - 1], ref)) return found.number - 1;
+    const std::uint32_t hash = ref.hash();
+    const Index& index = *index_;
+    for (std::uint32_t slot = hash & index.mask; index.slots[slot].number != 0; slot = (slot + 1) & index.mask) {
+      const Slot& found = index.slots[slot];
+      if (found.hash == hash && equal(key(found.number - 1), ref)) return found.number - 1;
     }
     return kNowhere;
   }
-  /// Of a shape: the shape with this name added, which it does not have; null as for `shape_of`. Dictionaries that grow
-  /// from nothing, as those of elements do, are taken along at their first step: what begins alike mostly goes on
-  /// alike.
+  /// Of a shape: the shape with this name added, which it does not have; null as for `frequent_shape_of`. Dictionaries
+  /// that grow from nothing, as those of elements do, are taken along at their first step: what begins alike mostly
+  /// goes on alike.
   const KeySet* after(const Value& name) const;
 
   // Of keys of a dictionary's own.
 
-  void append(Value key, std::uint32_t hash);
+  /// Adds a key that is not there. The keys may move: `keys` is the dictionary's own pointer.
+  static void append(KeySet*& keys, Value key);
   /// The key no longer counts; its place stays.
-  void erase(std::uint32_t at) { keys_[at] = Value(); }
+  void erase(std::uint32_t at);
 
  private:
   struct Slot {
     std::uint32_t hash;
     std::uint32_t number;  // place + 1, 0 for an empty slot
   };
+  struct Index {
+    std::uint32_t mask;
+    std::uint32_t unused;
+    Slot slots[1];  // mask + 1
+  };
   struct Shapes;
-  static constexpr std::size_t kScanLimit = 20;
+  static constexpr std::uint32_t kScanLimit = 20;
   static const KeySet kNone;
 
-  constexpr KeySet(bool is_shape, bool is_grown) : is_shape_(is_shape), is_grown_(is_grown) {}
+  constexpr KeySet(std::size_t room, bool is_shape, bool is_grown)
+      : room_(static_cast<std::uint32_t>(room)), is_shape_(is_shape), is_grown_(is_grown) {}
+  static KeySet* make(std::size_t room, bool is_shape, bool is_grown);
+  void end() const noexcept;
+  void free() const noexcept;
   static bool equal(const Value& key, const KeyRef& ref) {
     if (key.tag_ == Value::Tag::name && ref.name_ != nullptr) return key.name_ == ref.name_;
     if (key.is_string()) return ref.is_text_ && key.as_text() == ref.text_;
     return key.tag_ == Value::Tag::integer && !ref.is_text_ && key.integer_ == ref.integer_;
   }
   std::uint32_t scan(const KeyRef& ref) const {
-    for (std::size_t at = 0; at < keys_.size(); ++at) {
-      if (equal(keys_[at], ref)) return static_cast<std::uint32_t>(at);
+    for (std::uint32_t at = 0; at < count_; ++at) {
+      if (equal(key(at), ref)) return at;
     }
     return kNowhere;
   }
+  Value* keys() { return reinterpret_cast<Value*>(this + 1); }
+  void add(Value&& key) { new (keys() + count_++) Value(std::move(key)); }
+  void add(const Value* begin, std::size_t count) {
+    for (std::size_t at = 0; at < count; ++at) add(Value(begin[at]));
+  }
   void make_index(std::size_t room) const;
-  void link(std::uint32_t hash, std::size_t at) const;
+  void free_index() const noexcept;
+  void link(std::size_t at) const;
 
-  Values keys_;
-  mutable std::vector<Slot, PoolAllocator<Slot>> index_;  // empty until made
-  std::uint64_t hash_ = 0;                                // of a shape, as `shape_of` takes it
+  std::uint32_t count_ = 0;
+  std::uint32_t room_;
+  mutable Index* index_ = nullptr;  // null until made
+  std::uint64_t hash_ = 0;          // of a shape: the hash of its names
+  std::uint32_t first_ = 0;         // of a dictionary's own keys: those before it are erased
   bool is_shape_;
   bool is_grown_ = false;                     // of a shape: made step by step from the shape without keys
   mutable std::atomic<bool> led_on_ = false;  // of a shape: another one was grown from it

@@ -6,18 +6,18 @@
 namespace tessra {
 
 class Value;
+struct Row;
 
 /// Handle to a list of values. Copying the handle shares the list; `is` asks whether two handles are one list, `==`
 /// whether two lists hold equal values. A moved-from handle is an empty list of its own.
 class List {
  public:
-  struct Rep;
 
   /// A new empty list.
   List();
   List(std::initializer_list<Value> values);
   List(const List& other) noexcept;
-  List(List&& other) noexcept : rep_(other.rep_) { other.rep_ = nullptr; }
+  List(List&& other) noexcept : row_(other.row_) { other.row_ = nullptr; }
   List& operator=(List other) noexcept;
   ~List();
 
@@ -45,19 +45,19 @@ class List {
   /// A new list that shares the values' lists and dictionaries.
   List shallow_copy() const;
 
-  bool is(const List& other) const { return rep_ == other.rep_; }
+  bool is(const List& other) const { return row_ == other.row_; }
   friend bool operator==(const List& a, const List& b);
 
  private:
   friend class DeepCopy;
   friend class TreeBuilder;
   friend class Value;
+  explicit List(Row* row) : row_(row) {}
   /// What is written to; a moved-from handle gets a list now.
-  Rep& rep();
+  Row& row();
   static bool equal(const List& a, const List& b, int depth);
-  static void end(Rep* rep) noexcept;
 
-  Rep* rep_;  // null after the handle was moved from
+  Row* row_;  // null after the handle was moved from
 };
 
 }  // namespace tessra

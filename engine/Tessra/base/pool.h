@@ -17,7 +17,7 @@ namespace tessra {
 class Pool {
  public:
   /// Larger blocks come from the heap.
-  static constexpr std::size_t kLargest = 1024;
+  static constexpr std::size_t kLargest = 2048;
 
   static void* take(std::size_t bytes) {
     if (bytes > kLargest) return ::operator new(bytes);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <utility>
 
 namespace tessra {
@@ -12,6 +11,9 @@ namespace {
 /// A tape word: a letter for the kind in the highest byte, and a payload.
 char kind_of(std::uint64_t word) { return static_cast<char>(word >> 56); }
 constexpr std::uint64_t kPayload = (std::uint64_t{1} << 56) - 1;
+
+/// Of the word that opens a list or dictionary: how many entries it has.
+std::size_t entries_of(std::uint64_t word) { return word >> 32 & 0xFFFFFF; }
 
 /// The places of a list's and a table's entries, from that of the list or table.
 constexpr std::uint32_t kEntry = 0x9E3779B1;
@@ -26,6 +28,22 @@ bool looks_like_name(std::string_view text) {
 }
 
 }  // namespace
+
+/// Whether the name has this text; quicker than the library for what is mostly short.
+bool TreeBuilder::is_text(const Name::Rep& name, std::string_view text) {
+  if (name.size != text.size()) return false;
+  const char* a = name.bytes;
+  const char* b = text.data();
+  std::size_t left = text.size();
+  for (; left > 8; a += 8, b += 8, left -= 8) {
+    if (detail::load(a, 8) != detail::load(b, 8)) return false;
+  }
+  if (left >= 4) return detail::load(a, 4) == detail::load(b, 4) && detail::load(a + left - 4, 4) == detail::load(b + left - 4, 4);
+  for (; left > 0; --left) {
+    if (a[left - 1] != b[left - 1]) return false;
+  }
+  return true;
+}
 
 std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::uint8_t* texts, std::size_t max_depth) {
   at_ = tape + 1;  // after the root
@@ -71,37 +89,94 @@ Value TreeBuilder::build_value(Place place) {
 
 Value TreeBuilder::build_list(Place place) {
   enter();
-  const std::size_t first = values_.size();
-  while (kind_of(*at_) != ']') values_.push_back(build_value(place + kEntry));
+  List list(Row::make(entries_of(at_[-1]), nullptr));
+  while (kind_of(*at_) != ']') list.push_back(build_value(place + kEntry));
   ++at_;
   --depth_;
-  List list;
-  move_tail(values_, first, list.rep_->values);
   return list;
 }
 
 Value TreeBuilder::build_dict(Place place) {
   enter();
+  const std::size_t count = entries_of(at_[-1]);
+  const KeySet& shape = *usual_[place % kPlaces].shape;
+  // A few fields of many would take more room along the shape than by themselves.
+  const bool is_usual = 0 < count && count <= shape.count() && 3 * count + 4 >= shape.count();
+  Dict dict(Row::make(is_usual ? shape.count() : 0, KeySet::none()));
+  if (is_usual) read_along(shape, dict);
+  if (kind_of(*at_) != '}') dict = read_freely(place, dict);
+  ++at_;
+  --depth_;
+  return dict;
+}
+
+void TreeBuilder::read_along(const KeySet& shape, Dict& dict) {
+  Row& row = *dict.row_;
+  row.keys = &shape;
+  while (kind_of(*at_) != '}') {
+    const std::uint32_t place = place_of(text_at(*at_), shape, row.count);
+    if (place == KeySet::kNowhere) return;
+    while (row.count < place) row.add_absent();
+    ++at_;
+    row.add(build_value(shape.key(place).name_->number));
+  }
+  while (row.count < shape.count()) row.add_absent();
+}
+
+std::uint32_t TreeBuilder::place_of(std::string_view text, const KeySet& shape, std::uint32_t at) {
+  constexpr std::uint32_t kNear = 6;
+  const auto count = static_cast<std::uint32_t>(shape.count());
+  for (const std::uint32_t end = std::min(count, at + kNear); at < end; ++at) {
+    if (is_text(*shape.key(at).name_, text)) return at;
+  }
+  if (at == count) return KeySet::kNowhere;
+  const std::uint32_t found = shape.find(text);
+  return found >= at ? found : KeySet::kNowhere;
+}
+
+Dict TreeBuilder::read_freely(Place place, const Dict& begun) {
   const Open open{keys_.size(), values_.size()};
-  const KeySet* const expected = guesses_[place % kGuesses];
-  bool as_expected = true;
-  std::size_t count = 0;
-  for (; kind_of(*at_) != '}'; ++count) {
-    const std::string_view text = text_at(*at_++);
-    as_expected = as_expected && count < expected->count() && expected->key(count).as_text() == text;
-    keys_.push_back(as_expected ? expected->key(count) : key_of(text));
+  for (auto [key, value] : begun) {
+    keys_.push_back(key);
+    values_.push_back(value);
+  }
+  while (kind_of(*at_) != '}') {
+    keys_.push_back(key_of(next_key()));
     const Value& key = keys_.back();
     values_.push_back(build_value(key.tag_ == Value::Tag::name ? key.name_->number : place + kEntry));
   }
-  ++at_;
-  --depth_;
-  if (as_expected && count == expected->count()) return make_record(open, expected);
   if (!are_distinct_names(open)) return make_table(open);
   const Value* names = keys_.data() + open.keys;
-  const KeySet* shape = KeySet::shape_of(names, count, hash_of_names(open));
-  if (shape == nullptr) return make_record(open, KeySet::own(names, count, count));
-  guesses_[place % kGuesses] = shape;
-  return make_record(open, shape);
+  const std::size_t count = keys_.size() - open.keys;
+  learn_usual(usual_[place % kPlaces], names, count);
+  const KeySet* shape = KeySet::frequent_shape_of(names, count);
+  return make_record(open, shape != nullptr ? shape : KeySet::own(names, count, count));
+}
+
+void TreeBuilder::learn_usual(Usual& usual, const Value* names, std::size_t count) {
+  const KeySet* learned = nullptr;
+  if (usual.shape->count() == 0) {
+    constexpr std::uint32_t kChance = 2;
+    if (++usual.unlike >= kChance) learned = KeySet::shape_of(names, count);
+  } else {
+    // The usual names, and what is new between them; names in another order do not go together.
+    std::vector<Value> both;
+    std::size_t next = 0;
+    bool in_order = true;
+    for (std::size_t at = 0; at < count; ++at) {
+      const std::uint32_t place = usual.shape->find(names[at]);
+      if (place != KeySet::kNowhere) {
+        in_order = in_order && place >= next;
+        for (; next <= place; ++next) both.push_back(usual.shape->key(next));
+      } else {
+        both.push_back(names[at]);
+      }
+    }
+    for (; next < usual.shape->count(); ++next) both.push_back(usual.shape->key(next));
+    const bool fits = in_order && both.size() <= 2 * std::max(count, usual.shape->count()) + 8;
+    learned = fits ? KeySet::shape_of(both.data(), both.size()) : KeySet::frequent_shape_of(names, count);
+  }
+  if (learned != nullptr) usual.shape = learned;
 }
 
 bool TreeBuilder::are_distinct_names(Open open) {
@@ -115,33 +190,25 @@ bool TreeBuilder::are_distinct_names(Open open) {
   return true;
 }
 
-std::uint64_t TreeBuilder::hash_of_names(Open open) const {
-  std::uint64_t hash = 0;
-  for (std::size_t at = open.keys; at < keys_.size(); ++at) hash = KeySet::hash_on(hash, keys_[at]);
-  return hash;
-}
-
 Dict TreeBuilder::make_record(Open open, const KeySet* keys) {
-  Dict dict;
-  dict.rep_->keys = keys;
-  move_tail(values_, open.values, dict.rep_->values);
+  Dict dict(Row::make(values_.size() - open.values, keys));
+  for (std::size_t at = open.values; at < values_.size(); ++at) dict.row_->add(std::move(values_[at]));
   keys_.resize(open.keys);
+  values_.resize(open.values);
   return dict;
 }
 
 Dict TreeBuilder::make_table(Open open) {
-  Dict dict;
   KeySet* own = KeySet::own(keys_.size() - open.keys);
-  dict.rep_->keys = own;
-  dict.rep_->values.reserve(keys_.size() - open.keys);
+  Dict dict(Row::make(keys_.size() - open.keys, own));
   for (std::size_t at = open.keys; at < keys_.size(); ++at) {
     Value& value = values_[open.values + at - open.keys];
     const KeyRef key(keys_[at]);
     if (const std::uint32_t known = own->find(key); known != KeySet::kNowhere) {
-      dict.rep_->values[known] = std::move(value);
+      dict.row_->values[known] = std::move(value);
     } else {
-      own->append(std::move(keys_[at]), key.hash());
-      dict.rep_->values.push_back(std::move(value));
+      KeySet::append(own, std::move(keys_[at]));
+      dict.row_->add(std::move(value));
     }
   }
   keys_.resize(open.keys);
@@ -174,12 +241,6 @@ std::string_view TreeBuilder::text_at(std::uint64_t word) const {
 
 void TreeBuilder::enter() {
   if (++depth_ > max_depth_) throw Beyond();
-}
-
-void TreeBuilder::move_tail(Values& from, std::size_t first, Values& to) {
-  const auto begin = from.begin() + static_cast<std::ptrdiff_t>(first);
-  to.assign(std::make_move_iterator(begin), std::make_move_iterator(from.end()));
-  from.resize(first);
 }
 
 }  // namespace tessra

@@ -11,9 +11,10 @@ namespace tessra {
 
 /// Builds value trees from the tape that the JSON parser leaves.
 ///
-/// Dictionaries that stand at like places mostly have like fields. So the builder remembers, per place, the shape that
-/// the last dictionary there had, and compares the keys with it one by one: while they agree, no key is looked up. A
-/// place is named by the field the dictionary stands under, or the field of its table.
+/// Dictionaries that stand at like places mostly have fields of one kind, in one order, though each may leave out some.
+/// So the builder remembers, per place, a shape that has all fields lately seen there, and reads the next dictionary
+/// along it: the next field is mostly one of the next few names, and no key is looked up. A place is named by the field
+/// the dictionary stands under, or the field of its table.
 ///
 /// A text that is a key again and again in one record is a field name, if it looks like one, and is made known as such.
 class TreeBuilder {
@@ -24,6 +25,11 @@ class TreeBuilder {
 
  private:
   using Place = std::uint32_t;
+  /// What is known of the dictionaries at a place.
+  struct Usual {
+    const KeySet* shape = KeySet::none();
+    std::uint32_t unlike = 0;  // dictionaries read before there was a shape
+  };
   /// Where the keys and values of an open dictionary begin.
   struct Open {
     std::size_t keys, values;
@@ -33,20 +39,28 @@ class TreeBuilder {
   Value build_value(Place place);
   Value build_list(Place place);
   Value build_dict(Place place);
+  /// Reads entries along the shape until the end, or the first key that does not stand there.
+  void read_along(const KeySet& shape, Dict& dict);
+  /// The place of the key in the shape, from `at` on, or `kNowhere`.
+  static std::uint32_t place_of(std::string_view text, const KeySet& shape, std::uint32_t at);
+  /// Reads the entries that are left, whatever they are; `begun` is what has been read along a shape.
+  Dict read_freely(Place place, const Dict& begun);
   /// Whether the keys since `open` are names, each there once.
   bool are_distinct_names(Open open);
-  std::uint64_t hash_of_names(Open open) const;
+  /// Takes what was seen at a place into its usual shape, if the two go together.
+  void learn_usual(Usual& usual, const Value* names, std::size_t count);
   /// A dictionary of what was read since `open`, with these keys.
   Dict make_record(Open open, const KeySet* keys);
   /// The same with keys of its own; the last of equal keys wins at the place of the first.
   Dict make_table(Open open);
-  static void move_tail(Values& from, std::size_t first, Values& to);
+  static bool is_text(const Name::Rep& name, std::string_view text);
   Value key_of(std::string_view text);
+  std::string_view next_key() { return text_at(*at_++); }
   const Name::Rep* learn(std::string_view text, std::uint32_t hash);
   std::string_view text_at(std::uint64_t word) const;
   void enter();
 
-  static constexpr std::size_t kGuesses = 1024;
+  static constexpr std::size_t kPlaces = 1024;
   static constexpr std::size_t kCounted = 4096;
 
   struct Sighting {
@@ -60,9 +74,9 @@ class TreeBuilder {
   std::size_t depth_ = 0, max_depth_ = 0;
 
   // What is read of the containers that are still open.
-  Values keys_, values_;
+  std::vector<Value> keys_, values_;
 
-  std::vector<const KeySet*> guesses_ = std::vector<const KeySet*>(kGuesses, KeySet::none());
+  std::vector<Usual> usual_ = std::vector<Usual>(kPlaces);
   std::vector<Sighting> sightings_ = std::vector<Sighting>(kCounted);
   std::uint32_t record_ = 0;
   std::vector<std::uint32_t> seen_in_;  // by name number: the last dictionary that was found to have the name

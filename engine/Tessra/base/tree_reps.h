@@ -4,8 +4,8 @@
 // value.h; everybody else sees handles.
 
 #include <cstdint>
-#include <vector>
 
+#include "Tessra/base/key_match.h"
 #include "Tessra/base/key_set.h"
 #include "Tessra/base/pool.h"
 #include "Tessra/base/value.h"
@@ -17,38 +17,76 @@ inline void check_depth(int depth) {
   if (depth > kMaxDepth) throw LimitError("nested deeper than " + std::to_string(kMaxDepth));
 }
 
-/// Ends the values of a container without recursing as deep as they are nested.
-void end_values(Values&& values) noexcept;
-
-struct List::Rep : Pooled {
-  std::uint32_t refs = 1;
-  Values values;
-};
-
-/// Keys apart from values: dictionaries with the same fields share one set of keys, so that each holds its values only.
+/// The values of a list or a dictionary. They stand right behind the row, in the same block of memory, until it is full.
+/// Then a row that one handle holds moves to a larger block; one that several hold stays where it is, since they all
+/// know it by its address, and its values move to a block of their own.
 ///
-/// The value of an erased entry is marked absent and nothing moves, so that pointers to values stay valid until the
-/// next insertion; erased entries are squeezed out when an insertion finds too many. `first` counts the erased entries
-/// at the front: who erases the first entry again and again never walks over what is gone.
-struct Dict::Rep : Pooled {
+/// A dictionary has its keys apart from its values: those with the same fields share one set of keys. A key that the
+/// dictionary does not have stands beside a value that is marked absent: nothing moves when an entry is erased, so that
+/// pointers to values stay valid until the next insertion, and records that leave out some of their fields share one
+/// shape all the same. Erased entries are squeezed out when an insertion finds too many.
+struct Row {
+  /// Most values that stand behind a row.
+  static constexpr std::size_t kMostBehind = 126;
+
   std::uint32_t refs = 1;
-  std::uint32_t first = 0;
-  std::uint32_t absent = 0;
-  const KeySet* keys = KeySet::none();  // one key for each of `values`
-  Values values;
+  std::uint32_t count = 0;   // of values, absent ones included
+  std::uint32_t absent = 0;  // of a dictionary
+  std::uint32_t behind;      // values for which there is room behind the row
+  const KeySet* keys;        // of a dictionary: one key for each value; null for a list
+  Value* values;
 
-  Rep() = default;
-  Rep(const Rep&) = delete;
-  Rep& operator=(const Rep&) = delete;
-  ~Rep() { KeySet::drop(keys); }
+  /// A row without values, and with room for so many.
+  static Row* make(std::size_t room, const KeySet* keys);
+  /// Ends the row, without recursing as deep as it is nested.
+  static void end(Row* row) noexcept;
+  /// Makes room for so many more. `row` is the handle's own, which may be another one afterwards.
+  static void reserve(Row*& row, std::size_t more) {
+    if (row->room() < row->count + more) enlarge(row, row->count + more);
+  }
+  /// The same, with some more room to spare: rows that grow one by one are to move rarely.
+  static void reserve_one(Row*& row) {
+    if (row->room() == row->count) enlarge(row, row->count + row->count / 2 + 2);
+  }
 
-  std::size_t size() const { return values.size() - absent; }
-  /// Adds an entry that is known not to be there.
-  Value& append(Value key, std::uint32_t hash, Value value);
+  Row(std::size_t room, const KeySet* its_keys) : behind(static_cast<std::uint32_t>(room)), keys(its_keys), values(inside()) {}
+  Row(const Row&) = delete;
+  Row& operator=(const Row&) = delete;
+
+  // Of a dictionary.
+
+  std::size_t size() const { return count - absent; }
+  /// Where the first entry may be: who erases the first entry again and again never walks over what is gone.
+  std::size_t first() const { return keys->first(); }
+  /// The value at this place, or null when it is absent.
+  Value* present(std::size_t at) const;
   void erase(std::uint32_t at);
-  /// Drops what is absent. The keys become the dictionary's own.
-  void squeeze(std::size_t more);
+
+  Value* inside() { return reinterpret_cast<Value*>(this + 1); }
+  bool is_outside() const { return values != reinterpret_cast<const Value*>(this + 1); }
+  std::size_t room() const { return is_outside() ? outside_room() : behind; }
+  /// Adds a value for which there is room.
+  Value& add(Value&& value);
+  void add_absent();
+  /// Ends the values from this place on.
+  void cut(std::size_t at) noexcept;
+  /// Parts with all values; who calls ends them when it is done with everything else.
+  [[nodiscard]] Row* take_out();
+
+ private:
+  static void enlarge(Row*& row, std::size_t room);
+  std::size_t outside_room() const { return reinterpret_cast<const std::uint64_t*>(values)[-1]; }
+  void free_outside() noexcept;
+  void free_block() noexcept;
+  void end_now() noexcept;
 };
+
+inline Value& Row::add(Value&& value) { return *new (values + count++) Value(std::move(value)); }
+inline void Row::add_absent() {
+  new (values + count++) Value(Value::absent());
+  ++absent;
+}
+inline Value* Row::present(std::size_t at) const { return values[at].is_absent() ? nullptr : values + at; }
 
 /// Walks the entries in insertion order: `for (auto [key, value] : dict)`. Entries may be erased on the way, not added.
 template <bool kConst>
@@ -64,9 +102,9 @@ class DictIterator {
   using reference = Item;
   using pointer = void;
 
-  /// `rep` may be null, for a dictionary that was moved from.
-  DictIterator(Dict::Rep* rep, std::size_t at) : rep_(rep), at_(at) { skip_absent(); }
-  Item operator*() const { return {rep_->keys->key(at_), rep_->values[at_]}; }
+  /// `row` may be null, for a dictionary that was moved from.
+  DictIterator(Row* row, std::size_t at) : row_(row), at_(at) { skip_absent(); }
+  Item operator*() const { return {row_->keys->key(at_), row_->values[at_]}; }
   DictIterator& operator++() {
     ++at_;
     skip_absent();
@@ -78,11 +116,11 @@ class DictIterator {
   }
 
  private:
-  bool at_end() const { return rep_ == nullptr || at_ >= rep_->values.size(); }
+  bool at_end() const { return row_ == nullptr || at_ >= row_->count; }
   void skip_absent() {
-    while (!at_end() && rep_->values[at_].is_absent()) ++at_;
+    while (!at_end() && row_->values[at_].is_absent()) ++at_;
   }
-  Dict::Rep* rep_;
+  Row* row_;
   std::size_t at_;
 };
 
@@ -93,27 +131,57 @@ inline KeyRef::KeyRef(const Value& value) {
     hash_ = name_->hash;
   } else if (value.is_string()) {
     text_ = value.as_text();
-    hash_ = hash_text(text_);
+    if (value.tag_ == Value::Tag::string) known_hash_ = &value.string_->hash;
   } else {
     refer_to_number(value);
   }
 }
 
-inline std::size_t Dict::size() const { return rep_ != nullptr ? rep_->size() : 0; }
+inline std::uint32_t KeyRef::hash() const {
+  if (hash_ != 0) return hash_;
+  if (known_hash_ == nullptr) return hash_ = hash_text(text_);
+  if (*known_hash_ == 0) *known_hash_ = hash_text(text_);
+  return hash_ = *known_hash_;
+}
+
+inline std::size_t Dict::size() const { return row_ != nullptr ? row_->size() : 0; }
 inline bool Dict::empty() const { return size() == 0; }
 
 inline const Value* Dict::find(const KeyRef& key) const {
-  if (rep_ == nullptr) return nullptr;
-  const std::uint32_t at = rep_->keys->find(key);
+  if (row_ == nullptr) return nullptr;
+  const std::uint32_t at = row_->keys->find(key);
   if (at == KeySet::kNowhere) return nullptr;
-  const Value& value = rep_->values[at];
-  return rep_->absent == 0 || !value.is_absent() ? &value : nullptr;
+  return row_->present(at);
 }
 inline Value* Dict::find(const KeyRef& key) { return const_cast<Value*>(std::as_const(*this).find(key)); }
 
-inline Dict::const_iterator Dict::begin() const { return {rep_, rep_ != nullptr ? rep_->first : 0}; }
-inline Dict::const_iterator Dict::end() const { return {rep_, SIZE_MAX}; }
-inline Dict::iterator Dict::begin() { return {rep_, rep_ != nullptr ? rep_->first : 0}; }
-inline Dict::iterator Dict::end() { return {rep_, SIZE_MAX}; }
+template <class Visit>
+void Dict::match(const Dict& fresh, Visit&& visit) {
+  const Dict source = fresh;  // it may stand inside this dictionary and be overwritten on the way
+  if (source.row_ == nullptr) return;
+  const Row& from = *source.row_;
+  const KeySet* keys = nullptr;
+  const KeyMatch* places = nullptr;
+  for (std::size_t at = from.first(); at < from.count; ++at) {
+    const Value* value = from.present(at);
+    if (value == nullptr) continue;
+    const Value& key = from.keys->key(at);
+    if (row().keys != keys) {
+      keys = row_->keys;
+      places = KeyMatch::of(keys, from.keys);
+    }
+    if (places == nullptr) {
+      visit(key, find(key), *value);
+    } else {
+      const std::uint32_t place = places->place(at);
+      visit(key, place != KeySet::kNowhere ? row_->present(place) : nullptr, *value);
+    }
+  }
+}
+
+inline Dict::const_iterator Dict::begin() const { return {row_, row_ != nullptr ? row_->first() : 0}; }
+inline Dict::const_iterator Dict::end() const { return {row_, SIZE_MAX}; }
+inline Dict::iterator Dict::begin() { return {row_, row_ != nullptr ? row_->first() : 0}; }
+inline Dict::iterator Dict::end() { return {row_, SIZE_MAX}; }
 
 }  // namespace tessra

@@ -17,27 +17,13 @@ std::string_view kind_name(Kind kind) {
   return kNames[static_cast<int>(kind)];
 }
 
-/// A text with its bytes behind it, in one allocation.
-struct Value::StringRep : Counted {
-  std::uint32_t size;
-  char bytes[1];  // as many as `size` says
-
-  static StringRep* make(std::string_view text) {
-    if (text.size() > UINT32_MAX) throw LimitError("text longer than 4 GiB");
-    auto* rep = static_cast<StringRep*>(Pool::take(bytes_of(text.size())));
-    rep->refs = 1;
-    rep->size = static_cast<std::uint32_t>(text.size());
-    text.copy(rep->bytes, text.size());
-    return rep;
-  }
-  void end() noexcept { Pool::give(this, bytes_of(size)); }
-  static std::size_t bytes_of(std::size_t size) { return sizeof(Counted) + sizeof(std::uint32_t) + size; }
-};
-
 struct Value::HostRep : Counted {
   std::shared_ptr<void> object;
   std::type_index type;
 };
+
+/// A text and its bytes behind it, in one block.
+std::size_t Value::bytes_of(std::size_t text_size) { return offsetof(StringRep, bytes) + text_size; }
 
 Value::Value(std::string_view text) {
   if (text.size() <= kShortText) {
@@ -45,7 +31,12 @@ Value::Value(std::string_view text) {
     short_size_ = static_cast<std::uint8_t>(text.size());
     text.copy(const_cast<char*>(short_text()), text.size());  // an empty view may have no bytes at all
   } else {
-    string_ = StringRep::make(text);
+    if (text.size() > UINT32_MAX) throw LimitError("text longer than 4 GiB");
+    string_ = static_cast<StringRep*>(Pool::take(bytes_of(text.size())));
+    string_->refs = 1;
+    string_->size = static_cast<std::uint32_t>(text.size());
+    string_->hash = 0;
+    text.copy(string_->bytes, text.size());
     tag_ = Tag::string;
   }
 }
@@ -64,13 +55,11 @@ std::string_view Value::long_text() const {
 void Value::end() noexcept {
   switch (tag_) {
     case Tag::string:
-      string_->end();
+      Pool::give(string_, bytes_of(string_->size));
       break;
     case Tag::list:
-      List::end(list_.rep_);
-      break;
     case Tag::dictionary:
-      Dict::end(dict_.rep_);
+      Row::end(row_);
       break;
     default:
       delete host_;

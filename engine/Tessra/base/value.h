@@ -158,17 +158,24 @@ class Value {
  private:
   friend class KeyRef;
   friend class KeySet;
+  friend struct Row;
   friend class Dict;
   template <bool kConst>
   friend class DictIterator;
   friend class List;
   friend class DeepCopy;
   friend class TreeBuilder;
-  struct StringRep;
   struct HostRep;
   struct Counted {
     std::uint32_t refs;  // what all that is counted begins with
   };
+  struct StringRep {
+    std::uint32_t refs;
+    std::uint32_t size;
+    std::uint32_t hash;  // 0 until it was a key
+    char bytes[1];       // as many as `size` says
+  };
+  static std::size_t bytes_of(std::size_t text_size);
 
   // `name`, `text` and `string` are one kind: a known field name, a short text that stands in the value itself, and one
   // with bytes of its own. `absent` marks the erased entries of a dictionary; nobody else ever sees it. What comes
@@ -182,6 +189,11 @@ class Value {
   };
 
   Value(std::shared_ptr<void> object, std::type_index type);
+  static Value absent() {
+    Value value;
+    value.tag_ = Tag::absent;
+    return value;
+  }
 
   template <class I>
   static std::int64_t checked_integer(I integer) {
@@ -217,6 +229,7 @@ class Value {
     List list_;
     Dict dict_;
     HostRep* host_;
+    Row* row_;  // of a list or dictionary
   };
 };
 

@@ -1,0 +1,40 @@
+#include <array>
+
+#include "Tessra/base/value.h"
+
+namespace tessra {
+
+const KeyMatch& KeyMatch::of_shapes(const KeySet* held, const KeySet* fresh) {
+  constexpr std::size_t kRemembered = 1024;
+  static thread_local std::array<KeyMatch, kRemembered> remembered;
+  const auto bits = [](const KeySet* keys) { return reinterpret_cast<std::uintptr_t>(keys); };
+  const std::uint64_t hash = (bits(held) * 0x9E3779B97F4A7C15 ^ bits(fresh)) * 0xD1B54A32D192ED03;
+  KeyMatch& match = remembered[(hash >> 40) % kRemembered];
+  if (match.held_ != held || match.fresh_ != fresh) match.find_places(held, fresh);
+  return match;
+}
+
+void KeyMatch::find_places(const KeySet* held, const KeySet* fresh) {
+  held_ = held;
+  fresh_ = fresh;
+  is_joined_ = false;
+  places_.clear();
+  common_.clear();
+  for (std::size_t at = 0; at < fresh->count(); ++at) {
+    places_.push_back(held->find(fresh->key(at)));
+    if (places_.back() != KeySet::kNowhere) common_.push_back(static_cast<std::uint32_t>(at));
+  }
+}
+
+const KeySet* KeyMatch::joined() const {
+  if (is_joined_) return joined_;
+  std::vector<Value> names(held_->begin(), held_->begin() + held_->count());
+  for (std::size_t at = 0; at < fresh_->count(); ++at) {
+    if (places_[at] == KeySet::kNowhere) names.push_back(fresh_->key(at));
+  }
+  joined_ = KeySet::shape_of(names.data(), names.size());
+  is_joined_ = true;
+  return joined_;
+}
+
+}  // namespace tessra

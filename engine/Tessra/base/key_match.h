@@ -1,0 +1,40 @@
+#pragma once
+
+// How the keys of two shapes stand to each other. Part of value.h, which is what others include.
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "Tessra/base/key_set.h"
+
+namespace tessra {
+
+/// Where the keys of one shape stand in another. Records of the same fields are merged into dictionaries of the same
+/// fields again and again, so each thread remembers the pairs it met lately.
+class KeyMatch {
+ public:
+  /// Null unless both are shapes. Valid until the thread asks for another pair.
+  static const KeyMatch* of(const KeySet* held, const KeySet* fresh) {
+    return held->is_shape() && fresh->is_shape() ? &of_shapes(held, fresh) : nullptr;
+  }
+
+  /// Where the key at this place of `fresh` stands in `held`, or `KeySet::kNowhere`.
+  std::uint32_t place(std::size_t at) const { return places_[at]; }
+  /// The places in `fresh` of the keys that both have.
+  const std::vector<std::uint32_t>& common() const { return common_; }
+  /// The shape of the keys that are held followed by those that are fresh; null when there is none.
+  const KeySet* joined() const;
+
+ private:
+  static const KeyMatch& of_shapes(const KeySet* held, const KeySet* fresh);
+  void find_places(const KeySet* held, const KeySet* fresh);
+
+  const KeySet* held_ = nullptr;
+  const KeySet* fresh_ = nullptr;
+  std::vector<std::uint32_t> places_, common_;
+  mutable const KeySet* joined_ = nullptr;
+  mutable bool is_joined_ = false;  // or was tried
+};
+
+}  // namespace tessra
