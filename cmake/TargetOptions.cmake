@@ -3,6 +3,8 @@ function(tessra_target_options target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
   # GCC 12 sees overlaps in string concatenation that are not there.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+  # Two words written one by one and soon moved as one vector make the processor wait; values are moved all the time.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
   if(TESSRA_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

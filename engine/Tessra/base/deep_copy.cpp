@@ -9,7 +9,7 @@ namespace tessra {
 class DeepCopy {
  public:
   Value copy(const Value& value) {
-    switch (value.tag_) {
+    switch (value.tag()) {
       case Value::Tag::string:
         return value.as_text();
       case Value::Tag::list:

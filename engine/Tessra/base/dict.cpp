@@ -68,7 +68,7 @@ Value& Dict::append(Value key, Value value) {
   row();
   if (!row_->keys->is_shape() && row_->absent > row_->size() / 2 + 8) squeeze(1);
   if (row_->keys->is_shape()) {
-    const bool is_name = key.tag_ == Value::Tag::name;
+    const bool is_name = key.tag() == Value::Tag::name;
     // A name that this dictionary lacks may be in the shape all the same; now it comes last.
     if (is_name && row_->absent > 0 && row_->keys->find(key) != KeySet::kNowhere) squeeze(kRoom);
     const KeySet* next = is_name && row_->keys->is_shape() ? row_->keys->after(key) : nullptr;

@@ -87,7 +87,7 @@ class KeySet {
     Slot slots[1];  // mask + 1
   };
   struct Shapes;
-  static constexpr std::uint32_t kScanLimit = 20;
+  static constexpr std::uint32_t kScanLimit = 8;
   static const KeySet kNone;
 
   constexpr KeySet(std::size_t room, bool is_shape, bool is_grown)
@@ -96,9 +96,9 @@ class KeySet {
   void end() const noexcept;
   void free() const noexcept;
   static bool equal(const Value& key, const KeyRef& ref) {
-    if (key.tag_ == Value::Tag::name && ref.name_ != nullptr) return key.name_ == ref.name_;
+    if (key.tag() == Value::Tag::name && ref.name_ != nullptr) return key.name_ == ref.name_;
     if (key.is_string()) return ref.is_text_ && key.as_text() == ref.text_;
-    return key.tag_ == Value::Tag::integer && !ref.is_text_ && key.integer_ == ref.integer_;
+    return key.tag() == Value::Tag::integer && !ref.is_text_ && key.integer_ == ref.integer_;
   }
   std::uint32_t scan(const KeyRef& ref) const {
     for (std::uint32_t at = 0; at < count_; ++at) {

@@ -15,20 +15,31 @@ thread_local constinit bool Pool::left_ = false;
 /// What threads leave to each other.
 struct Pool::Depot {
   std::mutex mutex;
-  std::array<Block*, kClasses> batches{};
+  std::array<Batch*, kClasses> batches{};
+  Batch* empty = nullptr;
   std::vector<void*> chunks;  // all there are, for tools that look for leaks
 
-  void put(std::size_t at, Block* batch) {
+  void put(std::size_t at, Batch* batch) {
     if (batch == nullptr) return;
     const std::lock_guard lock(mutex);
-    batch->next_batch = std::exchange(batches[at], batch);
+    push(batch->count > 0 ? batches[at] : empty, batch);
   }
-  Block* get(std::size_t at) {
+  /// A batch with blocks, or null.
+  Batch* get(std::size_t at) {
     const std::lock_guard lock(mutex);
-    Block* batch = batches[at];
-    if (batch != nullptr) batches[at] = batch->next_batch;
-    return batch;
+    return pop(batches[at]);
   }
+  Batch* get_empty() {
+    {
+      const std::lock_guard lock(mutex);
+      if (Batch* batch = pop(empty)) return batch;
+    }
+    return new Batch;
+  }
+
+ private:
+  static void push(Batch*& list, Batch* batch) { batch->next = std::exchange(list, batch); }
+  static Batch* pop(Batch*& list) { return list != nullptr ? std::exchange(list, list->next) : nullptr; }
 };
 
 /// Leaves a thread's blocks to the others when the thread ends. What is given back later goes to the depot at once.
@@ -85,36 +96,29 @@ void* Pool::take_slowly(std::size_t bytes) {
   const std::size_t at = size_class(bytes);
   Thread* thread = join();
   if (thread == nullptr) {  // this thread has left already: single blocks, cut for it alone
-    Block* block = depot().get(at);
-    if (block == nullptr) return ::operator new(at* kStep);
-    depot().put(at, block->next);
+    Batch* batch = depot().get(at);
+    if (batch == nullptr) return ::operator new(at* kStep);
+    void* block = batch->take();
+    depot().put(at, batch);
     return block;
   }
   Shelf& shelf = thread->shelves[at];
-  Block* batch = shelf.batch;
-  if (batch == nullptr) batch = std::exchange(shelf.full, nullptr);
-  if (batch == nullptr) batch = depot().get(at);
-  if (batch == nullptr) return cut(*thread, at * kStep);
-  shelf.count = kBatch - 1;  // a batch of a thread that ended may hold less, and is then full the sooner
-  shelf.batch = batch->next;
-  return batch;
+  Batch* next = std::exchange(shelf.full, nullptr);
+  if (next == nullptr) next = depot().get(at);
+  if (next == nullptr) return cut(*thread, at * kStep);
+  depot().put(at, std::exchange(shelf.batch, next));
+  return next->take();
 }
 
 void Pool::give_slowly(void* memory, std::size_t bytes) noexcept {
   const std::size_t at = size_class(bytes);
   Thread* thread = join();
-  if (thread == nullptr) {
-    depot().put(at, new (memory) Block{nullptr, nullptr});
-    return;
-  }
+  Batch* batch = depot().get_empty();
+  batch->give(memory);
+  if (thread == nullptr) return depot().put(at, batch);
   Shelf& shelf = thread->shelves[at];
-  if (shelf.count >= kBatch) {
-    depot().put(at, std::exchange(shelf.full, shelf.batch));
-    shelf.batch = nullptr;
-    shelf.count = 0;
-  }
-  shelf.batch = new (memory) Block{shelf.batch, nullptr};
-  ++shelf.count;
+  depot().put(at, std::exchange(shelf.full, shelf.batch));
+  shelf.batch = batch;
 }
 
 #endif

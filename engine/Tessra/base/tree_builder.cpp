@@ -143,7 +143,7 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun) {
   while (kind_of(*at_) != '}') {
     keys_.push_back(key_of(next_key()));
     const Value& key = keys_.back();
-    values_.push_back(build_value(key.tag_ == Value::Tag::name ? key.name_->number : place + kEntry));
+    values_.push_back(build_value(key.tag() == Value::Tag::name ? key.name_->number : place + kEntry));
   }
   if (!are_distinct_names(open)) return make_table(open);
   const Value* names = keys_.data() + open.keys;
@@ -182,7 +182,7 @@ void TreeBuilder::learn_usual(Usual& usual, const Value* names, std::size_t coun
 bool TreeBuilder::are_distinct_names(Open open) {
   ++dict_number_;
   for (std::size_t at = open.keys; at < keys_.size(); ++at) {
-    if (keys_[at].tag_ != Value::Tag::name) return false;
+    if (keys_[at].tag() != Value::Tag::name) return false;
     const std::uint32_t number = keys_[at].name_->number;
     if (number >= seen_in_.size()) seen_in_.resize(2 * number + 64);
     if (std::exchange(seen_in_[number], dict_number_) == dict_number_) return false;

@@ -125,13 +125,13 @@ class DictIterator {
 };
 
 inline KeyRef::KeyRef(const Value& value) {
-  if (value.tag_ == Value::Tag::name) {
+  if (value.tag() == Value::Tag::name) {
     name_ = value.name_;
     text_ = {name_->bytes, name_->size};
     hash_ = name_->hash;
   } else if (value.is_string()) {
     text_ = value.as_text();
-    if (value.tag_ == Value::Tag::string) known_hash_ = &value.string_->hash;
+    if (value.tag() == Value::Tag::string) known_hash_ = &value.string_->hash;
   } else {
     refer_to_number(value);
   }

@@ -1,6 +1,7 @@
 #include "Tessra/base/value.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -26,34 +27,35 @@ struct Value::HostRep : Counted {
 std::size_t Value::bytes_of(std::size_t text_size) { return offsetof(StringRep, bytes) + text_size; }
 
 Value::Value(std::string_view text) {
+  static_assert(std::endian::native == std::endian::little && sizeof(Value) == 16);
   if (text.size() <= kShortText) {
-    tag_ = Tag::text;
-    short_size_ = static_cast<std::uint8_t>(text.size());
-    text.copy(const_cast<char*>(short_text()), text.size());  // an empty view may have no bytes at all
-  } else {
-    if (text.size() > UINT32_MAX) throw LimitError("text longer than 4 GiB");
-    string_ = static_cast<StringRep*>(Pool::take(bytes_of(text.size())));
-    string_->refs = 1;
-    string_->size = static_cast<std::uint32_t>(text.size());
-    string_->hash = 0;
-    text.copy(string_->bytes, text.size());
-    tag_ = Tag::string;
+    const auto [low, high] = detail::load_up_to_16(text.data(), text.size());
+    head_ = head_of(Tag::text) | text.size() << 8 | low << 16;
+    payload_ = low >> 48 | high << 16;
+    return;
   }
+  if (text.size() > UINT32_MAX) throw LimitError("text longer than 4 GiB");
+  string_ = static_cast<StringRep*>(Pool::take(bytes_of(text.size())));
+  string_->refs = 1;
+  string_->size = static_cast<std::uint32_t>(text.size());
+  string_->hash = 0;
+  text.copy(string_->bytes, text.size());
+  head_ = head_of(Tag::string);
 }
 
-Value::Value(std::shared_ptr<void> object, std::type_index type) : tag_(Tag::none), integer_(0) {
+Value::Value(std::shared_ptr<void> object, std::type_index type) : Value() {
   if (object == nullptr) return;
   host_ = new HostRep{{1}, std::move(object), type};
-  tag_ = Tag::host;
+  head_ = head_of(Tag::host);
 }
 
 std::string_view Value::long_text() const {
-  if (tag_ == Tag::string) return {string_->bytes, string_->size};
+  if (tag() == Tag::string) return {string_->bytes, string_->size};
   fail_kind(Kind::string);
 }
 
 void Value::end() noexcept {
-  switch (tag_) {
+  switch (tag()) {
     case Tag::string:
       Pool::give(string_, bytes_of(string_->size));
       break;
@@ -71,7 +73,7 @@ bool Value::truthy() const {
     case Kind::none:
       return false;
     case Kind::boolean:
-      return boolean_;
+      return integer_ != 0;
     case Kind::integer:
       return integer_ != 0;
     case Kind::real:
@@ -94,19 +96,17 @@ void Value::fail_kind(Kind wanted) const {
 
 bool Value::as_bool() const {
   if (!is_bool()) fail_kind(Kind::boolean);
-  return boolean_;
+  return integer_ != 0;
 }
 
 std::int64_t Value::as_integer() const {
-  if (is_integer()) return integer_;
-  if (is_bool()) return boolean_ ? 1 : 0;
+  if (is_integer() || is_bool()) return integer_;
   fail_kind(Kind::integer);
 }
 
 double Value::as_real() const {
   if (is_real()) return real_;
-  if (is_integer()) return static_cast<double>(integer_);
-  if (is_bool()) return boolean_ ? 1 : 0;
+  if (is_integer() || is_bool()) return static_cast<double>(integer_);
   fail_kind(Kind::real);
 }
 
@@ -130,10 +130,10 @@ Dict& Value::as_dict() & {
   return dict_;
 }
 
-bool Value::holds_host(std::type_index type) const { return tag_ == Tag::host && host_->type == type; }
+bool Value::holds_host(std::type_index type) const { return tag() == Tag::host && host_->type == type; }
 
 std::shared_ptr<void> Value::host_object(std::type_index type) const {
-  if (tag_ != Tag::host) fail_kind(Kind::host);
+  if (tag() != Tag::host) fail_kind(Kind::host);
   if (host_->type != type) {
     throw KindError("expected host object " + demangle(type.name()) + ", found " + demangle(host_->type.name()));
   }

@@ -31,21 +31,21 @@ std::string_view kind_name(Kind kind);
 /// its counts are not atomic, so no `Value` may stand in a static or at namespace scope.
 class Value {
  public:
-  Value() noexcept : tag_(Tag::none), integer_(0) {}
+  Value() noexcept : head_(head_of(Tag::none)), integer_(0) {}
   template <std::same_as<bool> B>
-  Value(B boolean) noexcept : tag_(Tag::boolean), boolean_(boolean) {}
+  Value(B boolean) noexcept : head_(head_of(Tag::boolean)), integer_(boolean) {}
   /// Throws `ConversionError` for an unsigned number beyond 63 bits.
   template <std::integral I>
     requires(!std::same_as<I, bool> && !std::same_as<I, char>)
-  Value(I integer) : tag_(Tag::integer), integer_(checked_integer(integer)) {}
+  Value(I integer) : head_(head_of(Tag::integer)), integer_(checked_integer(integer)) {}
   template <std::floating_point F>
-  Value(F real) noexcept : tag_(Tag::real), real_(static_cast<double>(real)) {}
+  Value(F real) noexcept : head_(head_of(Tag::real)), real_(static_cast<double>(real)) {}
   Value(std::string_view text);
   Value(const std::string& text) : Value(std::string_view(text)) {}
   Value(const char* text) : Value(std::string_view(text)) {}
-  Value(Name name) noexcept : tag_(Tag::name), name_(name.rep_) {}
-  Value(List list) noexcept : tag_(Tag::list), list_(std::move(list)) {}
-  Value(Dict dict) noexcept : tag_(Tag::dictionary), dict_(std::move(dict)) {}
+  Value(Name name) noexcept : head_(head_of(Tag::name)), name_(name.rep_) {}
+  Value(List list) noexcept : head_(head_of(Tag::list)), list_(std::move(list)) {}
+  Value(Dict dict) noexcept : head_(head_of(Tag::dictionary)), dict_(std::move(dict)) {}
   /// A host object; an empty pointer becomes none. It is read back as the same type.
   template <class T>
   Value(std::shared_ptr<T> object) : Value(std::shared_ptr<void>(object), std::type_index(typeid(T))) {}
@@ -59,7 +59,7 @@ class Value {
   }
   Value(Value&& other) noexcept {
     take_bits(other);
-    other.tag_ = Tag::none;
+    other.head_ = head_of(Tag::none);
   }
   Value& operator=(const Value& other) noexcept {
     Value copy(other);
@@ -75,27 +75,25 @@ class Value {
     if (is_counted() && counted_ != nullptr && --counted_->refs == 0) end();
   }
   void swap(Value& other) noexcept {
-    Bits mine;
-    std::memcpy(&mine, static_cast<const void*>(this), sizeof(mine));
-    take_bits(other);
-    std::memcpy(static_cast<void*>(&other), &mine, sizeof(mine));
+    std::swap(head_, other.head_);
+    std::swap(payload_, other.payload_);
   }
 
   Kind kind() const noexcept {
     constexpr Kind kKinds[] = {Kind::none, Kind::boolean, Kind::integer, Kind::real,       Kind::string, Kind::string,
                                Kind::none, Kind::string,  Kind::list,    Kind::dictionary, Kind::host};
-    return kKinds[static_cast<int>(tag_)];
+    return kKinds[static_cast<int>(tag())];
   }
-  bool is_none() const noexcept { return tag_ == Tag::none; }
-  bool is_bool() const noexcept { return tag_ == Tag::boolean; }
-  bool is_integer() const noexcept { return tag_ == Tag::integer; }
-  bool is_real() const noexcept { return tag_ == Tag::real; }
+  bool is_none() const noexcept { return tag() == Tag::none; }
+  bool is_bool() const noexcept { return tag() == Tag::boolean; }
+  bool is_integer() const noexcept { return tag() == Tag::integer; }
+  bool is_real() const noexcept { return tag() == Tag::real; }
   bool is_number() const noexcept { return is_bool() || is_integer() || is_real(); }
-  bool is_string() const noexcept { return tag_ == Tag::name || tag_ == Tag::text || tag_ == Tag::string; }
-  bool is_list() const noexcept { return tag_ == Tag::list; }
-  bool is_dict() const noexcept { return tag_ == Tag::dictionary; }
+  bool is_string() const noexcept { return tag() == Tag::name || tag() == Tag::text || tag() == Tag::string; }
+  bool is_list() const noexcept { return tag() == Tag::list; }
+  bool is_dict() const noexcept { return tag() == Tag::dictionary; }
   /// Exactly the boolean true.
-  bool is_true() const noexcept { return is_bool() && boolean_; }
+  bool is_true() const noexcept { return is_bool() && integer_ != 0; }
   /// Exactly this text; compares without making a value.
   bool is_text(std::string_view text) const { return is_string() && as_text() == text; }
   /// False for none, false, zero and whatever is empty; true for the rest, host objects included.
@@ -110,8 +108,8 @@ class Value {
   double as_real() const;
   /// Valid while this value stays where it is and unchanged.
   std::string_view as_text() const& {
-    if (tag_ == Tag::text) return {short_text(), short_size_};
-    if (tag_ == Tag::name) return {name_->bytes, name_->size};
+    if (tag() == Tag::text) return {short_text(), short_size()};
+    if (tag() == Tag::name) return {name_->bytes, name_->size};
     return long_text();
   }
   std::string_view as_text() const&& = delete;  // the bytes would be gone
@@ -184,14 +182,11 @@ class Value {
 
   /// Longest text that stands in the value itself: all of its bytes but the tag and the size.
   static constexpr std::size_t kShortText = 14;
-  struct Bits {
-    std::uint64_t words[2];
-  };
 
   Value(std::shared_ptr<void> object, std::type_index type);
   static Value absent() {
     Value value;
-    value.tag_ = Tag::absent;
+    value.head_ = head_of(Tag::absent);
     return value;
   }
 
@@ -202,11 +197,14 @@ class Value {
   }
   /// Every kind of value is moved by its bytes; the caller keeps the counts right.
   void take_bits(const Value& other) noexcept {
-    static_assert(sizeof(Value) == sizeof(Bits));
-    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof(Bits));
+    head_ = other.head_;
+    payload_ = other.payload_;
   }
-  bool is_counted() const noexcept { return tag_ >= Tag::string; }
-  bool is_absent() const noexcept { return tag_ == Tag::absent; }
+  static constexpr std::uint64_t head_of(Tag tag) { return static_cast<std::uint64_t>(tag); }
+  Tag tag() const noexcept { return static_cast<Tag>(head_ & 0xFF); }
+  std::size_t short_size() const noexcept { return head_ >> 8 & 0xFF; }
+  bool is_counted() const noexcept { return tag() >= Tag::string; }
+  bool is_absent() const noexcept { return tag() == Tag::absent; }
   const char* short_text() const noexcept { return reinterpret_cast<const char*>(this) + 2; }
   std::string_view long_text() const;
   /// Ends what this value held the last reference to.
@@ -216,12 +214,13 @@ class Value {
   [[noreturn]] void fail_kind(Kind wanted) const;
   static bool equal(const Value& a, const Value& b, int depth);
 
-  Tag tag_;
-  std::uint8_t short_size_;
-  char short_bytes_[6];  // the first bytes of a short text, which goes on in the union
+  // Written and read as two whole words: what is written in pieces and read at once, soon after, makes the processor
+  // wait. The head holds the tag in its lowest byte; of a short text also the size and the first bytes, which go on in
+  // the payload.
+  std::uint64_t head_;
   union {
-    bool boolean_;
-    std::int64_t integer_;
+    std::uint64_t payload_;
+    std::int64_t integer_;  // or a boolean
     double real_;
     const Name::Rep* name_;
     Counted* counted_;
