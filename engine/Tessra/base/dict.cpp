@@ -130,20 +130,17 @@ void Dict::own_keys(std::size_t more) {
   if (row_->keys->is_shape()) row_->keys = KeySet::own(row_->keys->begin(), row_->count, row_->count + more);
 }
 
-Row& Dict::row() {
+Row& Dict::row() const {
   if (row_ == nullptr) row_ = Row::make(kUsualRoom, KeySet::none());
   return *row_;
 }
 
 // ---- The handle -------------------------------------------------------------------------------------------------
 
-Dict::Dict() : row_(Row::make(kUsualRoom, KeySet::none())) {}
 Dict::Dict(std::initializer_list<std::pair<KeyRef, Value>> entries) : Dict() {
   for (const auto& [key, value] : entries) set(key, value);
 }
-Dict::Dict(const Dict& other) noexcept : row_(other.row_) {
-  if (row_ != nullptr) ++row_->refs;
-}
+Dict::Dict(const Dict& other) : row_(&other.row()) { ++row_->refs; }
 Dict& Dict::operator=(Dict other) noexcept {
   std::swap(row_, other.row_);
   return *this;

@@ -65,17 +65,18 @@ class KeyRef {
 /// Copying the handle shares the dictionary: what one holder writes, every holder reads. `is` asks whether two handles
 /// are one dictionary, `==` whether two dictionaries hold equal entries in whatever order. Pointers and references to
 /// values are valid until the next insertion into that dictionary. A moved-from handle is an empty dictionary of its
-/// own. A dictionary belongs to one thread at a time.
+/// own. An empty dictionary takes no memory until it is written to or shared. A dictionary belongs to one thread at a
+/// time.
 class Dict {
  public:
   using iterator = DictIterator<false>;
   using const_iterator = DictIterator<true>;
 
   /// A new empty dictionary.
-  Dict();
+  Dict() noexcept : row_(nullptr) {}
   /// A new dictionary with these entries; the last of equal keys wins at the place of the first.
   Dict(std::initializer_list<std::pair<KeyRef, Value>> entries);
-  Dict(const Dict& other) noexcept;
+  Dict(const Dict& other);
   Dict(Dict&& other) noexcept : row_(other.row_) { other.row_ = nullptr; }
   Dict& operator=(Dict other) noexcept;
   ~Dict();
@@ -140,7 +141,7 @@ class Dict {
   /// A new dictionary that shares nothing with this one. What was shared inside stays shared inside the copy.
   Dict deep_copy() const;
 
-  bool is(const Dict& other) const { return row_ == other.row_; }
+  bool is(const Dict& other) const { return row_ != nullptr ? row_ == other.row_ : this == &other; }
   friend bool operator==(const Dict& a, const Dict& b);
 
  private:
@@ -148,8 +149,8 @@ class Dict {
   friend class TreeBuilder;
   friend class Value;
   explicit Dict(Row* row) : row_(row) {}
-  /// What is written to; a moved-from handle gets a dictionary now.
-  Row& row();
+  /// What is written to or shared; a handle that had none gets one now.
+  Row& row() const;
   static bool equal(const Dict& a, const Dict& b, int depth);
   /// Adds an entry that is known not to be there.
   Value& append(Value key, Value value);
@@ -162,7 +163,7 @@ class Dict {
 
   static constexpr std::size_t kUsualRoom = 2;
 
-  Row* row_;  // null after the handle was moved from
+  mutable Row* row_;  // null for an empty dictionary that no other handle knows
 };
 
 }  // namespace tessra

@@ -8,18 +8,15 @@
 
 namespace tessra {
 
-Row& List::row() {
+Row& List::row() const {
   if (row_ == nullptr) row_ = Row::make(0, nullptr);
   return *row_;
 }
 
-List::List() : row_(Row::make(0, nullptr)) {}
 List::List(std::initializer_list<Value> values) : row_(Row::make(values.size(), nullptr)) {
   for (const Value& value : values) row_->add(Value(value));
 }
-List::List(const List& other) noexcept : row_(other.row_) {
-  if (row_ != nullptr) ++row_->refs;
-}
+List::List(const List& other) : row_(&other.row()) { ++row_->refs; }
 List& List::operator=(List other) noexcept {
   std::swap(row_, other.row_);
   return *this;

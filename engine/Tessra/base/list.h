@@ -14,9 +14,9 @@ class List {
  public:
 
   /// A new empty list.
-  List();
+  List() noexcept : row_(nullptr) {}
   List(std::initializer_list<Value> values);
-  List(const List& other) noexcept;
+  List(const List& other);
   List(List&& other) noexcept : row_(other.row_) { other.row_ = nullptr; }
   List& operator=(List other) noexcept;
   ~List();
@@ -45,7 +45,7 @@ class List {
   /// A new list that shares the values' lists and dictionaries.
   List shallow_copy() const;
 
-  bool is(const List& other) const { return row_ == other.row_; }
+  bool is(const List& other) const { return row_ != nullptr ? row_ == other.row_ : this == &other; }
   friend bool operator==(const List& a, const List& b);
 
  private:
@@ -53,11 +53,11 @@ class List {
   friend class TreeBuilder;
   friend class Value;
   explicit List(Row* row) : row_(row) {}
-  /// What is written to; a moved-from handle gets a list now.
-  Row& row();
+  /// What is written to or shared; a handle that had none gets one now.
+  Row& row() const;
   static bool equal(const List& a, const List& b, int depth);
 
-  Row* row_;  // null after the handle was moved from
+  mutable Row* row_;  // null for an empty list that no other handle knows
 };
 
 }  // namespace tessra

@@ -101,9 +101,12 @@ Value TreeBuilder::build_dict(Place place) {
   const std::size_t count = entries_of(at_[-1]);
   const KeySet& shape = *usual_[place % kPlaces].shape;
   // A few fields of many would take more room along the shape than by themselves.
-  const bool is_usual = 0 < count && count <= shape.count() && 3 * count + 4 >= shape.count();
-  Dict dict(Row::make(is_usual ? shape.count() : 0, KeySet::none()));
-  if (is_usual) read_along(shape, dict);
+  const bool is_usual = 0 < count && count <= shape.count() && 6 * count + 8 >= shape.count();
+  Dict dict;
+  if (is_usual) {
+    dict = Dict(Row::make(shape.count(), &shape));
+    read_along(shape, dict);
+  }
   if (kind_of(*at_) != '}') dict = read_freely(place, dict);
   ++at_;
   --depth_;
@@ -112,7 +115,6 @@ Value TreeBuilder::build_dict(Place place) {
 
 void TreeBuilder::read_along(const KeySet& shape, Dict& dict) {
   Row& row = *dict.row_;
-  row.keys = &shape;
   while (kind_of(*at_) != '}') {
     const std::uint32_t place = place_of(text_at(*at_), shape, row.count);
     if (place == KeySet::kNowhere) return;

@@ -44,8 +44,8 @@ class Value {
   Value(const std::string& text) : Value(std::string_view(text)) {}
   Value(const char* text) : Value(std::string_view(text)) {}
   Value(Name name) noexcept : head_(head_of(Tag::name)), name_(name.rep_) {}
-  Value(List list) noexcept : head_(head_of(Tag::list)), list_(std::move(list)) {}
-  Value(Dict dict) noexcept : head_(head_of(Tag::dictionary)), dict_(std::move(dict)) {}
+  Value(List list) : head_(head_of(Tag::list)), row_(&list.row()) { list.row_ = nullptr; }
+  Value(Dict dict) : head_(head_of(Tag::dictionary)), row_(&dict.row()) { dict.row_ = nullptr; }
   /// A host object; an empty pointer becomes none. It is read back as the same type.
   template <class T>
   Value(std::shared_ptr<T> object) : Value(std::shared_ptr<void>(object), std::type_index(typeid(T))) {}
@@ -96,6 +96,8 @@ class Value {
   bool is_true() const noexcept { return is_bool() && integer_ != 0; }
   /// Exactly this text; compares without making a value.
   bool is_text(std::string_view text) const { return is_string() && as_text() == text; }
+  /// The same for the text of a name.
+  bool is_name(Name name) const { return tag() == Tag::name ? name_ == name.rep_ : is_text(name.text()); }
   /// False for none, false, zero and whatever is empty; true for the rest, host objects included.
   bool truthy() const;
 

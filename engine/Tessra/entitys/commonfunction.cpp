@@ -9,17 +9,16 @@ namespace tessra::cf {
 
 Dict update_dict(Dict old, const Dict& fresh) {
   if (old.is(fresh)) return old;
-  for (auto [key, value] : fresh) {
+  old.match(fresh, [&old](const Value& key, Value* stored, const Value& value) {
     const Dict* inner = value.if_dict();
-    Value* existing = old.find(key);
-    if (existing == nullptr) {
+    if (stored == nullptr) {
       old.set(key, value);
-    } else if (inner != nullptr && existing->is_dict()) {
-      update_dict(existing->as_dict(), *inner);
+    } else if (inner != nullptr && stored->is_dict()) {
+      update_dict(stored->as_dict(), *inner);
     } else {
-      *existing = value;
+      *stored = value;
     }
-  }
+  });
   return old;
 }
 

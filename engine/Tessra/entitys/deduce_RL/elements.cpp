@@ -148,9 +148,12 @@ bool Deduction::create_unit(std::string_view guid, const Value& info_dict, Eleme
 
 namespace {
 
+const Name kName("Name");
+const Name kNavigator("Navigator");
+
 /// The rule of an update for one attribute: dictionaries keep what the record does not carry, except for navigators.
 void merge_attribute(const Value& name, Value& attribute, const Value& fresh) {
-  if (fresh.is_dict() && attribute.is_dict() && !name.is_text("Navigator")) {
+  if (fresh.is_dict() && attribute.is_dict() && !name.is_name(kNavigator)) {
     cf::update_dict(attribute.as_dict(), fresh.as_dict());
   } else {
     attribute = fresh;
@@ -184,9 +187,10 @@ void Deduction::set_element_info(Element& element_obj, const Value& info_dict) {
 }
 
 void Deduction::update_element_info(Element& element_obj, const Dict& info_dict) {
-  for (auto [name, value] : info_dict) {
-    if (Value* stored = element_obj.attributes().find(name)) {
-      if (name.is_text("Name")) note_renamed(element_obj);
+  Dict& attributes = element_obj.attributes();
+  attributes.match(info_dict, [&](const Value& name, Value* stored, const Value& value) {
+    if (stored != nullptr) {
+      if (name.is_name(kName)) note_renamed(element_obj);
       merge_attribute(name, *stored, value);
     } else if (!element_obj.has_attribute(name)) {
       if (!name.is_text("mapdel")) log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
@@ -196,7 +200,7 @@ void Deduction::update_element_info(Element& element_obj, const Dict& info_dict)
       merge_attribute(name, attribute, value);
       element_obj.set_attribute(name, attribute);
     }
-  }
+  });
 }
 
 void Deduction::note_renamed(const Element& element) {
