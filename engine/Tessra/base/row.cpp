@@ -73,7 +73,10 @@ Row* Row::take_out() {
 }
 
 void Row::end_now() noexcept {
-  for (std::size_t at = 0; at < count; ++at) values[at].~Value();
+  for (std::size_t at = 0; at < count; ++at) {
+    fetch_ahead(at);
+    values[at].~Value();
+  }
   if (keys != nullptr) KeySet::drop(keys);
   free_outside();
   free_block();

@@ -15,14 +15,16 @@ constexpr std::uint64_t kPayload = (std::uint64_t{1} << 56) - 1;
 /// Of the word that opens a list or dictionary: how many entries it has.
 std::size_t entries_of(std::uint64_t word) { return word >> 32 & 0xFFFFFF; }
 
-/// The places of a list's and a table's entries, from that of the list or table.
-constexpr std::uint32_t kEntry = 0x9E3779B1;
+/// The number of a list's or table's entries in their place.
+constexpr std::uint32_t kEntry = UINT32_MAX;
+
+bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 /// Whether a text could be the name of a field: letters, digits and underscores.
 bool looks_like_name(std::string_view text) {
   constexpr std::size_t kLongest = 40;
   const auto belongs = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+    return is_letter(c) || (c >= '0' && c <= '9') || c == '_';
   };
   return !text.empty() && text.size() <= kLongest && std::ranges::all_of(text, belongs);
 }
@@ -54,7 +56,7 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
   keys_.clear();
   values_.clear();
   try {
-    return build_value(0);
+    return build_value(Place{});
   } catch (const Beyond&) {
     return std::nullopt;
   }
@@ -90,7 +92,7 @@ Value TreeBuilder::build_value(Place place) {
 Value TreeBuilder::build_list(Place place) {
   enter();
   List list(Row::make(entries_of(at_[-1]), nullptr));
-  while (kind_of(*at_) != ']') list.push_back(build_value(place + kEntry));
+  while (kind_of(*at_) != ']') list.push_back(build_value(place.of(kEntry)));
   ++at_;
   --depth_;
   return list;
@@ -99,13 +101,13 @@ Value TreeBuilder::build_list(Place place) {
 Value TreeBuilder::build_dict(Place place) {
   enter();
   const std::size_t count = entries_of(at_[-1]);
-  const KeySet& shape = *usual_[place % kPlaces].shape;
+  const KeySet& shape = *usual_at(place).shape;
   // A few fields of many would take more room along the shape than by themselves.
   const bool is_usual = 0 < count && count <= shape.count() && 6 * count + 8 >= shape.count();
   Dict dict;
   if (is_usual) {
     dict = Dict(Row::make(shape.count(), &shape));
-    read_along(shape, dict);
+    read_along(place, shape, dict);
   }
   if (kind_of(*at_) != '}') dict = read_freely(place, dict);
   ++at_;
@@ -113,19 +115,19 @@ Value TreeBuilder::build_dict(Place place) {
   return dict;
 }
 
-void TreeBuilder::read_along(const KeySet& shape, Dict& dict) {
+void TreeBuilder::read_along(Place place, const KeySet& shape, Dict& dict) {
   Row& row = *dict.row_;
   while (kind_of(*at_) != '}') {
-    const std::uint32_t place = place_of(text_at(*at_), shape, row.count);
-    if (place == KeySet::kNowhere) return;
-    while (row.count < place) row.add_absent();
+    const std::uint32_t found = find_from(row.count, text_at(*at_), shape);
+    if (found == KeySet::kNowhere) return;
+    while (row.count < found) row.add_absent();
     ++at_;
-    row.add(build_value(shape.key(place).name_->number));
+    row.add(build_value(place.of(shape.key(found).name_->number)));
   }
   while (row.count < shape.count()) row.add_absent();
 }
 
-std::uint32_t TreeBuilder::place_of(std::string_view text, const KeySet& shape, std::uint32_t at) {
+std::uint32_t TreeBuilder::find_from(std::uint32_t at, std::string_view text, const KeySet& shape) {
   constexpr std::uint32_t kNear = 6;
   const auto count = static_cast<std::uint32_t>(shape.count());
   for (const std::uint32_t end = std::min(count, at + kNear); at < end; ++at) {
@@ -134,6 +136,13 @@ std::uint32_t TreeBuilder::place_of(std::string_view text, const KeySet& shape, 
   if (at == count) return KeySet::kNowhere;
   const std::uint32_t found = shape.find(text);
   return found >= at ? found : KeySet::kNowhere;
+}
+
+std::uint32_t TreeBuilder::number_of(const Value& key) {
+  if (key.tag() == Value::Tag::name) return key.name_->number;
+  // A field that is rare, or the id of an entry?
+  const std::string_view text = key.as_text();
+  return std::ranges::all_of(text, is_letter) ? hash_text(text) : kEntry;
 }
 
 Dict TreeBuilder::read_freely(Place place, const Dict& begun) {
@@ -145,12 +154,12 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun) {
   while (kind_of(*at_) != '}') {
     keys_.push_back(key_of(next_key()));
     const Value& key = keys_.back();
-    values_.push_back(build_value(key.tag() == Value::Tag::name ? key.name_->number : place + kEntry));
+    values_.push_back(build_value(place.of(number_of(key))));
   }
   if (!are_distinct_names(open)) return make_table(open);
   const Value* names = keys_.data() + open.keys;
   const std::size_t count = keys_.size() - open.keys;
-  learn_usual(usual_[place % kPlaces], names, count);
+  learn_usual(usual_at(place), names, count);
   const KeySet* shape = KeySet::frequent_shape_of(names, count);
   return make_record(open, shape != nullptr ? shape : KeySet::own(names, count, count));
 }

@@ -13,8 +13,8 @@ namespace tessra {
 ///
 /// Dictionaries that stand at like places mostly have fields of one kind, in one order, though each may leave out some.
 /// So the builder remembers, per place, a shape that has all fields lately seen there, and reads the next dictionary
-/// along it: the next field is mostly one of the next few names, and no key is looked up. A place is named by the field
-/// the dictionary stands under, or the field of its table.
+/// along it: the next field is mostly one of the next few names, and no key is looked up. A place is named by the fields
+/// that lead to it; the entries of a list or of a table of ids are one place.
 ///
 /// A text that is a key again and again in one record is a field name, if it looks like one, and is made known as such.
 class TreeBuilder {
@@ -24,7 +24,10 @@ class TreeBuilder {
   std::optional<Value> build(const std::uint64_t* tape, const std::uint8_t* texts, std::size_t max_depth);
 
  private:
-  using Place = std::uint32_t;
+  struct Place {
+    std::uint32_t path = 0;  // a hash of the numbers of the fields
+    Place of(std::uint32_t number) const { return {(path ^ number) * 0x9E3779B1 + 0x85EBCA6B}; }
+  };
   /// What is known of the dictionaries at a place.
   struct Usual {
     const KeySet* shape = KeySet::none();
@@ -39,10 +42,13 @@ class TreeBuilder {
   Value build_value(Place place);
   Value build_list(Place place);
   Value build_dict(Place place);
+  Usual& usual_at(Place place) { return usual_[place.path >> (32 - kPlaceBits)]; }
   /// Reads entries along the shape until the end, or the first key that does not stand there.
-  void read_along(const KeySet& shape, Dict& dict);
-  /// The place of the key in the shape, from `at` on, or `kNowhere`.
-  static std::uint32_t place_of(std::string_view text, const KeySet& shape, std::uint32_t at);
+  void read_along(Place place, const KeySet& shape, Dict& dict);
+  /// Where the key stands in the shape, from `at` on, or `kNowhere`.
+  static std::uint32_t find_from(std::uint32_t at, std::string_view text, const KeySet& shape);
+  /// What the key adds to the place of its value.
+  static std::uint32_t number_of(const Value& key);
   /// Reads the entries that are left, whatever they are; `begun` is what has been read along a shape.
   Dict read_freely(Place place, const Dict& begun);
   /// Whether the keys since `open` are names, each there once.
@@ -60,7 +66,7 @@ class TreeBuilder {
   std::string_view text_at(std::uint64_t word) const;
   void enter();
 
-  static constexpr std::size_t kPlaces = 1024;
+  static constexpr int kPlaceBits = 11;
   static constexpr std::size_t kCounted = 4096;
 
   struct Sighting {
@@ -76,7 +82,7 @@ class TreeBuilder {
   // What is read of the containers that are still open.
   std::vector<Value> keys_, values_;
 
-  std::vector<Usual> usual_ = std::vector<Usual>(kPlaces);
+  std::vector<Usual> usual_ = std::vector<Usual>(std::size_t{1} << kPlaceBits);
   std::vector<Sighting> sightings_ = std::vector<Sighting>(kCounted);
   std::uint32_t record_ = 0;
   std::vector<std::uint32_t> seen_in_;  // by name number: the last dictionary that was found to have the name

@@ -53,6 +53,9 @@ struct Row {
   Row(const Row&) = delete;
   Row& operator=(const Row&) = delete;
 
+  /// Walks touch what the values refer to, which may lie anywhere: begins to fetch it some values ahead.
+  void fetch_ahead(std::size_t at) const;
+
   // Of a dictionary.
 
   std::size_t size() const { return count - absent; }
@@ -86,6 +89,10 @@ inline void Row::add_absent() {
   new (values + count++) Value(Value::absent());
   ++absent;
 }
+inline void Row::fetch_ahead(std::size_t at) const {
+  constexpr std::size_t kAhead = 3;
+  if (at + kAhead < count && values[at + kAhead].is_counted()) __builtin_prefetch(values[at + kAhead].counted_);
+}
 inline Value* Row::present(std::size_t at) const { return values[at].is_absent() ? nullptr : values + at; }
 
 /// Walks the entries in insertion order: `for (auto [key, value] : dict)`. Entries may be erased on the way, not added.
@@ -106,6 +113,7 @@ class DictIterator {
   DictIterator(Row* row, std::size_t at) : row_(row), at_(at) { skip_absent(); }
   Item operator*() const { return {row_->keys->key(at_), row_->values[at_]}; }
   DictIterator& operator++() {
+    row_->fetch_ahead(at_);
     ++at_;
     skip_absent();
     return *this;
