@@ -48,11 +48,11 @@ std::uint32_t KeyRef::hash_integer(std::int64_t number) {
 Value KeyRef::to_value() const {
   if (!is_text_) return integer_;
   if (name_ != nullptr) return Name(name_);
-  if (const Name::Rep* name = Name::lookup(text_, hash())) return Name(name);
-  return text_;
+  if (const Name::Rep* name = Name::lookup(text(), hash())) return Name(name);
+  return long_text_ != nullptr ? *long_text_ : Value(text_);
 }
 
-std::string KeyRef::to_text() const { return is_text_ ? std::string(text_) : std::to_string(integer_); }
+std::string KeyRef::to_text() const { return is_text_ ? std::string(text()) : std::to_string(integer_); }
 
 // ---- In memory --------------------------------------------------------------------------------------------------
 

@@ -37,7 +37,7 @@ class KeyRef {
   /// The key as it is stored: a known name where there is one, else a text of its own, or an integer.
   Value to_value() const;
   /// The key's text; empty for an integer.
-  std::string_view text() const { return text_; }
+  std::string_view text() const;
   /// The key as shown in messages.
   std::string to_text() const;
 
@@ -52,11 +52,11 @@ class KeyRef {
   }
 
   std::string_view text_;
+  const Value* long_text_ = nullptr;  // instead of `text_`: its bytes are not touched before they are needed
   const Name::Rep* name_ = nullptr;
   std::int64_t integer_ = 0;
   bool is_text_ = true;
-  mutable std::uint32_t hash_ = 0;         // 0 until it is asked for
-  std::uint32_t* known_hash_ = nullptr;  // where a text keeps its hash
+  mutable std::uint32_t hash_ = 0;  // 0 until it is asked for
 };
 
 /// Handle to a dictionary that keeps insertion order. Overwriting an entry keeps its place, erasing keeps the order
@@ -124,6 +124,8 @@ class Dict {
   /// place. Lists and dictionaries are shared, not copied. Merging a dictionary into itself changes nothing.
   void update(const Dict& other);
 
+  /// Begins to bring the entries of a small dictionary near, for who is going to touch many of them in a moment.
+  void fetch() const;
   /// Walks `fresh` beside this dictionary: `visit(key, stored, value)` for every entry of `fresh`, in its order, with
   /// what stands here under the key, or null. Quicker than looking up each: dictionaries of the same fields are known to
   /// each other. The visitor may write to this dictionary.

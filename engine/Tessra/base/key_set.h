@@ -51,19 +51,7 @@ class KeySet {
   /// Before this place no key counts any more.
   std::size_t first() const { return first_; }
   /// Where the key stands, or `kNowhere`.
-  std::uint32_t find(const KeyRef& ref) const {
-    if (index_ == nullptr) {
-      if (count_ <= kScanLimit) return scan(ref);
-      make_index(count_);
-    }
-    const std::uint32_t hash = ref.hash();
-    const Index& index = *index_;
-    for (std::uint32_t slot = hash & index.mask; index.slots[slot].number != 0; slot = (slot + 1) & index.mask) {
-      const Slot& found = index.slots[slot];
-      if (found.hash == hash && equal(key(found.number - 1), ref)) return found.number - 1;
-    }
-    return kNowhere;
-  }
+  std::uint32_t find(const KeyRef& ref) const;
   /// Of a shape: the shape with this name added, which it does not have; null as for `frequent_shape_of`. Dictionaries
   /// that grow from nothing, as those of elements do, are taken along at their first step: what begins alike mostly
   /// goes on alike.
@@ -95,17 +83,8 @@ class KeySet {
   static KeySet* make(std::size_t room, bool is_shape, bool is_grown);
   void end() const noexcept;
   void free() const noexcept;
-  static bool equal(const Value& key, const KeyRef& ref) {
-    if (key.tag() == Value::Tag::name && ref.name_ != nullptr) return key.name_ == ref.name_;
-    if (key.is_string()) return ref.is_text_ && key.as_text() == ref.text_;
-    return key.tag() == Value::Tag::integer && !ref.is_text_ && key.integer_ == ref.integer_;
-  }
-  std::uint32_t scan(const KeyRef& ref) const {
-    for (std::uint32_t at = 0; at < count_; ++at) {
-      if (equal(key(at), ref)) return at;
-    }
-    return kNowhere;
-  }
+  static bool equal(const Value& key, const KeyRef& ref);
+  std::uint32_t scan(const KeyRef& ref) const;
   Value* keys() { return reinterpret_cast<Value*>(this + 1); }
   void add(Value&& key) { new (keys() + count_++) Value(std::move(key)); }
   void add(const Value* begin, std::size_t count) {

@@ -31,6 +31,8 @@ class OrderedMap {
 
   bool contains(std::string_view key) const { return find(key) != nullptr; }
   const T* find(std::string_view key) const { return table_.find(key, hash(key)); }
+  /// The same for who knows the key's `hash_text` already.
+  const T* find(std::string_view key, std::uint32_t key_hash) const { return table_.find(key, key_hash); }
   T* find(std::string_view key) { return table_.find(key, hash(key)); }
 
   /// Throws `KeyError` naming the key when it is absent.

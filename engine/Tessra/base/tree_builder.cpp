@@ -53,13 +53,18 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
   depth_ = 0;
   max_depth_ = max_depth;
   ++record_;
+  std::optional<Value> tree;
+  try {
+    tree = build_value(Place{});
+  } catch (const Beyond&) {
+    // A value that is none of what is wanted.
+  }
+  // The tree may go to another thread.
   keys_.clear();
   values_.clear();
-  try {
-    return build_value(Place{});
-  } catch (const Beyond&) {
-    return std::nullopt;
-  }
+  for (const std::uint32_t place : ids_seen_) ids_[place] = Value();
+  ids_seen_.clear();
+  return tree;
 }
 
 Value TreeBuilder::build_value(Place place) {
@@ -231,7 +236,16 @@ Value TreeBuilder::key_of(std::string_view text) {
   const std::uint32_t hash = hash_text(text);
   const Name::Rep* name = Name::lookup(text, hash);
   if (name == nullptr) name = learn(text, hash);
-  return name != nullptr ? Value(Name(name)) : Value(text);
+  if (name != nullptr) return Name(name);
+  if (text.size() <= Value::kShortText) return text;
+  // An id stands in several tables of a record, which then share its text.
+  const std::uint32_t place = hash % kIds;
+  Value& seen = ids_[place];
+  if (seen.is_none() || seen.known_hash() != hash || seen.as_text() != text) {
+    seen = Value(text, hash);
+    ids_seen_.push_back(place);
+  }
+  return seen;
 }
 
 const Name::Rep* TreeBuilder::learn(std::string_view text, std::uint32_t hash) {

@@ -68,6 +68,7 @@ class TreeBuilder {
 
   static constexpr int kPlaceBits = 11;
   static constexpr std::size_t kCounted = 4096;
+  static constexpr std::size_t kIds = 16'384;
 
   struct Sighting {
     std::uint32_t hash = 0;
@@ -83,6 +84,10 @@ class TreeBuilder {
   std::vector<Value> keys_, values_;
 
   std::vector<Usual> usual_ = std::vector<Usual>(std::size_t{1} << kPlaceBits);
+  // Ids of the record that is being read, by their hashes.
+  std::vector<Value> ids_ = std::vector<Value>(kIds);
+  std::vector<std::uint32_t> ids_seen_;
+
   std::vector<Sighting> sightings_ = std::vector<Sighting>(kCounted);
   std::uint32_t record_ = 0;
   std::vector<std::uint32_t> seen_in_;  // by name number: the last dictionary that was found to have the name

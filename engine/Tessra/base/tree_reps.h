@@ -56,6 +56,9 @@ struct Row {
   /// Walks touch what the values refer to, which may lie anywhere: begins to fetch it some values ahead.
   void fetch_ahead(std::size_t at) const;
 
+  /// Begins to fetch the values themselves.
+  void fetch() const;
+
   // Of a dictionary.
 
   std::size_t size() const { return count - absent; }
@@ -92,6 +95,10 @@ inline void Row::add_absent() {
 inline void Row::fetch_ahead(std::size_t at) const {
   constexpr std::size_t kAhead = 3;
   if (at + kAhead < count && values[at + kAhead].is_counted()) __builtin_prefetch(values[at + kAhead].counted_);
+}
+inline void Row::fetch() const {
+  constexpr std::size_t kLine = 64 / sizeof(Value);
+  for (std::size_t at = 0; at < count; at += kLine) __builtin_prefetch(values + at);
 }
 inline Value* Row::present(std::size_t at) const { return values[at].is_absent() ? nullptr : values + at; }
 
@@ -137,21 +144,54 @@ inline KeyRef::KeyRef(const Value& value) {
     name_ = value.name_;
     text_ = {name_->bytes, name_->size};
     hash_ = name_->hash;
+  } else if (value.tag() == Value::Tag::string) {
+    long_text_ = &value;
+    hash_ = value.known_hash();
   } else if (value.is_string()) {
     text_ = value.as_text();
-    if (value.tag() == Value::Tag::string) known_hash_ = &value.string_->hash;
   } else {
     refer_to_number(value);
   }
 }
 
+inline std::string_view KeyRef::text() const { return long_text_ != nullptr ? long_text_->as_text() : text_; }
+
 inline std::uint32_t KeyRef::hash() const {
-  if (hash_ != 0) return hash_;
-  if (known_hash_ == nullptr) return hash_ = hash_text(text_);
-  if (*known_hash_ == 0) *known_hash_ = hash_text(text_);
-  return hash_ = *known_hash_;
+  if (hash_ == 0) hash_ = hash_text(text());
+  return hash_;
 }
 
+inline bool KeySet::equal(const Value& key, const KeyRef& ref) {
+  if (key.tag() == Value::Tag::name && ref.name_ != nullptr) return key.name_ == ref.name_;
+  if (key.tag() == Value::Tag::string && ref.long_text_ != nullptr && key.payload_ == ref.long_text_->payload_) return true;
+  if (key.is_string()) return ref.is_text_ && key.as_text() == ref.text();
+  return key.tag() == Value::Tag::integer && !ref.is_text_ && key.integer_ == ref.integer_;
+}
+
+inline std::uint32_t KeySet::find(const KeyRef& ref) const {
+  if (index_ == nullptr) {
+    if (count_ <= kScanLimit) return scan(ref);
+    make_index(count_);
+  }
+  const std::uint32_t hash = ref.hash();
+  const Index& index = *index_;
+  for (std::uint32_t slot = hash & index.mask; index.slots[slot].number != 0; slot = (slot + 1) & index.mask) {
+    const Slot& found = index.slots[slot];
+    if (found.hash == hash && equal(key(found.number - 1), ref)) return found.number - 1;
+  }
+  return kNowhere;
+}
+
+inline std::uint32_t KeySet::scan(const KeyRef& ref) const {
+  for (std::uint32_t at = 0; at < count_; ++at) {
+    if (equal(key(at), ref)) return at;
+  }
+  return kNowhere;
+}
+
+inline void Dict::fetch() const {
+  if (row_ != nullptr && row_->keys->is_shape()) row_->fetch();
+}
 inline std::size_t Dict::size() const { return row_ != nullptr ? row_->size() : 0; }
 inline bool Dict::empty() const { return size() == 0; }
 
@@ -167,6 +207,7 @@ template <class Visit>
 void Dict::match(const Dict& fresh, Visit&& visit) {
   const Dict source = fresh;  // it may stand inside this dictionary and be overwritten on the way
   if (source.row_ == nullptr) return;
+  fetch();
   const Row& from = *source.row_;
   const KeySet* keys = nullptr;
   const KeyMatch* places = nullptr;

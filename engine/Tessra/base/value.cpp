@@ -38,7 +38,6 @@ Value::Value(std::string_view text) {
   string_ = static_cast<StringRep*>(Pool::take(bytes_of(text.size())));
   string_->refs = 1;
   string_->size = static_cast<std::uint32_t>(text.size());
-  string_->hash = 0;
   text.copy(string_->bytes, text.size());
   head_ = head_of(Tag::string);
 }

@@ -172,10 +172,11 @@ class Value {
   struct StringRep {
     std::uint32_t refs;
     std::uint32_t size;
-    std::uint32_t hash;  // 0 until it was a key
-    char bytes[1];       // as many as `size` says
+    char bytes[1];  // as many as `size` says
   };
   static std::size_t bytes_of(std::size_t text_size);
+  /// Of a text with bytes of its own: 0 when it is not known.
+  std::uint32_t known_hash() const noexcept { return static_cast<std::uint32_t>(head_ >> 32); }
 
   // `name`, `text` and `string` are one kind: a known field name, a short text that stands in the value itself, and one
   // with bytes of its own. `absent` marks the erased entries of a dictionary; nobody else ever sees it. What comes
@@ -185,6 +186,10 @@ class Value {
   /// Longest text that stands in the value itself: all of its bytes but the tag and the size.
   static constexpr std::size_t kShortText = 14;
 
+  /// A text whose hash is known.
+  Value(std::string_view text, std::uint32_t hash) : Value(text) {
+    if (tag() == Tag::string) head_ |= std::uint64_t{hash} << 32;
+  }
   Value(std::shared_ptr<void> object, std::type_index type);
   static Value absent() {
     Value value;
@@ -218,7 +223,7 @@ class Value {
 
   // Written and read as two whole words: what is written in pieces and read at once, soon after, makes the processor
   // wait. The head holds the tag in its lowest byte; of a short text also the size and the first bytes, which go on in
-  // the payload.
+  // the payload; of a long one its hash in the upper half, if that is known.
   std::uint64_t head_;
   union {
     std::uint64_t payload_;

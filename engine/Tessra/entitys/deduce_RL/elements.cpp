@@ -226,7 +226,9 @@ Element* Deduction::find_element(std::string_view guid) const {
 }
 
 Element* Deduction::element_of(const Value& id) const {
-  return id.is_string() ? find_element(id.as_text()) : find_element(std::string_view(id.to_text()));
+  if (!id.is_string()) return find_element(std::string_view(id.to_text()));
+  const auto* found = elements.find(id.as_text(), KeyRef(id).hash());
+  return found != nullptr ? found->get() : nullptr;
 }
 
 }  // namespace tessra
