@@ -4,14 +4,15 @@
 
 namespace tessra {
 
-/// One deep copy. Only what more than one handle holds can be met twice, so only that is remembered. Texts are copied
-/// too: the copy may go to another thread.
+/// One deep copy. Only what more than one handle holds can be met twice, so only that is remembered.
 class DeepCopy {
  public:
+  explicit DeepCopy(Texts texts) : texts_(texts) {}
+
   Value copy(const Value& value) {
     switch (value.tag()) {
       case Value::Tag::string:
-        return value.as_text();
+        return texts_ == Texts::shared ? value : Value(value.as_text(), value.known_hash());
       case Value::Tag::list:
         return copy(value.list_);
       case Value::Tag::dictionary:
@@ -46,17 +47,19 @@ class DeepCopy {
 
   const KeySet* copy_keys(const KeySet& keys) {
     if (keys.is_shape()) return &keys;
-    KeySet* own = KeySet::own(keys.count());
-    for (std::size_t at = 0; at < keys.count(); ++at) KeySet::append(own, copy(keys.key(at)));
+    KeySet* own = KeySet::own(keys.begin(), keys.count(), keys.count());
+    if (texts_ == Texts::shared) return own;
+    for (std::size_t at = 0; at < keys.count(); ++at) own->keys()[at] = copy(keys.key(at));
     return own;
   }
 
+  const Texts texts_;
   int depth_ = 0;
   std::unordered_map<const Row*, Dict> dicts_;
   std::unordered_map<const Row*, List> lists_;
 };
 
-Value Value::deep_copy() const { return DeepCopy().copy(*this); }
-Dict Dict::deep_copy() const { return DeepCopy().copy(*this); }
+Value Value::deep_copy(Texts texts) const { return DeepCopy(texts).copy(*this); }
+Dict Dict::deep_copy(Texts texts) const { return DeepCopy(texts).copy(*this); }
 
 }  // namespace tessra

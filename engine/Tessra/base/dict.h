@@ -16,6 +16,10 @@ namespace tessra {
 class Dict;
 class Value;
 struct Row;
+
+/// Whether a deep copy has texts of its own, so that it may go to another thread. Nobody can change a text.
+enum class Texts : std::uint8_t { copied, shared };
+
 template <bool kConst>
 class DictIterator;
 
@@ -140,8 +144,9 @@ class Dict {
 
   /// A new dictionary that shares the values' lists and dictionaries.
   Dict shallow_copy() const;
-  /// A new dictionary that shares nothing with this one. What was shared inside stays shared inside the copy.
-  Dict deep_copy() const;
+  /// A new dictionary that shares nothing with this one but texts, if that is wanted. What was shared inside stays
+  /// shared inside the copy.
+  Dict deep_copy(Texts texts = Texts::copied) const;
 
   bool is(const Dict& other) const { return row_ != nullptr ? row_ == other.row_ : this == &other; }
   friend bool operator==(const Dict& a, const Dict& b);

@@ -65,6 +65,7 @@ class KeySet {
   void erase(std::uint32_t at);
 
  private:
+  friend class DeepCopy;
   struct Slot {
     std::uint32_t hash;
     std::uint32_t number;  // place + 1, 0 for an empty slot

@@ -145,9 +145,9 @@ class Value {
   /// dictionaries with quoted strings inside.
   std::string to_text() const;
 
-  /// Shares nothing with this value, host objects excepted. What was shared inside stays shared inside the copy. Throws
-  /// `LimitError` beyond `kMaxDepth`.
-  Value deep_copy() const;
+  /// Shares nothing with this value, host objects excepted, and texts if that is wanted. What was shared inside stays
+  /// shared inside the copy. Throws `LimitError` beyond `kMaxDepth`.
+  Value deep_copy(Texts texts = Texts::copied) const;
 
   /// Whether both are one list, dictionary or host object, or equal values of one kind. `==` throws `LimitError` beyond
   /// `kMaxDepth`.

@@ -29,7 +29,7 @@ struct SideView {
   Dict units;
   Dict contacts;
 
-  SideView deep_copy() const { return {units.deep_copy(), contacts.deep_copy()}; }
+  SideView deep_copy() const { return {units.deep_copy(Texts::shared), contacts.deep_copy(Texts::shared)}; }
 };
 
 /// Agent name → wall-clock seconds its decision took.

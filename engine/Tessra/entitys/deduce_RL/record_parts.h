@@ -1,8 +1,11 @@
 #pragma once
 
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "Tessra/base/value.h"
+#include "Tessra/entitys/element.h"
 #include "Tessra/entitys/global_util.h"
 
 // What initial and update situations have in common, for the sources of the engine that read them.
@@ -12,6 +15,12 @@ namespace tessra {
 /// A part of a record, or a new empty dictionary when it is absent or null.
 Dict part_or_empty(const Dict& record, const KeyRef& key);
 
+/// Begins to bring what an update is going to touch near.
+inline void fetch(const Element& element) { element.attributes().fetch(); }
+inline void fetch(const Value& record) {
+  if (const Dict* dict = record.if_dict()) dict->fetch();
+}
+
 [[noreturn]] void fail_entry(const Value& key, const Value& entry);
 
 /// The dictionary that stands under a key of a table. Another kind throws `KindError` naming the key.
@@ -20,6 +29,25 @@ auto& entry_dict(const Value& key, V& entry) {
   auto* dict = entry.if_dict();
   if (dict == nullptr) fail_entry(key, entry);
   return *dict;
+}
+
+/// Visits the entries of a table, each with what `find` knows under its key: `visit(key, entry, found)`, where `found` is
+/// a pointer to an element or a value, or null. What a large model holds lies far apart in memory, so all of it is found
+/// first, and each is fetched while those before it are visited. A visit must not end what was found for later entries.
+template <class Table, class Find, class Visit>
+void visit_found(Table& table, Find&& find, Visit&& visit) {
+  constexpr std::size_t kAhead = 2;
+  std::vector<decltype(find(std::declval<const Value&>()))> found;
+  found.reserve(table.size());
+  for (auto [key, entry] : table) {
+    found.push_back(find(key));
+    __builtin_prefetch(found.back());
+  }
+  std::size_t at = 0;
+  for (auto [key, entry] : table) {
+    if (at + kAhead < found.size() && found[at + kAhead] != nullptr) fetch(*found[at + kAhead]);
+    visit(key, entry, found[at++]);
+  }
 }
 
 /// Whether a situation holds scenario information and at least one side.

@@ -71,18 +71,9 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
 }
 
 void Deduction::merge_units(std::string_view side_name, Dict& units) {
-  // Elements lie far apart in memory: all are found first, and each is fetched while those before it are merged.
-  std::vector<Element*> found;
-  found.reserve(units.size());
-  for (auto [unit_id, info] : units) {
-    found.push_back(element_of(unit_id));
-    __builtin_prefetch(found.back());
-  }
-  constexpr std::size_t kAhead = 2;
-  std::size_t at = 0;
-  for (auto [unit_id, info] : units) {
-    if (at + kAhead < found.size() && found[at + kAhead] != nullptr) found[at + kAhead]->attributes().fetch();
-    if (auto* const element = found[at++]) {
+  const auto element_under = [this](const Value& unit_id) { return element_of(unit_id); };
+  visit_found(units, element_under, [&](const Value& unit_id, Value& info, Element* element) {
+    if (element != nullptr) {
       update_element_info(*element, entry_dict(unit_id, info));
     } else if (crt_delete_units.contains(unit_id.to_text())) {
       const Dict& record = entry_dict(unit_id, info);
@@ -92,7 +83,7 @@ void Deduction::merge_units(std::string_view side_name, Dict& units) {
     } else {
       merge_new_unit(side_name, unit_id, info);
     }
-  }
+  });
 }
 
 void Deduction::merge_new_unit(std::string_view side_name, const Value& unit_id, Value& info) {
