@@ -33,7 +33,7 @@ TEST(FirstContacts, agree_with_walking_the_table_whatever_is_merged_and_adopted)
       const Dict fresh = random() % 3 == 0 ? Dict{{"Age", 1}} : Dict{{"ActualUnitID", some_unit()}};
       const std::string id = (random() % 2 == 0 ? "old-" : "new-") + std::to_string(random() % 10);
       if (Dict* held = contacts.find_dict(id)) {
-        first.merge(*held, fresh);
+        first.merge(id, *held, fresh);
       } else {
         first.adopt(id, fresh);
       }

@@ -101,6 +101,10 @@ class Dict {
   /// Whether the key is there with a value that counts as true: not none, zero or empty.
   bool non_empty(const KeyRef& key) const;
 
+  /// Where the key stands among those that were inserted: of two keys the one inserted first has the smaller place.
+  /// Valid until the next insertion. Throws `KeyError` when the key is absent.
+  std::size_t place(const KeyRef& key) const;
+
   // Typed reading: a value of another kind throws `KindError` naming the key and both kinds.
 
   /// The dictionary under the key, or null when the key is absent.

@@ -69,7 +69,7 @@ void Deduction::share_updated_contact(const FriendShare& share, const Value& con
                                       Dict& record) {
   Dict own = share.own.contacts();
   if (Dict* held = own.find_dict(contact_id)) {
-    share.own.merge(*held, entry_dict(contact_id, fresh));
+    share.own.merge(contact_id, *held, entry_dict(contact_id, fresh));
     return;
   }
   if (Dict* known = record.find_dict(contact_id)) {

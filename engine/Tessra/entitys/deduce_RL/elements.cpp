@@ -22,6 +22,11 @@ namespace tessra {
 
 namespace {
 
+// What every element has must be names, so that all elements of a kind share their keys.
+const Name kGameServer("_game_server");
+const Name kName("Name");
+const Name kNavigator("Navigator");
+
 using Maker = std::shared_ptr<Element> (*)(std::string guid, const Value& name, std::string_view side);
 
 template <class T>
@@ -85,7 +90,7 @@ bool Deduction::create_scenario(std::string_view guid, const Value& info_dict) {
   auto scenario = std::make_shared<Scenario>(std::string(guid), "scenario", "ALL_SIDE");
   set_element_info(*scenario, info_dict);
   elements.set(guid, scenario);
-  scenario->set_attribute("_game_server", game_value_);
+  scenario->set_attribute(kGameServer, game_value_);
   scenario_obj = std::move(scenario);
   return true;
 }
@@ -111,9 +116,9 @@ bool Deduction::create_mission(std::string_view guid, const Value& info_dict, El
     return true;
   }
   const std::shared_ptr<Element> mission = kind.make(std::string(guid), name, side_name);
-  mission->set_attribute("_game_server", game_value_);
+  mission->set_attribute(kGameServer, game_value_);
   if (const auto* strike = dynamic_cast<const StrikeMission*>(mission.get())) {
-    strike->escort().set("_game_server", game_value_);
+    strike->escort().set(kGameServer, game_value_);
   }
   set_element_info(*mission, info_dict);
   (*player)->missions_obj.set(name.to_text(), mission);
@@ -139,7 +144,7 @@ bool Deduction::create_unit(std::string_view guid, const Value& info_dict, Eleme
     const GameUnit::CreationKey key(side_name);
     unit = kind.make(std::string(guid), *name, side_name);
   }
-  unit->set_attribute("_game_server", game_value_);
+  unit->set_attribute(kGameServer, game_value_);
   set_element_info(*unit, info_dict);
   (*player)->add_unit(guid, type, unit);
   elements.set(guid, unit);
@@ -147,9 +152,6 @@ bool Deduction::create_unit(std::string_view guid, const Value& info_dict, Eleme
 }
 
 namespace {
-
-const Name kName("Name");
-const Name kNavigator("Navigator");
 
 /// The rule of an update for one attribute: dictionaries keep what the record does not carry, except for navigators.
 void merge_attribute(const Value& name, Value& attribute, const Value& fresh) {

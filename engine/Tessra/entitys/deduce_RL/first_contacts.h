@@ -8,8 +8,7 @@ namespace tessra {
 ///
 /// Asking for every contact of a friend by walking the table would take the product of both numbers. So when more than
 /// a few questions come, the table is walked once and noted by unit. From then on the side's contacts must be changed
-/// through `merge` and `adopt` alone, which keep the notes true. What can no longer be told from the notes (which
-/// contact is first after one has turned to another unit) is forgotten and looked for when it is asked again.
+/// through `merge` and `adopt` alone, which keep the notes true.
 class FirstContacts {
  public:
   /// `contacts` is the side's own table, shared.
@@ -19,20 +18,24 @@ class FirstContacts {
 
   /// The first contact whose `ActualUnitID` equals this value, or null.
   const Dict* on(const Value& unit_id);
-  /// Merges fresh data into a contact of the table, shallowly; the data wins.
-  void merge(Dict& contact, const Dict& fresh);
+  /// Merges fresh data into the table's contact of this id, shallowly; the data wins.
+  void merge(const Value& contact_id, Dict& contact, const Dict& fresh);
   /// Adds a contact whose id the table does not hold.
   void adopt(const Value& contact_id, const Value& contact);
 
  private:
   void note_all();
+  void note(const Value& unit_id, const Value& contact_id);
+  void forget(const Value& unit_id, const Value& contact_id);
   const Dict* look_for(const Value& unit_id) const;
+  /// Whether the first of two contacts of the table was added before the other.
+  bool is_before(const Value& contact_id, const Value& other_id) const;
 
   Dict contacts_;
   int asked_ = 0;
   bool noted_ = false;
-  Dict first_;      // unit id → its first contact
-  Dict forgotten_;  // unit ids to be looked for
+  Dict first_;  // unit id → the id of its first contact
+  Dict more_;   // unit id → the ids of its other contacts, in any order
 };
 
 }  // namespace tessra
