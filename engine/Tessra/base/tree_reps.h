@@ -157,7 +157,10 @@ inline KeyRef::KeyRef(const Value& value) {
 inline std::string_view KeyRef::text() const { return long_text_ != nullptr ? long_text_->as_text() : text_; }
 
 inline std::uint32_t KeyRef::hash() const {
-  if (hash_ == 0) hash_ = hash_text(text());
+  if (hash_ == 0) {
+    hash_ = hash_text(text());
+    if (long_text_ != nullptr) long_text_->remember_hash(hash_);
+  }
   return hash_;
 }
 

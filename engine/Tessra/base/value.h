@@ -177,6 +177,7 @@ class Value {
   static std::size_t bytes_of(std::size_t text_size);
   /// Of a text with bytes of its own: 0 when it is not known.
   std::uint32_t known_hash() const noexcept { return static_cast<std::uint32_t>(head_ >> 32); }
+  void remember_hash(std::uint32_t hash) const noexcept { head_ = head_of(Tag::string) | std::uint64_t{hash} << 32; }
 
   // `name`, `text` and `string` are one kind: a known field name, a short text that stands in the value itself, and one
   // with bytes of its own. `absent` marks the erased entries of a dictionary; nobody else ever sees it. What comes
@@ -188,7 +189,7 @@ class Value {
 
   /// A text whose hash is known.
   Value(std::string_view text, std::uint32_t hash) : Value(text) {
-    if (tag() == Tag::string) head_ |= std::uint64_t{hash} << 32;
+    if (tag() == Tag::string) remember_hash(hash);
   }
   Value(std::shared_ptr<void> object, std::type_index type);
   static Value absent() {
@@ -224,7 +225,7 @@ class Value {
   // Written and read as two whole words: what is written in pieces and read at once, soon after, makes the processor
   // wait. The head holds the tag in its lowest byte; of a short text also the size and the first bytes, which go on in
   // the payload; of a long one its hash in the upper half, if that is known.
-  std::uint64_t head_;
+  mutable std::uint64_t head_;  // by the hash
   union {
     std::uint64_t payload_;
     std::int64_t integer_;  // or a boolean

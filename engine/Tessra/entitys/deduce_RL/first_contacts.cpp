@@ -45,13 +45,13 @@ void FirstContacts::note_all() {
 
 void FirstContacts::note(const Value& unit_id, const Value& contact_id) {
   if (!is_key(unit_id)) return;
-  Value* first = first_.find(unit_id);
-  if (first == nullptr) {
-    first_.set(unit_id, contact_id);
+  Value& first = first_[unit_id];
+  if (first.is_none()) {
+    first = contact_id;
     return;
   }
   Value later = contact_id;
-  if (is_before(contact_id, *first)) first->swap(later);
+  if (is_before(contact_id, first)) first.swap(later);
   if (!more_.contains(unit_id)) more_.set(unit_id, List());
   more_.at(unit_id).as_list().push_back(later);
 }
