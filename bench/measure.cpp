@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "Tessra/base/pool.h"
+
 namespace tessra::bench {
 
 double thread_seconds() {
@@ -20,7 +22,7 @@ double thread_seconds() {
 
 std::size_t live_bytes() {
   const auto info = mallinfo2();
-  return info.uordblks + info.hblkhd;
+  return info.uordblks + info.hblkhd - Pool::idle_bytes();
 }
 
 std::size_t peak_bytes() {

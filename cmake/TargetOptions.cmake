@@ -5,6 +5,9 @@ function(tessra_target_options target)
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
   # Two words written one by one and soon moved as one vector make the processor wait; values are moved all the time.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
+  # The library's own functions are not meant to be replaced from outside: it calls them directly.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+  target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
   if(TESSRA_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

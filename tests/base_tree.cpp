@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Tessra/base/json_read.h"
@@ -110,6 +112,84 @@ TEST(Tree, ReadsRecordsOfAnyFieldsAlikeWithAFreshReaderAndAUsedOne) {
     EXPECT_EQ(write_json(tree), write_json(plainly(tree)));
     for (auto [unit, record] : tree.as_dict()) {
       for (auto [field, value] : record.as_dict()) ASSERT_EQ(record.as_dict().find(field.as_text()), &value);
+    }
+  }
+}
+
+/// A dictionary beside the slow and obvious form of it.
+struct Twins {
+  Dict dict;
+  std::vector<std::pair<std::string, int>> plain;
+
+  void set(const std::string& key, int value) {
+    const auto known = std::ranges::find(plain, key, &std::pair<std::string, int>::first);
+    if (known != plain.end()) {
+      known->second = value;
+    } else {
+      plain.emplace_back(key, value);
+    }
+  }
+  void check() const {
+    std::string expected;
+    for (const auto& [key, value] : plain)
+      expected += (expected.empty() ? "" : ",") + ('"' + key + "\":") + std::to_string(value);
+    ASSERT_EQ(write_json(dict), "{" + expected + "}");
+    ASSERT_EQ(dict.size(), plain.size());
+    std::size_t last = 0;
+    for (const auto& [key, value] : plain) {
+      ASSERT_EQ(dict.at_integer(key), value);
+      ASSERT_TRUE(last == 0 || dict.place(key) > last);
+      last = dict.place(key);
+    }
+  }
+};
+
+/// Records read along one another's fields, some of which they lack, are written to, merged, copied and cut down.
+TEST(Tree, RecordsWithoutSomeOfTheirFieldsAreLikeAnyOther) {
+  std::mt19937_64 random(9);
+  const auto some_key = [&] { return (random() % 8 == 0 ? "id-" : "field") + std::to_string(random() % 30); };
+  JsonReader reader;
+  for (int round = 0; round < 60; ++round) {
+    std::vector<Twins> all;
+    for (auto [unit, record] : reader.read(record_text(random)).as_dict()) {
+      Twins& twins = all.emplace_back(Twins{record.as_dict(), {}});
+      for (auto [field, value] : twins.dict) {
+        value = static_cast<int>(random() % 100);
+        twins.set(std::string(field.as_text()), static_cast<int>(value.as_integer()));
+      }
+    }
+    for (int step = 0; step < 300; ++step) {
+      Twins& twins = all[random() % all.size()];
+      const Twins& other = all[random() % all.size()];
+      const std::string key = some_key();
+      switch (random() % 8) {
+        case 0:
+        case 1:
+          twins.dict.set(key, step);
+          twins.set(key, step);
+          break;
+        case 2:
+        case 3:
+          ASSERT_EQ(twins.dict.erase(key), std::erase_if(twins.plain, [&](auto& entry) { return entry.first == key; }));
+          break;
+        case 4:
+          twins.dict.update(other.dict);
+          for (const auto& [name, value] : std::vector(other.plain)) twins.set(name, value);
+          break;
+        case 5:
+          twins = Twins{random() % 2 == 0 ? other.dict.shallow_copy() : other.dict.deep_copy(), other.plain};
+          break;
+        case 6:
+          twins.dict.match(other.dict, [&](const Value& name, Value* stored, const Value& value) {
+            ASSERT_EQ(stored, twins.dict.find(name.as_text()));
+            if (stored == nullptr) twins.dict.set(name, value);
+            if (stored == nullptr) twins.set(std::string(name.as_text()), static_cast<int>(value.as_integer()));
+          });
+          break;
+        default:
+          if (random() % 20 == 0) twins = Twins();
+      }
+      twins.check();
     }
   }
 }

@@ -132,11 +132,13 @@ class Dict {
   /// place. Lists and dictionaries are shared, not copied. Merging a dictionary into itself changes nothing.
   void update(const Dict& other);
 
-  /// Begins to bring the entries of a small dictionary near, for who is going to touch many of them in a moment.
+  /// Begins to bring the entries of a record near, for who is going to touch many of them in a moment.
   void fetch() const;
+  /// The same, a little later, for the dictionaries inside.
+  void fetch_inside() const;
   /// Walks `fresh` beside this dictionary: `visit(key, stored, value)` for every entry of `fresh`, in its order, with
-  /// what stands here under the key, or null. Quicker than looking up each: dictionaries of the same fields are known to
-  /// each other. The visitor may write to this dictionary.
+  /// what stands here under the key, or null. Quicker than looking up each: dictionaries of the same fields are known
+  /// to each other. The visitor may write to this dictionary.
   template <class Visit>
   void match(const Dict& fresh, Visit&& visit);
 

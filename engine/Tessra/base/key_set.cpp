@@ -141,9 +141,7 @@ void KeySet::end() const noexcept {
   free();
 }
 
-void KeySet::free() const noexcept {
-  Pool::give(const_cast<KeySet*>(this), sizeof(KeySet) + room_ * sizeof(Value));
-}
+void KeySet::free() const noexcept { Pool::give(const_cast<KeySet*>(this), sizeof(KeySet) + room_ * sizeof(Value)); }
 
 void KeySet::append(KeySet*& keys, Value key) {
   if (keys->count_ == keys->room_) {

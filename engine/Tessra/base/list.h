@@ -12,7 +12,6 @@ struct Row;
 /// whether two lists hold equal values. A moved-from handle is an empty list of its own.
 class List {
  public:
-
   /// A new empty list.
   List() noexcept : row_(nullptr) {}
   List(std::initializer_list<Value> values);

@@ -23,7 +23,9 @@ inline std::pair<std::uint64_t, std::uint64_t> load_up_to_16(const char* bytes, 
   if (count == 8) return {load(bytes, 8), 0};
   if (count >= 4) return {load(bytes, 4) | load(bytes + count - 4, 4) << 8 * (count - 4), 0};
   if (count == 0) return {0, 0};
-  const auto byte = [bytes](std::size_t at) { return static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at])); };
+  const auto byte = [bytes](std::size_t at) {
+    return static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at]));
+  };
   return {byte(0) | byte(count / 2) << 8 * (count / 2) | byte(count - 1) << 8 * (count - 1), 0};
 }
 

@@ -85,6 +85,25 @@ void* Pool::cut(Thread& thread, std::size_t size) {
   return std::exchange(thread.fresh, thread.fresh + size);
 }
 
+std::size_t Pool::idle_bytes() {
+  std::size_t bytes = 0;
+  const auto add = [&bytes](std::size_t at, const Batch* batch) {
+    if (batch != nullptr) bytes += at * kStep * batch->count;
+  };
+  if (thread_ != nullptr) {
+    bytes += thread_->fresh_bytes;
+    for (std::size_t at = 0; at < kClasses; ++at) {
+      add(at, thread_->shelves[at].batch);
+      add(at, thread_->shelves[at].full);
+    }
+  }
+  const std::lock_guard lock(depot().mutex);
+  for (std::size_t at = 0; at < kClasses; ++at) {
+    for (const Batch* batch = depot().batches[at]; batch != nullptr; batch = batch->next) add(at, batch);
+  }
+  return bytes;
+}
+
 #ifdef __SANITIZE_ADDRESS__
 
 void* Pool::take_slowly(std::size_t bytes) { return ::operator new(bytes); }

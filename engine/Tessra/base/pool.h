@@ -5,8 +5,9 @@
 // A tree is made of very many small blocks of few sizes, most of which live as short as an update record. Each thread
 // keeps the addresses of free blocks of each size in two batches: taking and giving a block needs neither a lock nor a
 // look at the block, which may be far from any cache; those to be taken soon are fetched ahead. A batch that is full
-// goes to a depot that all threads share, and an empty thread looks there before it cuts new blocks from a chunk. So a tree may end on another thread than it began on, and a thread that ends leaves its batches to the others.
-// Chunks are never returned: memory stays at its highest mark, and an episode of like updates keeps that mark flat.
+// goes to a depot that all threads share, and an empty thread looks there before it cuts new blocks from a chunk. So a
+// tree may end on another thread than it began on, and a thread that ends leaves its batches to the others. Chunks are
+// never returned: memory stays at its highest mark, and an episode of like updates keeps that mark flat.
 
 #include <cstddef>
 #include <cstdint>
@@ -40,6 +41,9 @@ class Pool {
 #endif
     give_slowly(memory, bytes);
   }
+
+  /// Bytes of free blocks: what this thread and the depot keep for later, for measurements.
+  static std::size_t idle_bytes();
 
  private:
   static constexpr std::size_t kStep = 16;

@@ -23,9 +23,7 @@ bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')
 /// Whether a text could be the name of a field: letters, digits and underscores.
 bool looks_like_name(std::string_view text) {
   constexpr std::size_t kLongest = 40;
-  const auto belongs = [](char c) {
-    return is_letter(c) || (c >= '0' && c <= '9') || c == '_';
-  };
+  const auto belongs = [](char c) { return is_letter(c) || (c >= '0' && c <= '9') || c == '_'; };
   return !text.empty() && text.size() <= kLongest && std::ranges::all_of(text, belongs);
 }
 
@@ -40,7 +38,8 @@ bool TreeBuilder::is_text(const Name::Rep& name, std::string_view text) {
   for (; left > 8; a += 8, b += 8, left -= 8) {
     if (detail::load(a, 8) != detail::load(b, 8)) return false;
   }
-  if (left >= 4) return detail::load(a, 4) == detail::load(b, 4) && detail::load(a + left - 4, 4) == detail::load(b + left - 4, 4);
+  if (left >= 4)
+    return detail::load(a, 4) == detail::load(b, 4) && detail::load(a + left - 4, 4) == detail::load(b + left - 4, 4);
   for (; left > 0; --left) {
     if (a[left - 1] != b[left - 1]) return false;
   }

@@ -13,8 +13,8 @@ namespace tessra {
 ///
 /// Dictionaries that stand at like places mostly have fields of one kind, in one order, though each may leave out some.
 /// So the builder remembers, per place, a shape that has all fields lately seen there, and reads the next dictionary
-/// along it: the next field is mostly one of the next few names, and no key is looked up. A place is named by the fields
-/// that lead to it; the entries of a list or of a table of ids are one place.
+/// along it: the next field is mostly one of the next few names, and no key is looked up. A place is named by the
+/// fields that lead to it; the entries of a list or of a table of ids are one place.
 ///
 /// A text that is a key again and again in one record is a field name, if it looks like one, and is made known as such.
 class TreeBuilder {

@@ -17,9 +17,9 @@ inline void check_depth(int depth) {
   if (depth > kMaxDepth) throw LimitError("nested deeper than " + std::to_string(kMaxDepth));
 }
 
-/// The values of a list or a dictionary. They stand right behind the row, in the same block of memory, until it is full.
-/// Then a row that one handle holds moves to a larger block; one that several hold stays where it is, since they all
-/// know it by its address, and its values move to a block of their own.
+/// The values of a list or a dictionary. They stand right behind the row, in the same block of memory, until it is
+/// full. Then a row that one handle holds moves to a larger block; one that several hold stays where it is, since they
+/// all know it by its address, and its values move to a block of their own.
 ///
 /// A dictionary has its keys apart from its values: those with the same fields share one set of keys. A key that the
 /// dictionary does not have stands beside a value that is marked absent: nothing moves when an entry is erased, so that
@@ -49,7 +49,8 @@ struct Row {
     if (row->room() == row->count) enlarge(row, row->count + row->count / 2 + 2);
   }
 
-  Row(std::size_t room, const KeySet* its_keys) : behind(static_cast<std::uint32_t>(room)), keys(its_keys), values(inside()) {}
+  Row(std::size_t room, const KeySet* its_keys)
+      : behind(static_cast<std::uint32_t>(room)), keys(its_keys), values(inside()) {}
   Row(const Row&) = delete;
   Row& operator=(const Row&) = delete;
 
@@ -166,7 +167,8 @@ inline std::uint32_t KeyRef::hash() const {
 
 inline bool KeySet::equal(const Value& key, const KeyRef& ref) {
   if (key.tag() == Value::Tag::name && ref.name_ != nullptr) return key.name_ == ref.name_;
-  if (key.tag() == Value::Tag::string && ref.long_text_ != nullptr && key.payload_ == ref.long_text_->payload_) return true;
+  if (key.tag() == Value::Tag::string && ref.long_text_ != nullptr && key.payload_ == ref.long_text_->payload_)
+    return true;
   if (key.is_string()) return ref.is_text_ && key.as_text() == ref.text();
   return key.tag() == Value::Tag::integer && !ref.is_text_ && key.integer_ == ref.integer_;
 }
@@ -194,6 +196,12 @@ inline std::uint32_t KeySet::scan(const KeyRef& ref) const {
 
 inline void Dict::fetch() const {
   if (row_ != nullptr && row_->keys->is_shape()) row_->fetch();
+}
+inline void Dict::fetch_inside() const {
+  if (row_ == nullptr || !row_->keys->is_shape()) return;
+  for (std::size_t at = 0; at < row_->count; ++at) {
+    if (row_->values[at].is_dict()) __builtin_prefetch(row_->values[at].row_);
+  }
 }
 inline std::size_t Dict::size() const { return row_ != nullptr ? row_->size() : 0; }
 inline bool Dict::empty() const { return size() == 0; }
