@@ -145,7 +145,7 @@ void KeySet::free() const noexcept { Pool::give(const_cast<KeySet*>(this), sizeo
 
 void KeySet::append(KeySet*& keys, Value key) {
   if (keys->count_ == keys->room_) {
-    KeySet* larger = make(keys->room_ + keys->room_ / 2 + 4, false, false);
+    KeySet* larger = make(keys->room_ + std::size_t{keys->room_} / 2 + 4, false, false);
     larger->first_ = keys->first_;
     larger->index_ = keys->index_;
     for (; larger->count_ < keys->count_;) larger->add(std::move(keys->keys()[larger->count_]));
@@ -154,7 +154,7 @@ void KeySet::append(KeySet*& keys, Value key) {
   keys->add(std::move(key));
   if (keys->index_ == nullptr || keys->key(keys->count_ - 1).is_none()) return;
   if (2 * keys->count_ > keys->index_->mask + 1) {
-    keys->make_index(2 * keys->count_);
+    keys->make_index(std::size_t{2} * keys->count_);
   } else {
     keys->link(keys->count_ - 1);
   }

@@ -72,7 +72,6 @@ bool Value::truthy() const {
     case Kind::none:
       return false;
     case Kind::boolean:
-      return integer_ != 0;
     case Kind::integer:
       return integer_ != 0;
     case Kind::real:
