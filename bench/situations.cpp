@@ -97,6 +97,7 @@ class Generator {
   }
 
   List friends_of(const Side& side) {
+    if (!options_.friends) return {};
     if (side.name == sides_[0].name) return {sides_[2].id};
     if (side.name == sides_[2].name) return {sides_[0].id};
     return {};

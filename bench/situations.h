@@ -20,6 +20,8 @@ struct SituationOptions {
   /// Share of its live fields that a changed unit or contact carries, drawn for each anew. With 1, all that are alike
   /// carry the same fields.
   double field_share = 0.4;
+  /// Whether two of the sides are friends, which share their contacts and know each other's units.
+  bool friends = true;
   std::uint64_t seed = 1;
 };
 

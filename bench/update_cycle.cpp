@@ -1,4 +1,4 @@
-// update_cycle [--units N…] [--steps N] [--repeat N] [--json]
+// update_cycle [--units N…] [--steps N] [--field-share S] [--no-friends] [--repeat N] [--json]
 // update_cycle --record FILE [--sides FILE] [--updates FILE…] [--repeat N] [--json]
 //
 // Times what the engine itself does per step: an update record, from its JSON bytes to the model brought up to date.
@@ -222,6 +222,7 @@ struct Arguments {
   std::vector<int> units{1000, 10'000, 100'000};
   int steps = 0;
   double field_share = SituationOptions().field_share;
+  bool no_friends = false;
   int repeat = 3;
   std::string record, sides;
   std::vector<std::string> update_files;
@@ -255,8 +256,10 @@ Case recorded_case(const Arguments& arguments) {
 
 Case generated_case(const Arguments& arguments, int units) {
   const int usual = std::clamp(100'000 / units, 5, 100);
-  const SituationOptions options{
-      .units = units, .updates = arguments.steps > 0 ? arguments.steps : usual, .field_share = arguments.field_share};
+  const SituationOptions options{.units = units,
+                                 .updates = arguments.steps > 0 ? arguments.steps : usual,
+                                 .field_share = arguments.field_share,
+                                 .friends = !arguments.no_friends};
   return {fmt::format("{} units", units), static_cast<std::size_t>(units), make_situations(options), true};
 }
 
@@ -290,6 +293,7 @@ int main(int argc, char** argv) {
   app.add_option("--steps", arguments.steps, "Updates per generated situation instead of the usual number");
   app.add_option("--field-share", arguments.field_share, "Share of its fields that a changed unit carries")
       ->check(CLI::Range(0.0, 1.0));
+  app.add_flag("--no-friends", arguments.no_friends, "Generate sides without friends");
   app.add_option("--repeat", arguments.repeat, "Repetitions, of which the best counts")->check(CLI::PositiveNumber);
   auto* record = app.add_option("--record", arguments.record, "An initial record instead of generated situations");
   app.add_option("--sides", arguments.sides, "Its sides: side id → Name and Friend; else those it tells of itself")
