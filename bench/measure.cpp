@@ -22,7 +22,7 @@ double thread_seconds() {
 
 std::size_t live_bytes() {
   const auto info = mallinfo2();
-  return info.uordblks + info.hblkhd - Pool::idle_bytes();
+  return info.uordblks + info.hblkhd + Pool::used_bytes();
 }
 
 std::size_t peak_bytes() {

@@ -4,8 +4,8 @@
 
 #include <array>
 #include <mutex>
+#include <new>
 #include <utility>
-#include <vector>
 
 namespace tessra {
 
@@ -17,7 +17,7 @@ struct Pool::Depot {
   std::mutex mutex;
   std::array<Batch*, kClasses> batches{};
   Batch* empty = nullptr;
-  std::vector<void*> chunks;  // all there are, for tools that look for leaks
+  std::size_t chunk_bytes = 0;  // of all threads
 
   void put(std::size_t at, Batch* batch) {
     if (batch == nullptr) return;
@@ -69,29 +69,40 @@ Pool::Thread* Pool::join() {
   return thread_;
 }
 
+/// Fresh memory from the system, aligned to its size.
+std::byte* Pool::map(std::size_t bytes) {
+  void* mapped = mmap(nullptr, 2 * bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (mapped == MAP_FAILED) throw std::bad_alloc();
+  auto* begin = static_cast<std::byte*>(mapped);
+  const std::size_t before = -reinterpret_cast<std::uintptr_t>(begin) & (bytes - 1);
+  if (before > 0) munmap(begin, before);
+  munmap(begin + before + bytes, bytes - before);
+  return begin + before;
+}
+
 void* Pool::cut(Thread& thread, std::size_t size) {
   if (thread.fresh_bytes < size) {
     // A small tree stays small. A large model lies on large pages, of which the processor can keep track.
     const bool is_large = thread.chunks >= kSmallChunks;
     const std::size_t bytes = is_large ? kLargeChunk : kChunk;
-    thread.fresh = static_cast<std::byte*>(::operator new(bytes, std::align_val_t(bytes)));
+    thread.fresh = map(bytes);
     thread.fresh_bytes = bytes;
     ++thread.chunks;
     if (is_large) madvise(thread.fresh, bytes, MADV_HUGEPAGE);  // a wish: nothing depends on it
     const std::lock_guard lock(depot().mutex);
-    depot().chunks.push_back(thread.fresh);
+    depot().chunk_bytes += bytes;
   }
   thread.fresh_bytes -= size;
   return std::exchange(thread.fresh, thread.fresh + size);
 }
 
-std::size_t Pool::idle_bytes() {
-  std::size_t bytes = 0;
-  const auto add = [&bytes](std::size_t at, const Batch* batch) {
-    if (batch != nullptr) bytes += at * kStep * batch->count;
+std::size_t Pool::used_bytes() {
+  std::size_t idle = 0;
+  const auto add = [&idle](std::size_t at, const Batch* batch) {
+    if (batch != nullptr) idle += at * kStep * batch->count;
   };
   if (thread_ != nullptr) {
-    bytes += thread_->fresh_bytes;
+    idle += thread_->fresh_bytes;
     for (std::size_t at = 0; at < kClasses; ++at) {
       add(at, thread_->shelves[at].batch);
       add(at, thread_->shelves[at].full);
@@ -101,7 +112,7 @@ std::size_t Pool::idle_bytes() {
   for (std::size_t at = 0; at < kClasses; ++at) {
     for (const Batch* batch = depot().batches[at]; batch != nullptr; batch = batch->next) add(at, batch);
   }
-  return bytes;
+  return depot().chunk_bytes - idle;
 }
 
 #ifdef __SANITIZE_ADDRESS__

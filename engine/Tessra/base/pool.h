@@ -42,8 +42,8 @@ class Pool {
     give_slowly(memory, bytes);
   }
 
-  /// Bytes of free blocks: what this thread and the depot keep for later, for measurements.
-  static std::size_t idle_bytes();
+  /// Bytes of blocks in use, larger ones excepted, while no other thread has free blocks; for measurements.
+  static std::size_t used_bytes();
 
  private:
   static constexpr std::size_t kStep = 16;
@@ -84,6 +84,7 @@ class Pool {
   static void* take_slowly(std::size_t bytes);
   static void give_slowly(void* memory, std::size_t bytes) noexcept;
   static void* cut(Thread& thread, std::size_t size);
+  static std::byte* map(std::size_t bytes);
   static Depot& depot();
   static Thread* join();
 

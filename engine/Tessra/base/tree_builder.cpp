@@ -51,6 +51,7 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
   texts_ = texts;
   depth_ = 0;
   max_depth_ = max_depth;
+  usual_ = usual_of_thread().data();
   ++record_;
   std::optional<Value> tree;
   try {
@@ -64,6 +65,11 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
   for (const std::uint32_t place : ids_seen_) ids_[place] = Value();
   ids_seen_.clear();
   return tree;
+}
+
+std::vector<TreeBuilder::Usual>& TreeBuilder::usual_of_thread() {
+  static thread_local std::vector<Usual> usual(std::size_t{1} << kPlaceBits);
+  return usual;
 }
 
 Value TreeBuilder::build_value(Place place) {

@@ -42,6 +42,8 @@ class TreeBuilder {
   Value build_value(Place place);
   Value build_list(Place place);
   Value build_dict(Place place);
+  /// What one builder learned, the next one on its thread knows.
+  static std::vector<Usual>& usual_of_thread();
   Usual& usual_at(Place place) { return usual_[place.path >> (32 - kPlaceBits)]; }
   /// Reads entries along the shape until the end, or the first key that does not stand there.
   void read_along(Place place, const KeySet& shape, Dict& dict);
@@ -83,7 +85,7 @@ class TreeBuilder {
   // What is read of the containers that are still open.
   std::vector<Value> keys_, values_;
 
-  std::vector<Usual> usual_ = std::vector<Usual>(std::size_t{1} << kPlaceBits);
+  Usual* usual_ = nullptr;
   // Ids of the record that is being read, by their hashes.
   std::vector<Value> ids_ = std::vector<Value>(kIds);
   std::vector<std::uint32_t> ids_seen_;
