@@ -255,9 +255,15 @@ Value TreeBuilder::key_of(std::string_view text) {
 
 const Name::Rep* TreeBuilder::learn(std::string_view text, std::uint32_t hash) {
   constexpr std::uint32_t kTimes = 32;
-  Sighting& sighting = sightings_[hash % kCounted];
-  if (sighting.hash != hash || sighting.record != record_) sighting = {hash, 0, record_};
-  if (++sighting.times != kTimes || !looks_like_name(text)) return nullptr;
+  if (!looks_like_name(text)) return nullptr;
+  // Two slots for each text, so that no two fields keep each other out; what was met less gives way.
+  Sighting* sighting = &sightings_[hash % kCounted];
+  Sighting* other = &sightings_[(hash % kCounted) ^ 1];
+  const auto is_it = [&](const Sighting& slot) { return slot.hash == hash && slot.record == record_; };
+  const auto times = [this](const Sighting& slot) { return slot.record == record_ ? slot.times : 0; };
+  if (!is_it(*sighting) && (is_it(*other) || times(*other) < times(*sighting))) sighting = other;
+  if (!is_it(*sighting)) *sighting = {hash, 0, record_};
+  if (++sighting->times != kTimes) return nullptr;
   const auto name = Name::learn(text);
   return name ? name->rep_ : nullptr;
 }

@@ -4,13 +4,22 @@
 
 namespace tessra {
 
+namespace {
+
+// Names from the beginning, so that all elements of a kind share their keys.
+const tessra::Name kName("Name");
+const tessra::Name kSide("Side");
+const tessra::Name kElementType("ElementType");
+
+}  // namespace
+
 Element::Element(std::string guid, const Value& name, const Value& side, tessra::ElementType type)
     : guid_(std::move(guid)) {
   initialise_attributes(name, side, type);
 }
 
 void Element::initialise_attributes(const Value& name, const Value& side, tessra::ElementType type) {
-  attributes_ = Dict{{"Name", name}, {"Side", side}, {"ElementType", static_cast<int>(type)}};
+  attributes_ = Dict{{kName, name}, {kSide, side}, {kElementType, static_cast<int>(type)}};
 }
 
 bool Element::has_attribute(const KeyRef& name) const {
