@@ -12,6 +12,10 @@
 
 namespace tessra {
 
+/// The field that the engine adds to what it builds elements from. A name, so that all elements of a kind share their
+/// keys.
+extern const Name kId;
+
 /// A part of a record, or a new empty dictionary when it is absent or null.
 Dict part_or_empty(const Dict& record, const KeyRef& key);
 

@@ -87,7 +87,7 @@ void Deduction::merge_units(std::string_view side_name, Dict& units) {
 }
 
 void Deduction::merge_new_unit(std::string_view side_name, const Value& unit_id, Value& info) {
-  entry_dict(unit_id, info).set("ID", unit_id);
+  entry_dict(unit_id, info).set(kId, unit_id);
   const Value* code = info.as_dict().find("UnitType");
   if (code == nullptr) {
     log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！推演中新单元-%s-在推演方-%s-没有基本信息的UnitType!",
