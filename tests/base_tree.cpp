@@ -194,6 +194,32 @@ TEST(Tree, RecordsWithoutSomeOfTheirFieldsAreLikeAnyOther) {
   }
 }
 
+/// What is remembered of how two dictionaries' keys stand to each other gives way to others, also in the middle.
+TEST(Tree, MatchingGoesOnAfterVeryManyOthersWereMatched) {
+  std::vector<Dict> others;
+  for (int i = 0; i < 80; ++i) {
+    Dict& other = others.emplace_back();
+    for (int field = i; field < i + 4; ++field) other.set(Name::intern("matched" + std::to_string(field)), field);
+  }
+  const auto match_others = [&] {
+    for (Dict& held : others) {
+      for (const Dict& fresh : others) {
+        held.match(fresh, [&](const Value& key, Value* stored, const Value&) { ASSERT_EQ(stored, held.find(key)); });
+      }
+    }
+  };
+  Dict held;
+  Dict fresh;
+  for (int field = 0; field < 20; ++field) held.set(Name::intern("matched" + std::to_string(field)), field);
+  for (int field = 25; field >= 10; --field) fresh.set(Name::intern("matched" + std::to_string(field)), field);
+  for (int round = 0; round < 2; ++round) {
+    held.match(fresh, [&](const Value& key, Value* stored, const Value&) {
+      ASSERT_EQ(stored, held.find(key));
+      match_others();
+    });
+  }
+}
+
 TEST(Tree, MayEndOnAnotherThreadThanItBegan) {
   std::mt19937_64 random(6);
   const std::string text = record_text(random);

@@ -93,8 +93,8 @@ bool Dict::join(const Row& from) {
   if (joined == nullptr) return false;
   if (row_->absent > 0) {
     // What this dictionary lacks would have to come last.
-    for (const std::uint32_t at : match->common()) {
-      if (from.present(at) != nullptr && row_->present(match->place(at)) == nullptr) return false;
+    for (const auto [held, fresh] : match->common()) {
+      if (from.present(fresh) != nullptr && row_->present(held) == nullptr) return false;
     }
   }
   Row::reserve(row_, joined->count() - row_->count);
@@ -104,8 +104,9 @@ bool Dict::join(const Row& from) {
     row_->add(Value(from.values[at]));
   }
   row_->keys = joined;
-  for (const std::uint32_t at : match->common()) {
-    if (const Value* value = from.present(at)) row_->values[match->place(at)] = *value;
+  const std::vector<KeyMatch::Pair> common = match->common();  // a value that is overwritten may end anything
+  for (const auto [held, fresh] : common) {
+    if (const Value* value = from.present(fresh)) row_->values[held] = *value;
   }
   return true;
 }

@@ -10,7 +10,7 @@ const KeyMatch& KeyMatch::of_shapes(const KeySet* held, const KeySet* fresh) {
   const auto bits = [](const KeySet* keys) { return reinterpret_cast<std::uintptr_t>(keys); };
   const std::uint64_t hash = (bits(held) * 0x9E3779B97F4A7C15 ^ bits(fresh)) * 0xD1B54A32D192ED03;
   KeyMatch& match = remembered[(hash >> 40) % kRemembered];
-  if (match.held_ != held || match.fresh_ != fresh) match.find_places(held, fresh);
+  if (!match.is_of(held, fresh)) match.find_places(held, fresh);
   return match;
 }
 
@@ -22,7 +22,7 @@ void KeyMatch::find_places(const KeySet* held, const KeySet* fresh) {
   common_.clear();
   for (std::size_t at = 0; at < fresh->count(); ++at) {
     places_.push_back(held->find(fresh->key(at)));
-    if (places_.back() != KeySet::kNowhere) common_.push_back(static_cast<std::uint32_t>(at));
+    if (places_.back() != KeySet::kNowhere) common_.push_back({places_.back(), static_cast<std::uint32_t>(at)});
   }
 }
 

@@ -2,7 +2,6 @@
 
 // How the keys of two shapes stand to each other. Part of value.h, which is what others include.
 
-#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -11,18 +10,26 @@
 namespace tessra {
 
 /// Where the keys of one shape stand in another. Records of the same fields are merged into dictionaries of the same
-/// fields again and again, so each thread remembers the pairs it met lately.
+/// fields again and again, so each thread remembers the pairs it met lately. What is remembered of a pair gives way to
+/// another one at any time that the thread asks for others: who runs foreign code between two questions, the end of a
+/// value included, asks `is_of` before the second.
 class KeyMatch {
  public:
-  /// Null unless both are shapes. Valid until the thread asks for another pair.
+  /// Where one key stands in both.
+  struct Pair {
+    std::uint32_t held, fresh;
+  };
+
+  /// Null unless both are shapes.
   static const KeyMatch* of(const KeySet* held, const KeySet* fresh) {
     return held->is_shape() && fresh->is_shape() ? &of_shapes(held, fresh) : nullptr;
   }
 
+  bool is_of(const KeySet* held, const KeySet* fresh) const { return held == held_ && fresh == fresh_; }
   /// Where the key at this place of `fresh` stands in `held`, or `KeySet::kNowhere`.
   std::uint32_t place(std::size_t at) const { return places_[at]; }
-  /// The places in `fresh` of the keys that both have.
-  const std::vector<std::uint32_t>& common() const { return common_; }
+  /// The keys that both have.
+  const std::vector<Pair>& common() const { return common_; }
   /// The shape of the keys that are held followed by those that are fresh; null when there is none.
   const KeySet* joined() const;
 
@@ -32,7 +39,8 @@ class KeyMatch {
 
   const KeySet* held_ = nullptr;
   const KeySet* fresh_ = nullptr;
-  std::vector<std::uint32_t> places_, common_;
+  std::vector<std::uint32_t> places_;
+  std::vector<Pair> common_;
   mutable const KeySet* joined_ = nullptr;
   mutable bool is_joined_ = false;  // or was tried
 };

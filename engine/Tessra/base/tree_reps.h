@@ -226,7 +226,7 @@ void Dict::match(const Dict& fresh, Visit&& visit) {
     const Value* value = from.present(at);
     if (value == nullptr) continue;
     const Value& key = from.keys->key(at);
-    if (row().keys != keys) {
+    if (row().keys != keys || (places != nullptr && !places->is_of(keys, from.keys))) {
       keys = row_->keys;
       places = KeyMatch::of(keys, from.keys);
     }
