@@ -200,7 +200,7 @@ Dict frequent_record(int first, int last) {
   Dict record;
   for (int times = 0; times <= std::abs(last - first) + 1; ++times) {
     record = Dict();
-    for (int field = first; field != last; field += step) record.set(Name::intern("m" + std::to_string(field)), field);
+    for (int field = first; field != last; field += step) record.set(Name("m" + std::to_string(field)), field);
   }
   return record;
 }
@@ -218,7 +218,8 @@ TEST(Tree, MatchingGoesOnAfterVeryManyOthersWereMatched) {
     visited += key.to_text();
     for (Dict& other : others) {
       for (const Dict& another : others) {
-        other.match(another, [&](const Value& name, Value* place, const Value&) { ASSERT_EQ(place, other.find(name)); });
+        other.match(another,
+                    [&](const Value& name, Value* place, const Value&) { ASSERT_EQ(place, other.find(name)); });
       }
     }
   });

@@ -26,7 +26,6 @@ JsonError::JsonError(const std::string& what, Place where) : Error(with_place(wh
 struct JsonReader::Impl {
   JsonLimits limits;
   simdjson::dom::parser parser;
-  TreeBuilder builder;
   std::string buffer;  // the text with the padding the parser wants behind it
 };
 
@@ -50,7 +49,8 @@ Value JsonReader::read(std::string_view text) {
     report_json_fault(buffer, buffer.capacity(), limits.max_depth, simdjson::error_message(error));
   }
   const simdjson::dom::document& parsed = impl_->parser.doc;
-  std::optional<Value> tree = impl_->builder.build(parsed.tape.get(), parsed.string_buf.get(), limits.max_depth);
+  std::optional<Value> tree =
+      TreeBuilder::of_thread().build(parsed.tape.get(), parsed.string_buf.get(), limits.max_depth);
   if (!tree) report_json_fault(buffer, buffer.capacity(), limits.max_depth, "a value beyond the limits");
   return *std::move(tree);
 }

@@ -24,6 +24,23 @@ struct Pool::Depot {
     const std::lock_guard lock(mutex);
     push(batch->count > 0 ? batches[at] : empty, batch);
   }
+  /// One block, of or for a thread that has left.
+  void put_block(std::size_t at, void* block) {
+    const std::lock_guard lock(mutex);
+    if (batches[at] == nullptr || batches[at]->count == kBatch) {
+      Batch* fresh = pop(empty);
+      push(batches[at], fresh != nullptr ? fresh : new Batch);
+    }
+    batches[at]->give(block);
+  }
+  void* take_block(std::size_t at) {
+    const std::lock_guard lock(mutex);
+    Batch* batch = batches[at];
+    if (batch == nullptr) return ::operator new(at* kStep);
+    void* block = batch->take();
+    if (batch->count == 0) push(empty, pop(batches[at]));
+    return block;
+  }
   /// A batch with blocks, or null.
   Batch* get(std::size_t at) {
     const std::lock_guard lock(mutex);
@@ -125,13 +142,7 @@ void Pool::give_slowly(void* memory, std::size_t /*bytes*/) noexcept { ::operato
 void* Pool::take_slowly(std::size_t bytes) {
   const std::size_t at = size_class(bytes);
   Thread* thread = join();
-  if (thread == nullptr) {  // this thread has left already: single blocks, cut for it alone
-    Batch* batch = depot().get(at);
-    if (batch == nullptr) return ::operator new(at* kStep);
-    void* block = batch->take();
-    depot().put(at, batch);
-    return block;
-  }
+  if (thread == nullptr) return depot().take_block(at);
   Shelf& shelf = thread->shelves[at];
   Batch* next = std::exchange(shelf.full, nullptr);
   if (next == nullptr) next = depot().get(at);
@@ -143,9 +154,9 @@ void* Pool::take_slowly(std::size_t bytes) {
 void Pool::give_slowly(void* memory, std::size_t bytes) noexcept {
   const std::size_t at = size_class(bytes);
   Thread* thread = join();
+  if (thread == nullptr) return depot().put_block(at, memory);
   Batch* batch = depot().get_empty();
   batch->give(memory);
-  if (thread == nullptr) return depot().put(at, batch);
   Shelf& shelf = thread->shelves[at];
   depot().put(at, std::exchange(shelf.full, shelf.batch));
   shelf.batch = batch;

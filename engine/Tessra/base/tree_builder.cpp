@@ -35,15 +35,10 @@ bool TreeBuilder::is_text(const Name::Rep& name, std::string_view text) {
   const char* a = name.bytes;
   const char* b = text.data();
   std::size_t left = text.size();
-  for (; left > 8; a += 8, b += 8, left -= 8) {
+  for (; left > 16; a += 8, b += 8, left -= 8) {
     if (detail::load(a, 8) != detail::load(b, 8)) return false;
   }
-  if (left >= 4)
-    return detail::load(a, 4) == detail::load(b, 4) && detail::load(a + left - 4, 4) == detail::load(b + left - 4, 4);
-  for (; left > 0; --left) {
-    if (a[left - 1] != b[left - 1]) return false;
-  }
-  return true;
+  return detail::load_up_to_16(a, left) == detail::load_up_to_16(b, left);
 }
 
 std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::uint8_t* texts, std::size_t max_depth) {
@@ -51,13 +46,12 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
   texts_ = texts;
   depth_ = 0;
   max_depth_ = max_depth;
-  usual_ = usual_of_thread().data();
   ++record_;
   std::optional<Value> tree;
   try {
     tree = build_value(Place{});
   } catch (const Beyond&) {
-    // A value that is none of what is wanted.
+    // The caller finds out where.
   }
   // The tree may go to another thread.
   keys_.clear();
@@ -67,9 +61,9 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
   return tree;
 }
 
-std::vector<TreeBuilder::Usual>& TreeBuilder::usual_of_thread() {
-  static thread_local std::vector<Usual> usual(std::size_t{1} << kPlaceBits);
-  return usual;
+TreeBuilder& TreeBuilder::of_thread() {
+  static thread_local TreeBuilder builder;
+  return builder;
 }
 
 Value TreeBuilder::build_value(Place place) {

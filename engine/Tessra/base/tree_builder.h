@@ -17,8 +17,12 @@ namespace tessra {
 /// fields that lead to it; the entries of a list or of a table of ids are one place.
 ///
 /// A text that is a key again and again in one record is a field name, if it looks like one, and is made known as such.
+///
+/// There is one builder per thread, so that what was learned from one record serves the next, whoever reads it.
 class TreeBuilder {
  public:
+  static TreeBuilder& of_thread();
+
   /// The tree of a tape whose texts stand in `texts`; nothing for an integer beyond 64 bits or nesting beyond
   /// `max_depth`.
   std::optional<Value> build(const std::uint64_t* tape, const std::uint8_t* texts, std::size_t max_depth);
@@ -37,13 +41,12 @@ class TreeBuilder {
   struct Open {
     std::size_t keys, values;
   };
+  TreeBuilder() = default;
   struct Beyond {};  // thrown when a limit is met
 
   Value build_value(Place place);
   Value build_list(Place place);
   Value build_dict(Place place);
-  /// What one builder learned, the next one on its thread knows.
-  static std::vector<Usual>& usual_of_thread();
   Usual& usual_at(Place place) { return usual_[place.path >> (32 - kPlaceBits)]; }
   /// Reads entries along the shape until the end, or the first key that does not stand there.
   void read_along(Place place, const KeySet& shape, Dict& dict);
@@ -85,7 +88,7 @@ class TreeBuilder {
   // What is read of the containers that are still open.
   std::vector<Value> keys_, values_;
 
-  Usual* usual_ = nullptr;
+  std::vector<Usual> usual_ = std::vector<Usual>(std::size_t{1} << kPlaceBits);
   // Ids of the record that is being read, by their hashes.
   std::vector<Value> ids_ = std::vector<Value>(kIds);
   std::vector<std::uint32_t> ids_seen_;
