@@ -138,8 +138,9 @@ struct Twins {
     std::size_t last = 0;
     for (const auto& [key, value] : plain) {
       ASSERT_EQ(dict.at_integer(key), value);
-      ASSERT_TRUE(last == 0 || dict.place(key) > last);
-      last = dict.place(key);
+      const std::size_t place = dict.place(dict.at(key));
+      ASSERT_TRUE(last == 0 || place > last);
+      last = place;
     }
   }
 };

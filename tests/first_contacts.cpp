@@ -27,13 +27,15 @@ TEST(FirstContacts, agree_with_walking_the_table_whatever_is_merged_and_adopted)
   };
   for (int round = 0; round < 50; ++round) {
     Dict contacts;
-    for (int i = 0; i < 5; ++i) contacts.set("old-" + std::to_string(i), Dict{{"ActualUnitID", some_unit()}});
+    for (int i = 0; i < 40; ++i) contacts.set("old-" + std::to_string(i), Dict{{"ActualUnitID", some_unit()}});
+    // Gaps, which the first of those that are adopted close in some rounds.
+    for (int gone = 0; gone < round; ++gone) contacts.erase("old-" + std::to_string(random() % 40));
     FirstContacts first(contacts);
     for (int step = 0; step < 40; ++step) {
       const Dict fresh = random() % 3 == 0 ? Dict{{"Age", 1}} : Dict{{"ActualUnitID", some_unit()}};
       const std::string id = (random() % 2 == 0 ? "old-" : "new-") + std::to_string(random() % 10);
-      if (Dict* held = contacts.find_dict(id)) {
-        first.merge(id, *held, fresh);
+      if (Value* held = contacts.find(id)) {
+        first.merge(*held, fresh);
       } else {
         first.adopt(id, fresh);
       }

@@ -163,8 +163,6 @@ const Value& Dict::at(const KeyRef& key) const {
 }
 Value& Dict::at(const KeyRef& key) { return const_cast<Value&>(std::as_const(*this).at(key)); }
 
-std::size_t Dict::place(const KeyRef& key) const { return static_cast<std::size_t>(&at(key) - row_->values); }
-
 Value Dict::get(const KeyRef& key) const {
   const Value* value = find(key);
   return value != nullptr ? *value : Value();

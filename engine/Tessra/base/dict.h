@@ -38,6 +38,8 @@ class KeyRef {
   KeyRef(const Value& value);  // inline, in tree_reps.h
 
   std::uint32_t hash() const;
+  /// Whether it is this name.
+  bool is(Name name) const { return name_ != nullptr ? name_ == name.rep_ : is_text_ && text() == name.text(); }
   /// The key as it is stored: a known name where there is one, else a text of its own, or an integer.
   Value to_value() const;
   /// The key's text; empty for an integer.
@@ -101,9 +103,11 @@ class Dict {
   /// Whether the key is there with a value that counts as true: not none, zero or empty.
   bool non_empty(const KeyRef& key) const;
 
-  /// Where the key stands among those that were inserted: of two keys the one inserted first has the smaller place.
-  /// Valid until the next insertion. Throws `KeyError` when the key is absent.
-  std::size_t place(const KeyRef& key) const;
+  /// Where a value of this dictionary stands: of two, the one inserted first has the smaller place. Valid until the
+  /// next insertion.
+  std::size_t place(const Value& stored) const;
+  /// The value that stands there.
+  const Value& at_place(std::size_t place) const;
 
   // Typed reading: a value of another kind throws `KindError` naming the key and both kinds.
 

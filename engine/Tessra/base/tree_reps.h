@@ -57,7 +57,7 @@ struct Row {
   /// Walks touch what the values refer to, which may lie anywhere: begins to fetch it some values ahead.
   void fetch_ahead(std::size_t at) const;
 
-  /// Begins to fetch the values themselves.
+  /// Begins to fetch the row and as many values as a large record has, without a look at the row.
   void fetch() const;
 
   // Of a dictionary.
@@ -98,8 +98,10 @@ inline void Row::fetch_ahead(std::size_t at) const {
   if (at + kAhead < count && values[at + kAhead].is_counted()) __builtin_prefetch(values[at + kAhead].counted_);
 }
 inline void Row::fetch() const {
-  constexpr std::size_t kLine = 64 / sizeof(Value);
-  for (std::size_t at = 0; at < count; at += kLine) __builtin_prefetch(values + at);
+  constexpr std::size_t kLine = 64;
+  constexpr std::size_t kMost = 12;
+  const auto* begin = reinterpret_cast<const char*>(this);
+  for (std::size_t line = 0; line < kMost; ++line) __builtin_prefetch(begin + line * kLine);
 }
 inline Value* Row::present(std::size_t at) const { return values[at].is_absent() ? nullptr : values + at; }
 
@@ -195,7 +197,7 @@ inline std::uint32_t KeySet::scan(const KeyRef& ref) const {
 }
 
 inline void Dict::fetch() const {
-  if (row_ != nullptr && row_->keys->is_shape()) row_->fetch();
+  if (row_ != nullptr) row_->fetch();
 }
 inline void Dict::fetch_inside() const {
   if (row_ == nullptr || !row_->keys->is_shape()) return;
@@ -212,13 +214,14 @@ inline const Value* Dict::find(const KeyRef& key) const {
   if (at == KeySet::kNowhere) return nullptr;
   return row_->present(at);
 }
+inline std::size_t Dict::place(const Value& stored) const { return static_cast<std::size_t>(&stored - row_->values); }
+inline const Value& Dict::at_place(std::size_t place) const { return row_->values[place]; }
 inline Value* Dict::find(const KeyRef& key) { return const_cast<Value*>(std::as_const(*this).find(key)); }
 
 template <class Visit>
 void Dict::match(const Dict& fresh, Visit&& visit) {
   const Dict source = fresh;  // it may stand inside this dictionary and be overwritten on the way
   if (source.row_ == nullptr) return;
-  fetch();
   const Row& from = *source.row_;
   const KeySet* keys = nullptr;
   const KeyMatch* places = nullptr;

@@ -1,17 +1,9 @@
 #include "Tessra/entitys/element.h"
 
+#include "Tessra/entitys/field_names.h"
 #include "Tessra/entitys/gameenvs/gameserver.h"
 
 namespace tessra {
-
-namespace {
-
-// Names from the beginning, so that all elements of a kind share their keys.
-const tessra::Name kName("Name");
-const tessra::Name kSide("Side");
-const tessra::Name kElementType("ElementType");
-
-}  // namespace
 
 Element::Element(std::string guid, const Value& name, const Value& side, tessra::ElementType type)
     : guid_(std::move(guid)) {
@@ -19,7 +11,7 @@ Element::Element(std::string guid, const Value& name, const Value& side, tessra:
 }
 
 void Element::initialise_attributes(const Value& name, const Value& side, tessra::ElementType type) {
-  attributes_ = Dict{{kName, name}, {kSide, side}, {kElementType, static_cast<int>(type)}};
+  attributes_ = Dict{{names::kName, name}, {names::kSide, side}, {names::kElementType, static_cast<int>(type)}};
 }
 
 bool Element::has_attribute(const KeyRef& name) const {
@@ -49,11 +41,11 @@ Dict Element::get_dict(const KeyRef& name) {
 }
 
 tessra::ElementType Element::element_type() const {
-  return static_cast<tessra::ElementType>(attributes_.at_integer("ElementType"));
+  return static_cast<tessra::ElementType>(attributes_.at_integer(names::kElementType));
 }
 
 std::shared_ptr<GameServer> Element::game_server() const {
-  return attributes_.at("_game_server").as_host<GameServer>();
+  return attributes_.at(names::kGameServer).as_host<GameServer>();
 }
 
 }  // namespace tessra

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "Tessra/base/value.h"
+#include "Tessra/entitys/field_names.h"
 #include "Tessra/entitys/field_table.h"
 #include "Tessra/entitys/global_util.h"
 
@@ -40,7 +41,7 @@ class Element {
   /// counts. Throws `KeyError` naming class and attribute when there is neither.
   Value get_attribute(const KeyRef& name);
   void set_attribute(const KeyRef& name, Value value) {
-    if (name.text() == "Name") names_set_.fetch_add(1, std::memory_order_relaxed);
+    if (name.is(names::kName)) names_set_.fetch_add(1, std::memory_order_relaxed);
     attributes_.set(name, std::move(value));
   }
   /// `get_attribute` as a dictionary. Throws `KindError` naming the attribute when it is none.
@@ -55,8 +56,8 @@ class Element {
 
   // Typed reading of the attributes every element has; throws when a record put another kind there.
 
-  std::string_view Name() const { return attributes_.at_text("Name"); }
-  std::string_view Side() const { return attributes_.at_text("Side"); }
+  std::string_view Name() const { return attributes_.at_text(names::kName); }
+  std::string_view Side() const { return attributes_.at_text(names::kSide); }
   tessra::ElementType element_type() const;
   /// The service client, under `_game_server`.
   std::shared_ptr<GameServer> game_server() const;

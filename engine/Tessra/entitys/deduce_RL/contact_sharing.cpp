@@ -3,6 +3,8 @@
 #include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/deduce_RL/visit_found.h"
+#include "Tessra/entitys/field_names.h"
 
 namespace tessra {
 
@@ -15,9 +17,9 @@ double number_or(const Dict& contact, const KeyRef& key, double fallback) {
 }  // namespace
 
 bool Deduction::adopts_contact(std::string_view side, FirstContacts& own_contacts, const Dict& contact) const {
-  const Value* unit_id = contact.find("ActualUnitID");
+  const Value* unit_id = contact.find(names::kActualUnitID);
   if (unit_id == nullptr) return true;
-  if (auto* const unit = element_of(*unit_id); unit != nullptr && unit->get_attribute("Side") == Value(side)) {
+  if (auto* const unit = element_of(*unit_id); unit != nullptr && unit->get_attribute(names::kSide).is_text(side)) {
     return false;
   }
   const Dict* own = own_contacts.on(*unit_id);
@@ -68,8 +70,9 @@ void Deduction::share_updated_contacts(const FriendViews& views) {
 void Deduction::share_updated_contact(const FriendShare& share, const Value& contact_id, const Value& fresh,
                                       Dict& record) {
   Dict own = share.own.contacts();
-  if (Dict* held = own.find_dict(contact_id)) {
-    share.own.merge(contact_id, *held, entry_dict(contact_id, fresh));
+  if (Value* held = own.find(contact_id)) {
+    entry_dict(contact_id, *held);
+    share.own.merge(*held, entry_dict(contact_id, fresh));
     return;
   }
   if (Dict* known = record.find_dict(contact_id)) {

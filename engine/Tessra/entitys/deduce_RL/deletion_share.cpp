@@ -3,10 +3,14 @@
 // copied out first. The functions below follow the pass part by part: each returns the share of one kind of record.
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/field_names.h"
 
 namespace tessra {
 
 namespace {
+
+const Name kComponents[] = {Name("Mounts"), Name("Loadouts"), Name("CommDevices"), Name("Magazines")};
+const Name kEventTables[] = {Name("EventTriggers"), Name("EventConditions"), Name("EventActions"), Name("SimEvents")};
 
 using Share = Dict (*)(const Dict& record);
 
@@ -25,8 +29,8 @@ void take_part(Dict& share, const Dict& record, const KeyRef& key, Share of_part
 
 /// The record's own deletions.
 Dict deletions(const Dict& record) {
-  const Value* listed = record.find("mapdel");
-  return listed != nullptr ? Dict{{"mapdel", listed->deep_copy()}} : Dict();
+  const Value* listed = record.find(names::kMapdel);
+  return listed != nullptr ? Dict{{names::kMapdel, listed->deep_copy()}} : Dict();
 }
 
 /// The deletions of a table and those inside its records.
@@ -35,7 +39,7 @@ Dict table(const Dict& records) {
   Dict share;
   for (auto [id, record] : records) {
     const Dict* dict = record.if_dict();
-    if (dict == nullptr || id.is_text("mapdel")) {
+    if (dict == nullptr || id.is_name(names::kMapdel)) {
       share.set(id, record.deep_copy());
     } else if (const Dict left = of_entry(*dict); !left.empty()) {
       share.set(id, left);
@@ -52,13 +56,13 @@ Dict doctrine(const Dict& record) {
 
 Dict with_doctrine(const Dict& record) {
   Dict share = deletions(record);
-  take_part(share, record, "Doctrine", doctrine);
+  take_part(share, record, names::kDoctrine, doctrine);
   return share;
 }
 
 Dict unit_info(const Dict& record) {
   Dict share;
-  take_part(share, record, "Doctrine", doctrine);
+  take_part(share, record, names::kDoctrine, doctrine);
   return share;
 }
 
@@ -78,7 +82,7 @@ Dict cargo(const Dict& record) {
 Dict active_unit(const Dict& record) {
   Dict share = deletions(record);
   take_part(share, record, "AI", deletions);
-  for (const std::string_view components : {"Mounts", "Loadouts", "CommDevices", "Magazines"}) {
+  for (const Name components : kComponents) {
     take_part(share, record, components, table<weapons_of_component>);
   }
   take_part(share, record, "Cargos", table<cargo>);
@@ -87,7 +91,7 @@ Dict active_unit(const Dict& record) {
 
 Dict live_unit(const Dict& record) {
   Dict share = deletions(record);
-  take_part(share, record, "ActiveUnit", active_unit);
+  take_part(share, record, names::kActiveUnit, active_unit);
   return share;
 }
 
@@ -110,7 +114,7 @@ Dict missions_of_category(const Dict& records) {
 Dict basic_part(const Dict& side) {
   Dict share = deletions(side);
   take_part(share, side, "Missions", table<missions_of_category>);
-  take_part(share, side, "Doctrine", doctrine);
+  take_part(share, side, names::kDoctrine, doctrine);
   take_part(share, side, "ActiveUnitsInfo", table<unit_info>);
   return share;
 }
@@ -146,7 +150,7 @@ Dict situation(const Dict& record) {
 
 Dict events(const Dict& record) {
   Dict share = deletions(record);
-  for (const std::string_view events_table : {"EventTriggers", "EventConditions", "EventActions", "SimEvents"}) {
+  for (const Name events_table : kEventTables) {
     take_part(share, record, events_table, deletions);
   }
   return share;

@@ -7,6 +7,7 @@
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/facility.h"
 #include "Tessra/entitys/ferrymission.h"
+#include "Tessra/entitys/field_names.h"
 #include "Tessra/entitys/group.h"
 #include "Tessra/entitys/mineclearmission.h"
 #include "Tessra/entitys/minemission.h"
@@ -21,11 +22,6 @@
 namespace tessra {
 
 namespace {
-
-// What every element has must be names, so that all elements of a kind share their keys.
-const Name kGameServer("_game_server");
-const Name kName("Name");
-const Name kNavigator("Navigator");
 
 using Maker = std::shared_ptr<Element> (*)(std::string guid, const Value& name, std::string_view side);
 
@@ -90,7 +86,7 @@ bool Deduction::create_scenario(std::string_view guid, const Value& info_dict) {
   auto scenario = std::make_shared<Scenario>(std::string(guid), "scenario", "ALL_SIDE");
   set_element_info(*scenario, info_dict);
   elements.set(guid, scenario);
-  scenario->set_attribute(kGameServer, game_value_);
+  scenario->set_attribute(names::kGameServer, game_value_);
   scenario_obj = std::move(scenario);
   return true;
 }
@@ -110,15 +106,15 @@ bool Deduction::create_mission(std::string_view guid, const Value& info_dict, El
   const MissionKind& kind = *row_of(kMissionKinds, type);
   const auto* player = players.find(side_name);
   if (player == nullptr) return false;
-  const Value name = info_dict.as_dict().get("Name");
+  const Value name = info_dict.as_dict().get(names::kName);
   if (!name.truthy()) {
     log_or_print(LogLevel::error, kind.no_name);
     return true;
   }
   const std::shared_ptr<Element> mission = kind.make(std::string(guid), name, side_name);
-  mission->set_attribute(kGameServer, game_value_);
+  mission->set_attribute(names::kGameServer, game_value_);
   if (const auto* strike = dynamic_cast<const StrikeMission*>(mission.get())) {
-    strike->escort().set(kGameServer, game_value_);
+    strike->escort().set(names::kGameServer, game_value_);
   }
   set_element_info(*mission, info_dict);
   (*player)->missions_obj.set(name.to_text(), mission);
@@ -129,7 +125,7 @@ bool Deduction::create_mission(std::string_view guid, const Value& info_dict, El
 bool Deduction::create_unit(std::string_view guid, const Value& info_dict, ElementType type,
                             std::string_view side_name) {
   const UnitKind& kind = *row_of(kUnitKinds, type);
-  const Value* name = info_dict.as_dict().find("Name");
+  const Value* name = info_dict.as_dict().find(names::kName);
   const auto* player = players.find(side_name);
   if (player == nullptr) {
     log_or_print(LogLevel::error, fmt::sprintf(kind.no_side, name != nullptr ? name->to_text() : "", side_name));
@@ -144,7 +140,7 @@ bool Deduction::create_unit(std::string_view guid, const Value& info_dict, Eleme
     const GameUnit::CreationKey key(side_name);
     unit = kind.make(std::string(guid), *name, side_name);
   }
-  unit->set_attribute(kGameServer, game_value_);
+  unit->set_attribute(names::kGameServer, game_value_);
   set_element_info(*unit, info_dict);
   (*player)->add_unit(guid, type, unit);
   elements.set(guid, unit);
@@ -155,7 +151,7 @@ namespace {
 
 /// The rule of an update for one attribute: dictionaries keep what the record does not carry, except for navigators.
 void merge_attribute(const Value& name, Value& attribute, const Value& fresh) {
-  if (fresh.is_dict() && attribute.is_dict() && !name.is_name(kNavigator)) {
+  if (fresh.is_dict() && attribute.is_dict() && !name.is_name(names::kNavigator)) {
     cf::update_dict(attribute.as_dict(), fresh.as_dict());
   } else {
     attribute = fresh;
@@ -174,7 +170,7 @@ void Deduction::set_element_info(Element& element_obj, const Value& info_dict) {
     for (auto [name, value] : info_dict.as_dict()) {
       if (element_obj.has_attribute(name)) {
         element_obj.set_attribute(name, value);
-      } else if (!name.is_text("mapdel")) {
+      } else if (!name.is_name(names::kMapdel)) {
         log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
       }
     }
@@ -192,10 +188,10 @@ void Deduction::update_element_info(Element& element_obj, const Dict& info_dict)
   Dict& attributes = element_obj.attributes();
   attributes.match(info_dict, [&](const Value& name, Value* stored, const Value& value) {
     if (stored != nullptr) {
-      if (name.is_name(kName)) note_renamed(element_obj);
+      if (name.is_name(names::kName)) note_renamed(element_obj);
       merge_attribute(name, *stored, value);
     } else if (!element_obj.has_attribute(name)) {
-      if (!name.is_text("mapdel")) log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
+      if (!name.is_name(names::kMapdel)) log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
     } else {
       // Its default may be a dictionary, which is stored when it is read.
       Value attribute = element_obj.get_attribute(name);
@@ -213,12 +209,12 @@ void Deduction::delete_element(std::string_view guid) {
   Element* element = find_element(guid);
   if (element == nullptr) return;
   const ElementType type = element->element_type();
-  const auto* player = players.find(element->get_attribute("Side").to_text());
+  const auto* player = players.find(element->get_attribute(names::kSide).to_text());
   if (player == nullptr) {
     elements.erase(guid);
     return;
   }
-  const std::string name = element->get_attribute("Name").to_text();
+  const std::string name = element->get_attribute(names::kName).to_text();
   for (const std::string& removed : (*player)->delete_element(guid, type, name)) elements.erase(removed);
 }
 

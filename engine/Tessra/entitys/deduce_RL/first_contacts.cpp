@@ -1,85 +1,82 @@
 #include "Tessra/entitys/deduce_RL/first_contacts.h"
 
 #include <algorithm>
+#include <bit>
+#include <utility>
 
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/field_names.h"
 
 namespace tessra {
 
-namespace {
-
-/// Whether notes are kept under this value. Ids are texts; whatever else a record may carry is looked for.
-bool is_key(const Value& unit_id) { return unit_id.is_string(); }
-
-}  // namespace
-
 const Dict* FirstContacts::on(const Value& unit_id) {
-  constexpr int kFew = 6;  // questions that walking answers for less than noting costs
-  if (!is_key(unit_id) || (!noted_ && ++asked_ <= kFew)) return look_for(unit_id);
-  if (!noted_) note_all();
-  const Value* contact_id = first_.find(unit_id);
-  return contact_id != nullptr ? contacts_.find_dict(*contact_id) : nullptr;
+  if (!is_noted_) note_all();
+  // Ids are texts; whatever else a record may carry is looked for.
+  if (is_odd_ || !unit_id.is_string()) return look_for(unit_id);
+  const std::uint32_t hash = KeyRef(unit_id).hash();
+  const std::size_t mask = notes_.size() - 1;
+  const Value* first = nullptr;
+  for (std::size_t slot = hash & mask; notes_[slot].number != 0; slot = (slot + 1) & mask) {
+    if (notes_[slot].hash != hash) continue;
+    const Value& contact = contacts_.at_place(notes_[slot].number - 1);
+    if (first != nullptr && first <= &contact) continue;
+    const Value* actual = contact.as_dict().find(names::kActualUnitID);
+    if (actual != nullptr && *actual == unit_id) first = &contact;
+  }
+  return first != nullptr ? &first->as_dict() : nullptr;
 }
 
-void FirstContacts::merge(const Value& contact_id, Dict& contact, const Dict& fresh) {
-  const Value* turned = noted_ ? fresh.find("ActualUnitID") : nullptr;
-  const Value before = turned != nullptr ? contact.get("ActualUnitID") : Value();
-  contact.update(fresh);
-  if (turned == nullptr || *turned == before) return;
-  forget(before, contact_id);
-  note(*turned, contact_id);
+void FirstContacts::merge(Value& contact, const Dict& fresh) {
+  contact.as_dict().update(fresh);
+  if (is_noted_ && fresh.contains(names::kActualUnitID)) note(contact);
 }
 
 void FirstContacts::adopt(const Value& contact_id, const Value& contact) {
-  contacts_.set(contact_id, contact);
-  if (noted_) note(contact.as_dict().get("ActualUnitID"), contact_id);
+  const Value& adopted = contacts_.set(contact_id, contact);
+  if (!is_noted_) return;
+  // An insertion may close the gaps that deletions left: then no place is what it was.
+  if (contacts_.place(adopted) < end_) {
+    note_all();
+  } else {
+    note(adopted);
+  }
 }
 
 void FirstContacts::note_all() {
-  noted_ = true;
-  first_.reserve(contacts_.size());
-  for (auto [contact_id, contact] : contacts_) {
-    if (const Value* unit_id = entry_dict(contact_id, contact).find("ActualUnitID")) note(*unit_id, contact_id);
-  }
+  is_noted_ = true;
+  end_ = noted_ = 0;
+  notes_.assign(std::bit_ceil(2 * contacts_.size() + 16), Note{});
+  for (auto [contact_id, contact] : contacts_) note(contact);
 }
 
-void FirstContacts::note(const Value& unit_id, const Value& contact_id) {
-  if (!is_key(unit_id)) return;
-  Value& first = first_[unit_id];
-  if (first.is_none()) {
-    first = contact_id;
+void FirstContacts::note(const Value& contact) {
+  const std::size_t place = contacts_.place(contact);
+  end_ = std::max(end_, place + 1);
+  const Dict* fields = contact.if_dict();
+  if (fields == nullptr) {
+    is_odd_ = true;
     return;
   }
-  Value later = contact_id;
-  if (is_before(contact_id, first)) first.swap(later);
-  if (!more_.contains(unit_id)) more_.set(unit_id, List());
-  more_.at(unit_id).as_list().push_back(later);
+  const Value* unit_id = fields->find(names::kActualUnitID);
+  if (unit_id == nullptr || !unit_id->is_string()) return;
+  if (2 * ++noted_ > notes_.size()) {
+    for (const Note& note : std::exchange(notes_, std::vector<Note>(2 * notes_.size()))) {
+      if (note.number != 0) put(note);
+    }
+  }
+  put({KeyRef(*unit_id).hash(), static_cast<std::uint32_t>(place + 1)});
 }
 
-void FirstContacts::forget(const Value& unit_id, const Value& contact_id) {
-  Value* first = is_key(unit_id) ? first_.find(unit_id) : nullptr;
-  if (first == nullptr) return;
-  List* others = more_.find_list(unit_id);
-  if (others == nullptr || others->empty()) {
-    first_.erase(unit_id);
-    return;
-  }
-  // What is forgotten moves to the end of the others, the earliest of which may become the first.
-  if (*first == contact_id) {
-    const auto earlier = [this](const Value& a, const Value& b) { return is_before(a, b); };
-    first->swap(*std::min_element(others->begin(), others->end(), earlier));
-  }
-  std::iter_swap(std::find(others->begin(), others->end(), contact_id), others->end() - 1);
-  others->truncate(others->size() - 1);
-}
-
-bool FirstContacts::is_before(const Value& contact_id, const Value& other_id) const {
-  return contacts_.place(contact_id) < contacts_.place(other_id);
+void FirstContacts::put(Note note) {
+  const std::size_t mask = notes_.size() - 1;
+  std::size_t slot = note.hash & mask;
+  while (notes_[slot].number != 0) slot = (slot + 1) & mask;
+  notes_[slot] = note;
 }
 
 const Dict* FirstContacts::look_for(const Value& unit_id) const {
   for (auto [contact_id, contact] : contacts_) {
-    const Value* actual = entry_dict(contact_id, contact).find("ActualUnitID");
+    const Value* actual = entry_dict(contact_id, contact).find(names::kActualUnitID);
     if (actual != nullptr && *actual == unit_id) return &contact.as_dict();
   }
   return nullptr;

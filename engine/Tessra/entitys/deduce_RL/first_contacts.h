@@ -1,14 +1,18 @@
 #pragma once
 
+#include <cstdint>
+#include <vector>
+
 #include "Tessra/base/value.h"
 
 namespace tessra {
 
 /// A side's first contact on each unit, in the order of its contact table, while friends share their contacts with it.
 ///
-/// Asking for every contact of a friend by walking the table would take the product of both numbers. So when more than
-/// a few questions come, the table is walked once and noted by unit. From then on the side's contacts must be changed
-/// through `merge` and `adopt` alone, which keep the notes true.
+/// Asking for every contact of a friend by walking the table would take the product of both numbers. So at the first
+/// question the table is walked once, and noted where a contact on a unit may stand. From then on the side's contacts
+/// must be changed through `merge` and `adopt` alone. A note that is no longer true does no harm: what is found by it
+/// is looked at.
 class FirstContacts {
  public:
   /// `contacts` is the side's own table, shared.
@@ -19,23 +23,28 @@ class FirstContacts {
   /// The first contact whose `ActualUnitID` equals this value, or null.
   const Dict* on(const Value& unit_id);
   /// Merges fresh data into the table's contact of this id, shallowly; the data wins.
-  void merge(const Value& contact_id, Dict& contact, const Dict& fresh);
+  void merge(Value& contact, const Dict& fresh);
   /// Adds a contact whose id the table does not hold.
   void adopt(const Value& contact_id, const Value& contact);
 
  private:
+  /// That the contact at this place of the table is on a unit whose id has this hash. Open addressing.
+  struct Note {
+    std::uint32_t hash = 0;
+    std::uint32_t number = 0;  // place + 1; 0 for no note
+  };
+
   void note_all();
-  void note(const Value& unit_id, const Value& contact_id);
-  void forget(const Value& unit_id, const Value& contact_id);
+  void note(const Value& contact);
+  void put(Note note);
   const Dict* look_for(const Value& unit_id) const;
-  /// Whether the first of two contacts of the table was added before the other.
-  bool is_before(const Value& contact_id, const Value& other_id) const;
 
   Dict contacts_;
-  int asked_ = 0;
-  bool noted_ = false;
-  Dict first_;  // unit id → the id of its first contact
-  Dict more_;   // unit id → the ids of its other contacts, in any order
+  bool is_noted_ = false;
+  bool is_odd_ = false;  // something in the table is no contact
+  std::vector<Note> notes_;
+  std::size_t noted_ = 0;
+  std::size_t end_ = 0;  // behind the last place that was noted
 };
 
 }  // namespace tessra

@@ -3,6 +3,7 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/field_names.h"
 
 namespace tessra {
 
@@ -114,7 +115,7 @@ void Deduction::build_side(const Value& side_id, const std::string& side_name, c
   side_part.set("Contacts", view.contacts);
   if (const Dict* descriptor = side_descriptor(scen, side_id)) side_part.update(*descriptor);
   if (side_situation.non_empty("SideVitalChange")) side_part.update(side_situation.at_dict("SideVitalChange"));
-  side_part.set(kId, side_id);
+  side_part.set(names::kId, side_id);
   create_element(side_id.to_text(), side_part, ElementType::Side, side_name);
 }
 
@@ -134,8 +135,8 @@ void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
 
 void Deduction::build_units(std::string_view side_name, Dict& units) {
   for (auto [unit_id, info] : units) {
-    entry_dict(unit_id, info).set(kId, unit_id);
-    const Value* code = info.as_dict().find("UnitType");
+    entry_dict(unit_id, info).set(names::kId, unit_id);
+    const Value* code = info.as_dict().find(names::kUnitType);
     if (code == nullptr) continue;
     if (const auto type = unit_element_type(*code)) {
       create_element(unit_id.to_text(), info, *type, side_name);

@@ -2,8 +2,6 @@
 
 namespace tessra {
 
-const Name kId("ID");
-
 Dict part_or_empty(const Dict& record, const KeyRef& key) {
   const Value* part = record.find(key);
   if (part == nullptr || part->is_none()) return {};

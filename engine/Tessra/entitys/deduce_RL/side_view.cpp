@@ -6,6 +6,7 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/field_names.h"
 
 namespace tessra {
 
@@ -13,17 +14,17 @@ namespace {
 
 /// Takes the inner live record out of a unit's live record.
 std::optional<Dict> take_active_unit(Dict& live) {
-  const Dict* found = live.find_dict("ActiveUnit");
+  const Dict* found = live.find_dict(names::kActiveUnit);
   if (found == nullptr) return std::nullopt;
   Dict inner = *found;
-  live.erase("ActiveUnit");
+  live.erase(names::kActiveUnit);
   return inner;
 }
 
 /// The sides of contacts arrive as ids and are shown as names; an unknown id stays as it is.
 void name_contact_sides(Dict& contacts, const Dict& side_id2name) {
   for (auto [contact_id, contact] : contacts) {
-    Value* side = entry_dict(contact_id, contact).find("Side");
+    Value* side = entry_dict(contact_id, contact).find(names::kSide);
     if (side == nullptr || !(side->is_string() || side->is_integer())) continue;
     if (const Value* name = side_id2name.find(*side)) *side = *name;
   }
@@ -91,9 +92,9 @@ void Deduction::join_initial_category(const InitialCategory& given, Dict& units)
 
 void Deduction::join_initial_position(const InitialCategory& given, const Value& unit_id, Dict& unit, Dict& place) {
   unit.update(place);
-  if (!unit.contains("UnitType")) {
+  if (!unit.contains(names::kUnitType)) {
     if (given.category.is_text("Group")) {
-      unit.set("UnitType", 0);
+      unit.set(names::kUnitType, 0);
     } else {
       log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！类别-%s-单元-%s-在推演方-%s-没有UnitType!",
                                                  given.category.to_text(), unit_id.to_text(), given.side_name));
@@ -170,9 +171,9 @@ void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
 }
 
 void Deduction::default_unit_type(const UpdateCategory& given, const Value& unit_id, Dict& unit) {
-  if (unit.contains("UnitType")) return;
+  if (unit.contains(names::kUnitType)) return;
   if (given.category.is_text("Group")) {
-    unit.set("UnitType", 0);
+    unit.set(names::kUnitType, 0);
   } else {
     log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！新单元-%s-类别-%s-在推演方-%s-没有UnitType!",
                                                unit_id.to_text(), given.category.to_text(), given.side_name));
@@ -181,7 +182,7 @@ void Deduction::default_unit_type(const UpdateCategory& given, const Value& unit
 
 void Deduction::join_update_positions(const Dict& position, Dict& units) {
   for (auto [category, table] : position) {
-    if (category.is_text("Contacts") || category.is_text("mapdel")) continue;
+    if (category.is_text("Contacts") || category.is_name(names::kMapdel)) continue;
     for (auto [unit_id, place] : entry_dict(category, table)) {
       if (Dict* unit = units.find_dict(unit_id)) {
         unit->update(entry_dict(unit_id, place));

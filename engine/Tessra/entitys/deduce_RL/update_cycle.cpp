@@ -2,6 +2,7 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/field_names.h"
 
 namespace tessra {
 
@@ -42,8 +43,8 @@ void Deduction::check_situation() {
   for (const auto& [side, player] : players) {
     for (auto [contact_id, contact] : player->get_dict("Contacts")) {
       const Dict& record = contact.as_dict();
-      const bool has_type = record.contains("Type");
-      if (has_type && record.contains("Lon")) continue;
+      const bool has_type = record.contains(names::kType);
+      if (has_type && record.contains(names::kLon)) continue;
       const Value* name = record.find("Name");
       log_only(LogLevel::error, fmt::sprintf(has_type ? "side:%s, contact id:%s name:%s no Lon!"
                                                       : "side:%s, contact id:%s name:%s no Type!",

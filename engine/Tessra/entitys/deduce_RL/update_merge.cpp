@@ -2,6 +2,8 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/deduce_RL/visit_found.h"
+#include "Tessra/entitys/field_names.h"
 #include "Tessra/entitys/gameenvs/utils.h"
 
 namespace tessra {
@@ -87,8 +89,8 @@ void Deduction::merge_units(std::string_view side_name, Dict& units) {
 }
 
 void Deduction::merge_new_unit(std::string_view side_name, const Value& unit_id, Value& info) {
-  entry_dict(unit_id, info).set(kId, unit_id);
-  const Value* code = info.as_dict().find("UnitType");
+  entry_dict(unit_id, info).set(names::kId, unit_id);
+  const Value* code = info.as_dict().find(names::kUnitType);
   if (code == nullptr) {
     log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！推演中新单元-%s-在推演方-%s-没有基本信息的UnitType!",
                                                unit_id.to_text(), side_name));

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Tessra/base/name.h"
+
+/// Fields that the engine itself writes into elements or reads from every record. As names they are compared by one
+/// pointer, and elements that are made alike share their keys; a literal of the same text would be no name before it
+/// has been met very often.
+namespace tessra::names {
+
+inline const Name kActiveUnit("ActiveUnit");
+inline const Name kActualUnitID("ActualUnitID");
+inline const Name kDoctrine("Doctrine");
+inline const Name kElementType("ElementType");
+inline const Name kGameServer("_game_server");
+inline const Name kId("ID");
+inline const Name kLon("Lon");
+inline const Name kMapdel("mapdel");
+inline const Name kName("Name");
+inline const Name kNavigator("Navigator");
+inline const Name kSide("Side");
+inline const Name kType("Type");
+inline const Name kUnitType("UnitType");
+
+}  // namespace tessra::names
