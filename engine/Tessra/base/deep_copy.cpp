@@ -39,7 +39,10 @@ class DeepCopy {
     check_depth(++depth_);
     if (from->keys != nullptr) result.row_->keys = copy_keys(*from->keys);
     // What is absent stays absent, so that keys and values go on standing side by side.
-    for (std::size_t at = 0; at < from->count; ++at) result.row_->add(copy(from->values[at]));
+    for (std::size_t at = 0; at < from->count; ++at) {
+      const Value& value = from->values[at];
+      result.row_->add(value.is_counted() ? copy(value) : Value(value));
+    }
     result.row_->absent = from->absent;
     --depth_;
     return result;

@@ -97,13 +97,19 @@ bool Dict::join(const Row& from) {
       if (from.present(fresh) != nullptr && row_->present(held) == nullptr) return false;
     }
   }
-  Row::reserve(row_, joined->count() - row_->count);
+  const std::size_t room = joined->usual_room();
+  row_->keys->note_growth(room);
+  Row::reserve(row_, room - row_->count);
+  row_->keys = joined;
+  if (match->common().empty()) {
+    row_->add_all(from);
+    return true;
+  }
   for (std::size_t at = 0; at < from.count; ++at) {
     if (match->place(at) != KeySet::kNowhere) continue;
     row_->absent += from.values[at].is_absent() ? 1 : 0;
     row_->add(Value(from.values[at]));
   }
-  row_->keys = joined;
   const std::vector<KeyMatch::Pair> common = match->common();  // a value that is overwritten may end anything
   for (const auto [held, fresh] : common) {
     if (const Value* value = from.present(fresh)) row_->values[held] = *value;

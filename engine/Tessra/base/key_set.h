@@ -2,6 +2,7 @@
 
 // The keys of dictionaries. Part of value.h, which is what others include.
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 
@@ -57,6 +58,15 @@ class KeySet {
   /// goes on alike.
   const KeySet* after(const Value& name) const;
 
+  /// Of a shape: how many keys dictionaries that had it came to have when others were joined to them, lately. Who makes
+  /// room for as many at once spares moving the values later.
+  std::size_t usual_room() const { return std::max<std::size_t>(count_, grows_to_.load(std::memory_order_relaxed)); }
+  void note_growth(std::size_t count) const {
+    if (0 < count_ && count <= 4 * std::size_t{count_} + 8) {
+      grows_to_.store(static_cast<std::uint32_t>(count), std::memory_order_relaxed);
+    }
+  }
+
   // Of keys of a dictionary's own.
 
   /// Adds a key that is not there. The keys may move: `keys` is the dictionary's own pointer.
@@ -102,6 +112,7 @@ class KeySet {
   std::uint32_t first_ = 0;         // of a dictionary's own keys: those before it are erased
   bool is_shape_;
   bool is_grown_ = false;                     // of a shape: made step by step from the shape without keys
+  mutable std::atomic<std::uint32_t> grows_to_ = 0;
   mutable std::atomic<bool> led_on_ = false;  // of a shape: another one was grown from it
 };
 

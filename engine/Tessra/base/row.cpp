@@ -60,6 +60,16 @@ void Row::free_outside() noexcept {
 
 void Row::free_block() noexcept { Pool::give(this, block_bytes(behind)); }
 
+void Row::add_all(const Row& other) {
+  move_values(values + count, other.values, other.count);
+  for (std::size_t at = 0; at < other.count; ++at) {
+    const Value& value = other.values[at];
+    if (value.is_counted() && value.counted_ != nullptr) ++value.counted_->refs;
+  }
+  count += other.count;
+  absent += other.absent;
+}
+
 void Row::cut(std::size_t at) noexcept {
   while (count > at) values[--count].~Value();
 }

@@ -110,7 +110,7 @@ Value TreeBuilder::build_dict(Place place) {
   const bool is_usual = 0 < count && count <= shape.count() && 6 * count + 8 >= shape.count();
   Dict dict;
   if (is_usual) {
-    dict = Dict(Row::make(shape.count(), &shape));
+    dict = Dict(Row::make(shape.usual_room(), &shape));
     read_along(place, shape, dict);
   }
   if (kind_of(*at_) != '}') dict = read_freely(place, dict);

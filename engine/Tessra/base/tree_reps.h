@@ -75,6 +75,8 @@ struct Row {
   /// Adds a value for which there is room.
   Value& add(Value&& value);
   void add_absent();
+  /// Adds copies of all values of another row, for which there is room.
+  void add_all(const Row& other);
   /// Ends the values from this place on.
   void cut(std::size_t at) noexcept;
   /// Parts with all values; who calls ends them when it is done with everything else.
