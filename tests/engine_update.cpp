@@ -110,6 +110,20 @@ TEST_F(Update, a_friends_later_report_reaches_the_adopted_contact) {
   EXPECT_FALSE(units.contains("g2")) << "units reported for the first time are not added";
 }
 
+TEST_F(EngineTest, a_friend_gets_the_units_as_they_were_delivered_and_keeps_them_apart) {
+  server->sides.as_dict().at_dict("r").set("Friend", List{"b"});
+  start();
+  // Red reports blue's unit as well, after blue did.
+  update(R"({'Situation': {'SituationSides': {
+    'b': {'SideReal': {'ActiveUnits': {'Aircraft': {'u9': {'AI': {'Mode': 1}, 'Course': [{'Lon': 1.0}]}}}}},
+    'r': {'SideReal': {'ActiveUnits': {'Aircraft': {'u9': {'AI': {'Mode': 2}}}}}}}}})");
+  EXPECT_EQ(element("u9").get_dict("AI").at("Mode"), Value(2));
+  const Dict known = red().get_dict("friend_side_units").at_dict("蓝方").at_dict("u9");
+  EXPECT_EQ(known.at_dict("AI").at("Mode"), Value(1));
+  EXPECT_EQ(known.at("Course"), element("u9").get_attribute("Course"));
+  EXPECT_FALSE(known.at("Course").is(element("u9").get_attribute("Course")));
+}
+
 TEST_F(Update, scenario_attributes_of_later_records_win) {
   engine().scenario_obj->set_attribute("Both", 0);
   engine().scenario_obj->set_attribute("All", 0);

@@ -7,16 +7,21 @@
 
 namespace tessra::cf {
 
-Dict update_dict(Dict old, const Dict& fresh) {
+Value adopted(const Value& fresh, Adopt adopt) {
+  const bool is_copied = adopt == Adopt::copied && (fresh.is_dict() || fresh.is_list());
+  return is_copied ? fresh.deep_copy(Texts::shared) : fresh;
+}
+
+Dict update_dict(Dict old, const Dict& fresh, Adopt adopt) {
   if (old.is(fresh)) return old;
-  old.match(fresh, [&old](const Value& key, Value* stored, const Value& value) {
+  old.match(fresh, [&](const Value& key, Value* stored, const Value& value) {
     const Dict* inner = value.if_dict();
     if (stored == nullptr) {
-      old.set(key, value);
+      old.set(key, adopted(value, adopt));
     } else if (inner != nullptr && stored->is_dict()) {
-      update_dict(stored->as_dict(), *inner);
+      update_dict(stored->as_dict(), *inner, adopt);
     } else {
-      *stored = value;
+      *stored = adopted(value, adopt);
     }
   });
   return old;

@@ -7,10 +7,15 @@
 
 namespace tessra::cf {
 
+/// What a merge does with a list or dictionary that it takes over as a whole.
+enum class Adopt : std::uint8_t { shared, copied };
+
+/// The value as a merge takes it over. A copy shares texts.
+Value adopted(const Value& fresh, Adopt adopt);
+
 /// Merges `fresh` into `old` in place and returns `old`: entries that only `old` has stay, entries of `fresh` win, and
-/// where both hold a dictionary the two are merged in the same way. What is adopted is shared, not copied. Merging a
-/// dictionary into itself changes nothing.
-Dict update_dict(Dict old, const Dict& fresh);
+/// where both hold a dictionary the two are merged in the same way. Merging a dictionary into itself changes nothing.
+Dict update_dict(Dict old, const Dict& fresh, Adopt adopt = Adopt::shared);
 
 /// The scenario clock as text, UTC, "%Y-%m-%d %H:%M:%S"; whole seconds rounded down. `milliseconds` counts from 1970.
 /// With `with_date` false only the time of day is given.

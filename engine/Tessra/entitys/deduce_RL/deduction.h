@@ -12,6 +12,7 @@
 
 #include "Tessra/base/seams.h"
 #include "Tessra/entitys/agent_class.h"
+#include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/data/gamedata.h"
 #include "Tessra/entitys/deduce_RL/episode_state.h"
 #include "Tessra/entitys/deduce_RL/first_contacts.h"
@@ -164,7 +165,7 @@ class Deduction : public Settings, public EpisodeState {
   /// The assignment at creation: every entry of the record becomes an attribute.
   void set_element_info(Element& element_obj, const Value& info_dict);
   /// The merge of an update: known attributes only; dictionaries keep the entries the record does not carry.
-  void update_element_info(Element& element_obj, const Dict& info_dict);
+  void update_element_info(Element& element_obj, const Dict& info_dict, cf::Adopt adopt = cf::Adopt::shared);
   /// Removes an element through its side's player.
   void delete_element(std::string_view guid);
 
@@ -342,8 +343,8 @@ class Deduction : public Settings, public EpisodeState {
   // ---- Update merge -----------------------------------------------------------------------------------------
 
   void merge_side(const Value& side_id, const Dict& side_situation, const Dict& scen, FriendViews& friend_views);
-  void merge_units(std::string_view side_name, Dict& units);
-  void merge_new_unit(std::string_view side_name, const Value& unit_id, Value& info);
+  void merge_units(std::string_view side_name, Dict& units, cf::Adopt adopt);
+  void merge_new_unit(std::string_view side_name, const Value& unit_id, Value info);
   void merge_missions(std::string_view side_name, Dict& side_part);
   void merge_key_messages(RuleAgentBase& player, std::string_view side_name, const Dict& messages);
   std::optional<std::int64_t> message_type(const Value& raw_type, std::string_view side_name) const;

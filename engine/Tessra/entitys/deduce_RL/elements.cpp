@@ -150,11 +150,11 @@ bool Deduction::create_unit(std::string_view guid, const Value& info_dict, Eleme
 namespace {
 
 /// The rule of an update for one attribute: dictionaries keep what the record does not carry, except for navigators.
-void merge_attribute(const Value& name, Value& attribute, const Value& fresh) {
+void merge_attribute(const Value& name, Value& attribute, const Value& fresh, cf::Adopt adopt) {
   if (fresh.is_dict() && attribute.is_dict() && !name.is_name(names::kNavigator)) {
-    cf::update_dict(attribute.as_dict(), fresh.as_dict());
+    cf::update_dict(attribute.as_dict(), fresh.as_dict(), adopt);
   } else {
-    attribute = fresh;
+    attribute = cf::adopted(fresh, adopt);
   }
 }
 
@@ -184,18 +184,18 @@ void Deduction::set_element_info(Element& element_obj, const Value& info_dict) {
   }
 }
 
-void Deduction::update_element_info(Element& element_obj, const Dict& info_dict) {
+void Deduction::update_element_info(Element& element_obj, const Dict& info_dict, cf::Adopt adopt) {
   Dict& attributes = element_obj.attributes();
   attributes.match(info_dict, [&](const Value& name, Value* stored, const Value& value) {
     if (stored != nullptr) {
       if (name.is_name(names::kName)) note_renamed(element_obj);
-      merge_attribute(name, *stored, value);
+      merge_attribute(name, *stored, value, adopt);
     } else if (!element_obj.has_attribute(name)) {
       if (!name.is_name(names::kMapdel)) log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
     } else {
       // Its default may be a dictionary, which is stored when it is read.
       Value attribute = element_obj.get_attribute(name);
-      merge_attribute(name, attribute, value);
+      merge_attribute(name, attribute, value, adopt);
       element_obj.set_attribute(name, attribute);
     }
   });

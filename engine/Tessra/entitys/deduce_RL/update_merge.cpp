@@ -48,8 +48,10 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
 
   const Dict current_contacts = player.get_dict("Contacts");
   SideView view = get_side_update_situation(side_name, side_situation, &current_contacts);
-  if (is_friend) friend_views.set(side_id.to_text(), view.deep_copy());
-  merge_units(side_name, view.units);
+  // Friends get the view as it is now. The merge leaves the units' records as they are, but for what is new in them or
+  // adopted from them: so it adopts copies instead. Contacts go on to change with the player's own, and are copied.
+  if (is_friend) friend_views.set(side_id.to_text(), {view.units, view.contacts.deep_copy(Texts::shared)});
+  merge_units(side_name, view.units, is_friend ? cf::Adopt::copied : cf::Adopt::shared);
   side_part.erase("ActiveUnitsInfo");
   merge_missions(side_name, side_part);
   real_part.erase("ActiveUnits");
@@ -72,23 +74,23 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
     merge_key_messages(player, side_name, *messages);
 }
 
-void Deduction::merge_units(std::string_view side_name, Dict& units) {
+void Deduction::merge_units(std::string_view side_name, Dict& units, cf::Adopt adopt) {
   const auto element_under = [this](const Value& unit_id) { return element_of(unit_id); };
   visit_found(units, element_under, [&](const Value& unit_id, Value& info, Element* element) {
     if (element != nullptr) {
-      update_element_info(*element, entry_dict(unit_id, info));
+      update_element_info(*element, entry_dict(unit_id, info), adopt);
     } else if (crt_delete_units.contains(unit_id.to_text())) {
       const Dict& record = entry_dict(unit_id, info);
       const std::string first_key = record.empty() ? "No" : (*record.begin()).key.to_text();
       log_only(LogLevel::info, fmt::sprintf("更新态势出错！推演中在推演方-%s-单元-%s删除后又有信息-%s-收到!", side_name,
                                             unit_id.to_text(), first_key));
     } else {
-      merge_new_unit(side_name, unit_id, info);
+      merge_new_unit(side_name, unit_id, cf::adopted(info, adopt));
     }
   });
 }
 
-void Deduction::merge_new_unit(std::string_view side_name, const Value& unit_id, Value& info) {
+void Deduction::merge_new_unit(std::string_view side_name, const Value& unit_id, Value info) {
   entry_dict(unit_id, info).set(names::kId, unit_id);
   const Value* code = info.as_dict().find(names::kUnitType);
   if (code == nullptr) {
