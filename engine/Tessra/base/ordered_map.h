@@ -1,39 +1,55 @@
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
 #include <initializer_list>
+#include <iterator>
+#include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "Tessra/base/error.h"
 #include "Tessra/base/name.h"
-#include "Tessra/base/ordered_table.h"
 
 namespace tessra {
 
 /// Map from text to `T` that keeps insertion order: sides, players, elements and side tables. Overwriting keeps the
 /// place, erasing keeps the order of the rest. Pointers from `find` are valid until the next insertion.
+///
+/// Entries stand in a vector in the order of their insertion. Small maps are searched from front to back; larger ones
+/// through an open-addressing index of entry numbers. Erasing marks an entry dead and moves nothing; dead entries are
+/// squeezed out when an insertion finds too many.
 template <class T>
 class OrderedMap {
-  struct Policy {
-    static bool equal(const std::string& key, std::string_view ref) { return key == ref; }
-  };
-  using Table = OrderedTable<std::string, T, Policy>;
-
  public:
   OrderedMap() = default;
   OrderedMap(std::initializer_list<std::pair<std::string_view, T>> entries) {
     for (const auto& [key, value] : entries) set(key, value);
   }
 
-  std::size_t size() const { return table_.size(); }
+  std::size_t size() const { return live_; }
   bool empty() const { return size() == 0; }
 
   bool contains(std::string_view key) const { return find(key) != nullptr; }
-  const T* find(std::string_view key) const { return table_.find(key, hash(key)); }
+  const T* find(std::string_view key) const { return find(key, hash_text(key)); }
   /// The same for who knows the key's `hash_text` already.
-  const T* find(std::string_view key, std::uint32_t key_hash) const { return table_.find(key, key_hash); }
-  T* find(std::string_view key) { return table_.find(key, hash(key)); }
+  const T* find(std::string_view key, std::uint32_t hash) const {
+    const Entry* entry = find_entry(key, hash);
+    return entry != nullptr ? &entry->value : nullptr;
+  }
+  T* find(std::string_view key) { return const_cast<T*>(std::as_const(*this).find(key)); }
+
+  /// A key with its `hash_text`.
+  struct Sought {
+    std::string_view key;
+    std::uint32_t hash;
+  };
+  /// What `find` says of each key. The entries of a large map lie far apart; asked for at once, some are fetched while
+  /// others are looked at.
+  std::vector<const T*> find_all(std::span<const Sought> keys) const;
 
   /// Throws `KeyError` naming the key when it is absent.
   const T& at(std::string_view key) const {
@@ -44,25 +60,188 @@ class OrderedMap {
   T& at(std::string_view key) { return const_cast<T&>(std::as_const(*this).at(key)); }
 
   /// Inserts at the end or replaces in place.
-  T& set(std::string_view key, T value) {
-    const std::uint32_t key_hash = hash(key);
-    if (T* existing = table_.find(key, key_hash)) return *existing = std::move(value);
-    return table_.append(std::string(key), key_hash, std::move(value));
-  }
+  T& set(std::string_view key, T value);
+  /// Removes the entry; its value is destroyed at once. Returns false when there is none.
+  bool erase(std::string_view key);
+  void clear();
 
-  bool erase(std::string_view key) { return table_.erase(key, hash(key)); }
-  void clear() { table_.clear(); }
+  /// One entry of a walk.
+  template <bool kConst>
+  struct Item {
+    const std::string& key;
+    std::conditional_t<kConst, const T, T>& value;
+  };
+  template <bool kConst>
+  class Iterator;
 
   /// `for (auto [key, value] : map)`, in insertion order. Entries may be erased on the way, not added.
-  auto begin() { return table_.begin(); }
-  auto end() { return table_.end(); }
-  auto begin() const { return table_.begin(); }
-  auto end() const { return table_.end(); }
+  Iterator<false> begin() { return {this, 0}; }
+  Iterator<false> end() { return {this, entries_.size()}; }
+  Iterator<true> begin() const { return {this, 0}; }
+  Iterator<true> end() const { return {this, entries_.size()}; }
 
  private:
-  static std::uint32_t hash(std::string_view key) { return hash_text(key); }
+  struct Entry {
+    std::string key;
+    T value;
+    std::uint32_t hash;
+    bool live;
+  };
+  struct Slot {
+    std::uint32_t hash;
+    std::uint32_t number;  // of the entry, + 1; 0 for an empty slot
+  };
+  static constexpr std::size_t kScanLimit = 8;
 
-  Table table_;
+  const Entry* find_entry(std::string_view key, std::uint32_t hash) const;
+  /// Begins to bring near what looking for these keys is going to read.
+  void fetch(std::span<const Sought> keys) const;
+  void make_room();
+  void squeeze();
+  /// Makes an index for `count` entries at a load of at most a half and links what is there.
+  void rebuild_index(std::size_t count);
+  void link(std::uint32_t hash, std::uint32_t number);
+
+  std::vector<Entry> entries_;
+  std::vector<Slot> index_;  // empty while the map is small
+  std::size_t live_ = 0;
 };
+
+template <class T>
+template <bool kConst>
+class OrderedMap<T>::Iterator {
+ public:
+  using Map = std::conditional_t<kConst, const OrderedMap, OrderedMap>;
+  using iterator_category = std::input_iterator_tag;
+  using value_type = Item<kConst>;
+  using difference_type = std::ptrdiff_t;
+  using reference = Item<kConst>;
+  using pointer = void;
+
+  Iterator(Map* map, std::size_t at) : map_(map), at_(at) { skip_dead(); }
+  Item<kConst> operator*() const { return {map_->entries_[at_].key, map_->entries_[at_].value}; }
+  Iterator& operator++() {
+    ++at_;
+    skip_dead();
+    return *this;
+  }
+  /// Every walk ends where the entries end now, also when some were removed on the way.
+  friend bool operator==(const Iterator& a, const Iterator& b) {
+    return (a.at_end() && b.at_end()) || (a.at_ == b.at_ && !a.at_end() && !b.at_end());
+  }
+
+ private:
+  bool at_end() const { return at_ >= map_->entries_.size(); }
+  void skip_dead() {
+    while (!at_end() && !map_->entries_[at_].live) ++at_;
+  }
+  Map* map_;
+  std::size_t at_;
+};
+
+template <class T>
+T& OrderedMap<T>::set(std::string_view key, T value) {
+  const std::uint32_t hash = hash_text(key);
+  if (const Entry* existing = find_entry(key, hash)) return const_cast<Entry*>(existing)->value = std::move(value);
+  make_room();
+  entries_.push_back(Entry{std::string(key), std::move(value), hash, true});
+  ++live_;
+  if (!index_.empty()) link(hash, static_cast<std::uint32_t>(entries_.size()));
+  return entries_.back().value;
+}
+
+template <class T>
+bool OrderedMap<T>::erase(std::string_view key) {
+  auto* entry = const_cast<Entry*>(find_entry(key, hash_text(key)));
+  if (entry == nullptr) return false;
+  entry->live = false;
+  --live_;
+  // Destroyed last: the value's end may reach this map again.
+  [[maybe_unused]] const std::string gone_key = std::exchange(entry->key, {});
+  [[maybe_unused]] const T gone = std::exchange(entry->value, T());
+  return true;
+}
+
+template <class T>
+void OrderedMap<T>::clear() {
+  // Destroyed last, as in `erase`.
+  const std::vector<Entry> gone = std::exchange(entries_, {});
+  index_.clear();
+  live_ = 0;
+}
+
+template <class T>
+const typename OrderedMap<T>::Entry* OrderedMap<T>::find_entry(std::string_view key, std::uint32_t hash) const {
+  if (index_.empty()) {
+    for (const Entry& entry : entries_) {
+      if (entry.hash == hash && entry.live && entry.key == key) return &entry;
+    }
+    return nullptr;
+  }
+  const std::size_t mask = index_.size() - 1;
+  for (std::size_t slot = hash & mask; index_[slot].number != 0; slot = (slot + 1) & mask) {
+    if (index_[slot].hash != hash) continue;  // decided here, without a look at the entry
+    const Entry& entry = entries_[index_[slot].number - 1];
+    if (entry.live && entry.key == key) return &entry;
+  }
+  return nullptr;
+}
+
+template <class T>
+std::vector<const T*> OrderedMap<T>::find_all(std::span<const Sought> keys) const {
+  constexpr std::size_t kTogether = 16;
+  std::vector<const T*> found;
+  found.reserve(keys.size());
+  for (; !keys.empty(); keys = keys.subspan(std::min(kTogether, keys.size()))) {
+    const auto some = keys.first(std::min(kTogether, keys.size()));
+    if (!index_.empty()) fetch(some);
+    for (const auto& [key, hash] : some) found.push_back(find(key, hash));
+  }
+  return found;
+}
+
+template <class T>
+void OrderedMap<T>::fetch(std::span<const Sought> keys) const {
+  // One after the other for all of them: the slots, the entries, the texts of their keys.
+  const auto for_each_slot = [&](auto&& visit) {
+    for (const Sought& sought : keys) visit(index_[sought.hash & (index_.size() - 1)]);
+  };
+  for_each_slot([](const Slot& slot) { __builtin_prefetch(&slot); });
+  for_each_slot([this](const Slot& slot) {
+    if (slot.number != 0) __builtin_prefetch(&entries_[slot.number - 1]);
+  });
+  for_each_slot([this](const Slot& slot) {
+    if (slot.number != 0) __builtin_prefetch(entries_[slot.number - 1].key.data());
+  });
+}
+
+template <class T>
+void OrderedMap<T>::make_room() {
+  if (entries_.size() - live_ > live_ / 2 + kScanLimit) squeeze();
+  const std::size_t wanted = entries_.size() + 1;
+  if (wanted > kScanLimit && 2 * wanted > index_.size()) rebuild_index(2 * wanted);
+}
+
+template <class T>
+void OrderedMap<T>::squeeze() {
+  std::erase_if(entries_, [](const Entry& entry) { return !entry.live; });
+  if (!index_.empty()) rebuild_index(entries_.size() + 1);
+}
+
+template <class T>
+void OrderedMap<T>::rebuild_index(std::size_t count) {
+  std::size_t slots = 4 * kScanLimit;
+  while (slots < 2 * count) slots *= 2;
+  index_.assign(slots, Slot{0, 0});
+  for (std::size_t i = 0; i < entries_.size(); ++i) link(entries_[i].hash, static_cast<std::uint32_t>(i + 1));
+}
+
+template <class T>
+void OrderedMap<T>::link(std::uint32_t hash, std::uint32_t number) {
+  const std::size_t mask = index_.size() - 1;
+  std::size_t slot = hash & mask;
+  while (index_[slot].number != 0) slot = (slot + 1) & mask;
+  index_[slot] = {hash, number};
+}
 
 }  // namespace tessra

@@ -229,4 +229,22 @@ Element* Deduction::element_of(const Value& id) const {
   return found != nullptr ? found->get() : nullptr;
 }
 
+std::vector<Element*> Deduction::elements_of(const Dict& table) const {
+  std::vector<ElementTable::Sought> ids;
+  ids.reserve(table.size());
+  for (auto [id, entry] : table) ids.push_back({id.is_string() ? id.as_text() : "", KeyRef(id).hash()});
+  std::vector<Element*> known;
+  known.reserve(table.size());
+  for (const std::shared_ptr<Element>* found : elements.find_all(ids)) {
+    known.push_back(found != nullptr ? found->get() : nullptr);
+    __builtin_prefetch(known.back());
+  }
+  std::size_t at = 0;
+  for (auto [id, entry] : table) {
+    if (!id.is_string()) known[at] = element_of(id);
+    ++at;
+  }
+  return known;
+}
+
 }  // namespace tessra

@@ -15,19 +15,24 @@ namespace tessra {
 inline const Dict* fields_of(const Element* element) { return element != nullptr ? &element->attributes() : nullptr; }
 inline const Dict* fields_of(const Value* record) { return record != nullptr ? record->if_dict() : nullptr; }
 
-/// Visits the entries of a table, each with what `find` knows under its key: `visit(key, entry, found)`, where `found`
-/// is a pointer to an element or a value, or null. What a visit adds is found by later ones; a visit must not end what
-/// was there for them before.
-template <class Table, class Find, class Visit>
-void visit_found(Table& table, Find&& find, Visit&& visit) {
-  constexpr std::size_t kFar = 6;
-  constexpr std::size_t kNear = 2;
+/// What `find` knows under each key of a table: pointers to elements or values, or null.
+template <class Find>
+auto find_each(const Dict& table, Find&& find) {
   std::vector<decltype(find(std::declval<const Value&>()))> found;
   found.reserve(table.size());
   for (auto [key, entry] : table) {
     found.push_back(find(key));
     __builtin_prefetch(found.back());
   }
+  return found;
+}
+
+/// Visits the entries of a table, each with what was found under its key: `visit(key, entry, found)`. What was not found
+/// is asked for again, since a visit may have added it; a visit must not end what was found for later ones.
+template <class Table, class Found, class Find, class Visit>
+void visit_found(Table& table, const std::vector<Found>& found, Find&& find, Visit&& visit) {
+  constexpr std::size_t kFar = 6;
+  constexpr std::size_t kNear = 2;
   const auto later = [&found](std::size_t at) { return at < found.size() ? fields_of(found[at]) : nullptr; };
   std::size_t at = 0;
   for (auto [key, entry] : table) {
