@@ -93,24 +93,4 @@ class Pool {
   [[gnu::tls_model("initial-exec")]] static thread_local constinit bool left_;
 };
 
-/// The pool for the containers of the standard library.
-template <class T>
-struct PoolAllocator {
-  using value_type = T;
-  PoolAllocator() = default;
-  template <class U>
-  PoolAllocator(const PoolAllocator<U>& /*other*/) noexcept {}
-
-  T* allocate(std::size_t count) { return static_cast<T*>(Pool::take(count * sizeof(T))); }
-  void deallocate(T* memory, std::size_t count) noexcept { Pool::give(memory, count * sizeof(T)); }
-  friend bool operator==(PoolAllocator /*a*/, PoolAllocator /*b*/) { return true; }
-};
-
-/// Base of what is made in the pool by `new`.
-struct Pooled {
-  // The sized form is the one that matches.  NOLINTNEXTLINE(misc-new-delete-overloads)
-  static void* operator new(std::size_t bytes) { return Pool::take(bytes); }
-  static void operator delete(void* memory, std::size_t bytes) noexcept { Pool::give(memory, bytes); }
-};
-
 }  // namespace tessra
