@@ -1,6 +1,7 @@
 #include "Tessra/base/tree_builder.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -20,10 +21,20 @@ constexpr std::uint32_t kEntry = UINT32_MAX;
 
 bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-/// Whether a text could be the name of a field: letters, digits and underscores.
+/// The bytes that names are made of: letters, digits and underscores. A table, since in ids digits and letters come as
+/// they like, so that no branch on them can be foretold.
+constexpr auto kOfNames = [] {
+  std::array<bool, 256> of_names{};
+  for (char c = 'a'; c <= 'z'; ++c) of_names[c] = of_names[c - 'a' + 'A'] = true;
+  for (char c = '0'; c <= '9'; ++c) of_names[c] = true;
+  of_names['_'] = true;
+  return of_names;
+}();
+
+/// Whether a text could be the name of a field.
 bool looks_like_name(std::string_view text) {
   constexpr std::size_t kLongest = 40;
-  const auto belongs = [](char c) { return is_letter(c) || (c >= '0' && c <= '9') || c == '_'; };
+  const auto belongs = [](char c) { return kOfNames[static_cast<unsigned char>(c)]; };
   return !text.empty() && text.size() <= kLongest && std::ranges::all_of(text, belongs);
 }
 
@@ -145,6 +156,7 @@ std::uint32_t TreeBuilder::find_from(std::uint32_t at, std::string_view text, co
 std::uint32_t TreeBuilder::number_of(const Value& key) {
   if (key.tag() == Value::Tag::name) return key.name_->number;
   // A field that is rare, or the id of an entry?
+  if (key.tag() != Value::Tag::text) return kEntry;
   const std::string_view text = key.as_text();
   return std::ranges::all_of(text, is_letter) ? hash_text(text) : kEntry;
 }
