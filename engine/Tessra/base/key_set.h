@@ -111,7 +111,7 @@ class KeySet {
   std::uint64_t hash_ = 0;          // of a shape: the hash of its names
   std::uint32_t first_ = 0;         // of a dictionary's own keys: those before it are erased
   bool is_shape_;
-  bool is_grown_ = false;                     // of a shape: made step by step from the shape without keys
+  bool is_grown_ = false;  // of a shape: made step by step from the shape without keys
   mutable std::atomic<std::uint32_t> grows_to_ = 0;
   mutable std::atomic<bool> led_on_ = false;  // of a shape: another one was grown from it
 };

@@ -97,7 +97,10 @@ inline void Row::add_absent() {
 }
 inline void Row::fetch_ahead(std::size_t at) const {
   constexpr std::size_t kAhead = 3;
-  if (at + kAhead < count && values[at + kAhead].is_counted()) __builtin_prefetch(values[at + kAhead].counted_);
+  if (at + kAhead >= count || !values[at + kAhead].is_counted()) return;
+  const auto* next = reinterpret_cast<const char*>(values[at + kAhead].counted_);
+  __builtin_prefetch(next);
+  __builtin_prefetch(next + 64);
 }
 inline void Row::fetch() const {
   constexpr std::size_t kLine = 64;

@@ -27,8 +27,8 @@ auto find_each(const Dict& table, Find&& find) {
   return found;
 }
 
-/// Visits the entries of a table, each with what was found under its key: `visit(key, entry, found)`. What was not found
-/// is asked for again, since a visit may have added it; a visit must not end what was found for later ones.
+/// Visits the entries of a table, each with what was found under its key: `visit(key, entry, found)`. What was not
+/// found is asked for again, since a visit may have added it; a visit must not end what was found for later ones.
 template <class Table, class Found, class Find, class Visit>
 void visit_found(Table& table, const std::vector<Found>& found, Find&& find, Visit&& visit) {
   constexpr std::size_t kFar = 6;
