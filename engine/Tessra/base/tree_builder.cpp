@@ -58,18 +58,22 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
   depth_ = 0;
   max_depth_ = max_depth;
   ++record_;
+  forget();  // what an error left
   std::optional<Value> tree;
   try {
     tree = build_value(Place{});
   } catch (const Beyond&) {
     // The caller finds out where.
   }
-  // The tree may go to another thread.
+  forget();  // the tree may go to another thread
+  return tree;
+}
+
+void TreeBuilder::forget() {
   keys_.clear();
   values_.clear();
   for (const std::uint32_t place : ids_seen_) ids_[place] = Value();
   ids_seen_.clear();
-  return tree;
 }
 
 TreeBuilder& TreeBuilder::of_thread() {

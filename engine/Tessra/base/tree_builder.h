@@ -42,6 +42,8 @@ class TreeBuilder {
     std::size_t keys, values;
   };
   TreeBuilder() = default;
+  /// Parts with what belongs to a record.
+  void forget();
   struct Beyond {};  // thrown when a limit is met
 
   Value build_value(Place place);
