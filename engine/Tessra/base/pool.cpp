@@ -132,7 +132,7 @@ std::size_t Pool::used_bytes() {
   return depot().chunk_bytes - idle;
 }
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef TESSRA_ADDRESS_SANITIZER
 
 void* Pool::take_slowly(std::size_t bytes) { return ::operator new(bytes); }
 void Pool::give_slowly(void* memory, std::size_t /*bytes*/) noexcept { ::operator delete(memory); }

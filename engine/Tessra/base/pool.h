@@ -13,6 +13,15 @@
 #include <cstdint>
 #include <new>
 
+// The address sanitizer is to see every block by itself; compilers tell of it in different ways.
+#if defined(__SANITIZE_ADDRESS__)
+#define TESSRA_ADDRESS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TESSRA_ADDRESS_SANITIZER
+#endif
+#endif
+
 namespace tessra {
 
 class Pool {
@@ -22,7 +31,7 @@ class Pool {
 
   static void* take(std::size_t bytes) {
     if (bytes > kLargest) return ::operator new(bytes);
-#ifndef __SANITIZE_ADDRESS__  // the sanitizer is to see every block by itself
+#ifndef TESSRA_ADDRESS_SANITIZER
     if (thread_ != nullptr) {
       Batch* batch = thread_->shelves[size_class(bytes)].batch;
       if (batch != nullptr && batch->count > 0) return batch->take();
@@ -33,7 +42,7 @@ class Pool {
 
   static void give(void* memory, std::size_t bytes) noexcept {
     if (bytes > kLargest) return ::operator delete(memory);
-#ifndef __SANITIZE_ADDRESS__
+#ifndef TESSRA_ADDRESS_SANITIZER
     if (thread_ != nullptr) {
       Batch* batch = thread_->shelves[size_class(bytes)].batch;
       if (batch != nullptr && batch->count < kBatch) return batch->give(memory);
