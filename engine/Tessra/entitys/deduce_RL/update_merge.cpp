@@ -75,8 +75,8 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
 }
 
 void Deduction::merge_units(std::string_view side_name, Dict& units, cf::Adopt adopt) {
-  const auto element_under = [this](const Value& unit_id) { return element_of(unit_id); };
-  visit_found(units, elements_of(units), element_under, [&](const Value& unit_id, Value& info, Element* element) {
+  visit_found(units, elements_of(units), [&](const Value& unit_id, Value& info, Element* element) {
+    if (element == nullptr) element = element_of(unit_id);  // the ids 1 and "1" are one unit, which may be new
     if (element != nullptr) {
       update_element_info(*element, entry_dict(unit_id, info), adopt);
     } else if (crt_delete_units.contains(unit_id.to_text())) {

@@ -27,10 +27,10 @@ auto find_each(const Dict& table, Find&& find) {
   return found;
 }
 
-/// Visits the entries of a table, each with what was found under its key: `visit(key, entry, found)`. What was not
-/// found is asked for again, since a visit may have added it; a visit must not end what was found for later ones.
-template <class Table, class Found, class Find, class Visit>
-void visit_found(Table& table, const std::vector<Found>& found, Find&& find, Visit&& visit) {
+/// Visits the entries of a table, each with what was found under its key: `visit(key, entry, found)`. A visit must not
+/// end what was found for later ones.
+template <class Table, class Found, class Visit>
+void visit_found(Table& table, const std::vector<Found>& found, Visit&& visit) {
   constexpr std::size_t kFar = 6;
   constexpr std::size_t kNear = 2;
   const auto later = [&found](std::size_t at) { return at < found.size() ? fields_of(found[at]) : nullptr; };
@@ -38,8 +38,7 @@ void visit_found(Table& table, const std::vector<Found>& found, Find&& find, Vis
   for (auto [key, entry] : table) {
     if (const Dict* fields = later(at + kFar)) fields->fetch();
     if (const Dict* fields = later(at + kNear)) fields->fetch_inside();
-    const auto known = found[at++];
-    visit(key, entry, known != nullptr ? known : find(key));
+    visit(key, entry, found[at++]);
   }
 }
 
