@@ -34,8 +34,8 @@ TEST(FirstContacts, agree_with_walking_the_table_whatever_is_merged_and_adopted)
     for (int step = 0; step < 40; ++step) {
       const Dict fresh = random() % 3 == 0 ? Dict{{"Age", 1}} : Dict{{"ActualUnitID", some_unit()}};
       const std::string id = (random() % 2 == 0 ? "old-" : "new-") + std::to_string(random() % 10);
-      if (Value* held = contacts.find(id)) {
-        first.merge(*held, fresh);
+      if (Dict* held = contacts.find_dict(id)) {
+        first.merge(id, *held, fresh);
       } else {
         first.adopt(id, fresh);
       }

@@ -72,9 +72,8 @@ void Deduction::share_updated_contacts(const FriendViews& views) {
 void Deduction::share_updated_contact(const FriendShare& share, const Value& contact_id, const Value& fresh,
                                       Dict& record) {
   Dict own = share.own.contacts();
-  if (Value* held = own.find(contact_id)) {
-    entry_dict(contact_id, *held);
-    share.own.merge(*held, entry_dict(contact_id, fresh));
+  if (Dict* held = own.find_dict(contact_id)) {
+    share.own.merge(contact_id, *held, entry_dict(contact_id, fresh));
     return;
   }
   if (Dict* known = record.find_dict(contact_id)) {

@@ -26,9 +26,9 @@ const Dict* FirstContacts::on(const Value& unit_id) {
   return first != nullptr ? &first->as_dict() : nullptr;
 }
 
-void FirstContacts::merge(Value& contact, const Dict& fresh) {
-  contact.as_dict().update(fresh);
-  if (is_noted_ && fresh.contains(names::kActualUnitID)) note(contact);
+void FirstContacts::merge(const Value& contact_id, Dict& contact, const Dict& fresh) {
+  contact.update(fresh);
+  if (is_noted_ && fresh.contains(names::kActualUnitID)) note(contacts_.at(contact_id));
 }
 
 void FirstContacts::adopt(const Value& contact_id, const Value& contact) {

@@ -23,7 +23,7 @@ class FirstContacts {
   /// The first contact whose `ActualUnitID` equals this value, or null.
   const Dict* on(const Value& unit_id);
   /// Merges fresh data into the table's contact of this id, shallowly; the data wins.
-  void merge(Value& contact, const Dict& fresh);
+  void merge(const Value& contact_id, Dict& contact, const Dict& fresh);
   /// Adds a contact whose id the table does not hold.
   void adopt(const Value& contact_id, const Value& contact);
 
