@@ -218,31 +218,29 @@ void Deduction::delete_element(std::string_view guid) {
   for (const std::string& removed : (*player)->delete_element(guid, type, name)) elements.erase(removed);
 }
 
-Element* Deduction::find_element(std::string_view guid) const {
-  const auto* found = elements.find(guid);
-  return found != nullptr ? found->get() : nullptr;
-}
+namespace {
+
+Element* pointer(const std::shared_ptr<Element>* found) { return found != nullptr ? found->get() : nullptr; }
+
+}  // namespace
+
+Element* Deduction::find_element(std::string_view guid) const { return pointer(elements.find(guid)); }
 
 Element* Deduction::element_of(const Value& id) const {
   if (!id.is_string()) return find_element(std::string_view(id.to_text()));
-  const auto* found = elements.find(id.as_text(), KeyRef(id).hash());
-  return found != nullptr ? found->get() : nullptr;
+  return pointer(elements.find(id.as_text(), KeyRef(id).hash()));
 }
 
 std::vector<Element*> Deduction::elements_of(const Dict& table) const {
   std::vector<ElementTable::Sought> ids;
   ids.reserve(table.size());
   for (auto [id, entry] : table) ids.push_back({id.is_string() ? id.as_text() : "", KeyRef(id).hash()});
+  const auto found = elements.find_all(ids);
   std::vector<Element*> known;
   known.reserve(table.size());
-  for (const std::shared_ptr<Element>* found : elements.find_all(ids)) {
-    known.push_back(found != nullptr ? found->get() : nullptr);
-    __builtin_prefetch(known.back());
-  }
-  std::size_t at = 0;
   for (auto [id, entry] : table) {
-    if (!id.is_string()) known[at] = element_of(id);
-    ++at;
+    known.push_back(id.is_string() ? pointer(found[known.size()]) : element_of(id));
+    __builtin_prefetch(known.back());
   }
   return known;
 }

@@ -146,8 +146,8 @@ SideView Deduction::get_side_update_situation(std::string_view side_name, const 
 
 void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
   const Dict* positions = given.position.find_dict(given.category);
-  const std::vector<Element*> known =
-      given.may_be_new ? elements_of(given.live_table) : std::vector<Element*>(given.live_table.size());
+  std::vector<Element*> known;
+  if (given.may_be_new) known = elements_of(given.live_table);
   std::size_t at = 0;
   for (auto [unit_id, live_record] : given.live_table) {
     const bool is_new = given.may_be_new && known[at++] == nullptr;
