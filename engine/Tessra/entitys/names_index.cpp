@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Tessra/entitys/element.h"
+#include "Tessra/entitys/field_names.h"
 
 namespace tessra {
 
@@ -61,7 +62,7 @@ void NamesIndex::rebuild(std::span<const ElementTable* const> tables) {
 }
 
 void NamesIndex::insert(const std::shared_ptr<Element>& unit, Order order) {
-  const Value name = unit->attributes().get("Name");
+  const Value name = unit->attributes().get(names::kName);
   if (!name.truthy()) {
     stale_ = true;  // it may get a name later, and its place must be found then
     places_.erase(unit.get());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/field_names.h"
 
 // Deletion entries: wherever the service reports deletions, a record carries `mapdel`, a dictionary from a name to an
 // entry whose `v` lists the ids to remove. Entries without `v` are passed over.
@@ -10,9 +11,9 @@ namespace tessra {
 /// Calls `visit(name, ids)` for every entry of the record's `mapdel` that has `v`.
 template <class Visit>
 void for_each_deletion(const Dict& record, Visit&& visit) {
-  const Value* deletions = record.find("mapdel");
+  const Value* deletions = record.find(names::kMapdel);
   if (deletions == nullptr || !deletions->truthy()) return;
-  for (auto [name, entry] : record.at_dict("mapdel")) {
+  for (auto [name, entry] : record.at_dict(names::kMapdel)) {
     if (const List* ids = entry_dict(name, entry).find_list("v")) visit(name, *ids);
   }
 }

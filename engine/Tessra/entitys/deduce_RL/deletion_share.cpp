@@ -10,7 +10,6 @@ namespace tessra {
 namespace {
 
 const Name kComponents[] = {Name("Mounts"), Name("Loadouts"), Name("CommDevices"), Name("Magazines")};
-const Name kEventTables[] = {Name("EventTriggers"), Name("EventConditions"), Name("EventActions"), Name("SimEvents")};
 
 using Share = Dict (*)(const Dict& record);
 
@@ -150,7 +149,7 @@ Dict situation(const Dict& record) {
 
 Dict events(const Dict& record) {
   Dict share = deletions(record);
-  for (const Name events_table : kEventTables) {
+  for (const std::string_view events_table : {"EventTriggers", "EventConditions", "EventActions", "SimEvents"}) {
     take_part(share, record, events_table, deletions);
   }
   return share;
