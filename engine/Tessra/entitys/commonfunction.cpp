@@ -7,11 +7,6 @@
 
 namespace tessra::cf {
 
-Value adopted(const Value& fresh, Adopt adopt) {
-  const bool is_copied = adopt == Adopt::copied && (fresh.is_dict() || fresh.is_list());
-  return is_copied ? fresh.deep_copy(Texts::shared) : fresh;
-}
-
 Dict update_dict(Dict old, const Dict& fresh, Adopt adopt) {
   if (old.is(fresh)) return old;
   old.match(fresh, [&](const Value& key, Value* stored, const Value& value) {

@@ -11,7 +11,10 @@ namespace tessra::cf {
 enum class Adopt : std::uint8_t { shared, copied };
 
 /// The value as a merge takes it over. A copy shares texts.
-Value adopted(const Value& fresh, Adopt adopt);
+inline Value adopted(const Value& fresh, Adopt adopt) {
+  const bool is_copied = adopt == Adopt::copied && (fresh.is_dict() || fresh.is_list());
+  return is_copied ? fresh.deep_copy(Texts::shared) : fresh;
+}
 
 /// Merges `fresh` into `old` in place and returns `old`: entries that only `old` has stay, entries of `fresh` win, and
 /// where both hold a dictionary the two are merged in the same way. Merging a dictionary into itself changes nothing.
