@@ -99,6 +99,22 @@ TEST(Dict, UpdateMergesOneLevel) {
   EXPECT_EQ(dict.size(), 3u);
 }
 
+TEST(Dict, UpdateMovesOnlyWhatNobodyElseHolds) {
+  const Name lon("Lon");
+  const Name inner("Inner");
+  const Dict shared{{"x", 1}};
+  Dict unit{{Name("Name"), "u"}};
+  Dict part{{lon, 1.5}, {inner, shared}};
+  const Dict held = part;
+  unit.update(std::move(part));
+  EXPECT_TRUE(part.empty());  // NOLINT(bugprone-use-after-move): what is left is what is looked at
+  EXPECT_EQ(Value(held).to_text(), "{'Lon': 1.5, 'Inner': {'x': 1}}");
+  Dict other{{Name("Name"), "v"}};
+  other.update(held.shallow_copy());
+  for (const Dict& joined : {unit, other}) EXPECT_TRUE(joined.at_dict(inner).is(shared));
+  EXPECT_EQ(keys_of(other), "Name Lon Inner ");
+}
+
 TEST(Dict, UpdateFromADictionaryItHoldsAndOverwrites) {
   Dict dict{{"Mission", Dict{{"Mission", "gone"}, {"Name", "CAP"}, {"Status", 1}}}};
   dict.update(dict.at_dict("Mission"));

@@ -32,6 +32,37 @@ TEST(Tree, MayBeDeepButIsFollowedOnlySoFar) {
   EXPECT_EQ(tower(kMaxDepth), tower(kMaxDepth).deep_copy());
 }
 
+/// A host object with a tree of its own, which ends while the tree ends that holds the object.
+struct Holder {
+  ~Holder() {
+    tower(3);
+    ++*ended;
+  }
+  Value tree;
+  int* ended;
+};
+
+TEST(Tree, EndsWhatHostObjectsHoldWhileItEnds) {
+  int ended = 0;
+  const auto holder = [&ended](Value tree) { return std::make_shared<Holder>(Holder{std::move(tree), &ended}); };
+  const auto kept = holder(1);
+  ended = 0;  // those of the temporaries
+  {
+    const Value shared = tower(3);
+    List list;
+    for (int i = 0; i < 30; ++i) list.push_back(Dict{{"a", shared}, {"b", holder(List{shared, holder(tower(20))})}});
+    list.push_back(kept);
+    list.push_back("a text that is longer than the shortest ones");
+    ended = 0;
+  }
+  EXPECT_EQ(ended, 60);
+  Value chain = 1;
+  for (int i = 0; i < 200'000; ++i) chain = List{holder(std::move(chain))};
+  ended = 0;
+  chain = Value();  // must not overflow the stack
+  EXPECT_EQ(ended, 200'000);
+}
+
 TEST(Tree, LeavesEmptyContainersWhereItWasMovedFrom) {
   Dict dict{{"a", 1}};
   const Dict taken = std::move(dict);
@@ -77,42 +108,81 @@ TEST(Tree, KeepsDictionariesOfTheSameFieldsApart) {
   }
 }
 
-/// A record whose units have many fields, each record another choice of them, some twice.
-std::string record_text(std::mt19937_64& random) {
-  std::string text = "{";
-  for (int unit = 0; unit < 60; ++unit) {
-    text += (unit > 0 ? ",\"unit-" : "\"unit-") + std::to_string(unit) + "\":{";
-    bool first = true;
-    for (int field = 0; field < 30; ++field) {
-      if (random() % 3 == 0) continue;
-      text += (first ? "\"field" : ",\"field") + std::to_string(random() % 20 == 0 ? 0 : field) + "\":";
-      text += field % 4 == 0 ? "{\"x\":" + std::to_string(random() % 9) + "}" : std::to_string(random() % 9);
-      first = false;
+/// An object's text as it is written, with some keys twice, and as it must be read: the last of them at the first's
+/// place.
+struct ObjectText {
+  std::string written, read;
+  std::vector<std::pair<std::string, std::string>> entries;
+
+  void add(const std::string& key, const ObjectText& value) {
+    written += (entries.empty() ? "{\"" : ",\"") + key + "\":" + value.written;
+    const auto known = std::ranges::find(entries, key, &std::pair<std::string, std::string>::first);
+    if (known != entries.end()) {
+      known->second = value.read;
+    } else {
+      entries.emplace_back(key, value.read);
     }
-    text += "}";
   }
-  return text + "}";
+  void close() {
+    written += entries.empty() ? "{}" : "}";
+    for (const auto& [key, value] : entries) read += (read.empty() ? "{\"" : ",\"") + key + "\":" + value;
+    read += entries.empty() ? "{}" : "}";
+  }
+};
+
+/// Names of many lengths, some of which differ at their very end.
+std::string field_name(std::size_t number) {
+  const char* const begins[] = {"f", "x1234567", "FieldOfSixteenOr", "LongNameThatDiffersOnlyInItsLastLetters"};
+  return begins[number % 4] + std::to_string(number / 4);
 }
 
-/// The slow and obvious reading of such a record.
-Dict plainly(const Value& tree) {
-  Dict plain;
-  for (auto [key, value] : tree.as_dict())
-    plain.set(key.as_text(), value.if_dict() != nullptr ? plainly(value) : value);
-  return plain;
+/// A record whose units have many fields, each record another choice of them, some twice.
+ObjectText record_text(std::mt19937_64& random) {
+  ObjectText record;
+  for (std::size_t number = 0; number < 60; ++number) {
+    ObjectText unit;
+    for (std::size_t field = 0; field < 30; ++field) {
+      if (random() % 3 == 0) continue;
+      const std::string plain = std::to_string(random() % 9);
+      ObjectText value{plain, plain, {}};
+      if (field % 5 == 0) {
+        const ObjectText inner = std::exchange(value, {});
+        value.add("x", inner);
+        value.close();
+      }
+      unit.add(field_name(random() % 20 == 0 ? 0 : field), value);
+    }
+    unit.close();
+    record.add("unit-of-the-record-" + std::to_string(random() % 20 == 0 ? 0 : number), unit);
+  }
+  record.close();
+  return record;
 }
 
 TEST(Tree, ReadsRecordsOfAnyFieldsAlikeWithAFreshReaderAndAUsedOne) {
   std::mt19937_64 random(5);
   JsonReader used;
   for (int i = 0; i < 40; ++i) {
-    const std::string text = record_text(random);
-    const Value tree = used.read(text);
-    EXPECT_EQ(write_json(tree), write_json(read_json(text)));
-    EXPECT_EQ(write_json(tree), write_json(plainly(tree)));
+    const ObjectText text = record_text(random);
+    const Value tree = used.read(text.written);
+    EXPECT_EQ(write_json(tree), text.read);
+    EXPECT_EQ(write_json(read_json(text.written)), text.read);
     for (auto [unit, record] : tree.as_dict()) {
       for (auto [field, value] : record.as_dict()) ASSERT_EQ(record.as_dict().find(field.as_text()), &value);
     }
+  }
+}
+
+/// A key that recurs in a record becomes a name at some point, which may be between two of the same dictionary.
+TEST(Tree, KeysThatComeTwiceAreOneWhileTheyBecomeNames) {
+  for (int before = 0; before < 40; ++before) {
+    std::string name = "FieldThatIsMetAgainAndAgain";
+    name += std::string(static_cast<std::size_t>(before) / 10 + 1, 'a') + std::to_string(before % 10);
+    std::string text = "{\"list\":[";
+    for (int i = 0; i < before; ++i) text += "{\"" + name + "\":0},";
+    text += "0],\"twice\":{\"" + name + "\":1,\"" + name + "\":2}}";
+    const Value tree = read_json(text);
+    EXPECT_EQ(write_json(tree.as_dict().at("twice")), "{\"" + name + "\":2}") << before;
   }
 }
 
@@ -148,11 +218,13 @@ struct Twins {
 /// Records read along one another's fields, some of which they lack, are written to, merged, copied and cut down.
 TEST(Tree, RecordsWithoutSomeOfTheirFieldsAreLikeAnyOther) {
   std::mt19937_64 random(9);
-  const auto some_key = [&] { return (random() % 8 == 0 ? "id-" : "field") + std::to_string(random() % 30); };
+  const auto some_key = [&] {
+    return random() % 8 == 0 ? "id-" + std::to_string(random() % 30) : field_name(random() % 30);
+  };
   JsonReader reader;
   for (int round = 0; round < 60; ++round) {
     std::vector<Twins> all;
-    for (auto [unit, record] : reader.read(record_text(random)).as_dict()) {
+    for (auto [unit, record] : reader.read(record_text(random).written).as_dict()) {
       Twins& twins = all.emplace_back(Twins{record.as_dict(), {}});
       for (auto [field, value] : twins.dict) {
         value = static_cast<int>(random() % 100);
@@ -174,7 +246,11 @@ TEST(Tree, RecordsWithoutSomeOfTheirFieldsAreLikeAnyOther) {
           ASSERT_EQ(twins.dict.erase(key), std::erase_if(twins.plain, [&](auto& entry) { return entry.first == key; }));
           break;
         case 4:
-          twins.dict.update(other.dict);
+          if (random() % 2 == 0) {
+            twins.dict.update(other.dict);
+          } else {
+            twins.dict.update(other.dict.shallow_copy());  // nobody else holds it: its values are moved
+          }
           for (const auto& [name, value] : std::vector(other.plain)) twins.set(name, value);
           break;
         case 5:
@@ -229,8 +305,9 @@ TEST(Tree, MatchingGoesOnAfterVeryManyOthersWereMatched) {
 
 TEST(Tree, MayEndOnAnotherThreadThanItBegan) {
   std::mt19937_64 random(6);
-  const std::string text = record_text(random);
-  const std::string expected = write_json(read_json(text));
+  const ObjectText record = record_text(random);
+  const std::string& text = record.written;
+  const std::string& expected = record.read;
   // A chain of threads, each of which takes over what the last one made and leaves another tree.
   Value tree = read_json(text);
   for (int i = 0; i < 20; ++i) {

@@ -87,7 +87,7 @@ Value& Dict::append(Value key, Value value) {
   return row_->add(std::move(value));
 }
 
-bool Dict::join(const Row& from) {
+bool Dict::join(Row& from) {
   const KeyMatch* match = KeyMatch::of(row_->keys, from.keys);
   const KeySet* joined = match != nullptr ? match->joined() : nullptr;
   if (joined == nullptr) return false;
@@ -102,7 +102,11 @@ bool Dict::join(const Row& from) {
   Row::reserve(row_, room - row_->count);
   row_->keys = joined;
   if (match->common().empty()) {
-    row_->add_all(from);
+    if (from.refs == 1) {
+      row_->take_all(from);
+    } else {
+      row_->add_all(from);
+    }
     return true;
   }
   for (std::size_t at = 0; at < from.count; ++at) {
@@ -239,8 +243,12 @@ void Dict::clear() {
 }
 
 void Dict::update(const Dict& other) {
+  if (!other.empty()) update(Dict(other));
+}
+
+void Dict::update(Dict&& other) {
   if (is(other) || other.empty()) return;
-  const Dict source = other;  // it may stand inside this dictionary and be overwritten on the way
+  const Dict source = std::move(other);  // it may stand inside this dictionary and be overwritten on the way
   row();
   if (join(*source.row_)) return;
   if (row_->count == 0) Row::reserve(row_, source.size());

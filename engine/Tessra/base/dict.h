@@ -135,6 +135,9 @@ class Dict {
   /// Shallow merge: every entry of `other` is written here and wins over one with the same key, which keeps its
   /// place. Lists and dictionaries are shared, not copied. Merging a dictionary into itself changes nothing.
   void update(const Dict& other);
+  /// The same; what no other handle knows may be moved instead of shared. `other` is empty afterwards, unless it is
+  /// this dictionary.
+  void update(Dict&& other);
 
   /// Begins to bring the entries of a record near, for who is going to touch many of them in a moment.
   void fetch() const;
@@ -172,7 +175,7 @@ class Dict {
   /// Adds an entry that is known not to be there.
   Value& append(Value key, Value value);
   /// `update` for dictionaries whose keys are shapes; false, and nothing done, when it takes more than that.
-  bool join(const Row& from);
+  bool join(Row& from);
   /// Drops what is absent. Keys of the dictionary's own have room for so many more.
   void squeeze(std::size_t more);
   /// Leaves the shape, for keys of the dictionary's own.

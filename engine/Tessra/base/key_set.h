@@ -53,6 +53,9 @@ class KeySet {
   std::size_t first() const { return first_; }
   /// Where the key stands, or `kNowhere`.
   std::uint32_t find(const KeyRef& ref) const;
+  /// Of a shape: where the name with these bytes stands, from `at` on, or `kNowhere`. Quick when it stands near.
+  /// Sixteen bytes can be read from where the text begins.
+  std::uint32_t find_from(std::uint32_t at, std::string_view text) const;
   /// Of a shape: the shape with this name added, which it does not have; null as for `frequent_shape_of`. Dictionaries
   /// that grow from nothing, as those of elements do, are taken along at their first step: what begins alike mostly
   /// goes on alike.
@@ -88,12 +91,21 @@ class KeySet {
   struct Shapes;
   static constexpr std::uint32_t kScanLimit = 8;
   static const KeySet kNone;
+  /// Names whose prints are compared at once.
+  static constexpr std::size_t kPrints = 8;
 
   constexpr KeySet(std::size_t room, bool is_shape, bool is_grown)
       : room_(static_cast<std::uint32_t>(room)), is_shape_(is_shape), is_grown_(is_grown) {}
   static KeySet* make(std::size_t room, bool is_shape, bool is_grown);
   void end() const noexcept;
   void free() const noexcept;
+  static std::size_t bytes_of(std::size_t room, bool is_shape);
+  /// A byte by which most names differ.
+  static std::uint8_t print_of(const detail::Front& front);
+  static bool is_text(const Name::Rep& name, const detail::Front& front, std::string_view text);
+  /// Of a shape: of each key, behind the keys.
+  std::uint8_t* prints() const { return reinterpret_cast<std::uint8_t*>(const_cast<Value*>(begin() + room_)); }
+  void make_prints() const;
   static bool equal(const Value& key, const KeyRef& ref);
   std::uint32_t scan(const KeyRef& ref) const;
   Value* keys() { return reinterpret_cast<Value*>(this + 1); }

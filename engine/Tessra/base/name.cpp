@@ -1,5 +1,6 @@
 #include "Tessra/base/name.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <mutex>
@@ -61,9 +62,13 @@ const Name::Rep* Name::insert(std::string_view text, bool counted) {
   if (counted && ++added > kMaxAdded) throw LimitError("too many field names, refused '" + std::string(text) + "'");
 
   // Never freed: names live as long as the process. The bytes stand behind the name, to be found in one place.
-  auto* memory = static_cast<char*>(::operator new(sizeof(Rep) + text.size()));
+  const std::size_t room = std::max(text.size(), detail::Front::kBytes);
+  auto* memory = static_cast<char*>(::operator new(sizeof(Rep) + room));
+  std::fill_n(memory + sizeof(Rep), room, '\0');
   text.copy(memory + sizeof(Rep), text.size());  // an empty view may have no bytes at all
-  const Rep* rep = new (memory) Rep{memory + sizeof(Rep), static_cast<std::uint32_t>(text.size()), hash, known_names++};
+  const char* bytes = memory + sizeof(Rep);
+  const auto size = static_cast<std::uint32_t>(text.size());
+  const Rep* rep = new (memory) Rep{bytes, size, hash, known_names++, detail::Front(bytes, size)};
   auto& table = slots<Rep>();
   std::size_t slot = hash % kSlots;
   while (table[slot].load(std::memory_order_relaxed) != nullptr) slot = (slot + 1) % kSlots;

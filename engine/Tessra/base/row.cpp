@@ -1,17 +1,11 @@
 #include <cstring>
 #include <utility>
-#include <vector>
 
 #include "Tessra/base/value.h"
 
 namespace tessra {
 
 namespace {
-
-/// Rows that were nested too deep to end at once. Made when the first one comes.
-using Later = std::vector<Row*>;
-[[gnu::tls_model("initial-exec")]] thread_local constinit Later* later = nullptr;
-[[gnu::tls_model("initial-exec")]] thread_local constinit int depth = 0;
 
 std::size_t block_bytes(std::size_t behind) { return sizeof(Row) + behind * sizeof(Value); }
 /// Values in a block of their own have its room noted in front of them.
@@ -61,13 +55,19 @@ void Row::free_outside() noexcept {
 void Row::free_block() noexcept { Pool::give(this, block_bytes(behind)); }
 
 void Row::add_all(const Row& other) {
-  move_values(values + count, other.values, other.count);
   for (std::size_t at = 0; at < other.count; ++at) {
     const Value& value = other.values[at];
     if (value.is_counted() && value.counted_ != nullptr) ++value.counted_->refs;
   }
+  move_values(values + count, other.values, other.count);
   count += other.count;
   absent += other.absent;
+}
+
+void Row::take_all(Row& other) {
+  move_values(values + count, other.values, other.count);
+  count += std::exchange(other.count, 0);
+  absent += std::exchange(other.absent, 0);
 }
 
 void Row::cut(std::size_t at) noexcept {
@@ -82,36 +82,87 @@ Row* Row::take_out() {
   return taken;
 }
 
-void Row::end_now() noexcept {
-  for (std::size_t at = 0; at < count; ++at) {
-    fetch_ahead(at);
-    values[at].~Value();
-  }
-  if (keys != nullptr) KeySet::drop(keys);
-  free_outside();
-  free_block();
-}
+/// Ends a row and whatever it held the last reference to, without recursing as deep as rows are nested. What a row
+/// holds may lie anywhere: it is fetched when the row comes to it, and let go some values later.
+///
+/// Host objects end trees of their own while they end, and those other host objects: each such tree ends at once,
+/// unless too many are ending one inside the other. Then it waits for the innermost of them to go on.
+class Row::Ending {
+ public:
+  Ending(const Ending&) = delete;
+  Ending& operator=(const Ending&) = delete;
 
-void Row::end(Row* row) noexcept {
-  constexpr int kDirect = 100;
-  if (depth == kDirect) {
-    // Out of memory here ends the program, as everywhere.  NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
-    if (later == nullptr) later = new Later;
-    later->push_back(row);
-    return;
+  static void end(Row* row) {
+    constexpr int kMostInside = 100;
+    if (innermost_ != nullptr && innermost_->depth_ == kMostInside) {
+      innermost_->open(row);
+    } else {
+      Ending(row).run();
+    }
   }
-  ++depth;
-  row->end_now();
-  --depth;
-  if (depth > 0 || later == nullptr) return;
-  ++depth;
-  while (!later->empty()) {
-    Row* next = later->back();
-    later->pop_back();
-    next->end_now();
+
+ private:
+  struct Held {
+    Value::Counted* counted = nullptr;
+    Value::Tag tag{};
+  };
+  static constexpr unsigned kAhead = 8;
+
+  explicit Ending(Row* row)
+      : outside_(std::exchange(innermost_, this)), depth_(outside_ != nullptr ? outside_->depth_ + 1 : 1) {
+    open(row);
   }
-  --depth;
-  delete std::exchange(later, nullptr);
-}
+  ~Ending() { innermost_ = outside_; }
+
+  void run() {
+    for (unsigned at = 0; open_ != nullptr || waiting_ > 0; at = (at + 1) % kAhead) {
+      let_go(std::exchange(fetched_[at], next()));
+    }
+  }
+  void open(Row* row) {
+    if (row->keys != nullptr) KeySet::drop(row->keys);
+    row->outer = std::exchange(open_, row);
+    row->come_to = 0;
+  }
+  /// What the open rows hold next; nothing when they hold no more.
+  Held next() {
+    while (open_ != nullptr) {
+      while (open_->come_to < open_->count) {
+        const std::uint32_t at = open_->come_to++;
+        const Value& value = open_->values[at];
+        if (!value.is_counted() || value.counted_ == nullptr) continue;
+        open_->fetch_held(at);
+        ++waiting_;
+        return {value.counted_, value.tag()};
+      }
+      Row* ended = std::exchange(open_, open_->outer);
+      ended->free_outside();
+      ended->free_block();
+    }
+    return {};
+  }
+  void let_go(Held held) {
+    if (held.counted == nullptr) return;
+    --waiting_;
+    if (--held.counted->refs > 0) return;
+    if (held.tag == Value::Tag::list || held.tag == Value::Tag::dictionary) {
+      open(reinterpret_cast<Row*>(held.counted));
+    } else {
+      Value::end_leaf(held.tag, held.counted);
+    }
+  }
+
+  [[gnu::tls_model("initial-exec")]] static thread_local constinit Ending* innermost_;
+
+  Ending* const outside_;
+  const int depth_;
+  Row* open_ = nullptr;  // the innermost
+  Held fetched_[kAhead];
+  unsigned waiting_ = 0;
+};
+
+thread_local constinit Row::Ending* Row::Ending::innermost_ = nullptr;
+
+void Row::end(Row* row) noexcept { Ending::end(row); }
 
 }  // namespace tessra

@@ -40,18 +40,6 @@ bool looks_like_name(std::string_view text) {
 
 }  // namespace
 
-/// Whether the name has this text; quicker than the library for what is mostly short.
-bool TreeBuilder::is_text(const Name::Rep& name, std::string_view text) {
-  if (name.size != text.size()) return false;
-  const char* a = name.bytes;
-  const char* b = text.data();
-  std::size_t left = text.size();
-  for (; left > 16; a += 8, b += 8, left -= 8) {
-    if (detail::load(a, 8) != detail::load(b, 8)) return false;
-  }
-  return detail::load_up_to_16(a, left) == detail::load_up_to_16(b, left);
-}
-
 std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::uint8_t* texts, std::size_t max_depth) {
   at_ = tape + 1;  // after the root
   texts_ = texts;
@@ -72,7 +60,7 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
 void TreeBuilder::forget() {
   keys_.clear();
   values_.clear();
-  for (const std::uint32_t place : ids_seen_) ids_[place] = Value();
+  for (const std::uint32_t place : ids_seen_) ids_[place] = Id();
   ids_seen_.clear();
 }
 
@@ -87,11 +75,12 @@ Value TreeBuilder::build_value(Place place) {
     case '"':
       return text_at(word);
     case 'l':
-      return static_cast<std::int64_t>(*at_++);
     case 'd': {
-      double real;
-      std::memcpy(&real, at_++, sizeof(real));
-      return real;
+      // The two in one, since which of them comes cannot be foretold.
+      Value number;
+      number.head_ = Value::head_of(kind_of(word) == 'd' ? Value::Tag::real : Value::Tag::integer);
+      number.payload_ = *at_++;
+      return number;
     }
     case '{':
       return build_dict(place);
@@ -120,7 +109,7 @@ Value TreeBuilder::build_list(Place place) {
 Value TreeBuilder::build_dict(Place place) {
   enter();
   const std::size_t count = entries_of(at_[-1]);
-  const KeySet& shape = *usual_at(place).shape;
+  const KeySet& shape = usual_shape(place);
   // A few fields of many would take more room along the shape than by themselves.
   const bool is_usual = 0 < count && count <= shape.count() && 6 * count + 8 >= shape.count();
   Dict dict;
@@ -134,33 +123,40 @@ Value TreeBuilder::build_dict(Place place) {
   return dict;
 }
 
-void TreeBuilder::read_along(Place place, const KeySet& shape, Dict& dict) {
-  Row& row = *dict.row_;
-  while (kind_of(*at_) != '}') {
-    const std::uint32_t found = find_from(row.count, text_at(*at_), shape);
-    if (found == KeySet::kNowhere) return;
-    while (row.count < found) row.add_absent();
-    ++at_;
-    row.add(build_value(place.of(shape.key(found).name_->number)));
-  }
-  while (row.count < shape.count()) row.add_absent();
+const KeySet& TreeBuilder::usual_shape(Place place) const {
+  const std::size_t slot = place.path >> (32 - kPlaceBits);
+  if (usual_[slot].place == place) return *usual_[slot].shape;
+  if (usual_[slot ^ 1].place == place) return *usual_[slot ^ 1].shape;
+  return *KeySet::none();
 }
 
-std::uint32_t TreeBuilder::find_from(std::uint32_t at, std::string_view text, const KeySet& shape) {
-  constexpr std::uint32_t kNear = 6;
-  const auto count = static_cast<std::uint32_t>(shape.count());
-  for (const std::uint32_t end = std::min(count, at + kNear); at < end; ++at) {
-    if (is_text(*shape.key(at).name_, text)) return at;
+TreeBuilder::Usual& TreeBuilder::usual_at(Place place) {
+  // Two slots for each place, so that few places keep each other out; the one of which less is known gives way.
+  const std::size_t slot = place.path >> (32 - kPlaceBits);
+  Usual& first = usual_[slot];
+  if (first.place == place) return first;
+  Usual& second = usual_[slot ^ 1];
+  if (second.place == place) return second;
+  const auto known = [](const Usual& usual) { return usual.shape->count() > 0 ? UINT32_MAX : usual.unlike; };
+  Usual& fresh = known(first) < known(second) ? first : second;
+  return fresh = Usual{place};
+}
+
+void TreeBuilder::read_along(Place place, const KeySet& shape, Dict& dict) {
+  Row& row = *dict.row_;
+  row.add_absent(shape.count());
+  for (std::uint32_t next = 0; kind_of(*at_) != '}';) {
+    const std::uint32_t found = shape.find_from(next, text_at(*at_));
+    if (found == KeySet::kNowhere) return;
+    ++at_;
+    row.put(found, build_value(place.of(shape.key(found).name_->number)));
+    next = found + 1;
   }
-  if (at == count) return KeySet::kNowhere;
-  const std::uint32_t found = shape.find(text);
-  return found >= at ? found : KeySet::kNowhere;
 }
 
 std::uint32_t TreeBuilder::number_of(const Value& key) {
   if (key.tag() == Value::Tag::name) return key.name_->number;
   // A field that is rare, or the id of an entry?
-  if (key.tag() != Value::Tag::text) return kEntry;
   const std::string_view text = key.as_text();
   return std::ranges::all_of(text, is_letter) ? hash_text(text) : kEntry;
 }
@@ -176,7 +172,8 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun) {
     const Value& key = keys_.back();
     values_.push_back(build_value(place.of(number_of(key))));
   }
-  if (!are_distinct_names(open)) return make_table(open);
+  const bool is_distinct = are_distinct(open);
+  if (!is_distinct || !are_names(open)) return make_table(open, is_distinct);
   const Value* names = keys_.data() + open.keys;
   const std::size_t count = keys_.size() - open.keys;
   learn_usual(usual_at(place), names, count);
@@ -210,15 +207,31 @@ void TreeBuilder::learn_usual(Usual& usual, const Value* names, std::size_t coun
   if (learned != nullptr) usual.shape = learned;
 }
 
-bool TreeBuilder::are_distinct_names(Open open) {
+bool TreeBuilder::are_names(Open open) const {
+  return std::all_of(keys_.begin() + static_cast<std::ptrdiff_t>(open.keys), keys_.end(),
+                     [](const Value& key) { return key.tag() == Value::Tag::name; });
+}
+
+bool TreeBuilder::are_distinct(Open open) {
   ++dict_number_;
   for (std::size_t at = open.keys; at < keys_.size(); ++at) {
-    if (keys_[at].tag() != Value::Tag::name) return false;
-    const std::uint32_t number = keys_[at].name_->number;
-    if (number >= seen_in_.size()) seen_in_.resize(2 * number + 64);
-    if (std::exchange(seen_in_[number], dict_number_) == dict_number_) return false;
+    std::uint32_t* last = last_with(keys_[at]);
+    if (last == nullptr || std::exchange(*last, dict_number_) == dict_number_) return false;
   }
   return true;
+}
+
+std::uint32_t* TreeBuilder::last_with(const Value& key) {
+  if (key.tag() == Value::Tag::name) {
+    const std::uint32_t number = key.name_->number;
+    if (number >= seen_in_.size()) seen_in_.resize(2 * number + 64);
+    return &seen_in_[number];
+  }
+  if (key.tag() != Value::Tag::string) return nullptr;
+  Id& id = ids_[key.known_hash() % kIds];
+  const bool is_it = id.text.is_counted() && id.text.counted_ == key.counted_;
+  // What may become a name can stand in one dictionary both as a text and as that name.
+  return is_it && !id.may_be_name ? &id.seen_in : nullptr;
 }
 
 Dict TreeBuilder::make_record(Open open, const KeySet* keys) {
@@ -229,13 +242,13 @@ Dict TreeBuilder::make_record(Open open, const KeySet* keys) {
   return dict;
 }
 
-Dict TreeBuilder::make_table(Open open) {
+Dict TreeBuilder::make_table(Open open, bool is_distinct) {
   KeySet* own = KeySet::own(keys_.size() - open.keys);
   Dict dict(Row::make(keys_.size() - open.keys, own));
   for (std::size_t at = open.keys; at < keys_.size(); ++at) {
     Value& value = values_[open.values + at - open.keys];
-    const KeyRef key(keys_[at]);
-    if (const std::uint32_t known = own->find(key); known != KeySet::kNowhere) {
+    const std::uint32_t known = is_distinct ? KeySet::kNowhere : own->find(keys_[at]);
+    if (known != KeySet::kNowhere) {
       dict.row_->values[known] = std::move(value);
     } else {
       KeySet::append(own, std::move(keys_[at]));
@@ -249,23 +262,26 @@ Dict TreeBuilder::make_table(Open open) {
 
 Value TreeBuilder::key_of(std::string_view text) {
   const std::uint32_t hash = hash_text(text);
-  const Name::Rep* name = Name::lookup(text, hash);
-  if (name == nullptr) name = learn(text, hash);
-  if (name != nullptr) return Name(name);
-  if (text.size() <= Value::kShortText) return text;
   // An id stands in several tables of a record, which then share its text.
-  const std::uint32_t place = hash % kIds;
-  Value& seen = ids_[place];
-  if (seen.is_none() || seen.known_hash() != hash || seen.as_text() != text) {
-    seen = Value(text, hash);
-    ids_seen_.push_back(place);
+  const bool is_long = text.size() > Value::kShortText;
+  Id& id = ids_[hash % kIds];
+  const bool is_known = is_long && id.is(text, hash);
+  if (is_known && !id.may_be_name) return id.text;
+
+  const bool may_be_name = is_known || looks_like_name(text);
+  const Name::Rep* name = Name::lookup(text, hash);
+  if (name == nullptr && may_be_name) name = learn(text, hash);
+  if (name != nullptr) return Name(name);
+  if (!is_long) return text;
+  if (!is_known) {
+    id = {Value(text, hash), may_be_name};
+    ids_seen_.push_back(hash % kIds);
   }
-  return seen;
+  return id.text;
 }
 
 const Name::Rep* TreeBuilder::learn(std::string_view text, std::uint32_t hash) {
   constexpr std::uint32_t kTimes = 32;
-  if (!looks_like_name(text)) return nullptr;
   // Two slots for each text, so that no two fields keep each other out; what was met less gives way.
   Sighting* sighting = &sightings_[hash % kCounted];
   Sighting* other = &sightings_[(hash % kCounted) ^ 1];

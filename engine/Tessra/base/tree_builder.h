@@ -31,9 +31,11 @@ class TreeBuilder {
   struct Place {
     std::uint32_t path = 0;  // a hash of the numbers of the fields
     Place of(std::uint32_t number) const { return {(path ^ number) * 0x9E3779B1 + 0x85EBCA6B}; }
+    bool operator==(const Place&) const = default;
   };
   /// What is known of the dictionaries at a place.
   struct Usual {
+    Place place;
     const KeySet* shape = KeySet::none();
     std::uint32_t unlike = 0;  // dictionaries read before there was a shape
   };
@@ -49,24 +51,29 @@ class TreeBuilder {
   Value build_value(Place place);
   Value build_list(Place place);
   Value build_dict(Place place);
-  Usual& usual_at(Place place) { return usual_[place.path >> (32 - kPlaceBits)]; }
+  /// The usual shape of a place; the shape without keys when nothing is known of it.
+  const KeySet& usual_shape(Place place) const;
+  /// What is remembered of a place, from now on if nothing was.
+  Usual& usual_at(Place place);
   /// Reads entries along the shape until the end, or the first key that does not stand there.
   void read_along(Place place, const KeySet& shape, Dict& dict);
-  /// Where the key stands in the shape, from `at` on, or `kNowhere`.
-  static std::uint32_t find_from(std::uint32_t at, std::string_view text, const KeySet& shape);
   /// What the key adds to the place of its value.
   static std::uint32_t number_of(const Value& key);
   /// Reads the entries that are left, whatever they are; `begun` is what has been read along a shape.
   Dict read_freely(Place place, const Dict& begun);
-  /// Whether the keys since `open` are names, each there once.
-  bool are_distinct_names(Open open);
+  /// Whether the keys since `open` are names.
+  bool are_names(Open open) const;
+  /// Whether each of the keys since `open` is known to be there once.
+  bool are_distinct(Open open);
+  /// The number of the last dictionary that was found to have this key; null for a key of which that is not known. An
+  /// id is known by its address: one whose slot went to another id meanwhile is not.
+  std::uint32_t* last_with(const Value& key);
   /// Takes what was seen at a place into its usual shape, if the two go together.
   void learn_usual(Usual& usual, const Value* names, std::size_t count);
   /// A dictionary of what was read since `open`, with these keys.
   Dict make_record(Open open, const KeySet* keys);
   /// The same with keys of its own; the last of equal keys wins at the place of the first.
-  Dict make_table(Open open);
-  static bool is_text(const Name::Rep& name, std::string_view text);
+  Dict make_table(Open open, bool is_distinct);
   Value key_of(std::string_view text);
   std::string_view next_key() { return text_at(*at_++); }
   const Name::Rep* learn(std::string_view text, std::uint32_t hash);
@@ -77,6 +84,16 @@ class TreeBuilder {
   static constexpr std::size_t kCounted = 4096;
   static constexpr std::size_t kIds = 16'384;
 
+  /// A long key that is not known as a name: an id, or a name that may still be learned.
+  struct Id {
+    Value text;
+    bool may_be_name = false;
+    std::uint32_t seen_in = 0;  // the last dictionary that was found to have it
+
+    bool is(std::string_view other, std::uint32_t hash) const {
+      return text.tag() == Value::Tag::string && text.known_hash() == hash && text.as_text() == other;
+    }
+  };
   struct Sighting {
     std::uint32_t hash = 0;
     std::uint32_t times = 0;
@@ -92,7 +109,7 @@ class TreeBuilder {
 
   std::vector<Usual> usual_ = std::vector<Usual>(std::size_t{1} << kPlaceBits);
   // Ids of the record that is being read, by their hashes.
-  std::vector<Value> ids_ = std::vector<Value>(kIds);
+  std::vector<Id> ids_ = std::vector<Id>(kIds);
   std::vector<std::uint32_t> ids_seen_;
 
   std::vector<Sighting> sightings_ = std::vector<Sighting>(kCounted);

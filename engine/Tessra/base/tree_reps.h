@@ -30,10 +30,16 @@ struct Row {
   static constexpr std::size_t kMostBehind = 126;
 
   std::uint32_t refs = 1;
-  std::uint32_t count = 0;   // of values, absent ones included
-  std::uint32_t absent = 0;  // of a dictionary
-  std::uint32_t behind;      // values for which there is room behind the row
-  const KeySet* keys;        // of a dictionary: one key for each value; null for a list
+  std::uint32_t count = 0;  // of values, absent ones included
+  union {
+    std::uint32_t absent = 0;  // of a dictionary
+    std::uint32_t come_to;     // of a row that ends: the place of its next value
+  };
+  std::uint32_t behind;  // values for which there is room behind the row
+  union {
+    const KeySet* keys;  // of a dictionary: one key for each value; null for a list
+    Row* outer;          // of a row that ends: the one that goes on ending after it
+  };
   Value* values;
 
   /// A row without values, and with room for so many.
@@ -56,6 +62,8 @@ struct Row {
 
   /// Walks touch what the values refer to, which may lie anywhere: begins to fetch it some values ahead.
   void fetch_ahead(std::size_t at) const;
+  /// Begins to fetch what the value at this place refers to.
+  void fetch_held(std::size_t at) const;
 
   /// Begins to fetch the row and as many values as a large record has, without a look at the row.
   void fetch() const;
@@ -74,9 +82,13 @@ struct Row {
   std::size_t room() const { return is_outside() ? outside_room() : behind; }
   /// Adds a value for which there is room.
   Value& add(Value&& value);
-  void add_absent();
+  void add_absent(std::size_t more);
+  /// Puts a value where one is absent.
+  void put(std::size_t at, Value&& value);
   /// Adds copies of all values of another row, for which there is room.
   void add_all(const Row& other);
+  /// Moves all values of another row here, for which there is room.
+  void take_all(Row& other);
   /// Ends the values from this place on.
   void cut(std::size_t at) noexcept;
   /// Parts with all values; who calls ends them when it is done with everything else.
@@ -87,20 +99,27 @@ struct Row {
   std::size_t outside_room() const { return reinterpret_cast<const std::uint64_t*>(values)[-1]; }
   void free_outside() noexcept;
   void free_block() noexcept;
-  void end_now() noexcept;
+  class Ending;
 };
 
 inline Value& Row::add(Value&& value) { return *new (values + count++) Value(std::move(value)); }
-inline void Row::add_absent() {
-  new (values + count++) Value(Value::absent());
-  ++absent;
+inline void Row::add_absent(std::size_t more) {
+  for (Value* at = values + count; at < values + count + more; ++at) new (at) Value(Value::absent());
+  count += static_cast<std::uint32_t>(more);
+  absent += static_cast<std::uint32_t>(more);
+}
+inline void Row::put(std::size_t at, Value&& value) {
+  new (values + at) Value(std::move(value));
+  --absent;
 }
 inline void Row::fetch_ahead(std::size_t at) const {
   constexpr std::size_t kAhead = 3;
-  if (at + kAhead >= count || !values[at + kAhead].is_counted()) return;
-  const auto* next = reinterpret_cast<const char*>(values[at + kAhead].counted_);
-  __builtin_prefetch(next);
-  __builtin_prefetch(next + 64);
+  if (at + kAhead < count && values[at + kAhead].is_counted()) fetch_held(at + kAhead);
+}
+inline void Row::fetch_held(std::size_t at) const {
+  const auto* begin = reinterpret_cast<const char*>(values[at].counted_);
+  __builtin_prefetch(begin);
+  __builtin_prefetch(begin + 64);
 }
 inline void Row::fetch() const {
   constexpr std::size_t kLine = 64;

@@ -54,16 +54,19 @@ std::string_view Value::long_text() const {
 }
 
 void Value::end() noexcept {
-  switch (tag()) {
-    case Tag::string:
-      Pool::give(string_, bytes_of(string_->size));
-      break;
-    case Tag::list:
-    case Tag::dictionary:
-      Row::end(row_);
-      break;
-    default:
-      delete host_;
+  if (is_list() || is_dict()) {
+    Row::end(row_);
+  } else {
+    end_leaf(tag(), counted_);
+  }
+}
+
+void Value::end_leaf(Tag tag, Counted* counted) noexcept {
+  if (tag == Tag::string) {
+    auto* string = reinterpret_cast<StringRep*>(counted);
+    Pool::give(string, bytes_of(string->size));
+  } else {
+    delete static_cast<HostRep*>(counted);
   }
 }
 

@@ -217,6 +217,8 @@ class Value {
   std::string_view long_text() const;
   /// Ends what this value held the last reference to.
   void end() noexcept;
+  /// The same for a long text or a host object.
+  static void end_leaf(Tag tag, Counted* counted) noexcept;
   std::shared_ptr<void> host_object(std::type_index type) const;
   bool holds_host(std::type_index type) const;
   [[noreturn]] void fail_kind(Kind wanted) const;

@@ -178,6 +178,7 @@ class Deduction : public Settings, public EpisodeState {
   void get_sides_info_from_situation(const Dict& all_situation);
   void init_friend_sides();
   void initial_all_units(const Dict& situation_data);
+  /// Takes the record's live and position parts apart.
   SideView get_side_initial_situation(std::string_view side_name, const Dict& side_info,
                                       bool need_save_initial = false);
   /// Gives every player the table of the others.
@@ -188,7 +189,7 @@ class Deduction : public Settings, public EpisodeState {
   /// Applies one update situation: merge, deletions, clock, name indexes, contact check.
   void process_step_situation(const Value& update_data);
   void parse_update_situation(const Value& situation_data);
-  /// Without `crt_contacts` no unit and no contact is new.
+  /// Without `crt_contacts` no unit and no contact is new. Takes the record's live and position parts apart.
   SideView get_side_update_situation(std::string_view side_name, const Dict& side_info,
                                      const Dict* crt_contacts = nullptr);
   /// Applies the record's scenario share, built in place.
@@ -315,8 +316,8 @@ class Deduction : public Settings, public EpisodeState {
   };
   void join_update_category(const UpdateCategory& given, Dict& units);
   void default_unit_type(const UpdateCategory& given, const Value& unit_id, Dict& unit);
-  static void join_update_positions(const Dict& position, Dict& units);
-  void join_update_contacts(std::string_view side_name, const Dict& places, const Dict* crt_contacts, Dict& contacts);
+  static void join_update_positions(Dict& position, Dict& units);
+  void join_update_contacts(std::string_view side_name, Dict& places, const Dict* crt_contacts, Dict& contacts);
 
   // ---- Initial build and contact sharing --------------------------------------------------------------------
 

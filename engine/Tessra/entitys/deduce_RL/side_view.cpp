@@ -1,6 +1,6 @@
 // A side's record comes in three parts: basic information (`Side`), the live state (`SideReal`) and positions
 // (`SidePosition`). The operations here join them per unit and per contact into the view that agents receive. The view
-// shares its dictionaries with the record, so joining changes the record.
+// shares its dictionaries with the record, so joining changes the record: it extends some of them and empties others.
 
 #include <fmt/printf.h>
 
@@ -78,15 +78,15 @@ void Deduction::join_initial_category(const InitialCategory& given, Dict& units)
                                 unit_id.to_text(), given.side_name));
       continue;
     }
-    Dict live = entry_dict(unit_id, live_record);
-    if (const auto inner = take_active_unit(live)) unit->update(*inner);
+    Dict live = std::move(entry_dict(unit_id, live_record));
+    if (auto inner = take_active_unit(live)) unit->update(*std::move(inner));
     if (Dict* place = positions.find_dict(unit_id)) {
       join_initial_position(given, unit_id, *unit, *place);
     } else {
       log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
                                                  unit_id.to_text(), given.side_name));
     }
-    unit->update(live);
+    unit->update(std::move(live));
   }
 }
 
@@ -124,7 +124,7 @@ SideView Deduction::get_side_update_situation(std::string_view side_name, const 
                                               const Dict* crt_contacts) {
   const Dict side = part_or_empty(side_info, "Side");
   Dict real = part_or_empty(side_info, "SideReal");
-  const Dict position = part_or_empty(side_info, "SidePosition");
+  Dict position = part_or_empty(side_info, "SidePosition");
 
   SideView view;
   if (const Dict* basic = side.find_dict("ActiveUnitsInfo")) view.units = *basic;
@@ -137,7 +137,7 @@ SideView Deduction::get_side_update_situation(std::string_view side_name, const 
   }
   join_update_positions(position, view.units);
   if (real.non_empty("Contacts")) view.contacts = real.at_dict("Contacts");
-  if (const Dict* places = position.find_dict("Contacts")) {
+  if (Dict* places = position.find_dict("Contacts")) {
     join_update_contacts(side_name, *places, crt_contacts, view.contacts);
   }
   name_contact_sides(view.contacts, side_id2name);
@@ -151,24 +151,24 @@ void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
   std::size_t at = 0;
   for (auto [unit_id, live_record] : given.live_table) {
     const bool is_new = given.may_be_new && known[at++] == nullptr;
-    Dict live = entry_dict(unit_id, live_record);
+    Dict live = std::move(entry_dict(unit_id, live_record));
     if (Dict* unit = units.find_dict(unit_id)) {
-      if (const auto inner = take_active_unit(live)) unit->update(*inner);
+      if (auto inner = take_active_unit(live)) unit->update(*std::move(inner));
       if (is_new && (positions == nullptr || !positions->contains(unit_id))) {
         log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
                                                    unit_id.to_text(), given.side_name));
       }
-      unit->update(live);
+      unit->update(std::move(live));
       if (is_new) default_unit_type(given, unit_id, *unit);
     } else if (is_new) {
       log_or_print(LogLevel::error,
                    fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
                                 unit_id.to_text(), given.side_name));
     } else if (auto inner = take_active_unit(live)) {
-      inner->update(live);
-      units.set(unit_id, *inner);
+      inner->update(std::move(live));
+      units.set(unit_id, *std::move(inner));
     } else {
-      units.set(unit_id, live);
+      units.set(unit_id, std::move(live));
     }
   }
 }
@@ -183,12 +183,12 @@ void Deduction::default_unit_type(const UpdateCategory& given, const Value& unit
   }
 }
 
-void Deduction::join_update_positions(const Dict& position, Dict& units) {
+void Deduction::join_update_positions(Dict& position, Dict& units) {
   for (auto [category, table] : position) {
     if (category.is_text("Contacts") || category.is_name(names::kMapdel)) continue;
     for (auto [unit_id, place] : entry_dict(category, table)) {
       if (Dict* unit = units.find_dict(unit_id)) {
-        unit->update(entry_dict(unit_id, place));
+        unit->update(std::move(entry_dict(unit_id, place)));
       } else {
         units.set(unit_id, place);
       }
@@ -196,7 +196,7 @@ void Deduction::join_update_positions(const Dict& position, Dict& units) {
   }
 }
 
-void Deduction::join_update_contacts(std::string_view side_name, const Dict& places, const Dict* crt_contacts,
+void Deduction::join_update_contacts(std::string_view side_name, Dict& places, const Dict* crt_contacts,
                                      Dict& contacts) {
   if (crt_contacts != nullptr) {
     for (auto [contact_id, contact] : contacts) {
@@ -208,7 +208,7 @@ void Deduction::join_update_contacts(std::string_view side_name, const Dict& pla
   }
   for (auto [contact_id, place] : places) {
     if (Dict* contact = contacts.find_dict(contact_id)) {
-      contact->update(entry_dict(contact_id, place));
+      contact->update(std::move(entry_dict(contact_id, place)));
     } else {
       contacts.set(contact_id, place);
     }
