@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <simdjson.h>
 
 #include <cmath>
 #include <cstring>
@@ -97,6 +98,119 @@ TEST(JsonRead, HoldsItsLimitsAndWorksOnAfterThem) {
               ::testing::ThrowsMessage<JsonError>(::testing::HasSubstr("20")));
   EXPECT_EQ(reader.read("7"), 7);
   EXPECT_THROW(read_json(std::string(100'000, '[')), JsonError);
+}
+
+/// The tree as the parser makes it by itself; nothing when it refuses the text, or for an integer beyond 64 bits.
+std::optional<Value> by_parser(simdjson::dom::element element) {
+  using Type = simdjson::dom::element_type;
+  switch (element.type()) {
+    case Type::ARRAY: {
+      List list;
+      for (const simdjson::dom::element entry : simdjson::dom::array(element)) {
+        const auto value = by_parser(entry);
+        if (!value) return std::nullopt;
+        list.push_back(*value);
+      }
+      return list;
+    }
+    case Type::OBJECT: {
+      Dict dict;
+      for (const auto field : simdjson::dom::object(element)) {
+        const auto value = by_parser(field.value);
+        if (!value) return std::nullopt;
+        dict.set(field.key, *value);
+      }
+      return dict;
+    }
+    case Type::INT64:
+      return std::int64_t(element);
+    case Type::DOUBLE:
+      return double(element);
+    case Type::STRING:
+      return std::string_view(element);
+    case Type::BOOL:
+      return bool(element);
+    case Type::NULL_VALUE:
+      return Value();
+    default:
+      return std::nullopt;
+  }
+}
+
+/// Pieces of JSON, one after the other: sometimes a whole text, mostly nearly one.
+class RandomPieces {
+ public:
+  std::string value(int depth) {
+    switch (random_() % (depth > 0 ? 10 : 6)) {
+      case 0:
+      case 1:
+      case 2:
+        return number();
+      case 3:
+        return of({"true", "false", "null", "tru", "nulls", "-", "-.5", ".5", "Infinity"});
+      case 4:
+      case 5:
+        return text();
+      case 6:
+      case 7:
+        return "[" + entries(depth, "") + of({"]", "]", "]", "]", "]", "]", "", "}", "]]"});
+      default:
+        return "{" + entries(depth, ":") + of({"}", "}", "}", "}", "}", "}", "", "]", ",}"});
+    }
+  }
+
+ private:
+  std::string of(std::initializer_list<const char*> choices) { return choices.begin()[random_() % choices.size()]; }
+  std::string entries(int depth, const std::string& colon) {
+    std::string entries;
+    for (auto left = random_() % 4; left > 0; --left) {
+      if (!colon.empty()) entries += text() + of({"", "", " "}) + (random_() % 60 > 0 ? colon : of({"", "::", ","}));
+      entries += of({"", "", "\n\t"}) + value(depth - 1) + of({"", "", " \t\r\n"});
+      if (left > 1) entries += random_() % 60 > 0 ? "," : of({"", ",,", ";"});
+    }
+    return entries;
+  }
+  std::string text() {
+    return of({R"("")", R"("a")", R"("Name")", R"("\u00e9\n")", R"("a longer field name")", R"("a\\")", R"("\"")",
+               R"("0f8b9c1e-6a51-4e5f-8a43-0c2d8f7b6e11")", R"("never read, \x")", R"("twelve bytes")"});
+  }
+  std::string digits(std::size_t most) {
+    std::string digits;
+    for (auto left = 1 + random_() % most; left > 0; --left) digits += static_cast<char>('0' + random_() % 10);
+    return digits;
+  }
+  std::string number() {
+    std::string number = of({"", "", "-"}) + (random_() % 4 > 0 ? digits(random_() % 8 > 0 ? 6 : 20) : "0");
+    if (random_() % 2 > 0) number += "." + (random_() % 40 > 0 ? digits(random_() % 8 > 0 ? 7 : 20) : "");
+    if (random_() % 16 == 0) number += of({"e", "E+", "e-"}) + digits(random_() % 8 > 0 ? 2 : 3);
+    if (random_() % 100 == 0) number.insert(random_() % (number.size() + 1), of({".", "-", "x", "\x01", "5e"}));
+    return number;
+  }
+  std::mt19937_64 random_{5};
+};
+
+TEST(JsonRead, AcceptsWhatTheParserAcceptsAndReadsTheSame) {
+  RandomPieces pieces;
+  JsonReader reader;
+  simdjson::dom::parser parser;
+  int accepted = 0;
+  for (int round = 0; round < 60'000; ++round) {
+    const std::string text = pieces.value(3);
+    simdjson::dom::element parsed;
+    std::optional<Value> wanted;
+    if (parser.parse(text).get(parsed) == simdjson::SUCCESS) wanted = by_parser(parsed);
+    std::optional<Value> read;
+    try {
+      // Bytes of their own: nothing stands behind them.
+      read = reader.read(std::string_view(std::vector<char>(text.begin(), text.end()).data(), text.size()));
+    } catch (const JsonError&) {
+    }
+    ASSERT_EQ(read.has_value(), wanted.has_value()) << text;
+    if (!read) continue;
+    ++accepted;
+    ASSERT_EQ(write_json(*read), write_json(*wanted)) << text;
+  }
+  EXPECT_GT(accepted, 20'000);
 }
 
 TEST(JsonWrite, EscapesAndIndents) {

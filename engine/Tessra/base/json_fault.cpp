@@ -59,7 +59,7 @@ std::size_t first_pass_fault(std::string_view text, simdjson::error_code error) 
   }
 }
 
-/// Walks a text, value by value, and throws at the first fault.
+/// Walks a text that has the parser's padding behind it, value by value, and throws at the first fault.
 class FaultFinder {
  public:
   FaultFinder(std::string_view text, ondemand::document& document, std::size_t max_depth)
@@ -174,14 +174,14 @@ void fail_at(std::string_view text, std::size_t offset, const std::string& what)
   throw JsonError(what, {before.size(), line, column});
 }
 
-void report_json_fault(std::string_view text, std::size_t capacity, std::size_t max_depth,
-                       const std::string& expected) {
+void report_json_fault(std::string_view text, std::size_t max_depth) {
+  const simdjson::padded_string padded(text);
   ondemand::parser parser;
   ondemand::document document;
-  const auto error = parser.iterate(text, capacity).get(document);
+  const auto error = parser.iterate(padded).get(document);
   if (error != simdjson::SUCCESS) fail_at(text, first_pass_fault(text, error), simdjson::error_message(error));
-  FaultFinder(text, document, max_depth).walk();
-  fail_at(text, 0, expected);
+  FaultFinder(padded, document, max_depth).walk();
+  fail_at(text, 0, "a value beyond the limits");
 }
 
 }  // namespace tessra

@@ -1,14 +1,12 @@
 #include "Tessra/base/json_read.h"
 
-#include <simdjson.h>
-
-#include <algorithm>
 #include <fstream>
 #include <optional>
 #include <sstream>
 #include <utility>
 
 #include "Tessra/base/json_fault.h"
+#include "Tessra/base/json_tokens.h"
 #include "Tessra/base/tree_builder.h"
 
 namespace tessra {
@@ -25,8 +23,7 @@ JsonError::JsonError(const std::string& what, Place where) : Error(with_place(wh
 
 struct JsonReader::Impl {
   JsonLimits limits;
-  simdjson::dom::parser parser;
-  std::string buffer;  // the text with the padding the parser wants behind it
+  JsonTokens tokens;
 };
 
 JsonReader::JsonReader(JsonLimits limits) : impl_(std::make_unique<Impl>()) { impl_->limits = limits; }
@@ -39,19 +36,10 @@ Value JsonReader::read(std::string_view text) {
   if (text.size() > limits.max_bytes) {
     fail_at(text, limits.max_bytes, "longer than " + std::to_string(limits.max_bytes) + " bytes");
   }
-  std::string& buffer = impl_->buffer;
-  buffer.reserve(text.size() + simdjson::SIMDJSON_PADDING);
-  buffer.assign(text);
-
-  // The parser chooses the instructions this processor has, and leaves a tape of what it read; it keeps no places.
-  const auto error = impl_->parser.parse(buffer.data(), buffer.size(), false).error();
-  if (error != simdjson::SUCCESS) {
-    report_json_fault(buffer, buffer.capacity(), limits.max_depth, simdjson::error_message(error));
-  }
-  const simdjson::dom::document& parsed = impl_->parser.doc;
+  JsonTokens& tokens = impl_->tokens;
   std::optional<Value> tree =
-      TreeBuilder::of_thread().build(parsed.tape.get(), parsed.string_buf.get(), limits.max_depth);
-  if (!tree) report_json_fault(buffer, buffer.capacity(), limits.max_depth, "a value beyond the limits");
+      tokens.begin(text) ? TreeBuilder::of_thread().build(tokens, limits.max_depth) : tokens.lone_value(text);
+  if (!tree) report_json_fault(text, limits.max_depth);
   return *std::move(tree);
 }
 

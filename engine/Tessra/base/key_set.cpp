@@ -117,32 +117,12 @@ const KeySet* KeySet::after(const Value& name) const {
   return next;
 }
 
-std::uint8_t KeySet::print_of(const detail::Front& front) {
-  return static_cast<std::uint8_t>((front.words.low + 3 * front.words.high + front.size) * 0x9E3779B97F4A7C15 >> 56);
-}
-
 void KeySet::make_prints() const {
   std::fill_n(prints(), count_ + kPrints, std::uint8_t{0});
   for (std::size_t at = 0; at < count_; ++at) prints()[at] = print_of(key(at).name_->front);
 }
 
-std::uint32_t KeySet::find_from(std::uint32_t at, std::string_view text) const {
-  constexpr std::uint64_t kEach = 0x0101010101010101;  // one in each byte
-  const detail::Front front(text.data(), text.size());
-  const std::uint64_t wanted = print_of(front) * kEach;
-  for (; at < count_; at += kPrints) {
-    // The highest bit of each byte that is zero, and perhaps of some after it.
-    const std::uint64_t differ = detail::load(reinterpret_cast<const char*>(prints() + at), kPrints) ^ wanted;
-    for (std::uint64_t equal = (differ - kEach) & ~differ & kEach << 7; equal != 0; equal &= equal - 1) {
-      const auto found = at + static_cast<std::uint32_t>(std::countr_zero(equal) / 8);
-      if (found < count_ && is_text(*key(found).name_, front, text)) return found;
-    }
-  }
-  return kNowhere;
-}
-
-bool KeySet::is_text(const Name::Rep& name, const detail::Front& front, std::string_view text) {
-  if (!(name.front == front)) return false;
+bool KeySet::goes_on_like(const Name::Rep& name, std::string_view text) {
   for (std::size_t at = detail::Front::kBytes; at < text.size(); at += 8) {
     const std::size_t word = std::min(at, text.size() - 8);
     if (detail::load(name.bytes + word, 8) != detail::load(text.data() + word, 8)) return false;

@@ -53,9 +53,9 @@ class KeySet {
   std::size_t first() const { return first_; }
   /// Where the key stands, or `kNowhere`.
   std::uint32_t find(const KeyRef& ref) const;
-  /// Of a shape: where the name with these bytes stands, from `at` on, or `kNowhere`. Quick when it stands near.
-  /// Sixteen bytes can be read from where the text begins.
-  std::uint32_t find_from(std::uint32_t at, std::string_view text) const;
+  /// Of a shape: where the name with these bytes, which begin with `front`, stands from `at` on, or `kNowhere`. Quick
+  /// when it stands near.
+  std::uint32_t find_from(std::uint32_t at, const detail::Front& front, std::string_view text) const;
   /// Of a shape: the shape with this name added, which it does not have; null as for `frequent_shape_of`. Dictionaries
   /// that grow from nothing, as those of elements do, are taken along at their first step: what begins alike mostly
   /// goes on alike.
@@ -101,8 +101,14 @@ class KeySet {
   void free() const noexcept;
   static std::size_t bytes_of(std::size_t room, bool is_shape);
   /// A byte by which most names differ.
-  static std::uint8_t print_of(const detail::Front& front);
-  static bool is_text(const Name::Rep& name, const detail::Front& front, std::string_view text);
+  static std::uint8_t print_of(const detail::Front& front) {
+    return static_cast<std::uint8_t>((front.words.low + 3 * front.words.high + front.size) * 0x9E3779B97F4A7C15 >> 56);
+  }
+  static bool is_text(const Name::Rep& name, const detail::Front& front, std::string_view text) {
+    return name.front == front && (text.size() <= detail::Front::kBytes || goes_on_like(name, text));
+  }
+  /// Whether both have the same bytes behind their fronts.
+  static bool goes_on_like(const Name::Rep& name, std::string_view text);
   /// Of a shape: of each key, behind the keys.
   std::uint8_t* prints() const { return reinterpret_cast<std::uint8_t*>(const_cast<Value*>(begin() + room_)); }
   void make_prints() const;

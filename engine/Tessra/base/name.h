@@ -4,32 +4,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <string_view>
-#include <utility>
+
+#include "Tessra/base/bytes.h"
 
 namespace tessra {
 
 namespace detail {
-
-inline std::uint64_t load(const char* bytes, std::size_t count) {
-  std::uint64_t loaded = 0;
-  std::memcpy(&loaded, bytes, count);
-  return loaded;
-}
-
-/// Up to 16 bytes as two words with zeros behind them, by loads of fixed sizes, which may overlap.
-inline std::pair<std::uint64_t, std::uint64_t> load_up_to_16(const char* bytes, std::size_t count) {
-  if (count > 8) return {load(bytes, 8), load(bytes + count - 8, 8) >> 8 * (16 - count)};
-  if (count == 8) return {load(bytes, 8), 0};
-  if (count >= 4) return {load(bytes, 4) | load(bytes + count - 4, 4) << 8 * (count - 4), 0};
-  if (count == 0) return {0, 0};
-  const auto byte = [bytes](std::size_t at) {
-    return static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at]));
-  };
-  return {byte(0) | byte(count / 2) << 8 * (count / 2) | byte(count - 1) << 8 * (count - 1), 0};
-}
 
 /// What a text begins with: enough to tell most field names apart in one comparison, without a branch on their size.
 struct Front {

@@ -2,19 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <utility>
+
+#include "Tessra/base/json_number.h"
 
 namespace tessra {
 
 namespace {
-
-/// A tape word: a letter for the kind in the highest byte, and a payload.
-char kind_of(std::uint64_t word) { return static_cast<char>(word >> 56); }
-constexpr std::uint64_t kPayload = (std::uint64_t{1} << 56) - 1;
-
-/// Of the word that opens a list or dictionary: how many entries it has.
-std::size_t entries_of(std::uint64_t word) { return word >> 32 & 0xFFFFFF; }
 
 /// The number of a list's or table's entries in their place.
 constexpr std::uint32_t kEntry = UINT32_MAX;
@@ -40,9 +34,8 @@ bool looks_like_name(std::string_view text) {
 
 }  // namespace
 
-std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::uint8_t* texts, std::size_t max_depth) {
-  at_ = tape + 1;  // after the root
-  texts_ = texts;
+std::optional<Value> TreeBuilder::build(JsonTokens& tokens, std::size_t max_depth) {
+  tokens_ = &tokens;
   depth_ = 0;
   max_depth_ = max_depth;
   ++record_;
@@ -50,8 +43,9 @@ std::optional<Value> TreeBuilder::build(const std::uint64_t* tape, const std::ui
   std::optional<Value> tree;
   try {
     tree = build_value(Place{});
-  } catch (const Beyond&) {
-    // The caller finds out where.
+    if (!tokens.at_end()) tree.reset();
+  } catch (const Refused&) {
+    tree.reset();  // the caller finds out where
   }
   forget();  // the tree may go to another thread
   return tree;
@@ -70,55 +64,88 @@ TreeBuilder& TreeBuilder::of_thread() {
 }
 
 Value TreeBuilder::build_value(Place place) {
-  const std::uint64_t word = *at_++;
-  switch (kind_of(word)) {
+  switch (tokens_->take()) {
     case '"':
-      return text_at(word);
-    case 'l':
-    case 'd': {
-      // The two in one, since which of them comes cannot be foretold.
-      Value number;
-      number.head_ = Value::head_of(kind_of(word) == 'd' ? Value::Tag::real : Value::Tag::integer);
-      number.payload_ = *at_++;
-      return number;
-    }
+      return build_text();
     case '{':
       return build_dict(place);
     case '[':
       return build_list(place);
     case 't':
-      return true;
+      return build_word("true", true);
     case 'f':
-      return false;
+      return build_word("false", false);
     case 'n':
-      return {};
+      return build_word("null", {});
+    case '-':
+    case '0':
+    case '1':
+    case '2':
+    case '3':
+    case '4':
+    case '5':
+    case '6':
+    case '7':
+    case '8':
+    case '9':
+      return build_number();
     default:
-      throw Beyond();  // an integer that needs the 64th bit for its size
+      throw Refused();
   }
+}
+
+Value TreeBuilder::build_text() {
+  const std::string_view written = tokens_->taken_text();
+  const detail::Front front = tokens_->front(written);
+  if (is_escaped(front, written)) return known(tokens_->unescaped(written));
+  return written.size() <= Value::kShortText ? Value(front) : Value(written);
+}
+
+Value TreeBuilder::build_word(std::string_view word, Value value) {
+  if (tokens_->taken() != word) throw Refused();
+  return value;
+}
+
+Value TreeBuilder::build_number() {
+  const std::string_view written = tokens_->taken();
+  const JsonNumber read = read_number(written, tokens_->readable(written));
+  if (read.kind == JsonNumber::Kind::unusual) return known(tokens_->lone_value(written));
+  // Integers and reals in one, since which of them comes cannot be foretold.
+  Value number;
+  number.head_ = Value::head_of(read.kind == JsonNumber::Kind::real ? Value::Tag::real : Value::Tag::integer);
+  number.payload_ = read.bits;
+  return number;
 }
 
 Value TreeBuilder::build_list(Place place) {
   enter();
-  List list(Row::make(entries_of(at_[-1]), nullptr));
-  while (kind_of(*at_) != ']') list.push_back(build_value(place.of(kEntry)));
-  ++at_;
+  const Open open = here();
+  if (tokens_->peek() == ']') {
+    tokens_->take();
+  } else {
+    do {
+      values_.push_back(build_value(place.of(kEntry)));
+    } while (goes_on(']'));
+  }
   --depth_;
-  return list;
+  return List(make_row(open, nullptr));
 }
 
 Value TreeBuilder::build_dict(Place place) {
   enter();
-  const std::size_t count = entries_of(at_[-1]);
-  const KeySet& shape = usual_shape(place);
-  // A few fields of many would take more room along the shape than by themselves.
-  const bool is_usual = 0 < count && count <= shape.count() && 6 * count + 8 >= shape.count();
   Dict dict;
-  if (is_usual) {
+  const KeySet& shape = usual_shape(place);
+  if (tokens_->peek() == '}') {
+    tokens_->take();
+  } else if (shape.count() == 0) {
+    dict = read_freely(place, dict, false);
+  } else {
     dict = Dict(Row::make(shape.usual_room(), &shape));
-    read_along(place, shape, dict);
+    const bool is_whole = read_along(place, shape, dict);
+    // A few fields of many take less room by themselves.
+    const bool is_usual = 6 * dict.size() + 8 >= shape.count();
+    if (!is_whole || !is_usual) dict = read_freely(place, dict, is_whole);
   }
-  if (kind_of(*at_) != '}') dict = read_freely(place, dict);
-  ++at_;
   --depth_;
   return dict;
 }
@@ -142,16 +169,21 @@ TreeBuilder::Usual& TreeBuilder::usual_at(Place place) {
   return fresh = Usual{place};
 }
 
-void TreeBuilder::read_along(Place place, const KeySet& shape, Dict& dict) {
+bool TreeBuilder::read_along(Place place, const KeySet& shape, Dict& dict) {
   Row& row = *dict.row_;
   row.add_absent(shape.count());
-  for (std::uint32_t next = 0; kind_of(*at_) != '}';) {
-    const std::uint32_t found = shape.find_from(next, text_at(*at_));
-    if (found == KeySet::kNowhere) return;
-    ++at_;
-    row.put(found, build_value(place.of(shape.key(found).name_->number)));
+  std::uint32_t next = 0;
+  do {
+    if (tokens_->peek() != '"') throw Refused();
+    const std::string_view key = tokens_->peek_text();
+    const std::uint32_t found = shape.find_from(next, tokens_->front(key), key);
+    if (found == KeySet::kNowhere) return false;
+    tokens_->take();
+    expect(':');
+    row.put(found, [&] { return build_value(place.of(shape.key(found).name_->number)); });
     next = found + 1;
-  }
+  } while (goes_on('}'));
+  return true;
 }
 
 std::uint32_t TreeBuilder::number_of(const Value& key) {
@@ -161,16 +193,17 @@ std::uint32_t TreeBuilder::number_of(const Value& key) {
   return std::ranges::all_of(text, is_letter) ? hash_text(text) : kEntry;
 }
 
-Dict TreeBuilder::read_freely(Place place, const Dict& begun) {
-  const Open open{keys_.size(), values_.size()};
+Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
+  const Open open = here();
   for (auto [key, value] : begun) {
     keys_.push_back(key);
     values_.push_back(value);
   }
-  while (kind_of(*at_) != '}') {
-    keys_.push_back(key_of(next_key()));
+  while (!is_whole) {
+    keys_.push_back(next_key());
     const Value& key = keys_.back();
     values_.push_back(build_value(place.of(number_of(key))));
+    is_whole = !goes_on('}');
   }
   const bool is_distinct = are_distinct(open);
   if (!is_distinct || !are_names(open)) return make_table(open, is_distinct);
@@ -178,7 +211,7 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun) {
   const std::size_t count = keys_.size() - open.keys;
   learn_usual(usual_at(place), names, count);
   const KeySet* shape = KeySet::frequent_shape_of(names, count);
-  return make_record(open, shape != nullptr ? shape : KeySet::own(names, count, count));
+  return Dict(make_row(open, shape != nullptr ? shape : KeySet::own(names, count, count)));
 }
 
 void TreeBuilder::learn_usual(Usual& usual, const Value* names, std::size_t count) {
@@ -234,12 +267,12 @@ std::uint32_t* TreeBuilder::last_with(const Value& key) {
   return is_it && !id.may_be_name ? &id.seen_in : nullptr;
 }
 
-Dict TreeBuilder::make_record(Open open, const KeySet* keys) {
-  Dict dict(Row::make(values_.size() - open.values, keys));
-  for (std::size_t at = open.values; at < values_.size(); ++at) dict.row_->add(std::move(values_[at]));
+Row* TreeBuilder::make_row(Open open, const KeySet* keys) {
+  Row* row = Row::make(values_.size() - open.values, keys);
+  for (std::size_t at = open.values; at < values_.size(); ++at) row->add(std::move(values_[at]));
   keys_.resize(open.keys);
   values_.resize(open.values);
-  return dict;
+  return row;
 }
 
 Dict TreeBuilder::make_table(Open open, bool is_distinct) {
@@ -294,15 +327,32 @@ const Name::Rep* TreeBuilder::learn(std::string_view text, std::uint32_t hash) {
   return name ? name->rep_ : nullptr;
 }
 
-std::string_view TreeBuilder::text_at(std::uint64_t word) const {
-  const std::uint8_t* text = texts_ + (word & kPayload);
-  std::uint32_t size;
-  std::memcpy(&size, text, sizeof(size));
-  return {reinterpret_cast<const char*>(text) + sizeof(size), size};
+Value TreeBuilder::next_key() {
+  expect('"');
+  const std::string_view written = tokens_->taken_text();
+  expect(':');
+  if (!is_escaped(tokens_->front(written), written)) return key_of(written);
+  const Value plain = known(tokens_->unescaped(written));
+  return key_of(plain.as_text());
+}
+
+bool TreeBuilder::goes_on(char closing) {
+  const char next = tokens_->take();
+  if (next != ',' && next != closing) throw Refused();
+  return next == ',';
+}
+
+void TreeBuilder::expect(char token) {
+  if (tokens_->take() != token) throw Refused();
+}
+
+Value TreeBuilder::known(std::optional<Value> value) {
+  if (!value) throw Refused();
+  return *std::move(value);
 }
 
 void TreeBuilder::enter() {
-  if (++depth_ > max_depth_) throw Beyond();
+  if (++depth_ > max_depth_) throw Refused();
 }
 
 }  // namespace tessra

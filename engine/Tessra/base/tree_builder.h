@@ -5,11 +5,12 @@
 #include <string_view>
 #include <vector>
 
+#include "Tessra/base/json_tokens.h"
 #include "Tessra/base/value.h"
 
 namespace tessra {
 
-/// Builds value trees from the tape that the JSON parser leaves.
+/// Builds value trees from the tokens of JSON texts.
 ///
 /// Dictionaries that stand at like places mostly have fields of one kind, in one order, though each may leave out some.
 /// So the builder remembers, per place, a shape that has all fields lately seen there, and reads the next dictionary
@@ -23,9 +24,9 @@ class TreeBuilder {
  public:
   static TreeBuilder& of_thread();
 
-  /// The tree of a tape whose texts stand in `texts`; nothing for an integer beyond 64 bits or nesting beyond
+  /// The tree of all these tokens; nothing when they are no JSON, for an integer beyond 64 bits, and for nesting beyond
   /// `max_depth`.
-  std::optional<Value> build(const std::uint64_t* tape, const std::uint8_t* texts, std::size_t max_depth);
+  std::optional<Value> build(JsonTokens& tokens, std::size_t max_depth);
 
  private:
   struct Place {
@@ -46,21 +47,27 @@ class TreeBuilder {
   TreeBuilder() = default;
   /// Parts with what belongs to a record.
   void forget();
-  struct Beyond {};  // thrown when a limit is met
+  struct Refused {};  // thrown where the tokens are no JSON, or a limit is met
 
+  Open here() const { return {keys_.size(), values_.size()}; }
   Value build_value(Place place);
+  // The token that tells the kind was taken.
+  Value build_text();
+  Value build_word(std::string_view word, Value value);
+  Value build_number();
   Value build_list(Place place);
   Value build_dict(Place place);
   /// The usual shape of a place; the shape without keys when nothing is known of it.
   const KeySet& usual_shape(Place place) const;
   /// What is remembered of a place, from now on if nothing was.
   Usual& usual_at(Place place);
-  /// Reads entries along the shape until the end, or the first key that does not stand there.
-  void read_along(Place place, const KeySet& shape, Dict& dict);
+  /// Reads entries along the shape until the end, or the first key that does not stand there. Whether it was the end.
+  bool read_along(Place place, const KeySet& shape, Dict& dict);
   /// What the key adds to the place of its value.
   static std::uint32_t number_of(const Value& key);
-  /// Reads the entries that are left, whatever they are; `begun` is what has been read along a shape.
-  Dict read_freely(Place place, const Dict& begun);
+  /// Reads the entries that are left, whatever they are; `begun` is what has been read along a shape, which may be the
+  /// whole of it.
+  Dict read_freely(Place place, const Dict& begun, bool is_whole);
   /// Whether the keys since `open` are names.
   bool are_names(Open open) const;
   /// Whether each of the keys since `open` is known to be there once.
@@ -70,14 +77,18 @@ class TreeBuilder {
   std::uint32_t* last_with(const Value& key);
   /// Takes what was seen at a place into its usual shape, if the two go together.
   void learn_usual(Usual& usual, const Value* names, std::size_t count);
-  /// A dictionary of what was read since `open`, with these keys.
-  Dict make_record(Open open, const KeySet* keys);
-  /// The same with keys of its own; the last of equal keys wins at the place of the first.
+  /// The values read since `open`, of a dictionary with these keys, or of a list.
+  Row* make_row(Open open, const KeySet* keys);
+  /// A dictionary of what was read since `open`, with keys of its own; the last of equal keys wins at the place of the
+  /// first.
   Dict make_table(Open open, bool is_distinct);
+  Value next_key();
   Value key_of(std::string_view text);
-  std::string_view next_key() { return text_at(*at_++); }
   const Name::Rep* learn(std::string_view text, std::uint32_t hash);
-  std::string_view text_at(std::uint64_t word) const;
+  /// Whether a comma comes next, and not the bracket.
+  bool goes_on(char closing);
+  void expect(char token);
+  static Value known(std::optional<Value> value);
   void enter();
 
   static constexpr int kPlaceBits = 11;
@@ -100,8 +111,7 @@ class TreeBuilder {
     std::uint32_t record = 0;
   };
 
-  const std::uint64_t* at_ = nullptr;
-  const std::uint8_t* texts_ = nullptr;
+  JsonTokens* tokens_ = nullptr;
   std::size_t depth_ = 0, max_depth_ = 0;
 
   // What is read of the containers that are still open.

@@ -3,6 +3,7 @@
 // How lists and dictionaries lie in memory, and what is short enough to be compiled into its callers. Included by
 // value.h; everybody else sees handles.
 
+#include <bit>
 #include <cstdint>
 
 #include "Tessra/base/key_match.h"
@@ -83,8 +84,9 @@ struct Row {
   /// Adds a value for which there is room.
   Value& add(Value&& value);
   void add_absent(std::size_t more);
-  /// Puts a value where one is absent.
-  void put(std::size_t at, Value&& value);
+  /// Puts the value that `make` returns where one is absent. It is made in its place.
+  template <class Make>
+  void put(std::size_t at, Make&& make);
   /// Adds copies of all values of another row, for which there is room.
   void add_all(const Row& other);
   /// Moves all values of another row here, for which there is room.
@@ -108,8 +110,9 @@ inline void Row::add_absent(std::size_t more) {
   count += static_cast<std::uint32_t>(more);
   absent += static_cast<std::uint32_t>(more);
 }
-inline void Row::put(std::size_t at, Value&& value) {
-  new (values + at) Value(std::move(value));
+template <class Make>
+void Row::put(std::size_t at, Make&& make) {
+  new (values + at) Value(make());
   --absent;
 }
 inline void Row::fetch_ahead(std::size_t at) const {
@@ -209,6 +212,18 @@ inline std::uint32_t KeySet::find(const KeyRef& ref) const {
   for (std::uint32_t slot = hash & index.mask; index.slots[slot].number != 0; slot = (slot + 1) & index.mask) {
     const Slot& found = index.slots[slot];
     if (found.hash == hash && equal(key(found.number - 1), ref)) return found.number - 1;
+  }
+  return kNowhere;
+}
+
+inline std::uint32_t KeySet::find_from(std::uint32_t at, const detail::Front& front, std::string_view text) const {
+  const std::uint8_t wanted = print_of(front);
+  for (; at < count_; at += kPrints) {
+    const std::uint64_t eight = detail::load(reinterpret_cast<const char*>(prints() + at), kPrints);
+    for (std::uint64_t equal = detail::equal_bytes(eight, wanted); equal != 0; equal &= equal - 1) {
+      const auto found = at + static_cast<std::uint32_t>(std::countr_zero(equal) / 8);
+      if (found < count_ && is_text(*key(found).name_, front, text)) return found;
+    }
   }
   return kNowhere;
 }

@@ -30,8 +30,7 @@ Value::Value(std::string_view text) {
   static_assert(std::endian::native == std::endian::little && sizeof(Value) == 16);
   if (text.size() <= kShortText) {
     const auto [low, high] = detail::load_up_to_16(text.data(), text.size());
-    head_ = head_of(Tag::text) | text.size() << 8 | low << 16;
-    payload_ = low >> 48 | high << 16;
+    set_short(low, high, text.size());
     return;
   }
   if (text.size() > UINT32_MAX) throw LimitError("text longer than 4 GiB");

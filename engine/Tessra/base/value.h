@@ -187,6 +187,12 @@ class Value {
   /// Longest text that stands in the value itself: all of its bytes but the tag and the size.
   static constexpr std::size_t kShortText = 14;
 
+  /// A text of at most `kShortText` bytes.
+  explicit Value(const detail::Front& text) { set_short(text.words.low, text.words.high, text.size); }
+  void set_short(std::uint64_t low, std::uint64_t high, std::size_t size) {
+    head_ = head_of(Tag::text) | size << 8 | low << 16;
+    payload_ = low >> 48 | high << 16;
+  }
   /// A text whose hash is known.
   Value(std::string_view text, std::uint32_t hash) : Value(text) {
     if (tag() == Tag::string) remember_hash(hash);

@@ -1,0 +1,104 @@
+#include "Tessra/base/json_number.h"
+
+#include <bit>
+#include <charconv>
+#include <cstring>
+
+#include "Tessra/base/bytes.h"
+
+namespace tessra {
+
+namespace {
+
+using detail::each;
+
+__extension__ using Wide = unsigned __int128;
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+/// The number that digits make, given by their values: neighbours are joined to pairs, pairs to fours, fours to the
+/// whole.
+std::uint64_t number_of(std::uint64_t digits) {
+  digits = digits * (10 * 0x100 + 1) >> 8;
+  digits = (digits & 0x00FF00FF00FF00FF) * (100 * 0x10000 + 1) >> 16;
+  return (digits & 0x0000FFFF0000FFFF) * (10'000 * 0x100000000 + 1) >> 32;
+}
+std::uint64_t number_of(Wide digits) {
+  const auto eight = [](Wide half) { return number_of(static_cast<std::uint64_t>(half)); };
+  return eight(digits) * 100'000'000 + eight(digits >> 64);
+}
+
+int lowest_bit(std::uint64_t word) { return std::countr_zero(word); }
+int lowest_bit(Wide word) {
+  const auto low = static_cast<std::uint64_t>(word);
+  return low != 0 ? lowest_bit(low) : 64 + lowest_bit(static_cast<std::uint64_t>(word >> 64));
+}
+
+constexpr double kPowersOfTen[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
+
+/// Digits, which may have a point between them. They must fit into the word, and as many bytes as the word has must be
+/// readable. How long numbers are and where their points stand cannot be foretold, so nothing here branches on it.
+///
+/// At most 15 digits and a power of ten up to 10^14 are exact as reals, and then so is the rounding of their quotient.
+/// See W. D. Clinger, "How to Read Floating Point Numbers Accurately", 1990.
+template <class Word>
+JsonNumber read_short(std::string_view text, bool is_negative) {
+  constexpr int kBytes = sizeof(Word);
+  const int size = static_cast<int>(text.size());
+  Word digits;
+  std::memcpy(&digits, text.data(), kBytes);
+  // Their values in the highest bytes, and noughts before them.
+  digits = (digits ^ each<Word>('0')) << 8 * (kBytes - size);
+
+  // What stands before the point moves into its place.
+  const Word points = detail::equal_bytes(digits, '.' ^ '0');
+  const bool is_real = points != 0;
+  const int point = lowest_bit(points | Word{1} << (8 * kBytes - 1)) / 8U;  // the last place when there is none
+  const Word unit = Word{is_real} << 8 * point;
+  const Word before = unit - is_real;
+  const Word behind = ~(before | ((unit << 8) - unit));
+  digits = (digits & before) << 8 | (digits & behind);
+
+  const int fraction = kBytes - 1 - point;
+  const bool are_digits = (((digits + each<Word>(0x80 - 10)) | digits) & each<Word>(0x80)) == 0;
+  const bool is_bare = is_real & ((fraction == 0) | (fraction == size - 1));
+  const bool is_padded = (text[0] == '0') & is_digit(text[1]);
+  if (!are_digits | is_bare | is_padded) return {};
+  const std::uint64_t number = number_of(digits);
+  const double real = static_cast<double>(static_cast<std::int64_t>(number)) / kPowersOfTen[fraction];
+  const std::uint64_t sign{is_negative};
+  const std::uint64_t of_real = std::bit_cast<std::uint64_t>(real) | sign << 63;
+  const std::uint64_t of_integer = (number ^ (0 - sign)) + sign;
+  const std::uint64_t chosen = 0 - std::uint64_t{is_real};
+  return {(of_real & chosen) | (of_integer & ~chosen), is_real ? JsonNumber::Kind::real : JsonNumber::Kind::integer};
+}
+
+/// Apart, so that the others need not save registers for it.
+[[gnu::noinline]] JsonNumber read_wide(std::string_view text, bool is_negative) {
+  return read_short<Wide>(text, is_negative);
+}
+
+/// A real with a point, of any length.
+[[gnu::noinline]] JsonNumber read_long(std::string_view text) {
+  const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
+  // The conversion takes more than JSON does: nought before other digits, points without digits around them, words.
+  const std::size_t point = digits.find('.');
+  if (point == 0 || point == std::string_view::npos || (digits[0] == '0' && point != 1)) return {};
+  if (!is_digit(digits[0]) || point + 1 == digits.size() || !is_digit(digits[point + 1])) return {};
+  double real = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), real);
+  if (error != std::errc() || end != text.data() + text.size()) return {};
+  return {std::bit_cast<std::uint64_t>(real), JsonNumber::Kind::real};
+}
+
+}  // namespace
+
+JsonNumber read_number(std::string_view text, std::size_t readable) {
+  const bool is_negative = text.starts_with('-');
+  const std::string_view digits = text.substr(is_negative ? 1 : 0);
+  if (digits.empty() || digits.size() > sizeof(Wide) || readable <= sizeof(Wide)) return read_long(text);
+  if (digits.size() > sizeof(std::uint64_t)) return read_wide(digits, is_negative);
+  return read_short<std::uint64_t>(digits, is_negative);
+}
+
+}  // namespace tessra

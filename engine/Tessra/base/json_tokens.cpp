@@ -1,0 +1,82 @@
+#include "Tessra/base/json_tokens.h"
+
+#include <simdjson.h>
+
+#include <algorithm>
+
+#include "Tessra/base/bytes.h"
+
+namespace tessra {
+
+struct JsonTokens::Parser {
+  /// The first pass alone, and where it found tokens to begin.
+  std::unique_ptr<simdjson::internal::dom_parser_implementation> first_pass;
+  simdjson::dom::parser whole;
+
+  /// The number of tokens; none when the text is refused.
+  std::uint32_t find_tokens(std::string_view text) {
+    auto error = first_pass == nullptr ? simdjson::get_active_implementation()->create_dom_parser_implementation(
+                                             text.size(), simdjson::DEFAULT_MAX_DEPTH, first_pass)
+                 : first_pass->capacity() < text.size() ? first_pass->set_capacity(text.size())
+                                                        : simdjson::SUCCESS;
+    if (error == simdjson::SUCCESS) {
+      error = first_pass->stage1(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
+                                 simdjson::stage1_mode::regular);
+    }
+    return error == simdjson::SUCCESS ? first_pass->n_structural_indexes : 0;
+  }
+};
+
+JsonTokens::JsonTokens() : parser_(std::make_unique<Parser>()) {}
+JsonTokens::~JsonTokens() = default;
+
+bool JsonTokens::begin(std::string_view text) {
+  const std::uint32_t count = parser_->find_tokens(text);
+  if (count == 0) return false;
+  std::uint32_t* tokens = parser_->first_pass->structural_indexes.get();
+  const char first = text[tokens[0]];
+  const char last = text[tokens[count - 1]];
+  if ((first != '{' && first != '[') || (last != '}' && last != ']')) return false;
+  tokens[count] = tokens[0];  // an opening bracket may not stand where it is read when brackets were left open
+  text_ = text.data();
+  text_end_ = text_ + text.size();
+  next_ = tokens;
+  end_ = tokens + count;
+  return true;
+}
+
+detail::Front JsonTokens::front_near_end(std::string_view part) {
+  char bytes[detail::Front::kBytes] = {};
+  part.copy(bytes, sizeof(bytes));
+  return {bytes, part.size()};
+}
+
+std::optional<Value> JsonTokens::lone_value(std::string_view text) {
+  simdjson::dom::element value;
+  if (parser_->whole.parse(text.data(), text.size()).get(value) != simdjson::SUCCESS) return std::nullopt;
+  switch (value.type()) {
+    case simdjson::dom::element_type::STRING:
+      return std::string_view(value);
+    case simdjson::dom::element_type::INT64:
+      return std::int64_t(value);
+    case simdjson::dom::element_type::DOUBLE:
+      return double(value);
+    case simdjson::dom::element_type::BOOL:
+      return bool(value);
+    case simdjson::dom::element_type::NULL_VALUE:
+      return Value();
+    default:
+      return std::nullopt;
+  }
+}
+
+bool is_escaped(const detail::Front& front, std::string_view written) {
+  const auto is_in = [](std::uint64_t word) { return detail::equal_bytes(word, '\\') != 0; };
+  if (is_in(front.words.low) || is_in(front.words.high)) return true;
+  for (std::size_t at = detail::Front::kBytes; at < written.size(); at += 8) {
+    if (is_in(detail::load(written.data() + std::min(at, written.size() - 8), 8))) return true;
+  }
+  return false;
+}
+
+}  // namespace tessra
