@@ -53,7 +53,7 @@ JsonNumber read_short(std::string_view text, bool is_negative) {
   // What stands before the point moves into its place.
   const Word points = detail::equal_bytes(digits, '.' ^ '0');
   const bool is_real = points != 0;
-  const int point = lowest_bit(points | Word{1} << (8 * kBytes - 1)) / 8U;  // the last place when there is none
+  const int point = lowest_bit(points | Word{1} << (8 * kBytes - 1)) / 8;  // the last place when there is none
   const Word unit = Word{is_real} << 8 * point;
   const Word before = unit - is_real;
   const Word behind = ~(before | ((unit << 8) - unit));
@@ -62,6 +62,7 @@ JsonNumber read_short(std::string_view text, bool is_negative) {
   const int fraction = kBytes - 1 - point;
   const bool are_digits = (((digits + each<Word>(0x80 - 10)) | digits) & each<Word>(0x80)) == 0;
   const bool is_bare = is_real & ((fraction == 0) | (fraction == size - 1));
+  // Behind a single digit stands what ends the number.
   const bool is_padded = (text[0] == '0') & is_digit(text[1]);
   if (!are_digits | is_bare | is_padded) return {};
   const std::uint64_t number = number_of(digits);

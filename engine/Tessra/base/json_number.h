@@ -14,7 +14,7 @@ struct JsonNumber {
 };
 
 /// Reads the usual numbers: integers of up to 16 digits and reals with a point. Others, be they right or wrong, are
-/// unusual. So many bytes can be read from where the text begins: where they are enough, short numbers take no loop.
+/// unusual. `readable` bytes can be read from where the text begins: with more than 16, short numbers take no loop.
 JsonNumber read_number(std::string_view text, std::size_t readable);
 
 }  // namespace tessra

@@ -24,6 +24,19 @@ JsonError::JsonError(const std::string& what, Place where) : Error(with_place(wh
 struct JsonReader::Impl {
   JsonLimits limits;
   JsonTokens tokens;
+
+  /// Nothing when the text is refused.
+  std::optional<Value> tree(std::string_view text) {
+    switch (tokens.begin(text)) {
+      case JsonTokens::Form::nested:
+        return TreeBuilder::of_thread().build(tokens, limits.max_depth);
+      case JsonTokens::Form::lone:
+        return tokens.lone_value(text);
+      case JsonTokens::Form::refused:
+        break;
+    }
+    return std::nullopt;
+  }
 };
 
 JsonReader::JsonReader(JsonLimits limits) : impl_(std::make_unique<Impl>()) { impl_->limits = limits; }
@@ -36,9 +49,7 @@ Value JsonReader::read(std::string_view text) {
   if (text.size() > limits.max_bytes) {
     fail_at(text, limits.max_bytes, "longer than " + std::to_string(limits.max_bytes) + " bytes");
   }
-  JsonTokens& tokens = impl_->tokens;
-  std::optional<Value> tree =
-      tokens.begin(text) ? TreeBuilder::of_thread().build(tokens, limits.max_depth) : tokens.lone_value(text);
+  std::optional<Value> tree = impl_->tree(text);
   if (!tree) report_json_fault(text, limits.max_depth);
   return *std::move(tree);
 }

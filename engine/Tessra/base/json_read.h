@@ -25,7 +25,7 @@ class JsonError : public Error {
 
 struct JsonLimits {
   std::size_t max_bytes = std::size_t{1} << 30;
-  /// Deepest nesting of lists and dictionaries; not above 1,000, where the parser's own limit begins.
+  /// Deepest nesting of lists and dictionaries; not above 1,000, beyond which a fault is no longer found in its place.
   std::size_t max_depth = 512;
 };
 

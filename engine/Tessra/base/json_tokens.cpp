@@ -15,34 +15,41 @@ struct JsonTokens::Parser {
 
   /// The number of tokens; none when the text is refused.
   std::uint32_t find_tokens(std::string_view text) {
-    auto error = first_pass == nullptr ? simdjson::get_active_implementation()->create_dom_parser_implementation(
-                                             text.size(), simdjson::DEFAULT_MAX_DEPTH, first_pass)
-                 : first_pass->capacity() < text.size() ? first_pass->set_capacity(text.size())
-                                                        : simdjson::SUCCESS;
-    if (error == simdjson::SUCCESS) {
-      error = first_pass->stage1(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
-                                 simdjson::stage1_mode::regular);
-    }
+    // No JSON ends in the middle of a character, and not every first pass stops at the end when one is cut off there.
+    if (text.empty() || static_cast<unsigned char>(text.back()) >= 0x80) return 0;
+    if (make_room(text.size()) != simdjson::SUCCESS) return 0;
+    const auto error = first_pass->stage1(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
+                                          simdjson::stage1_mode::regular);
     return error == simdjson::SUCCESS ? first_pass->n_structural_indexes : 0;
+  }
+
+ private:
+  simdjson::error_code make_room(std::size_t bytes) {
+    constexpr std::size_t kDepth = 1;  // for the second pass, which never comes
+    if (first_pass == nullptr) {
+      return simdjson::get_active_implementation()->create_dom_parser_implementation(bytes, kDepth, first_pass);
+    }
+    return first_pass->capacity() < bytes ? first_pass->set_capacity(bytes) : simdjson::SUCCESS;
   }
 };
 
 JsonTokens::JsonTokens() : parser_(std::make_unique<Parser>()) {}
 JsonTokens::~JsonTokens() = default;
 
-bool JsonTokens::begin(std::string_view text) {
+JsonTokens::Form JsonTokens::begin(std::string_view text) {
   const std::uint32_t count = parser_->find_tokens(text);
-  if (count == 0) return false;
+  if (count == 0) return Form::refused;
   std::uint32_t* tokens = parser_->first_pass->structural_indexes.get();
   const char first = text[tokens[0]];
   const char last = text[tokens[count - 1]];
-  if ((first != '{' && first != '[') || (last != '}' && last != ']')) return false;
-  tokens[count] = tokens[0];  // an opening bracket may not stand where it is read when brackets were left open
+  if (first != '{' && first != '[') return Form::lone;
+  if (last != '}' && last != ']') return Form::refused;
+  tokens[count] = tokens[0];  // read only when a bracket was left open, where an opening one is refused
   text_ = text.data();
   text_end_ = text_ + text.size();
   next_ = tokens;
   end_ = tokens + count;
-  return true;
+  return Form::nested;
 }
 
 detail::Front JsonTokens::front_near_end(std::string_view part) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -23,12 +24,14 @@ class JsonTokens {
   JsonTokens(const JsonTokens&) = delete;
   JsonTokens& operator=(const JsonTokens&) = delete;
 
-  /// Begins with a text, which must stay where it is while its tokens are read. False when the first pass refuses it,
-  /// and for a text that is neither a list nor a dictionary: `lone_value` reads those.
-  bool begin(std::string_view text);
+  enum class Form { refused, lone, nested };
 
-  // The last token is a closing bracket. What may not come is found when it is taken, so that whoever goes no further
-  // then, or when the bracket closes that the text begins with, stays within the text.
+  /// Begins with a text, which must stay where it is while its tokens are read. It is refused when the first pass finds
+  /// a fault, or a bracket is left open. One that is neither a list nor a dictionary is a `lone_value`.
+  Form begin(std::string_view text);
+
+  // Of a nested text. Its last token is a closing bracket: who stops at the first token that may not stand where it
+  // stands, and when the first bracket closes, never reads past the end.
 
   char peek() const { return text_[*next_]; }
   char take() { return text_[*next_++]; }

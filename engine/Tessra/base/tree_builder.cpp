@@ -45,15 +45,19 @@ std::optional<Value> TreeBuilder::build(JsonTokens& tokens, std::size_t max_dept
     tree = build_value(Place{});
     if (!tokens.at_end()) tree.reset();
   } catch (const Refused&) {
-    tree.reset();  // the caller finds out where
+    // The caller finds out where.
   }
   forget();  // the tree may go to another thread
   return tree;
 }
 
 void TreeBuilder::forget() {
-  keys_.clear();
-  values_.clear();
+  // A thread keeps room for the next record, but not for the longest list it ever read.
+  constexpr std::size_t kKept = 65'536;
+  for (std::vector<Value>* read : {&keys_, &values_}) {
+    read->clear();
+    if (read->capacity() > kKept) *read = std::vector<Value>();
+  }
   for (const std::uint32_t place : ids_seen_) ids_[place] = Id();
   ids_seen_.clear();
 }
@@ -195,6 +199,7 @@ std::uint32_t TreeBuilder::number_of(const Value& key) {
 
 Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
   const Open open = here();
+  const bool is_known = is_whole;  // then all of it stands in the usual shape
   for (auto [key, value] : begun) {
     keys_.push_back(key);
     values_.push_back(value);
@@ -209,12 +214,15 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
   if (!is_distinct || !are_names(open)) return make_table(open, is_distinct);
   const Value* names = keys_.data() + open.keys;
   const std::size_t count = keys_.size() - open.keys;
-  learn_usual(usual_at(place), names, count);
+  if (!is_known) learn_usual(usual_at(place), names, count);
   const KeySet* shape = KeySet::frequent_shape_of(names, count);
   return Dict(make_row(open, shape != nullptr ? shape : KeySet::own(names, count, count)));
 }
 
 void TreeBuilder::learn_usual(Usual& usual, const Value* names, std::size_t count) {
+  // Keys are compared with the names of a shape as they are written.
+  const auto is_escaped = [](const Value& name) { return name.as_text().find('\\') != std::string_view::npos; };
+  if (std::any_of(names, names + count, is_escaped)) return;
   const KeySet* learned = nullptr;
   if (usual.shape->count() == 0) {
     constexpr std::uint32_t kChance = 2;

@@ -84,9 +84,9 @@ struct Row {
   /// Adds a value for which there is room.
   Value& add(Value&& value);
   void add_absent(std::size_t more);
-  /// Puts the value that `make` returns where one is absent. It is made in its place.
+  /// Puts the value that `make` returns where one is absent. It is made in its place, and must not throw once it is.
   template <class Make>
-  void put(std::size_t at, Make&& make);
+  void put(std::size_t at, const Make& make);
   /// Adds copies of all values of another row, for which there is room.
   void add_all(const Row& other);
   /// Moves all values of another row here, for which there is room.
@@ -111,7 +111,7 @@ inline void Row::add_absent(std::size_t more) {
   absent += static_cast<std::uint32_t>(more);
 }
 template <class Make>
-void Row::put(std::size_t at, Make&& make) {
+void Row::put(std::size_t at, const Make& make) {
   new (values + at) Value(make());
   --absent;
 }
