@@ -7,9 +7,7 @@
 #include <cstring>
 #include <utility>
 
-namespace tessra {
-
-namespace detail {
+namespace tessra::detail {
 
 /// Up to eight bytes as a word with zeros behind them.
 inline std::uint64_t load(const char* bytes, std::size_t count) {
@@ -43,6 +41,4 @@ Word equal_bytes(Word word, unsigned byte) {
   return (differ - each<Word>(1)) & ~differ & each<Word>(0x80);
 }
 
-}  // namespace detail
-
-}  // namespace tessra
+}  // namespace tessra::detail

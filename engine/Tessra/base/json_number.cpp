@@ -54,7 +54,8 @@ JsonNumber read_short(std::string_view text, bool is_negative) {
   const Word points = detail::equal_bytes(digits, '.' ^ '0');
   const bool is_real = points != 0;
   const int point = lowest_bit(points | Word{1} << (8 * kBytes - 1)) / 8;  // the last place when there is none
-  const Word unit = Word{is_real} << 8 * point;
+  // The highest bit is among those asked for, so that the point lies in the word.
+  const Word unit = Word{is_real} << 8 * point;  // NOLINT(clang-analyzer-core.UndefinedBinaryOperatorResult)
   const Word before = unit - is_real;
   const Word behind = ~(before | ((unit << 8) - unit));
   digits = (digits & before) << 8 | (digits & behind);
