@@ -141,23 +141,16 @@ void Dict::own_keys(std::size_t more) {
   if (row_->keys->is_shape()) row_->keys = KeySet::own(row_->keys->begin(), row_->count, row_->count + more);
 }
 
-Row& Dict::row() const {
-  if (row_ == nullptr) row_ = Row::make(kUsualRoom, KeySet::none());
-  return *row_;
-}
+Row& Dict::make_row() const { return *(row_ = Row::make(kUsualRoom, KeySet::none())); }
 
 // ---- The handle -------------------------------------------------------------------------------------------------
 
 Dict::Dict(std::initializer_list<std::pair<KeyRef, Value>> entries) : Dict() {
   for (const auto& [key, value] : entries) set(key, value);
 }
-Dict::Dict(const Dict& other) : row_(&other.row()) { ++row_->refs; }
 Dict& Dict::operator=(Dict other) noexcept {
   std::swap(row_, other.row_);
   return *this;
-}
-Dict::~Dict() {
-  if (row_ != nullptr && --row_->refs == 0) Row::end(row_);
 }
 
 void Dict::reserve(std::size_t count) {

@@ -170,7 +170,8 @@ class Dict {
   friend class Value;
   explicit Dict(Row* row) : row_(row) {}
   /// What is written to or shared; a handle that had none gets one now.
-  Row& row() const;
+  Row& row() const { return row_ != nullptr ? *row_ : make_row(); }
+  Row& make_row() const;
   static bool equal(const Dict& a, const Dict& b, int depth);
   /// Adds an entry that is known not to be there.
   Value& append(Value key, Value value);

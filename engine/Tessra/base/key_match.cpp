@@ -4,12 +4,17 @@
 
 namespace tessra {
 
+thread_local constinit KeyMatch* KeyMatch::remembered_ = nullptr;
+
+KeyMatch* KeyMatch::remember() {
+  static thread_local std::array<KeyMatch, kRemembered> table;
+  return remembered_ = table.data();
+}
+
 const KeyMatch& KeyMatch::of_shapes(const KeySet* held, const KeySet* fresh) {
-  constexpr std::size_t kRemembered = 1024;
-  static thread_local std::array<KeyMatch, kRemembered> remembered;
   const auto bits = [](const KeySet* keys) { return reinterpret_cast<std::uintptr_t>(keys); };
   const std::uint64_t hash = (bits(held) * 0x9E3779B97F4A7C15 ^ bits(fresh)) * 0xD1B54A32D192ED03;
-  KeyMatch& match = remembered[(hash >> 40) % kRemembered];
+  KeyMatch& match = (remembered_ != nullptr ? remembered_ : remember())[(hash >> 40) % kRemembered];
   if (!match.is_of(held, fresh)) match.find_places(held, fresh);
   return match;
 }

@@ -8,21 +8,14 @@
 
 namespace tessra {
 
-Row& List::row() const {
-  if (row_ == nullptr) row_ = Row::make(0, nullptr);
-  return *row_;
-}
+Row& List::make_row() const { return *(row_ = Row::make(0, nullptr)); }
 
 List::List(std::initializer_list<Value> values) : row_(Row::make(values.size(), nullptr)) {
   for (const Value& value : values) row_->add(Value(value));
 }
-List::List(const List& other) : row_(&other.row()) { ++row_->refs; }
 List& List::operator=(List other) noexcept {
   std::swap(row_, other.row_);
   return *this;
-}
-List::~List() {
-  if (row_ != nullptr && --row_->refs == 0) Row::end(row_);
 }
 
 std::size_t List::size() const { return row_ != nullptr ? row_->count : 0; }

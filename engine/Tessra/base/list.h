@@ -53,7 +53,8 @@ class List {
   friend class Value;
   explicit List(Row* row) : row_(row) {}
   /// What is written to or shared; a handle that had none gets one now.
-  Row& row() const;
+  Row& row() const { return row_ != nullptr ? *row_ : make_row(); }
+  Row& make_row() const;
   static bool equal(const List& a, const List& b, int depth);
 
   mutable Row* row_;  // null for an empty list that no other handle knows

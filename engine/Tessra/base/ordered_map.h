@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Tessra/base/error.h"
+#include "Tessra/base/hash_index.h"
 #include "Tessra/base/name.h"
 
 namespace tessra {
@@ -20,7 +21,7 @@ namespace tessra {
 /// place, erasing keeps the order of the rest. Pointers from `find` are valid until the next insertion.
 ///
 /// Entries stand in a vector in the order of their insertion. Small maps are searched from front to back; larger ones
-/// through an open-addressing index of entry numbers. Erasing marks an entry dead and moves nothing; dead entries are
+/// through an index by the hashes of their keys. Erasing marks an entry dead and moves nothing; dead entries are
 /// squeezed out when an insertion finds too many.
 template <class T>
 class OrderedMap {
@@ -87,10 +88,6 @@ class OrderedMap {
     std::uint32_t hash;
     bool live;
   };
-  struct Slot {
-    std::uint32_t hash;
-    std::uint32_t number;  // of the entry, + 1; 0 for an empty slot
-  };
   static constexpr std::size_t kScanLimit = 8;
 
   const Entry* find_entry(std::string_view key, std::uint32_t hash) const;
@@ -98,12 +95,10 @@ class OrderedMap {
   void fetch(std::span<const Sought> keys) const;
   void make_room();
   void squeeze();
-  /// Makes an index for `count` entries at a load of at most a half and links what is there.
-  void rebuild_index(std::size_t count);
-  void link(std::uint32_t hash, std::uint32_t number);
+  void make_index();
 
   std::vector<Entry> entries_;
-  std::vector<Slot> index_;  // empty while the map is small
+  HashIndex index_;  // empty while the map is small
   std::size_t live_ = 0;
 };
 
@@ -144,9 +139,9 @@ T& OrderedMap<T>::set(std::string_view key, T value) {
   const std::uint32_t hash = hash_text(key);
   if (const Entry* existing = find_entry(key, hash)) return const_cast<Entry*>(existing)->value = std::move(value);
   make_room();
+  if (!index_.empty()) index_.add(hash, static_cast<std::uint32_t>(entries_.size()));
   entries_.push_back(Entry{std::string(key), std::move(value), hash, true});
   ++live_;
-  if (!index_.empty()) link(hash, static_cast<std::uint32_t>(entries_.size()));
   return entries_.back().value;
 }
 
@@ -166,7 +161,7 @@ template <class T>
 void OrderedMap<T>::clear() {
   // Destroyed last, as in `erase`.
   const std::vector<Entry> gone = std::exchange(entries_, {});
-  index_.clear();
+  index_.release();
   live_ = 0;
 }
 
@@ -178,13 +173,9 @@ const typename OrderedMap<T>::Entry* OrderedMap<T>::find_entry(std::string_view 
     }
     return nullptr;
   }
-  const std::size_t mask = index_.size() - 1;
-  for (std::size_t slot = hash & mask; index_[slot].number != 0; slot = (slot + 1) & mask) {
-    if (index_[slot].hash != hash) continue;  // decided here, without a look at the entry
-    const Entry& entry = entries_[index_[slot].number - 1];
-    if (entry.live && entry.key == key) return &entry;
-  }
-  return nullptr;
+  const std::uint32_t at =
+      index_.find(hash, [&](std::uint32_t place) { return entries_[place].live && entries_[place].key == key; });
+  return at != HashIndex::kNowhere ? &entries_[at] : nullptr;
 }
 
 template <class T>
@@ -203,45 +194,33 @@ std::vector<const T*> OrderedMap<T>::find_all(std::span<const Sought> keys) cons
 template <class T>
 void OrderedMap<T>::fetch(std::span<const Sought> keys) const {
   // One after the other for all of them: the slots, the entries, the texts of their keys.
-  const auto for_each_slot = [&](auto&& visit) {
-    for (const Sought& sought : keys) visit(index_[sought.hash & (index_.size() - 1)]);
+  for (const Sought& sought : keys) index_.fetch(sought.hash);
+  const auto for_each_entry = [&](auto&& visit) {
+    for (const Sought& sought : keys) {
+      const std::uint32_t at = index_.likely(sought.hash);
+      if (at != HashIndex::kNowhere) visit(entries_[at]);
+    }
   };
-  for_each_slot([](const Slot& slot) { __builtin_prefetch(&slot); });
-  for_each_slot([this](const Slot& slot) {
-    if (slot.number != 0) __builtin_prefetch(&entries_[slot.number - 1]);
-  });
-  for_each_slot([this](const Slot& slot) {
-    if (slot.number != 0) __builtin_prefetch(entries_[slot.number - 1].key.data());
-  });
+  for_each_entry([](const Entry& entry) { __builtin_prefetch(&entry); });
+  for_each_entry([](const Entry& entry) { __builtin_prefetch(entry.key.data()); });
 }
 
 template <class T>
 void OrderedMap<T>::make_room() {
   if (entries_.size() - live_ > live_ / 2 + kScanLimit) squeeze();
-  const std::size_t wanted = entries_.size() + 1;
-  if (wanted > kScanLimit && 2 * wanted > index_.size()) rebuild_index(2 * wanted);
+  if (entries_.size() == kScanLimit && index_.empty()) make_index();
 }
 
 template <class T>
 void OrderedMap<T>::squeeze() {
   std::erase_if(entries_, [](const Entry& entry) { return !entry.live; });
-  if (!index_.empty()) rebuild_index(entries_.size() + 1);
+  if (!index_.empty()) make_index();
 }
 
 template <class T>
-void OrderedMap<T>::rebuild_index(std::size_t count) {
-  std::size_t slots = 4 * kScanLimit;
-  while (slots < 2 * count) slots *= 2;
-  index_.assign(slots, Slot{0, 0});
-  for (std::size_t i = 0; i < entries_.size(); ++i) link(entries_[i].hash, static_cast<std::uint32_t>(i + 1));
-}
-
-template <class T>
-void OrderedMap<T>::link(std::uint32_t hash, std::uint32_t number) {
-  const std::size_t mask = index_.size() - 1;
-  std::size_t slot = hash & mask;
-  while (index_[slot].number != 0) slot = (slot + 1) & mask;
-  index_[slot] = {hash, number};
+void OrderedMap<T>::make_index() {
+  index_.reset(entries_.size() + 1);
+  for (std::size_t at = 0; at < entries_.size(); ++at) index_.add(entries_[at].hash, static_cast<std::uint32_t>(at));
 }
 
 }  // namespace tessra

@@ -127,10 +127,11 @@ class Row::Ending {
   /// What the open rows hold next; nothing when they hold no more.
   Held next() {
     while (open_ != nullptr) {
-      while (open_->come_to < open_->count) {
-        const std::uint32_t at = open_->come_to++;
+      const std::uint32_t count = open_->count;
+      for (std::uint32_t at = open_->come_to; at < count; ++at) {
         const Value& value = open_->values[at];
         if (!value.is_counted() || value.counted_ == nullptr) continue;
+        open_->come_to = at + 1;
         open_->fetch_held(at);
         ++waiting_;
         return {value.counted_, value.tag()};
@@ -163,6 +164,15 @@ class Row::Ending {
 
 thread_local constinit Row::Ending* Row::Ending::innermost_ = nullptr;
 
-void Row::end(Row* row) noexcept { Ending::end(row); }
+void Row::end(Row* row) noexcept {
+  if (row->count > 0) {
+    Ending::end(row);
+    return;
+  }
+  // Mostly its values went to another row.
+  if (row->keys != nullptr) KeySet::drop(row->keys);
+  row->free_outside();
+  row->free_block();
+}
 
 }  // namespace tessra

@@ -58,8 +58,7 @@ void TreeBuilder::forget() {
     read->clear();
     if (read->capacity() > kKept) *read = std::vector<Value>();
   }
-  for (const std::uint32_t place : ids_seen_) ids_[place] = Id();
-  ids_seen_.clear();
+  ids_.clear();
 }
 
 TreeBuilder& TreeBuilder::of_thread() {
@@ -200,17 +199,22 @@ std::uint32_t TreeBuilder::number_of(const Value& key) {
 Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
   const Open open = here();
   const bool is_known = is_whole;  // then all of it stands in the usual shape
-  for (auto [key, value] : begun) {
-    keys_.push_back(key);
+  const std::uint64_t number = ++dicts_;
+  bool is_distinct = true;
+  const auto take_key = [&](Key key) {
+    // A key last met in a dictionary inside this one may have been met here before.
+    is_distinct = is_distinct && key.last_with != nullptr && std::exchange(*key.last_with, number) < number;
+    keys_.push_back(std::move(key.value));
+  };
+  for (auto [name, value] : begun) {
+    take_key({name, &last_with(*name.name_)});
     values_.push_back(value);
   }
   while (!is_whole) {
-    keys_.push_back(next_key());
-    const Value& key = keys_.back();
-    values_.push_back(build_value(place.of(number_of(key))));
+    take_key(next_key());
+    values_.push_back(build_value(place.of(number_of(keys_.back()))));
     is_whole = !goes_on('}');
   }
-  const bool is_distinct = are_distinct(open);
   if (!is_distinct || !are_names(open)) return make_table(open, is_distinct);
   const Value* names = keys_.data() + open.keys;
   const std::size_t count = keys_.size() - open.keys;
@@ -253,26 +257,9 @@ bool TreeBuilder::are_names(Open open) const {
                      [](const Value& key) { return key.tag() == Value::Tag::name; });
 }
 
-bool TreeBuilder::are_distinct(Open open) {
-  ++dict_number_;
-  for (std::size_t at = open.keys; at < keys_.size(); ++at) {
-    std::uint32_t* last = last_with(keys_[at]);
-    if (last == nullptr || std::exchange(*last, dict_number_) == dict_number_) return false;
-  }
-  return true;
-}
-
-std::uint32_t* TreeBuilder::last_with(const Value& key) {
-  if (key.tag() == Value::Tag::name) {
-    const std::uint32_t number = key.name_->number;
-    if (number >= seen_in_.size()) seen_in_.resize(2 * number + 64);
-    return &seen_in_[number];
-  }
-  if (key.tag() != Value::Tag::string) return nullptr;
-  Id& id = ids_[key.known_hash() % kIds];
-  const bool is_it = id.text.is_counted() && id.text.counted_ == key.counted_;
-  // What may become a name can stand in one dictionary both as a text and as that name.
-  return is_it && !id.may_be_name ? &id.seen_in : nullptr;
+std::uint64_t& TreeBuilder::last_with(const Name::Rep& name) {
+  if (name.number >= last_with_.size()) last_with_.resize(2 * name.number + 64);
+  return last_with_[name.number];
 }
 
 Row* TreeBuilder::make_row(Open open, const KeySet* keys) {
@@ -301,24 +288,21 @@ Dict TreeBuilder::make_table(Open open, bool is_distinct) {
   return dict;
 }
 
-Value TreeBuilder::key_of(std::string_view text) {
+TreeBuilder::Key TreeBuilder::key_of(std::string_view text) {
   const std::uint32_t hash = hash_text(text);
-  // An id stands in several tables of a record, which then share its text.
   const bool is_long = text.size() > Value::kShortText;
-  Id& id = ids_[hash % kIds];
-  const bool is_known = is_long && id.is(text, hash);
-  if (is_known && !id.may_be_name) return id.text;
+  RecordIds::Id* id = is_long ? ids_.find(text, hash) : nullptr;
+  if (id != nullptr && !id->may_be_name) return {id->text, &id->last_with};
 
-  const bool may_be_name = is_known || looks_like_name(text);
-  const Name::Rep* name = Name::lookup(text, hash);
+  // Ids mostly tell by their looks that no name is to be looked for.
+  const bool may_be_name = id != nullptr || looks_like_name(text);
+  const Name::Rep* name = may_be_name || !is_long ? Name::lookup(text, hash) : nullptr;
   if (name == nullptr && may_be_name) name = learn(text, hash);
-  if (name != nullptr) return Name(name);
-  if (!is_long) return text;
-  if (!is_known) {
-    id = {Value(text, hash), may_be_name};
-    ids_seen_.push_back(hash % kIds);
-  }
-  return id.text;
+  if (name != nullptr) return {Name(name), &last_with(*name)};
+  if (!is_long) return {text, nullptr};
+  if (id == nullptr) id = &ids_.add(text, hash, may_be_name);
+  // What may become a name can stand in one dictionary both as a text and as that name.
+  return {id->text, may_be_name ? nullptr : &id->last_with};
 }
 
 const Name::Rep* TreeBuilder::learn(std::string_view text, std::uint32_t hash) {
@@ -335,7 +319,7 @@ const Name::Rep* TreeBuilder::learn(std::string_view text, std::uint32_t hash) {
   return name ? name->rep_ : nullptr;
 }
 
-Value TreeBuilder::next_key() {
+TreeBuilder::Key TreeBuilder::next_key() {
   expect('"');
   const std::string_view written = tokens_->taken_text();
   expect(':');

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Tessra/base/json_tokens.h"
+#include "Tessra/base/record_ids.h"
 #include "Tessra/base/value.h"
 
 namespace tessra {
@@ -44,6 +45,12 @@ class TreeBuilder {
   struct Open {
     std::size_t keys, values;
   };
+  struct Key {
+    Value value;
+    /// The number of the last dictionary that was found to have it; null when that is not known. Valid until the next
+    /// key is read.
+    std::uint64_t* last_with;
+  };
   TreeBuilder() = default;
   /// Parts with what belongs to a record.
   void forget();
@@ -70,11 +77,8 @@ class TreeBuilder {
   Dict read_freely(Place place, const Dict& begun, bool is_whole);
   /// Whether the keys since `open` are names.
   bool are_names(Open open) const;
-  /// Whether each of the keys since `open` is known to be there once.
-  bool are_distinct(Open open);
-  /// The number of the last dictionary that was found to have this key; null for a key of which that is not known. An
-  /// id is known by its address: one whose slot went to another id meanwhile is not.
-  std::uint32_t* last_with(const Value& key);
+  /// The number of the last dictionary that was found to have this name.
+  std::uint64_t& last_with(const Name::Rep& name);
   /// Takes what was seen at a place into its usual shape, if the two go together.
   void learn_usual(Usual& usual, const Value* names, std::size_t count);
   /// The values read since `open`, of a dictionary with these keys, or of a list.
@@ -82,8 +86,8 @@ class TreeBuilder {
   /// A dictionary of what was read since `open`, with keys of its own; the last of equal keys wins at the place of the
   /// first.
   Dict make_table(Open open, bool is_distinct);
-  Value next_key();
-  Value key_of(std::string_view text);
+  Key next_key();
+  Key key_of(std::string_view text);
   const Name::Rep* learn(std::string_view text, std::uint32_t hash);
   /// Whether a comma comes next, and not the bracket.
   bool goes_on(char closing);
@@ -93,18 +97,7 @@ class TreeBuilder {
 
   static constexpr int kPlaceBits = 11;
   static constexpr std::size_t kCounted = 4096;
-  static constexpr std::size_t kIds = 16'384;
 
-  /// A long key that is not known as a name: an id, or a name that may still be learned.
-  struct Id {
-    Value text;
-    bool may_be_name = false;
-    std::uint32_t seen_in = 0;  // the last dictionary that was found to have it
-
-    bool is(std::string_view other, std::uint32_t hash) const {
-      return text.tag() == Value::Tag::string && text.known_hash() == hash && text.as_text() == other;
-    }
-  };
   struct Sighting {
     std::uint32_t hash = 0;
     std::uint32_t times = 0;
@@ -118,14 +111,12 @@ class TreeBuilder {
   std::vector<Value> keys_, values_;
 
   std::vector<Usual> usual_ = std::vector<Usual>(std::size_t{1} << kPlaceBits);
-  // Ids of the record that is being read, by their hashes.
-  std::vector<Id> ids_ = std::vector<Id>(kIds);
-  std::vector<std::uint32_t> ids_seen_;
+  RecordIds ids_;
 
   std::vector<Sighting> sightings_ = std::vector<Sighting>(kCounted);
   std::uint32_t record_ = 0;
-  std::vector<std::uint32_t> seen_in_;  // by name number: the last dictionary that was found to have the name
-  std::uint32_t dict_number_ = 0;
+  std::vector<std::uint64_t> last_with_;  // by name number
+  std::uint64_t dicts_ = 0;               // begun so far, which numbers them
 };
 
 }  // namespace tessra

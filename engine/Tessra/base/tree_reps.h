@@ -76,6 +76,9 @@ struct Row {
   std::size_t first() const { return keys->first(); }
   /// The value at this place, or null when it is absent.
   Value* present(std::size_t at) const;
+  /// Which of the values from this place on, up to 64, are not absent, as bits. Where any field may be left out, no
+  /// branch on one can be foretold.
+  std::uint64_t present_from(std::size_t at) const;
   void erase(std::uint32_t at);
 
   Value* inside() { return reinterpret_cast<Value*>(this + 1); }
@@ -129,6 +132,14 @@ inline void Row::fetch() const {
   constexpr std::size_t kMost = 12;
   const auto* begin = reinterpret_cast<const char*>(this);
   for (std::size_t line = 0; line < kMost; ++line) __builtin_prefetch(begin + line * kLine);
+}
+inline std::uint64_t Row::present_from(std::size_t at) const {
+  std::uint64_t bits = 0;
+#pragma GCC unroll 4
+  for (std::size_t end = std::min<std::size_t>(count, at + 64); end > at; --end) {
+    bits = 2 * bits + (values[end - 1].is_absent() ? 0 : 1);
+  }
+  return bits;
 }
 inline Value* Row::present(std::size_t at) const { return values[at].is_absent() ? nullptr : values + at; }
 
@@ -235,6 +246,15 @@ inline std::uint32_t KeySet::scan(const KeyRef& ref) const {
   return kNowhere;
 }
 
+inline List::List(const List& other) : row_(&other.row()) { ++row_->refs; }
+inline List::~List() {
+  if (row_ != nullptr && --row_->refs == 0) Row::end(row_);
+}
+inline Dict::Dict(const Dict& other) : row_(&other.row()) { ++row_->refs; }
+inline Dict::~Dict() {
+  if (row_ != nullptr && --row_->refs == 0) Row::end(row_);
+}
+
 inline void Dict::fetch() const {
   if (row_ != nullptr) row_->fetch();
 }
@@ -264,9 +284,9 @@ void Dict::match(const Dict& fresh, Visit&& visit) {
   const Row& from = *source.row_;
   const KeySet* keys = nullptr;
   const KeyMatch* places = nullptr;
-  for (std::size_t at = from.first(); at < from.count; ++at) {
-    const Value* value = from.present(at);
-    if (value == nullptr) continue;
+  const auto visit_one = [&](std::size_t at) {
+    const Value* value = at < from.count ? from.present(at) : nullptr;
+    if (value == nullptr) return;  // the visitor wrote to what it visits
     const Value& key = from.keys->key(at);
     if (row().keys != keys || (places != nullptr && !places->is_of(keys, from.keys))) {
       keys = row_->keys;
@@ -278,6 +298,10 @@ void Dict::match(const Dict& fresh, Visit&& visit) {
       const std::uint32_t place = places->place(at);
       visit(key, place != KeySet::kNowhere ? row_->present(place) : nullptr, *value);
     }
+  };
+  for (std::size_t at = from.first(); at < from.count; at += 64) {
+    for (std::uint64_t some = from.present_from(at); some != 0; some &= some - 1)
+      visit_one(at + std::countr_zero(some));
   }
 }
 

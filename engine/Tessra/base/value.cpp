@@ -47,11 +47,6 @@ Value::Value(std::shared_ptr<void> object, std::type_index type) : Value() {
   head_ = head_of(Tag::host);
 }
 
-std::string_view Value::long_text() const {
-  if (tag() == Tag::string) return {string_->bytes, string_->size};
-  fail_kind(Kind::string);
-}
-
 void Value::end() noexcept {
   if (is_list() || is_dict()) {
     Row::end(row_);
@@ -108,26 +103,6 @@ double Value::as_real() const {
   if (is_real()) return real_;
   if (is_integer() || is_bool()) return static_cast<double>(integer_);
   fail_kind(Kind::real);
-}
-
-const List& Value::as_list() const& {
-  if (!is_list()) fail_kind(Kind::list);
-  return list_;
-}
-
-List& Value::as_list() & {
-  if (!is_list()) fail_kind(Kind::list);
-  return list_;
-}
-
-const Dict& Value::as_dict() const& {
-  if (!is_dict()) fail_kind(Kind::dictionary);
-  return dict_;
-}
-
-Dict& Value::as_dict() & {
-  if (!is_dict()) fail_kind(Kind::dictionary);
-  return dict_;
 }
 
 bool Value::holds_host(std::type_index type) const { return tag() == Tag::host && host_->type == type; }

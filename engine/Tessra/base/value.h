@@ -115,11 +115,17 @@ class Value {
     return long_text();
   }
   std::string_view as_text() const&& = delete;  // the bytes would be gone
-  const List& as_list() const&;
-  List& as_list() &;
+  const List& as_list() const& {
+    if (!is_list()) fail_kind(Kind::list);
+    return list_;
+  }
+  List& as_list() & { return const_cast<List&>(std::as_const(*this).as_list()); }
   List as_list() && { return as_list(); }
-  const Dict& as_dict() const&;
-  Dict& as_dict() &;
+  const Dict& as_dict() const& {
+    if (!is_dict()) fail_kind(Kind::dictionary);
+    return dict_;
+  }
+  Dict& as_dict() & { return const_cast<Dict&>(std::as_const(*this).as_dict()); }
   Dict as_dict() && { return as_dict(); }
   /// The host object, as the type it was stored with.
   template <class T>
@@ -165,6 +171,7 @@ class Value {
   friend class List;
   friend class DeepCopy;
   friend class TreeBuilder;
+  friend class RecordIds;
   struct HostRep;
   struct Counted {
     std::uint32_t refs;  // what all that is counted begins with
@@ -220,7 +227,10 @@ class Value {
   bool is_counted() const noexcept { return tag() >= Tag::string; }
   bool is_absent() const noexcept { return tag() == Tag::absent; }
   const char* short_text() const noexcept { return reinterpret_cast<const char*>(this) + 2; }
-  std::string_view long_text() const;
+  std::string_view long_text() const {
+    if (tag() != Tag::string) fail_kind(Kind::string);
+    return {string_->bytes, string_->size};
+  }
   /// Ends what this value held the last reference to.
   void end() noexcept;
   /// The same for a long text or a host object.

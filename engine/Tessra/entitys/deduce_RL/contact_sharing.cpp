@@ -60,8 +60,7 @@ void Deduction::share_updated_contacts(const FriendViews& views) {
     const auto known_unit = [&known_units](const Value& unit_id) { return known_units.find(unit_id); };
     visit_found(view.units, find_each(view.units, known_unit),
                 [](const Value& unit_id, const Value& unit, Value* known) {
-                  if (known != nullptr)
-                    *known = cf::update_dict(entry_dict(unit_id, *known), entry_dict(unit_id, unit));
+                  if (known != nullptr) cf::update_dict(entry_dict(unit_id, *known), entry_dict(unit_id, unit));
                 });
     if (!friend_side_contacts.contains(share.friend_id)) friend_side_contacts.set(share.friend_id, Dict());
     Dict record = friend_side_contacts.at_dict(share.friend_id);

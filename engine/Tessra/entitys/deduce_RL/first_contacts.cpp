@@ -1,8 +1,6 @@
 #include "Tessra/entitys/deduce_RL/first_contacts.h"
 
 #include <algorithm>
-#include <bit>
-#include <utility>
 
 #include "Tessra/entitys/deduce_RL/record_parts.h"
 #include "Tessra/entitys/field_names.h"
@@ -14,15 +12,13 @@ const Dict* FirstContacts::on(const Value& unit_id) {
   // Ids are texts; whatever else a record may carry is looked for.
   if (is_odd_ || !unit_id.is_string()) return look_for(unit_id);
   const std::uint32_t hash = KeyRef(unit_id).hash();
-  const std::size_t mask = notes_.size() - 1;
   const Value* first = nullptr;
-  for (std::size_t slot = hash & mask; notes_[slot].number != 0; slot = (slot + 1) & mask) {
-    if (notes_[slot].hash != hash) continue;
-    const Value& contact = contacts_.at_place(notes_[slot].number - 1);
-    if (first != nullptr && first <= &contact) continue;
+  notes_.for_each(hash, [&](std::uint32_t place) {
+    const Value& contact = contacts_.at_place(place);
+    if (first != nullptr && first <= &contact) return;
     const Value* actual = contact.as_dict().find(names::kActualUnitID);
     if (actual != nullptr && *actual == unit_id) first = &contact;
-  }
+  });
   return first != nullptr ? &first->as_dict() : nullptr;
 }
 
@@ -44,8 +40,8 @@ void FirstContacts::adopt(const Value& contact_id, const Value& contact) {
 
 void FirstContacts::note_all() {
   is_noted_ = true;
-  end_ = noted_ = 0;
-  notes_.assign(std::bit_ceil(2 * contacts_.size() + 16), Note{});
+  end_ = 0;
+  notes_.reset(contacts_.size());
   for (auto [contact_id, contact] : contacts_) note(contact);
 }
 
@@ -59,19 +55,7 @@ void FirstContacts::note(const Value& contact) {
   }
   const Value* unit_id = fields->find(names::kActualUnitID);
   if (unit_id == nullptr || !unit_id->is_string()) return;
-  if (2 * ++noted_ > notes_.size()) {
-    for (const Note& note : std::exchange(notes_, std::vector<Note>(2 * notes_.size()))) {
-      if (note.number != 0) put(note);
-    }
-  }
-  put({KeyRef(*unit_id).hash(), static_cast<std::uint32_t>(place + 1)});
-}
-
-void FirstContacts::put(Note note) {
-  const std::size_t mask = notes_.size() - 1;
-  std::size_t slot = note.hash & mask;
-  while (notes_[slot].number != 0) slot = (slot + 1) & mask;
-  notes_[slot] = note;
+  notes_.add(KeyRef(*unit_id).hash(), static_cast<std::uint32_t>(place));
 }
 
 const Dict* FirstContacts::look_for(const Value& unit_id) const {

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
+#include "Tessra/base/hash_index.h"
 #include "Tessra/base/value.h"
 
 namespace tessra {
@@ -28,22 +26,14 @@ class FirstContacts {
   void adopt(const Value& contact_id, const Value& contact);
 
  private:
-  /// That the contact at this place of the table is on a unit whose id has this hash. Open addressing.
-  struct Note {
-    std::uint32_t hash = 0;
-    std::uint32_t number = 0;  // place + 1; 0 for no note
-  };
-
   void note_all();
   void note(const Value& contact);
-  void put(Note note);
   const Dict* look_for(const Value& unit_id) const;
 
   Dict contacts_;
   bool is_noted_ = false;
   bool is_odd_ = false;  // something in the table is no contact
-  std::vector<Note> notes_;
-  std::size_t noted_ = 0;
+  HashIndex notes_;      // where a contact on a unit may stand, by the hash of the unit's id
   std::size_t end_ = 0;  // behind the last place that was noted
 };
 

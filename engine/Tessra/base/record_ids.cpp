@@ -1,0 +1,17 @@
+#include "Tessra/base/record_ids.h"
+
+namespace tessra {
+
+RecordIds::Id& RecordIds::add(std::string_view text, std::uint32_t hash, bool may_be_name) {
+  index_.add(hash, static_cast<std::uint32_t>(ids_.size()));
+  return ids_.emplace_back(Value(text, hash), may_be_name);
+}
+
+void RecordIds::clear() {
+  constexpr std::size_t kKept = 65'536;  // a thread does not keep room for the largest record it ever read
+  index_.reset(std::min(ids_.size(), kKept));
+  ids_.clear();
+  if (ids_.capacity() > kKept) ids_ = {};
+}
+
+}  // namespace tessra
