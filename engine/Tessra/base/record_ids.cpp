@@ -4,7 +4,8 @@ namespace tessra {
 
 RecordIds::Id& RecordIds::add(std::string_view text, std::uint32_t hash, bool may_be_name) {
   index_.add(hash, static_cast<std::uint32_t>(ids_.size()));
-  return ids_.emplace_back(Value(text, hash), may_be_name);
+  ids_.push_back({Value(text, hash), may_be_name});
+  return ids_.back();
 }
 
 void RecordIds::clear() {
