@@ -93,6 +93,7 @@ class Pool {
   static void* take_slowly(std::size_t bytes);
   static void give_slowly(void* memory, std::size_t bytes) noexcept;
   static void* cut(Thread& thread, std::size_t size);
+  static void* cut_run(Thread& thread, Shelf& shelf, std::size_t size);
   static std::byte* map(std::size_t bytes);
   static Depot& depot();
   static Thread* join();
