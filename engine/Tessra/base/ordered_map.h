@@ -139,9 +139,9 @@ T& OrderedMap<T>::set(std::string_view key, T value) {
   const std::uint32_t hash = hash_text(key);
   if (const Entry* existing = find_entry(key, hash)) return const_cast<Entry*>(existing)->value = std::move(value);
   make_room();
-  if (!index_.empty()) index_.add(hash, static_cast<std::uint32_t>(entries_.size()));
   entries_.push_back(Entry{std::string(key), std::move(value), hash, true});
   ++live_;
+  if (!index_.empty()) index_.add(hash, static_cast<std::uint32_t>(entries_.size() - 1));
   return entries_.back().value;
 }
 

@@ -3,12 +3,13 @@
 namespace tessra {
 
 RecordIds::Id& RecordIds::add(std::string_view text, std::uint32_t hash, bool may_be_name) {
-  index_.add(hash, static_cast<std::uint32_t>(ids_.size()));
   ids_.push_back({Value(text, hash), may_be_name});
+  index_.add(hash, static_cast<std::uint32_t>(ids_.size() - 1));
   return ids_.back();
 }
 
 void RecordIds::clear() {
+  if (ids_.empty()) return;              // the room that the last record needed stays
   constexpr std::size_t kKept = 65'536;  // a thread does not keep room for the largest record it ever read
   index_.reset(std::min(ids_.size(), kKept));
   ids_.clear();
