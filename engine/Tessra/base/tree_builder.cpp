@@ -202,7 +202,7 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
   const std::uint64_t number = ++dicts_;
   bool is_distinct = true;
   const auto take_key = [&](Key key) {
-    // A key last met in a dictionary inside this one may have been met here before.
+    // A key last met in a dictionary inside this one may have been met here before; names are asked again below.
     is_distinct = is_distinct && key.last_with != nullptr && std::exchange(*key.last_with, number) < number;
     keys_.push_back(std::move(key.value));
   };
@@ -215,7 +215,9 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
     values_.push_back(build_value(place.of(number_of(keys_.back()))));
     is_whole = !goes_on('}');
   }
-  if (!is_distinct || !are_names(open)) return make_table(open, is_distinct);
+  const bool are_all_names = are_names(open);
+  if (!is_distinct && are_all_names) is_distinct = are_distinct_names(open);
+  if (!is_distinct || !are_all_names) return make_table(open, is_distinct);
   const Value* names = keys_.data() + open.keys;
   const std::size_t count = keys_.size() - open.keys;
   if (!is_known) learn_usual(usual_at(place), names, count);
@@ -255,6 +257,12 @@ void TreeBuilder::learn_usual(Usual& usual, const Value* names, std::size_t coun
 bool TreeBuilder::are_names(Open open) const {
   return std::all_of(keys_.begin() + static_cast<std::ptrdiff_t>(open.keys), keys_.end(),
                      [](const Value& key) { return key.tag() == Value::Tag::name; });
+}
+
+bool TreeBuilder::are_distinct_names(Open open) {
+  const std::uint64_t number = ++dicts_;
+  return std::all_of(keys_.begin() + static_cast<std::ptrdiff_t>(open.keys), keys_.end(),
+                     [&](const Value& key) { return std::exchange(last_with(*key.name_), number) != number; });
 }
 
 std::uint64_t& TreeBuilder::last_with(const Name::Rep& name) {

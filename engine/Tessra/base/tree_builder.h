@@ -77,6 +77,8 @@ class TreeBuilder {
   Dict read_freely(Place place, const Dict& begun, bool is_whole);
   /// Whether the keys since `open` are names.
   bool are_names(Open open) const;
+  /// Whether each of the keys since `open`, which are names, is there once.
+  bool are_distinct_names(Open open);
   /// The number of the last dictionary that was found to have this name.
   std::uint64_t& last_with(const Name::Rep& name);
   /// Takes what was seen at a place into its usual shape, if the two go together.
