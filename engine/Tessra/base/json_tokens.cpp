@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "Tessra/base/bytes.h"
+#include "Tessra/base/large_pages.h"
 
 namespace tessra {
 
@@ -26,10 +27,14 @@ struct JsonTokens::Parser {
  private:
   simdjson::error_code make_room(std::size_t bytes) {
     constexpr std::size_t kDepth = 1;  // for the second pass, which never comes
-    if (first_pass == nullptr) {
-      return simdjson::get_active_implementation()->create_dom_parser_implementation(bytes, kDepth, first_pass);
+    if (first_pass != nullptr && first_pass->capacity() >= bytes) return simdjson::SUCCESS;
+    const auto error = first_pass != nullptr ? first_pass->set_capacity(bytes)
+                                             : simdjson::get_active_implementation()->create_dom_parser_implementation(
+                                                   bytes, kDepth, first_pass);
+    if (error == simdjson::SUCCESS) {
+      ask_for_large_pages(first_pass->structural_indexes.get(), bytes * sizeof(std::uint32_t));
     }
-    return first_pass->capacity() < bytes ? first_pass->set_capacity(bytes) : simdjson::SUCCESS;
+    return error;
   }
 };
 

@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+#include "Tessra/base/large_pages.h"
+
 namespace tessra {
 
 thread_local constinit Pool::Thread* Pool::thread_ = nullptr;
@@ -101,12 +103,11 @@ std::byte* Pool::map(std::size_t bytes) {
 void* Pool::cut(Thread& thread, std::size_t size) {
   if (thread.fresh_bytes < size) {
     // A small tree stays small. A large model lies on large pages, of which the processor can keep track.
-    const bool is_large = thread.chunks >= kSmallChunks;
-    const std::size_t bytes = is_large ? kLargeChunk : kChunk;
+    const std::size_t bytes = thread.chunks >= kSmallChunks ? kLargeChunk : kChunk;
     thread.fresh = map(bytes);
     thread.fresh_bytes = bytes;
     ++thread.chunks;
-    if (is_large) madvise(thread.fresh, bytes, MADV_HUGEPAGE);  // a wish: nothing depends on it
+    ask_for_large_pages(thread.fresh, bytes);
     const std::lock_guard lock(depot().mutex);
     depot().chunk_bytes += bytes;
   }
