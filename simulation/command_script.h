@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "Tessra/base/dict.h"
 #include "Tessra/base/error.h"
+#include "Tessra/base/value.h"
 
 namespace tessra::sim {
 

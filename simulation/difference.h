@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tessra/base/dict.h"
+#include "Tessra/base/value.h"
 
 namespace tessra::sim {
 

@@ -2,7 +2,7 @@
 
 // How the truth becomes situation records. The places of the record are listed in docs/records.md.
 
-#include "Tessra/base/dict.h"
+#include "Tessra/base/value.h"
 #include "simulation/world.h"
 
 namespace tessra::sim {

@@ -93,7 +93,7 @@ class Dict {
 
   // Reading. Absence is normal for `find`, `get` and `non_empty`, and a `KeyError` naming the key for `at`.
 
-  bool contains(const KeyRef& key) const { return find(key) != nullptr; }
+  bool contains(const KeyRef& key) const;
   const Value* find(const KeyRef& key) const;
   Value* find(const KeyRef& key);
   const Value& at(const KeyRef& key) const;
@@ -141,7 +141,7 @@ class Dict {
 
   /// Begins to bring the entries of a record near, for who is going to touch many of them in a moment.
   void fetch() const;
-  /// The same, a little later, for the dictionaries inside.
+  /// The same, a little later, for what its values refer to.
   void fetch_inside() const;
   /// Walks `fresh` beside this dictionary: `visit(key, stored, value)` for every entry of `fresh`, in its order, with
   /// what stands here under the key, or null. Quicker than looking up each: dictionaries of the same fields are known

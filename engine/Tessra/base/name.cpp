@@ -25,9 +25,29 @@ Slots<Rep>& slots() {
   return table;
 }
 
+/// A bit for every hash among few, set when a name has it. Most texts that are asked for are ids: they mostly find no
+/// bit, and spare the way to their slot, which would be another page of memory for each.
+class Hint {
+ public:
+  bool may_be_there(std::uint32_t hash) const {
+    return (words_[place(hash) / kWord].load(std::memory_order_acquire) >> place(hash) % kWord & 1) != 0;
+  }
+  void add(std::uint32_t hash) {
+    words_[place(hash) / kWord].fetch_or(std::uint64_t{1} << place(hash) % kWord, std::memory_order_release);
+  }
+
+ private:
+  static constexpr std::size_t kWord = 64;
+  static constexpr int kBits = 15;  // 4 KB in all
+  static std::size_t place(std::uint32_t hash) { return hash >> (32 - kBits); }
+  std::array<std::atomic<std::uint64_t>, (std::size_t{1} << kBits) / kWord> words_;
+};
+constinit Hint hint{};
+
 }  // namespace
 
 const Name::Rep* Name::lookup(std::string_view text, std::uint32_t hash) {
+  if (!hint.may_be_there(hash)) return nullptr;
   auto& table = slots<Rep>();
   for (std::size_t slot = hash % kSlots;; slot = (slot + 1) % kSlots) {
     const Rep* rep = table[slot].load(std::memory_order_acquire);
@@ -73,6 +93,7 @@ const Name::Rep* Name::insert(std::string_view text, bool counted) {
   std::size_t slot = hash % kSlots;
   while (table[slot].load(std::memory_order_relaxed) != nullptr) slot = (slot + 1) % kSlots;
   table[slot].store(rep, std::memory_order_release);
+  hint.add(hash);
   return rep;
 }
 

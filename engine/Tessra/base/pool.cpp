@@ -2,95 +2,22 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
-#include <array>
+#include <bit>
 #include <mutex>
 #include <new>
-#include <utility>
 
 #include "Tessra/base/large_pages.h"
 
 namespace tessra {
 
-thread_local constinit Pool::Thread* Pool::thread_ = nullptr;
+constinit Pool::Hole Pool::no_hole_;
+thread_local constinit Pool::Hole* Pool::hole_ = &no_hole_;
 thread_local constinit bool Pool::left_ = false;
 
-/// What threads leave to each other.
-struct Pool::Depot {
-  std::mutex mutex;
-  std::array<Batch*, kClasses> batches{};
-  Batch* empty = nullptr;
-  std::size_t chunk_bytes = 0;  // of all threads
-
-  void put(std::size_t at, Batch* batch) {
-    if (batch == nullptr) return;
-    const std::lock_guard lock(mutex);
-    push(batch->count > 0 ? batches[at] : empty, batch);
-  }
-  /// One block, of or for a thread that has left.
-  void put_block(std::size_t at, void* block) {
-    const std::lock_guard lock(mutex);
-    if (batches[at] == nullptr || batches[at]->count == kBatch) {
-      Batch* fresh = pop(empty);
-      push(batches[at], fresh != nullptr ? fresh : new Batch);
-    }
-    batches[at]->give(block);
-  }
-  void* take_block(std::size_t at) {
-    const std::lock_guard lock(mutex);
-    Batch* batch = batches[at];
-    if (batch == nullptr) return ::operator new(at* kStep);
-    void* block = batch->take();
-    if (batch->count == 0) push(empty, pop(batches[at]));
-    return block;
-  }
-  /// A batch with blocks, or null.
-  Batch* get(std::size_t at) {
-    const std::lock_guard lock(mutex);
-    return pop(batches[at]);
-  }
-  Batch* get_empty() {
-    {
-      const std::lock_guard lock(mutex);
-      if (Batch* batch = pop(empty)) return batch;
-    }
-    return new Batch;
-  }
-
- private:
-  static void push(Batch*& list, Batch* batch) { batch->next = std::exchange(list, batch); }
-  static Batch* pop(Batch*& list) { return list != nullptr ? std::exchange(list, list->next) : nullptr; }
-};
-
-/// Leaves a thread's blocks to the others when the thread ends. What is given back later goes to the depot at once.
-struct Pool::Leaver {
-  ~Leaver() {
-    const Thread* leaving = std::exchange(thread_, nullptr);
-    left_ = true;
-    for (std::size_t at = 0; at < kClasses; ++at) {
-      depot().put(at, leaving->shelves[at].batch);
-      depot().put(at, leaving->shelves[at].full);
-    }
-    delete leaving;
-  }
-};
-
-Pool::Depot& Pool::depot() {
-  static Depot& depot = *new Depot;  // never ends: trees may end after it otherwise would
-  return depot;
-}
-
-Pool::Thread* Pool::join() {
-  if (thread_ == nullptr && !left_) {
-    thread_ = new Thread;
-    static thread_local const Leaver leaver;
-    static_cast<void>(leaver);
-  }
-  return thread_;
-}
+namespace {
 
 /// Fresh memory from the system, aligned to its size.
-std::byte* Pool::map(std::size_t bytes) {
+std::byte* map_aligned(std::size_t bytes) {
   void* mapped = mmap(nullptr, 2 * bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mapped == MAP_FAILED) throw std::bad_alloc();
   auto* begin = static_cast<std::byte*>(mapped);
@@ -100,51 +27,173 @@ std::byte* Pool::map(std::size_t bytes) {
   return begin + before;
 }
 
-void* Pool::cut(Thread& thread, std::size_t size) {
-  if (thread.fresh_bytes < size) {
-    // A small tree stays small. A large model lies on large pages, of which the processor can keep track.
-    const std::size_t bytes = thread.chunks >= kSmallChunks ? kLargeChunk : kChunk;
-    thread.fresh = map(bytes);
-    thread.fresh_bytes = bytes;
-    ++thread.chunks;
-    ask_for_large_pages(thread.fresh, bytes);
-    const std::lock_guard lock(depot().mutex);
-    depot().chunk_bytes += bytes;
+}  // namespace
+
+// ---- Spans ------------------------------------------------------------------------------------------------------
+
+Pool::Span::Span(Hole& its_owner) : owner(&its_owner) {
+  const std::size_t first = (sizeof(Span) + kGrain - 1) / kGrain;
+  flip(first, kGrains - first);
+  free_bytes = static_cast<std::uint32_t>((kGrains - first) * kGrain);
+}
+
+std::size_t Pool::Span::next(std::size_t grain, bool is_free) const {
+  for (; grain < kGrains; grain = (grain / kWord + 1) * kWord) {
+    const std::uint64_t word = is_free ? free[grain / kWord] : ~free[grain / kWord];
+    const std::uint64_t rest = word >> grain % kWord;
+    if (rest != 0) return grain + static_cast<std::size_t>(std::countr_zero(rest));
   }
-  thread.fresh_bytes -= size;
-  return std::exchange(thread.fresh, thread.fresh + size);
+  return kGrains;
 }
 
-/// One block, and on the shelf those behind it: blocks of a size are mostly used in the order in which they lie, and
-/// then memory is walked in order.
-void* Pool::cut_run(Thread& thread, Shelf& shelf, std::size_t size) {
-  constexpr std::size_t kRun = std::size_t{1} << 14;
-  if (shelf.batch == nullptr) shelf.batch = depot().get_empty();
-  const std::size_t most = std::min<std::size_t>(kBatch, kRun / size);
-  const std::size_t count = std::clamp<std::size_t>(thread.fresh_bytes / size, 1, most);
-  auto* run = static_cast<std::byte*>(cut(thread, count * size));
-  for (std::size_t block = count; --block > 0;) shelf.batch->give(run + block * size);
-  return run;
+Pool::Hole Pool::Span::take_hole(std::size_t from, std::size_t bytes) {
+  while (true) {
+    const std::size_t first = next(from, true);
+    const std::size_t end = next(first, false);
+    const std::size_t found = (end - first) * kGrain;
+    if (first < kGrains && found < bytes) {
+      from = end;
+      continue;
+    }
+    if (first < kGrains) flip(first, end - first);
+    free_bytes -= static_cast<std::uint32_t>(found);
+    return {begin() + first * kGrain, begin() + end * kGrain};
+  }
 }
 
-std::size_t Pool::used_bytes() {
-  std::size_t idle = 0;
-  const auto add = [&idle](std::size_t at, const Batch* batch) {
-    if (batch != nullptr) idle += at * kStep * batch->count;
+// ---- Stores -----------------------------------------------------------------------------------------------------
+
+/// The spans of one thread, of which it is at the first's hole.
+struct Pool::Store : Hole {
+  /// A block that ended on a thread with another store.
+  struct Returned {
+    Returned* next;
+    std::size_t bytes;
   };
-  if (thread_ != nullptr) {
-    idle += thread_->fresh_bytes;
-    for (std::size_t at = 0; at < kClasses; ++at) {
-      add(at, thread_->shelves[at].batch);
-      add(at, thread_->shelves[at].full);
+
+  Span* filled = nullptr;  // the span of the hole
+  Span* roomy = nullptr;
+  std::atomic<Returned*> returned = nullptr;
+  std::byte* fresh = nullptr;  // the rest of the newest chunk
+  std::size_t fresh_bytes = 0;
+  std::size_t chunks = 0;
+  Store* next = nullptr;  // in the depot
+
+  /// Goes on with a hole that has room for so many bytes; false when there is none.
+  bool find_hole(std::size_t bytes) {
+    if (filled != nullptr) {
+      const std::size_t behind = filled->grain_of(end);
+      if (at < end) filled->give(at, size());
+      if (enter(*filled, behind, bytes)) return true;
+      leave();
+    }
+    while (Span* span = take_roomy()) {
+      if (enter(*span, 0, bytes)) return true;
+      span->in_turn = false;  // until more of it is given back
+    }
+    return false;
+  }
+  void put(Span& span) {
+    span.in_turn = true;
+    span.next_roomy = std::exchange(roomy, &span);
+  }
+  Span* take_roomy() { return roomy != nullptr ? std::exchange(roomy, roomy->next_roomy) : nullptr; }
+  /// Takes back what ended on other threads. Its span may have changed the store since.
+  void collect() {
+    for (Returned* block = returned.exchange(nullptr, std::memory_order_acquire); block != nullptr;) {
+      Returned* following = block->next;
+      give(block, block->bytes);
+      block = following;
     }
   }
-  const std::lock_guard lock(depot().mutex);
-  for (std::size_t at = 0; at < kClasses; ++at) {
-    for (const Batch* batch = depot().batches[at]; batch != nullptr; batch = batch->next) add(at, batch);
+  void add_span();
+
+ private:
+  bool enter(Span& span, std::size_t from, std::size_t bytes) {
+    static_cast<Hole&>(*this) = span.take_hole(from, bytes);
+    if (at == end) return false;
+    filled = &span;
+    return true;
   }
-  return depot().chunk_bytes - idle;
+  void leave() {
+    static_cast<Hole&>(*this) = Hole();
+    Span& left = *std::exchange(filled, nullptr);
+    left.in_turn = false;
+    if (left.free_bytes >= kSpan / 2) put(left);
+  }
+};
+
+/// What threads leave to each other.
+struct Pool::Depot {
+  std::mutex mutex;
+  Store* idle = nullptr;
+  std::atomic<Span*> made = nullptr;
+
+  Store* take_idle() {
+    const std::lock_guard lock(mutex);
+    return idle != nullptr ? std::exchange(idle, idle->next) : new Store;
+  }
+  void leave(Store& store) {
+    const std::lock_guard lock(mutex);
+    store.next = std::exchange(idle, &store);
+  }
+  /// Moves a span that is to be filled again from an idle store to this one, if there is one.
+  void help(Store& short_one) {
+    const std::lock_guard lock(mutex);
+    for (Store* store = idle; store != nullptr; store = store->next) {
+      Span* span = store->take_roomy();
+      if (span == nullptr) continue;
+      span->owner.store(&short_one, std::memory_order_relaxed);
+      return short_one.put(*span);
+    }
+  }
+};
+
+void Pool::Store::add_span() {
+  if (fresh_bytes == 0) {
+    // A small tree stays small. A large model lies on large pages, of which the processor can keep track.
+    constexpr std::size_t kChunk = std::size_t{1} << 17;
+    constexpr std::size_t kLargeChunk = std::size_t{1} << 21;
+    constexpr std::size_t kSmallChunks = 16;
+    const std::size_t bytes = chunks >= kSmallChunks ? kLargeChunk : kChunk;
+    fresh = map_aligned(bytes);
+    fresh_bytes = bytes;
+    ++chunks;
+    ask_for_large_pages(fresh, bytes);
+  }
+  fresh_bytes -= kSpan;
+  auto* span = new (std::exchange(fresh, fresh + kSpan)) Span(*this);
+  span->next_made = depot().made.load(std::memory_order_relaxed);
+  while (!depot().made.compare_exchange_weak(span->next_made, span, std::memory_order_release)) {
+  }
+  put(*span);
 }
+
+// ---- Threads ----------------------------------------------------------------------------------------------------
+
+/// Leaves a thread's store to the others when the thread ends. What it gives back later, it gives from outside.
+struct Pool::Leaver {
+  ~Leaver() {
+    left_ = true;
+    depot().leave(static_cast<Store&>(*std::exchange(hole_, &no_hole_)));
+  }
+};
+
+Pool::Depot& Pool::depot() {
+  static Depot& depot = *new Depot;  // never ends: trees may end after it otherwise would
+  return depot;
+}
+
+Pool::Store* Pool::join() {
+  if (hole_ == &no_hole_ && !left_) {
+    hole_ = depot().take_idle();
+    static thread_local const Leaver leaver;
+    static_cast<void>(leaver);
+  }
+  return hole_ != &no_hole_ ? static_cast<Store*>(hole_) : nullptr;
+}
+
+void Pool::put_in_turn(Span& span) noexcept { static_cast<Store*>(hole_)->put(span); }
 
 #ifdef TESSRA_ADDRESS_SANITIZER
 
@@ -154,28 +203,34 @@ void Pool::give_slowly(void* memory, std::size_t /*bytes*/) noexcept { ::operato
 #else
 
 void* Pool::take_slowly(std::size_t bytes) {
-  const std::size_t at = size_class(bytes);
-  Thread* thread = join();
-  if (thread == nullptr) return depot().take_block(at);
-  Shelf& shelf = thread->shelves[at];
-  Batch* next = std::exchange(shelf.full, nullptr);
-  if (next == nullptr) next = depot().get(at);
-  if (next == nullptr) return cut_run(*thread, shelf, at * kStep);
-  depot().put(at, std::exchange(shelf.batch, next));
-  return next->take();
+  const std::size_t whole = whole_grains(bytes);
+  Store* own = join();
+  Store& store = own != nullptr ? *own : *depot().take_idle();
+  if (!store.find_hole(whole)) {
+    store.collect();
+    if (store.roomy == nullptr) depot().help(store);
+    while (!store.find_hole(whole)) store.add_span();
+  }
+  void* block = store.cut(whole);
+  if (own == nullptr) depot().leave(store);
+  return block;
 }
 
 void Pool::give_slowly(void* memory, std::size_t bytes) noexcept {
-  const std::size_t at = size_class(bytes);
-  Thread* thread = join();
-  if (thread == nullptr) return depot().put_block(at, memory);
-  Batch* batch = depot().get_empty();
-  batch->give(memory);
-  Shelf& shelf = thread->shelves[at];
-  depot().put(at, std::exchange(shelf.full, shelf.batch));
-  shelf.batch = batch;
+  auto& store = static_cast<Store&>(*Span::of(memory).owner.load(std::memory_order_relaxed));
+  auto* block = new (memory) Store::Returned{store.returned.load(std::memory_order_relaxed), bytes};
+  while (!store.returned.compare_exchange_weak(block->next, block, std::memory_order_release)) {
+  }
 }
 
 #endif
+
+std::size_t Pool::used_bytes() {
+  std::size_t used = 0;
+  for (const Span* span = depot().made.load(std::memory_order_acquire); span != nullptr; span = span->next_made) {
+    used += kSpan - span->free_bytes;
+  }
+  return used - hole_->size();
+}
 
 }  // namespace tessra

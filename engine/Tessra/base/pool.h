@@ -1,17 +1,27 @@
 #pragma once
 
-// Memory for the small pieces of value trees. For the sources of the value tree only.
+// Memory for the small pieces of value trees, and for the elements that hold them. For the engine's own sources.
 //
-// A tree is made of very many small blocks of few sizes, most of which live as short as an update record. Each thread
-// keeps the addresses of free blocks of each size in two batches: taking and giving a block needs neither a lock nor a
-// look at the block, which may be far from any cache; those to be taken soon are fetched ahead. A batch that is full
-// goes to a depot that all threads share, and an empty thread looks there before it cuts new blocks from a chunk. So a
-// tree may end on another thread than it began on, and a thread that ends leaves its batches to the others. Chunks are
-// never returned: memory stays at its highest mark, and an episode of like updates keeps that mark flat.
+// A tree is made of very many small blocks, most of which live as short as an update record, and it is walked as it was
+// built. What costs most in walking it is to come from one page of memory to another, far more than the reading itself.
+// So blocks of all sizes are cut one behind the other, and the pieces of one unit lie on the same page or two.
+//
+// Memory is divided into spans. A thread cuts blocks from a hole of one of its spans until the hole is full, and goes
+// on with the next hole there, or with another span that has become free by half. A bit per 16 bytes tells what is
+// free, so that neighbours that are given back make one hole again, and what an update leaves behind in the model does
+// not keep the rest of its memory.
+//
+// A thread works on the spans of its store without a lock. A block that ends on another thread goes back to the store
+// it came from. A thread that ends leaves its store to the next one, and meanwhile its spans to whoever runs short.
+// Nothing is returned to the system: memory stays at its highest mark, and an episode of like updates keeps that mark
+// flat.
 
+#include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <new>
+#include <utility>
 
 // The address sanitizer is to see every block by itself; compilers tell of it in different ways.
 #if defined(__SANITIZE_ADDRESS__)
@@ -32,10 +42,9 @@ class Pool {
   static void* take(std::size_t bytes) {
     if (bytes > kLargest) return ::operator new(bytes);
 #ifndef TESSRA_ADDRESS_SANITIZER
-    if (thread_ != nullptr) {
-      Batch* batch = thread_->shelves[size_class(bytes)].batch;
-      if (batch != nullptr && batch->count > 0) return batch->take();
-    }
+    Hole& hole = *hole_;
+    const std::size_t whole = whole_grains(bytes);
+    if (whole <= hole.size()) return hole.cut(whole);
 #endif
     return take_slowly(bytes);
   }
@@ -43,9 +52,10 @@ class Pool {
   static void give(void* memory, std::size_t bytes) noexcept {
     if (bytes > kLargest) return ::operator delete(memory);
 #ifndef TESSRA_ADDRESS_SANITIZER
-    if (thread_ != nullptr) {
-      Batch* batch = thread_->shelves[size_class(bytes)].batch;
-      if (batch != nullptr && batch->count < kBatch) return batch->give(memory);
+    Span& span = Span::of(memory);
+    if (span.owner.load(std::memory_order_relaxed) == hole_) {
+      if (span.give(memory, whole_grains(bytes))) put_in_turn(span);
+      return;
     }
 #endif
     give_slowly(memory, bytes);
@@ -55,52 +65,94 @@ class Pool {
   static std::size_t used_bytes();
 
  private:
-  static constexpr std::size_t kStep = 16;
-  static constexpr std::size_t kClasses = kLargest / kStep + 1;
-  static constexpr std::uint32_t kBatch = 126;
-  static constexpr std::size_t kChunk = std::size_t{1} << 17;
-  static constexpr std::size_t kLargeChunk = std::size_t{1} << 21;
-  static constexpr std::size_t kSmallChunks = 16;
+  static constexpr std::size_t kGrain = 16;
+  static constexpr std::size_t kSpan = std::size_t{1} << 13;
 
-  /// Free blocks of one size.
-  struct Batch {
-    Batch* next = nullptr;  // in the depot
-    std::uint32_t count = 0;
-    void* blocks[kBatch];
+  static constexpr std::size_t whole_grains(std::size_t bytes) { return (bytes + kGrain - 1) & ~(kGrain - 1); }
 
-    void* take() {
-      constexpr std::uint32_t kAhead = 4;
-      if (count > kAhead) __builtin_prefetch(blocks[count - 1 - kAhead], 1);
-      return blocks[--count];
+  /// Where a thread cuts its next blocks.
+  struct Hole {
+    std::byte* at = nullptr;
+    std::byte* end = nullptr;
+
+    std::size_t size() const { return static_cast<std::size_t>(end - at); }
+    void* cut(std::size_t bytes) {
+      constexpr std::size_t kAhead = 256;
+      __builtin_prefetch(at + kAhead, 1);
+      return std::exchange(at, at + bytes);
     }
-    void give(void* block) { blocks[count++] = block; }
   };
-  /// A batch in use, and one that is full; either may be missing.
-  struct Shelf {
-    Batch* batch = nullptr;
-    Batch* full = nullptr;
-  };
-  struct Thread {
-    Shelf shelves[kClasses];
-    std::byte* fresh = nullptr;  // the rest of the newest chunk
-    std::size_t fresh_bytes = 0;
-    std::size_t chunks = 0;
+
+  struct Store;
+  /// A piece of memory at an address that is a multiple of its size. It begins with what is known about it.
+  struct Span {
+    static constexpr std::size_t kGrains = kSpan / kGrain;
+    static constexpr std::size_t kWord = 64;
+
+    std::atomic<Hole*> owner;                  // that of a store
+    Span* next_made = nullptr;                 // of all
+    Span* next_roomy = nullptr;                // of those that the owner is to fill again
+    std::uint32_t free_bytes = 0;              // outside the hole that is being filled
+    bool in_turn = false;                      // whether it is being filled, or is to be filled again
+    std::uint64_t free[kGrains / kWord] = {};  // by grain
+
+    explicit Span(Hole& its_owner);
+    static Span& of(const void* block) {
+      return *reinterpret_cast<Span*>(reinterpret_cast<std::uintptr_t>(block) & ~(kSpan - 1));
+    }
+    std::byte* begin() { return reinterpret_cast<std::byte*>(this); }
+    std::size_t grain_of(const void* block) {
+      return static_cast<std::size_t>(static_cast<const std::byte*>(block) - begin()) / kGrain;
+    }
+    /// Frees a block. Whether the span is now to be put in turn.
+    bool give(const void* block, std::size_t bytes) {
+      flip(grain_of(block), bytes / kGrain);
+      free_bytes += static_cast<std::uint32_t>(bytes);
+      return free_bytes >= kSpan / 2 && !in_turn;
+    }
+    /// Takes the first hole of so many bytes or more, from this grain on; an empty one when there is none.
+    Hole take_hole(std::size_t from, std::size_t bytes);
+
+   private:
+    void flip(std::size_t grain, std::size_t count) {
+      while (true) {
+        const std::size_t in_word = std::min(count, kWord - grain % kWord);
+        free[grain / kWord] ^= ~std::uint64_t{0} >> (kWord - in_word) << grain % kWord;
+        if (in_word == count) return;
+        grain += in_word;
+        count -= in_word;
+      }
+    }
+    /// The first grain from this one on that is free, or is not.
+    std::size_t next(std::size_t grain, bool is_free) const;
   };
   struct Depot;
   struct Leaver;
 
-  static constexpr std::size_t size_class(std::size_t bytes) { return (bytes + kStep - 1) / kStep; }
   static void* take_slowly(std::size_t bytes);
+  static void put_in_turn(Span& span) noexcept;
   static void give_slowly(void* memory, std::size_t bytes) noexcept;
-  static void* cut(Thread& thread, std::size_t size);
-  static void* cut_run(Thread& thread, Shelf& shelf, std::size_t size);
-  static std::byte* map(std::size_t bytes);
   static Depot& depot();
-  static Thread* join();
+  static Store* join();
 
+  /// Of a thread that has not taken anything yet, or has ended.
+  static constinit Hole no_hole_;
   // One pointer, so that it fits the room that libraries loaded late find for such variables.
-  [[gnu::tls_model("initial-exec")]] static thread_local constinit Thread* thread_;
+  [[gnu::tls_model("initial-exec")]] static thread_local constinit Hole* hole_;
   [[gnu::tls_model("initial-exec")]] static thread_local constinit bool left_;
+};
+
+/// For standard containers and shared pointers.
+template <class T>
+struct PoolAllocator {
+  using value_type = T;
+
+  PoolAllocator() = default;
+  template <class Other>
+  PoolAllocator(const PoolAllocator<Other>& /*other*/) {}
+  T* allocate(std::size_t count) { return static_cast<T*>(Pool::take(count * sizeof(T))); }
+  void deallocate(T* memory, std::size_t count) noexcept { Pool::give(memory, count * sizeof(T)); }
+  friend bool operator==(const PoolAllocator& /*a*/, const PoolAllocator& /*b*/) { return true; }
 };
 
 }  // namespace tessra

@@ -279,7 +279,8 @@ Row* TreeBuilder::make_row(Open open, const KeySet* keys) {
 }
 
 Dict TreeBuilder::make_table(Open open, bool is_distinct) {
-  KeySet* own = KeySet::own(keys_.size() - open.keys);
+  // Most tables are walked and never searched: an index is made for who asks.
+  KeySet* own = KeySet::own(nullptr, 0, keys_.size() - open.keys);
   Dict dict(Row::make(keys_.size() - open.keys, own));
   for (std::size_t at = open.keys; at < keys_.size(); ++at) {
     Value& value = values_[open.values + at - open.keys];

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 #include <fmt/printf.h>
 
+#include "Tessra/base/pool.h"
 #include "Tessra/entitys/aircraft.h"
 #include "Tessra/entitys/cargomission.h"
 #include "Tessra/entitys/commonfunction.h"
@@ -25,9 +26,10 @@ namespace {
 
 using Maker = std::shared_ptr<Element> (*)(std::string guid, const Value& name, std::string_view side);
 
+/// Beside its attributes in memory, so that to come to one is to come to both.
 template <class T>
 std::shared_ptr<Element> make(std::string guid, const Value& name, std::string_view side) {
-  return std::make_shared<T>(std::move(guid), name, side);
+  return std::allocate_shared<T>(PoolAllocator<T>(), std::move(guid), name, side);
 }
 
 struct MissionKind {
