@@ -143,9 +143,13 @@ struct Pool::Depot {
     for (Store* store = idle; store != nullptr; store = store->next) {
       Span* span = store->take_roomy();
       if (span == nullptr) continue;
-      span->owner.store(&short_one, std::memory_order_relaxed);
+      span->owner.store(&short_one, std::memory_order_release);
       return short_one.put(*span);
     }
+  }
+  template <class Visit>
+  void for_each_span(Visit&& visit) {
+    for (Span* span = made.load(std::memory_order_acquire); span != nullptr; span = span->next_made) visit(*span);
   }
 };
 
@@ -217,7 +221,7 @@ void* Pool::take_slowly(std::size_t bytes) {
 }
 
 void Pool::give_slowly(void* memory, std::size_t bytes) noexcept {
-  auto& store = static_cast<Store&>(*Span::of(memory).owner.load(std::memory_order_relaxed));
+  auto& store = static_cast<Store&>(*Span::of(memory).owner.load(std::memory_order_acquire));
   auto* block = new (memory) Store::Returned{store.returned.load(std::memory_order_relaxed), bytes};
   while (!store.returned.compare_exchange_weak(block->next, block, std::memory_order_release)) {
   }
@@ -226,11 +230,15 @@ void Pool::give_slowly(void* memory, std::size_t bytes) noexcept {
 #endif
 
 std::size_t Pool::used_bytes() {
-  std::size_t used = 0;
-  for (const Span* span = depot().made.load(std::memory_order_acquire); span != nullptr; span = span->next_made) {
-    used += kSpan - span->free_bytes;
-  }
-  return used - hole_->size();
+  std::size_t used = held_bytes() - hole_->size();
+  depot().for_each_span([&used](const Span& span) { used -= span.free_bytes; });
+  return used;
+}
+
+std::size_t Pool::held_bytes() {
+  std::size_t held = 0;
+  depot().for_each_span([&held](const Span& /*span*/) { held += kSpan; });
+  return held;
 }
 
 }  // namespace tessra

@@ -63,6 +63,8 @@ class Pool {
 
   /// Bytes of blocks in use, larger ones excepted, while no other thread has free blocks; for measurements.
   static std::size_t used_bytes();
+  /// Bytes that were ever asked of the system.
+  static std::size_t held_bytes();
 
  private:
   static constexpr std::size_t kGrain = 16;

@@ -1,0 +1,112 @@
+// Memory of value trees: blocks never overlap, and what was given back is used again, whichever thread gave it.
+
+#include "Tessra/base/pool.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <functional>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace tessra {
+namespace {
+
+/// Blocks of many sizes, each filled with a mark of its own.
+class Blocks {
+ public:
+  explicit Blocks(unsigned seed) : random_(seed) {}
+  Blocks(const Blocks&) = delete;
+  Blocks& operator=(const Blocks&) = delete;
+  ~Blocks() { give(blocks_.size()); }
+
+  void take(std::size_t count) {
+    for (; count > 0; --count) {
+      const std::size_t bytes = 1 + random_() % (random_() % 8 == 0 ? 2200 : 200);
+      Block block{Pool::take(bytes), bytes, static_cast<unsigned char>(random_())};
+      std::memset(block.memory, block.mark, bytes);
+      blocks_.push_back(block);
+    }
+  }
+  /// Gives so many back, in any order.
+  void give(std::size_t count) {
+    for (; count > 0; --count) {
+      std::swap(blocks_[random_() % blocks_.size()], blocks_.back());
+      const Block block = blocks_.back();
+      blocks_.pop_back();
+      const auto* bytes = static_cast<const unsigned char*>(block.memory);
+      EXPECT_TRUE(std::all_of(bytes, bytes + block.bytes, [&](unsigned char byte) { return byte == block.mark; }));
+      Pool::give(block.memory, block.bytes);
+    }
+  }
+
+ private:
+  struct Block {
+    void* memory;
+    std::size_t bytes;
+    unsigned char mark;
+  };
+  std::mt19937 random_;
+  std::vector<Block> blocks_;
+};
+
+void on_another_thread(const std::function<void()>& work) { std::thread(work).join(); }
+
+TEST(Pool, UsesAgainWhatWasGivenBack) {
+  const std::size_t used = Pool::used_bytes();
+  {
+    Blocks lasting(1);  // what stays lies between what goes
+    Blocks passing(2);
+    std::size_t held = 0;
+    for (int round = 0; round < 40; ++round) {
+      for (int some = 0; some < 100; ++some) {
+        passing.take(40);
+        if (round == 0) lasting.take(2);
+      }
+      passing.give(4000);
+      if (round == 4) held = Pool::held_bytes();
+    }
+    for (int some = 0; some < 2000; ++some) {  // a part of memory may be free again before it was full
+      passing.take(20);
+      passing.give(20);
+    }
+    EXPECT_LE(Pool::held_bytes(), held + held / 20);
+  }
+  EXPECT_NEAR(static_cast<double>(Pool::used_bytes()), static_cast<double>(used), 64'000) << "spans know a little each";
+}
+
+TEST(Pool, BlocksMayEndOnAnotherThread) {
+  Blocks blocks(3);
+  std::size_t held = 0;
+  for (int round = 0; round < 20; ++round) {
+    on_another_thread([&] { blocks.take(3000); });  // the next thread goes on with what the last one left
+    blocks.give(1000);
+    on_another_thread([&] { blocks.give(2000); });
+    if (round == 2) held = Pool::held_bytes();
+  }
+  EXPECT_LE(Pool::held_bytes(), held + held / 20);
+}
+
+TEST(Pool, ThreadsWorkAtTheSameTime) {
+  constexpr int kThreads = 4;
+  std::deque<Blocks> own;
+  for (int at = 0; at < kThreads; ++at) own.emplace_back(10 + at);
+  for (int round = 0; round < 10; ++round) {
+    // Each takes for itself, and gives back what its neighbour took in the last round.
+    std::vector<std::thread> threads;
+    for (int at = 0; at < kThreads; ++at) {
+      threads.emplace_back([&own, at, round] {
+        Blocks& blocks = own[static_cast<std::size_t>((at + round) % kThreads)];
+        blocks.take(2000);
+        blocks.give(1500);
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  }
+}
+
+}  // namespace
+}  // namespace tessra
