@@ -52,6 +52,7 @@ class Pool {
   static void give(void* memory, std::size_t bytes) noexcept {
     if (bytes > kLargest) return ::operator delete(memory);
 #ifndef TESSRA_ADDRESS_SANITIZER
+    if (hole_->take_back(memory, whole_grains(bytes))) return;
     Span& span = Span::of(memory);
     if (span.owner.load(std::memory_order_relaxed) == hole_) {
       if (span.give(memory, whole_grains(bytes))) put_in_turn(span);
@@ -82,6 +83,12 @@ class Pool {
       constexpr std::size_t kAhead = 256;
       __builtin_prefetch(at + kAhead, 1);
       return std::exchange(at, at + bytes);
+    }
+    /// What was cut last is cut again: memory that is still near. Whether this block was.
+    bool take_back(void* block, std::size_t bytes) {
+      if (static_cast<std::byte*>(block) + bytes != at) return false;
+      at = static_cast<std::byte*>(block);
+      return true;
     }
   };
 
