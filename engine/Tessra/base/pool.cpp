@@ -63,7 +63,7 @@ Pool::Hole Pool::Span::take_hole(std::size_t from, std::size_t bytes) {
 
 // ---- Stores -----------------------------------------------------------------------------------------------------
 
-/// The spans of one thread, of which it is at the first's hole.
+/// What one thread works on: spans, and the hole in one of them that it is filling.
 struct Pool::Store : Hole {
   /// A block that ended on a thread with another store.
   struct Returned {
@@ -72,7 +72,7 @@ struct Pool::Store : Hole {
   };
 
   Span* filled = nullptr;  // the span of the hole
-  Span* roomy = nullptr;
+  Span* roomy = nullptr;   // those that are to be filled again
   std::atomic<Returned*> returned = nullptr;
   std::byte* fresh = nullptr;  // the rest of the newest chunk
   std::size_t fresh_bytes = 0;

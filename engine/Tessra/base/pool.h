@@ -3,8 +3,8 @@
 // Memory for the small pieces of value trees, and for the elements that hold them. For the engine's own sources.
 //
 // A tree is made of very many small blocks, most of which live as short as an update record, and it is walked as it was
-// built. What costs most in walking it is to come from one page of memory to another, far more than the reading itself.
-// So blocks of all sizes are cut one behind the other, and the pieces of one unit lie on the same page or two.
+// built. A processor reads ahead within a page of memory; what costs is to come to another one. So blocks of all sizes
+// are cut one behind the other, and the pieces of one unit lie on the same page or two.
 //
 // Memory is divided into spans. A thread cuts blocks from a hole of one of its spans until the hole is full, and goes
 // on with the next hole there, or with another span that has become free by half. A bit per 16 bytes tells what is
