@@ -69,7 +69,7 @@ class Pool {
 
  private:
   static constexpr std::size_t kGrain = 16;
-  static constexpr std::size_t kSpan = std::size_t{1} << 13;
+  static constexpr std::size_t kSpan = std::size_t{1} << 15;
 
   static constexpr std::size_t whole_grains(std::size_t bytes) { return (bytes + kGrain - 1) & ~(kGrain - 1); }
 
