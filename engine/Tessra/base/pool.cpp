@@ -32,7 +32,7 @@ std::byte* map_aligned(std::size_t bytes) {
 // ---- Spans ------------------------------------------------------------------------------------------------------
 
 Pool::Span::Span(Hole& its_owner) : owner(&its_owner) {
-  const std::size_t first = (sizeof(Span) + kGrain - 1) / kGrain;
+  const std::size_t first = whole_grains(sizeof(Span)) / kGrain;
   flip(first, kGrains - first);
   free_bytes = static_cast<std::uint32_t>((kGrains - first) * kGrain);
 }
@@ -119,7 +119,7 @@ struct Pool::Store : Hole {
     static_cast<Hole&>(*this) = Hole();
     Span& left = *std::exchange(filled, nullptr);
     left.in_turn = false;
-    if (left.free_bytes >= kSpan / 2) put(left);
+    if (left.free_bytes >= Span::kRoomy) put(left);
   }
 };
 
@@ -230,9 +230,9 @@ void Pool::give_slowly(void* memory, std::size_t bytes) noexcept {
 #endif
 
 std::size_t Pool::used_bytes() {
-  std::size_t used = held_bytes() - hole_->size();
-  depot().for_each_span([&used](const Span& span) { used -= span.free_bytes; });
-  return used;
+  std::size_t used = 0;
+  depot().for_each_span([&used](const Span& span) { used += kSpan - whole_grains(sizeof(Span)) - span.free_bytes; });
+  return used - hole_->size();
 }
 
 std::size_t Pool::held_bytes() {

@@ -7,7 +7,7 @@
 // are cut one behind the other, and the pieces of one unit lie on the same page or two.
 //
 // Memory is divided into spans. A thread cuts blocks from a hole of one of its spans until the hole is full, and goes
-// on with the next hole there, or with another span that has become free by half. A bit per 16 bytes tells what is
+// on with the next hole there, or with another span that has become free by a quarter. A bit per 16 bytes tells what is
 // free, so that neighbours that are given back make one hole again, and what an update leaves behind in the model does
 // not keep the rest of its memory.
 //
@@ -97,6 +97,8 @@ class Pool {
   struct Span {
     static constexpr std::size_t kGrains = kSpan / kGrain;
     static constexpr std::size_t kWord = 64;
+    /// Free bytes that make a span worth filling again.
+    static constexpr std::size_t kRoomy = kSpan / 4;
 
     std::atomic<Hole*> owner;                  // that of a store
     Span* next_made = nullptr;                 // of all
@@ -106,8 +108,9 @@ class Pool {
     std::uint64_t free[kGrains / kWord] = {};  // by grain
 
     explicit Span(Hole& its_owner);
-    static Span& of(const void* block) {
-      return *reinterpret_cast<Span*>(reinterpret_cast<std::uintptr_t>(block) & ~(kSpan - 1));
+    static Span& of(void* block) {
+      const std::uintptr_t inside = reinterpret_cast<std::uintptr_t>(block) & (kSpan - 1);
+      return *reinterpret_cast<Span*>(static_cast<std::byte*>(block) - inside);
     }
     std::byte* begin() { return reinterpret_cast<std::byte*>(this); }
     std::size_t grain_of(const void* block) {
@@ -117,7 +120,7 @@ class Pool {
     bool give(const void* block, std::size_t bytes) {
       flip(grain_of(block), bytes / kGrain);
       free_bytes += static_cast<std::uint32_t>(bytes);
-      return free_bytes >= kSpan / 2 && !in_turn;
+      return free_bytes >= kRoomy && !in_turn;
     }
     /// Takes the first hole of so many bytes or more, from this grain on; an empty one when there is none.
     Hole take_hole(std::size_t from, std::size_t bytes);
