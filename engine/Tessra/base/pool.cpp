@@ -47,18 +47,18 @@ std::size_t Pool::Span::next(std::size_t grain, bool is_free) const {
 }
 
 Pool::Hole Pool::Span::take_hole(std::size_t from, std::size_t bytes) {
-  while (true) {
+  while (from < kGrains) {
     const std::size_t first = next(from, true);
     const std::size_t end = next(first, false);
     const std::size_t found = (end - first) * kGrain;
-    if (first < kGrains && found < bytes) {
-      from = end;
-      continue;
+    if (found >= bytes) {
+      flip(first, end - first);
+      free_bytes -= static_cast<std::uint32_t>(found);
+      return {begin() + first * kGrain, begin() + end * kGrain};
     }
-    if (first < kGrains) flip(first, end - first);
-    free_bytes -= static_cast<std::uint32_t>(found);
-    return {begin() + first * kGrain, begin() + end * kGrain};
+    from = end;
   }
+  return {};
 }
 
 // ---- Stores -----------------------------------------------------------------------------------------------------
@@ -110,8 +110,9 @@ struct Pool::Store : Hole {
 
  private:
   bool enter(Span& span, std::size_t from, std::size_t bytes) {
-    static_cast<Hole&>(*this) = span.take_hole(from, bytes);
-    if (at == end) return false;
+    const Hole found = span.take_hole(from, bytes);
+    if (found.size() == 0) return false;
+    static_cast<Hole&>(*this) = found;
     filled = &span;
     return true;
   }
