@@ -98,7 +98,7 @@ struct Pool::Store : Hole {
     span.next_roomy = std::exchange(roomy, &span);
   }
   Span* take_roomy() { return roomy != nullptr ? std::exchange(roomy, roomy->next_roomy) : nullptr; }
-  /// Takes back what ended on other threads. Its span may have changed the store since.
+  /// Takes back what ended on other threads, for the thread that has the store. A span may have changed it since.
   void collect() {
     for (Returned* block = returned.exchange(nullptr, std::memory_order_acquire); block != nullptr;) {
       Returned* following = block->next;
@@ -180,7 +180,7 @@ void Pool::Store::add_span() {
 struct Pool::Leaver {
   ~Leaver() {
     left_ = true;
-    depot().leave(static_cast<Store&>(*std::exchange(hole_, &no_hole_)));
+    leave();
   }
 };
 
@@ -189,14 +189,16 @@ Pool::Depot& Pool::depot() {
   return depot;
 }
 
-Pool::Store* Pool::join() {
-  if (hole_ == &no_hole_ && !left_) {
-    hole_ = depot().take_idle();
+Pool::Store& Pool::join() {
+  if (hole_ == &no_hole_) hole_ = depot().take_idle();
+  if (!left_) {
     static thread_local const Leaver leaver;
     static_cast<void>(leaver);
   }
-  return hole_ != &no_hole_ ? static_cast<Store*>(hole_) : nullptr;
+  return static_cast<Store&>(*hole_);
 }
+
+void Pool::leave() { depot().leave(static_cast<Store&>(*std::exchange(hole_, &no_hole_))); }
 
 void Pool::put_in_turn(Span& span) noexcept { static_cast<Store*>(hole_)->put(span); }
 
@@ -209,15 +211,14 @@ void Pool::give_slowly(void* memory, std::size_t /*bytes*/) noexcept { ::operato
 
 void* Pool::take_slowly(std::size_t bytes) {
   const std::size_t whole = whole_grains(bytes);
-  Store* own = join();
-  Store& store = own != nullptr ? *own : *depot().take_idle();
+  Store& store = join();
   if (!store.find_hole(whole)) {
     store.collect();
     if (store.roomy == nullptr) depot().help(store);
     while (!store.find_hole(whole)) store.add_span();
   }
   void* block = store.cut(whole);
-  if (own == nullptr) depot().leave(store);
+  if (left_) leave();  // what a thread takes while it ends, it takes block by block
   return block;
 }
 

@@ -62,9 +62,11 @@ class Pool {
     give_slowly(memory, bytes);
   }
 
-  /// Bytes of blocks in use, larger ones excepted, while no other thread has free blocks; for measurements.
+  // For measurements, while no other thread takes or gives.
+
+  /// Bytes of blocks in use, larger ones excepted, and of the holes that other threads are filling.
   static std::size_t used_bytes();
-  /// Bytes that were ever asked of the system.
+  /// Bytes that were ever asked of the system for them.
   static std::size_t held_bytes();
 
  private:
@@ -146,7 +148,9 @@ class Pool {
   static void put_in_turn(Span& span) noexcept;
   static void give_slowly(void* memory, std::size_t bytes) noexcept;
   static Depot& depot();
-  static Store* join();
+  /// The thread's store, which it gets now if it had none.
+  static Store& join();
+  static void leave();
 
   /// Of a thread that has not taken anything yet, or has ended.
   static constinit Hole no_hole_;
@@ -155,7 +159,7 @@ class Pool {
   [[gnu::tls_model("initial-exec")]] static thread_local constinit bool left_;
 };
 
-/// For standard containers and shared pointers.
+/// For `std::allocate_shared`.
 template <class T>
 struct PoolAllocator {
   using value_type = T;
