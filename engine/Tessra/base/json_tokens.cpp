@@ -26,15 +26,16 @@ struct JsonTokens::Parser {
 
  private:
   simdjson::error_code make_room(std::size_t bytes) {
-    constexpr std::size_t kDepth = 1;  // for the second pass, which never comes
     if (first_pass != nullptr && first_pass->capacity() >= bytes) return simdjson::SUCCESS;
-    const auto error = first_pass != nullptr ? first_pass->set_capacity(bytes)
-                                             : simdjson::get_active_implementation()->create_dom_parser_implementation(
-                                                   bytes, kDepth, first_pass);
+    const auto error = first_pass != nullptr ? first_pass->set_capacity(bytes) : make_first_pass(bytes);
     if (error == simdjson::SUCCESS) {
       ask_for_large_pages(first_pass->structural_indexes.get(), bytes * sizeof(std::uint32_t));
     }
     return error;
+  }
+  simdjson::error_code make_first_pass(std::size_t bytes) {
+    constexpr std::size_t kDepth = 1;  // for the second pass, which never comes
+    return simdjson::get_active_implementation()->create_dom_parser_implementation(bytes, kDepth, first_pass);
   }
 };
 

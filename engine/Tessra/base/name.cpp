@@ -25,8 +25,8 @@ Slots<Rep>& slots() {
   return table;
 }
 
-/// A bit for every hash among few, set when a name has it. Most texts that are asked for are ids: they mostly find no
-/// bit, and spare the way to their slot, which would be another page of memory for each.
+/// A bit per part of all hashes, set when a name's hash lies there. Most texts that are asked for are ids: they mostly
+/// find no bit set, and spare the way to their slot, which would be another page of memory for each.
 class Hint {
  public:
   bool may_be_there(std::uint32_t hash) const {

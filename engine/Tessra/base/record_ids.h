@@ -23,11 +23,10 @@ class RecordIds {
 
   /// What is known of this text, or null. Valid until the next one is added.
   Id* find(std::string_view text, std::uint32_t hash) {
+    if (ids_.empty()) return nullptr;
     const auto is_it = [&](std::uint32_t place) { return ids_[place].text.long_text() == text; };
-    if (last_ < ids_.size()) {
-      const std::uint32_t next = ids_[last_].next;
-      if (ids_[next].text.known_hash() == hash && is_it(next)) return &come_to(next);
-    }
+    const std::uint32_t next = ids_[last_].next;
+    if (ids_[next].text.known_hash() == hash && is_it(next)) return &come_to(next);
     const std::uint32_t at = index_.find(hash, is_it);
     return at != HashIndex::kNowhere ? &come_to(at) : nullptr;
   }
@@ -38,7 +37,7 @@ class RecordIds {
 
  private:
   Id& come_to(std::uint32_t place) {
-    if (last_ < ids_.size()) ids_[last_].next = place;
+    ids_[last_].next = place;
     last_ = place;
     __builtin_prefetch(ids_[ids_[place].next].text.string_);  // which is going to be compared
     return ids_[place];
@@ -46,7 +45,7 @@ class RecordIds {
 
   std::vector<Id> ids_;
   HashIndex index_;
-  std::uint32_t last_ = 0;  // the place of the one found last
+  std::uint32_t last_ = 0;  // the place of the one that was found or added last
 };
 
 }  // namespace tessra
