@@ -68,8 +68,6 @@ struct Row {
 
   /// Begins to fetch the row and as many values as a large record has, without a look at the row.
   void fetch() const;
-  /// Begins to fetch so many lines of the processor's caches.
-  static void fetch_lines(const void* begin, std::size_t count);
 
   // Of a dictionary.
 
@@ -124,13 +122,16 @@ inline void Row::fetch_ahead(std::size_t at) const {
   constexpr std::size_t kAhead = 3;
   if (at + kAhead < count && values[at + kAhead].is_counted()) fetch_held(at + kAhead);
 }
-inline void Row::fetch_held(std::size_t at) const { fetch_lines(values[at].counted_, 2); }
-inline void Row::fetch() const { fetch_lines(this, 12); }
-inline void Row::fetch_lines(const void* begin, std::size_t count) {
+inline void Row::fetch_held(std::size_t at) const {
+  const auto* begin = reinterpret_cast<const char*>(values[at].counted_);
+  __builtin_prefetch(begin);
+  __builtin_prefetch(begin + 64);
+}
+inline void Row::fetch() const {
   constexpr std::size_t kLine = 64;
-  for (std::size_t line = 0; line < count; ++line) {
-    __builtin_prefetch(static_cast<const char*>(begin) + line * kLine);
-  }
+  constexpr std::size_t kMost = 12;
+  const auto* begin = reinterpret_cast<const char*>(this);
+  for (std::size_t line = 0; line < kMost; ++line) __builtin_prefetch(begin + line * kLine);
 }
 inline std::uint64_t Row::present_from(std::size_t at) const {
   std::uint64_t bits = 0;
@@ -261,8 +262,7 @@ inline void Dict::fetch_inside() const {
   if (row_ == nullptr || !row_->keys->is_shape()) return;
   for (std::size_t at = 0; at < row_->count; ++at) {
     const Value& value = row_->values[at];
-    // What a dictionary holds mostly lies right behind it.
-    if (value.is_counted()) Row::fetch_lines(value.counted_, value.is_dict() ? 6 : 1);
+    if (value.is_counted()) __builtin_prefetch(value.counted_);
   }
 }
 inline std::size_t Dict::size() const { return row_ != nullptr ? row_->size() : 0; }
