@@ -94,7 +94,7 @@ void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation&
     const Dict& contact = record.as_dict();
     if (!is_target(contact, situation) || assigned_[contact_id.to_text()] >= shooters_) continue;
     if (!settings_.allows_target(contact_id.to_text(), contact)) continue;
-    if (attempts_[{unit.guid(), contact_id.to_text()}] >= kMostAttempts) continue;
+    if (attempts_[{std::string(unit.guid()), contact_id.to_text()}] >= kMostAttempts) continue;
     const std::int64_t type = contact.at("Type").to_integer();
     if (!types.contains(type)) continue;
     const auto wanted = std::ranges::find(role.targets, type);
@@ -108,7 +108,7 @@ void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation&
   }
   if (best.empty()) return;
   unit.attack(best);
-  ++attempts_[{unit.guid(), best}];
+  ++attempts_[{std::string(unit.guid()), best}];
   ++assigned_[best];
 }
 

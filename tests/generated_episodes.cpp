@@ -1,5 +1,7 @@
 // Generated episodes: the same for a seed, the same from files, and played through the engine.
 
+#include <fmt/format.h>
+
 #include <filesystem>
 
 #include "Tessra/base/json_write.h"
@@ -72,7 +74,7 @@ class GeneratedEpisodes : public EngineTest, public ::testing::WithParamInterfac
 
   static std::vector<std::string> guids(const ElementTable& table) {
     std::vector<std::string> guids;
-    for (const auto& [name, unit] : table) guids.push_back(name + " " + unit->guid());
+    for (const auto& [name, unit] : table) guids.push_back(fmt::format("{} {}", name, unit->guid()));
     return guids;
   }
 

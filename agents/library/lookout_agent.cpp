@@ -54,7 +54,7 @@ class LookoutAgent : public tessra::Agent {
     std::vector<std::string> scouts;
     for (const auto& [id, element] : situation.aircrafts()) {
       if (chosen == nullptr || std::find(chosen->begin(), chosen->end(), tessra::Value(id)) != chosen->end()) {
-        scouts.push_back(id);
+        scouts.emplace_back(id);
       }
     }
     return scouts;

@@ -73,13 +73,16 @@ Value& Dict::append(Value key, Value value) {
     if (is_name && row_->absent > 0 && row_->keys->find(key) != KeySet::kNowhere) squeeze(kRoom);
     const KeySet* next = is_name && row_->keys->is_shape() ? row_->keys->after(key) : nullptr;
     if (next != nullptr) {
+      row_->keys->note_growth(next->usual_room());
       row_->keys = next;
     } else if (row_->keys->is_shape()) {
       own_keys(kRoom);
     }
   }
-  Row::reserve_one(row_);
-  if (!row_->keys->is_shape()) {
+  if (row_->keys->is_shape()) {
+    Row::reserve(row_, row_->keys->usual_room() - row_->count);
+  } else {
+    Row::reserve_one(row_);
     auto* own = const_cast<KeySet*>(row_->keys);
     KeySet::append(own, std::move(key));
     row_->keys = own;

@@ -14,6 +14,7 @@
 #include "Tessra/base/error.h"
 #include "Tessra/base/hash_index.h"
 #include "Tessra/base/name.h"
+#include "Tessra/base/value.h"
 
 namespace tessra {
 
@@ -60,8 +61,8 @@ class OrderedMap {
   }
   T& at(std::string_view key) { return const_cast<T&>(std::as_const(*this).at(key)); }
 
-  /// Inserts at the end or replaces in place.
-  T& set(std::string_view key, T value);
+  /// Inserts at the end or replaces in place. The key is a text; whoever has it as a value shares it.
+  T& set(Value key, T value);
   /// Removes the entry; its value is destroyed at once. Returns false when there is none.
   bool erase(std::string_view key);
   void clear();
@@ -69,7 +70,7 @@ class OrderedMap {
   /// One entry of a walk.
   template <bool kConst>
   struct Item {
-    const std::string& key;
+    std::string_view key;
     std::conditional_t<kConst, const T, T>& value;
   };
   template <bool kConst>
@@ -83,7 +84,7 @@ class OrderedMap {
 
  private:
   struct Entry {
-    std::string key;
+    Value key;
     T value;
     std::uint32_t hash;
     bool live;
@@ -114,7 +115,7 @@ class OrderedMap<T>::Iterator {
   using pointer = void;
 
   Iterator(Map* map, std::size_t at) : map_(map), at_(at) { skip_dead(); }
-  Item<kConst> operator*() const { return {map_->entries_[at_].key, map_->entries_[at_].value}; }
+  Item<kConst> operator*() const { return {map_->entries_[at_].key.as_text(), map_->entries_[at_].value}; }
   Iterator& operator++() {
     ++at_;
     skip_dead();
@@ -135,11 +136,12 @@ class OrderedMap<T>::Iterator {
 };
 
 template <class T>
-T& OrderedMap<T>::set(std::string_view key, T value) {
-  const std::uint32_t hash = hash_text(key);
-  if (const Entry* existing = find_entry(key, hash)) return const_cast<Entry*>(existing)->value = std::move(value);
+T& OrderedMap<T>::set(Value key, T value) {
+  const std::string_view text = key.as_text();
+  const std::uint32_t hash = KeyRef(key).hash();
+  if (const Entry* existing = find_entry(text, hash)) return const_cast<Entry*>(existing)->value = std::move(value);
   make_room();
-  entries_.push_back(Entry{std::string(key), std::move(value), hash, true});
+  entries_.push_back(Entry{std::move(key), std::move(value), hash, true});
   ++live_;
   if (!index_.empty()) index_.add(hash, static_cast<std::uint32_t>(entries_.size() - 1));
   return entries_.back().value;
@@ -152,7 +154,7 @@ bool OrderedMap<T>::erase(std::string_view key) {
   entry->live = false;
   --live_;
   // Destroyed last: the value's end may reach this map again.
-  [[maybe_unused]] const std::string gone_key = std::exchange(entry->key, {});
+  [[maybe_unused]] const Value gone_key = std::exchange(entry->key, Value(""));
   [[maybe_unused]] const T gone = std::exchange(entry->value, T());
   return true;
 }
@@ -169,12 +171,12 @@ template <class T>
 const typename OrderedMap<T>::Entry* OrderedMap<T>::find_entry(std::string_view key, std::uint32_t hash) const {
   if (index_.empty()) {
     for (const Entry& entry : entries_) {
-      if (entry.hash == hash && entry.live && entry.key == key) return &entry;
+      if (entry.hash == hash && entry.live && entry.key.as_text() == key) return &entry;
     }
     return nullptr;
   }
   const std::uint32_t at =
-      index_.find(hash, [&](std::uint32_t place) { return entries_[place].live && entries_[place].key == key; });
+      index_.find(hash, [&](std::uint32_t place) { return entries_[place].live && entries_[place].key.as_text() == key; });
   return at != HashIndex::kNowhere ? &entries_[at] : nullptr;
 }
 
@@ -202,7 +204,7 @@ void OrderedMap<T>::fetch(std::span<const Sought> keys) const {
     }
   };
   for_each_entry([](const Entry& entry) { __builtin_prefetch(&entry); });
-  for_each_entry([](const Entry& entry) { __builtin_prefetch(entry.key.data()); });
+  for_each_entry([](const Entry& entry) { __builtin_prefetch(entry.key.as_text().data()); });
 }
 
 template <class T>

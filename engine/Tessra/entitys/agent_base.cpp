@@ -40,10 +40,10 @@ std::array<const ElementTable*, 7> RuleAgentBase::unit_tables() const {
 
 void RuleAgentBase::update_units_of_names() { units_of_name.refresh(unit_tables()); }
 
-void RuleAgentBase::add_unit(std::string_view guid, tessra::ElementType type, const std::shared_ptr<Element>& unit) {
+void RuleAgentBase::add_unit(const Value& guid, tessra::ElementType type, const std::shared_ptr<Element>& unit) {
   ElementTable& table = *side_table(type);
   const auto tables = unit_tables();
-  if (table.contains(guid)) units_of_name.note_anything();
+  if (table.contains(guid.as_text())) units_of_name.note_anything();
   table.set(guid, unit);
   units_of_name.note_added(static_cast<std::size_t>(std::ranges::find(tables, &table) - tables.begin()), unit);
 }

@@ -49,7 +49,7 @@ class RuleAgentBase : public Element {
 
   /// Puts a unit into the side table of its type, in the place of one with the same guid. Types without a table of
   /// units are not allowed.
-  void add_unit(std::string_view guid, tessra::ElementType type, const std::shared_ptr<Element>& unit);
+  void add_unit(const Value& guid, tessra::ElementType type, const std::shared_ptr<Element>& unit);
 
   /// Removes an element from its side table; a mission by `unit_name`, everything else by `guid`. Returns the ids the
   /// registry must drop.

@@ -7,7 +7,7 @@ namespace tessra {
 /// An aircraft.
 class Aircraft : public GameUnit {
  public:
-  Aircraft(std::string guid, const Value& name, std::string_view side)
+  Aircraft(Value guid, const Value& name, std::string_view side)
       : GameUnit(std::move(guid), name, side, tessra::ElementType::Aircraft) {}
 
   std::string_view class_name() const override { return "Aircraft"; }

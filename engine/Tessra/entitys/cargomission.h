@@ -7,7 +7,7 @@ namespace tessra {
 /// Cargo is carried and unloaded.
 class CargoMission : public Mission {
  public:
-  CargoMission(std::string guid, const Value& name, std::string_view side)
+  CargoMission(Value guid, const Value& name, std::string_view side)
       : Mission(std::move(guid), name, side, tessra::ElementType::CargoMission) {}
 
   std::string_view class_name() const override { return "CargoMission"; }

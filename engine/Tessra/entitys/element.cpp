@@ -5,7 +5,7 @@
 
 namespace tessra {
 
-Element::Element(std::string guid, const Value& name, const Value& side, tessra::ElementType type)
+Element::Element(Value guid, const Value& name, const Value& side, tessra::ElementType type)
     : guid_(std::move(guid)) {
   initialise_attributes(name, side, type);
 }
@@ -24,7 +24,7 @@ Value Element::get_attribute(const KeyRef& name) {
   if (const Value* stored = attributes_.find(name)) return *stored;
   const Field* field = known_fields().find(name.text());
   if (field == nullptr || !field->has_default) {
-    throw KeyError(std::string(class_name()) + " '" + guid_ + "' has no attribute '" + name.to_text() + "'");
+    throw KeyError(std::string(class_name()) + " '" + guid_.to_text() + "' has no attribute '" + name.to_text() + "'");
   }
   Value value = default_value(field->kind);
   if (value.is_list() || value.is_dict()) attributes_.set(name, value);

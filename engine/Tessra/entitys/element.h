@@ -22,7 +22,7 @@ class GameServer;
 /// knows can be read before they arrived, with the default of their kind.
 class Element {
  public:
-  Element(std::string guid, const Value& name, const Value& side, ElementType type);
+  Element(Value guid, const Value& name, const Value& side, ElementType type);
   virtual ~Element() = default;
   Element(const Element&) = delete;
   Element& operator=(const Element&) = delete;
@@ -33,7 +33,7 @@ class Element {
   virtual const FieldTable& known_fields() const = 0;
 
   /// The id the service lists this object under.
-  const std::string& guid() const { return guid_; }
+  std::string_view guid() const { return guid_.as_text(); }
 
   /// True for what is stored or has a default.
   bool has_attribute(const KeyRef& name) const;
@@ -69,7 +69,7 @@ class Element {
  private:
   static inline std::atomic<std::uint64_t> names_set_ = 0;
 
-  std::string guid_;
+  Value guid_;
   Dict attributes_;
 };
 

@@ -7,7 +7,7 @@ namespace tessra {
 /// Equipment on the ground: sites, airfields, radars.
 class Facility : public GameUnit {
  public:
-  Facility(std::string guid, const Value& name, std::string_view side)
+  Facility(Value guid, const Value& name, std::string_view side)
       : GameUnit(std::move(guid), name, side, tessra::ElementType::Facility) {}
 
   std::string_view class_name() const override { return "Facility"; }

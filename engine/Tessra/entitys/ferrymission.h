@@ -7,7 +7,7 @@ namespace tessra {
 /// Units move to another base.
 class FerryMission : public Mission {
  public:
-  FerryMission(std::string guid, const Value& name, std::string_view side)
+  FerryMission(Value guid, const Value& name, std::string_view side)
       : Mission(std::move(guid), name, side, tessra::ElementType::FerryMission) {}
 
   std::string_view class_name() const override { return "FerryMission"; }

@@ -57,9 +57,9 @@ std::optional<std::string>& creation_key() {
 void GameUnit::set_key(std::string_view side_name) { creation_key() = side_name; }
 void GameUnit::clear_key() { creation_key().reset(); }
 
-GameUnit::GameUnit(std::string guid, const Value& name, std::string_view side, tessra::ElementType type)
+GameUnit::GameUnit(Value guid, const Value& name, std::string_view side, tessra::ElementType type)
     : Element(std::move(guid), name, side, type) {
-  if (creation_key() != side) throw Error("unit '" + this->guid() + "' made without the creation key of its side");
+  if (creation_key() != side) throw Error("unit '" + std::string(this->guid()) + "' made without the creation key of its side");
 }
 
 double GameUnit::real(const KeyRef& name) const {

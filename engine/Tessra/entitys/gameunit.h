@@ -52,7 +52,7 @@ class GameUnit : public Element {
   void return_to_base();
 
  protected:
-  GameUnit(std::string guid, const Value& name, std::string_view side, tessra::ElementType type);
+  GameUnit(Value guid, const Value& name, std::string_view side, tessra::ElementType type);
 
   /// The fields every unit knows.
   static const FieldTable& unit_fields();

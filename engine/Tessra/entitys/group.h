@@ -7,7 +7,7 @@ namespace tessra {
 /// Units that move together.
 class Group : public GameUnit {
  public:
-  Group(std::string guid, const Value& name, std::string_view side)
+  Group(Value guid, const Value& name, std::string_view side)
       : GameUnit(std::move(guid), name, side, tessra::ElementType::Group) {}
 
   std::string_view class_name() const override { return "Group"; }

@@ -7,7 +7,7 @@ namespace tessra {
 /// Mines are cleared from a zone.
 class MineClearMission : public Mission {
  public:
-  MineClearMission(std::string guid, const Value& name, std::string_view side)
+  MineClearMission(Value guid, const Value& name, std::string_view side)
       : Mission(std::move(guid), name, side, tessra::ElementType::MineClearMission) {}
 
   std::string_view class_name() const override { return "MineClearMission"; }

@@ -7,7 +7,7 @@ namespace tessra {
 /// Mines are laid in a zone.
 class MineMission : public Mission {
  public:
-  MineMission(std::string guid, const Value& name, std::string_view side)
+  MineMission(Value guid, const Value& name, std::string_view side)
       : Mission(std::move(guid), name, side, tessra::ElementType::MineMission) {}
 
   std::string_view class_name() const override { return "MineMission"; }

@@ -68,20 +68,20 @@ void NamesIndex::insert(const std::shared_ptr<Element>& unit, Order order) {
     places_.erase(unit.get());
     return;
   }
-  const std::string text = name.to_text();
+  const Value text = name.is_string() ? name : Value(name.to_text());
   places_[unit.get()] = {order, text};
-  auto* holders = holders_.find(text);
+  auto* holders = holders_.find(text.as_text());
   if (holders == nullptr) holders = &holders_.set(text, {});
   const auto place = std::ranges::upper_bound(*holders, order, {}, &Holder::order);
   holders->insert(place, {order, unit});
 }
 
 std::shared_ptr<Element> NamesIndex::take_out(const Place& place) {
-  auto* holders = holders_.find(place.name);
+  auto* holders = holders_.find(place.name.as_text());
   const auto holder = std::ranges::find(*holders, place.order, &Holder::order);
   std::shared_ptr<Element> unit = std::move(holder->unit);
   holders->erase(holder);
-  if (holders->empty()) holders_.erase(place.name);
+  if (holders->empty()) holders_.erase(place.name.as_text());
   return unit;
 }
 

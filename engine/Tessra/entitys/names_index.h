@@ -61,7 +61,7 @@ class NamesIndex {
   };
   struct Place {
     Order order;
-    std::string name;
+    Value name;
   };
 
   void note(Change change, std::size_t table, std::shared_ptr<Element> unit);

@@ -7,7 +7,7 @@ namespace tessra {
 /// A patrol in a zone.
 class PatrolMission : public Mission {
  public:
-  PatrolMission(std::string guid, const Value& name, std::string_view side)
+  PatrolMission(Value guid, const Value& name, std::string_view side)
       : Mission(std::move(guid), name, side, tessra::ElementType::PatrolMission) {}
 
   std::string_view class_name() const override { return "PatrolMission"; }

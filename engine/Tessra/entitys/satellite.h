@@ -7,7 +7,7 @@ namespace tessra {
 /// A satellite; it follows its orbit and takes no orders about its course.
 class Satellite : public GameUnit {
  public:
-  Satellite(std::string guid, const Value& name, std::string_view side)
+  Satellite(Value guid, const Value& name, std::string_view side)
       : GameUnit(std::move(guid), name, side, tessra::ElementType::Satellite) {}
 
   std::string_view class_name() const override { return "Satellite"; }

@@ -7,7 +7,7 @@ namespace tessra {
 /// The scenario of the running episode: its clock, its events and the units that are not active yet.
 class Scenario : public Element {
  public:
-  Scenario(std::string guid, const Value& name, std::string_view side)
+  Scenario(Value guid, const Value& name, std::string_view side)
       : Element(std::move(guid), name, side, tessra::ElementType::Scenario) {}
 
   std::string_view class_name() const override { return "Scenario"; }

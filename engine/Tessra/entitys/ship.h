@@ -7,7 +7,7 @@ namespace tessra {
 /// A surface ship.
 class Ship : public GameUnit {
  public:
-  Ship(std::string guid, const Value& name, std::string_view side)
+  Ship(Value guid, const Value& name, std::string_view side)
       : GameUnit(std::move(guid), name, side, tessra::ElementType::Ship) {}
 
   std::string_view class_name() const override { return "Ship"; }

@@ -11,7 +11,7 @@ const FieldTable& StrikeMission::fields() {
   return table;
 }
 
-StrikeMission::StrikeMission(std::string guid, const Value& name, std::string_view side)
+StrikeMission::StrikeMission(Value guid, const Value& name, std::string_view side)
     : Mission(std::move(guid), name, side, tessra::ElementType::StrikeMission) {
   set_attribute("escort", Dict());
 }

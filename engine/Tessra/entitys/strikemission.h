@@ -8,7 +8,7 @@ namespace tessra {
 class StrikeMission : public Mission {
  public:
   /// Also makes the `escort`, a dictionary in the attribute map that holds a `_game_server` of its own.
-  StrikeMission(std::string guid, const Value& name, std::string_view side);
+  StrikeMission(Value guid, const Value& name, std::string_view side);
 
   std::string_view class_name() const override { return "StrikeMission"; }
   const FieldTable& known_fields() const override { return fields(); }

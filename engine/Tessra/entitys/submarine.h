@@ -7,7 +7,7 @@ namespace tessra {
 /// A submarine.
 class Submarine : public GameUnit {
  public:
-  Submarine(std::string guid, const Value& name, std::string_view side)
+  Submarine(Value guid, const Value& name, std::string_view side)
       : GameUnit(std::move(guid), name, side, tessra::ElementType::Submarine) {}
 
   std::string_view class_name() const override { return "Submarine"; }

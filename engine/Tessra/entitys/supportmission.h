@@ -7,7 +7,7 @@ namespace tessra {
 /// Support for other units: tankers, early warning.
 class SupportMission : public Mission {
  public:
-  SupportMission(std::string guid, const Value& name, std::string_view side)
+  SupportMission(Value guid, const Value& name, std::string_view side)
       : Mission(std::move(guid), name, side, tessra::ElementType::SupportMission) {}
 
   std::string_view class_name() const override { return "SupportMission"; }

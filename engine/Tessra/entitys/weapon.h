@@ -7,7 +7,7 @@ namespace tessra {
 /// A weapon under way.
 class Weapon : public GameUnit {
  public:
-  Weapon(std::string guid, const Value& name, std::string_view side)
+  Weapon(Value guid, const Value& name, std::string_view side)
       : GameUnit(std::move(guid), name, side, tessra::ElementType::Weapon) {}
 
   std::string_view class_name() const override { return "Weapon"; }

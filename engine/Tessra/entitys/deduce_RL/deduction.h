@@ -160,7 +160,7 @@ class Deduction : public Settings, public EpisodeState {
 
   /// Builds the object of a kind, gives it its attributes and registers it. False when the kind is none of the
   /// sixteen or a mission's side has no player.
-  bool create_element(std::string_view guid, const Value& info_dict, ElementType element_type,
+  bool create_element(const Value& guid, const Value& info_dict, ElementType element_type,
                       std::string_view side_name = "");
   /// The assignment at creation: every entry of the record becomes an attribute.
   void set_element_info(Element& element_obj, const Value& info_dict);
@@ -280,10 +280,10 @@ class Deduction : public Settings, public EpisodeState {
 
   // ---- Elements ---------------------------------------------------------------------------------------------
 
-  bool create_scenario(std::string_view guid, const Value& info_dict);
-  bool create_side(std::string_view guid, const Value& info_dict, std::string_view side_name);
-  bool create_mission(std::string_view guid, const Value& info_dict, ElementType type, std::string_view side_name);
-  bool create_unit(std::string_view guid, const Value& info_dict, ElementType type, std::string_view side_name);
+  bool create_scenario(const Value& guid, const Value& info_dict);
+  bool create_side(const Value& guid, const Value& info_dict, std::string_view side_name);
+  bool create_mission(const Value& guid, const Value& info_dict, ElementType type, std::string_view side_name);
+  bool create_unit(const Value& guid, const Value& info_dict, ElementType type, std::string_view side_name);
   /// Tells the players that the element's name may be another one.
   void note_renamed(const Element& element);
   /// The registered element, or null.

@@ -6,6 +6,7 @@
 #include "Tessra/entitys/cargomission.h"
 #include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/record_parts.h"
 #include "Tessra/entitys/facility.h"
 #include "Tessra/entitys/ferrymission.h"
 #include "Tessra/entitys/field_names.h"
@@ -24,11 +25,11 @@ namespace tessra {
 
 namespace {
 
-using Maker = std::shared_ptr<Element> (*)(std::string guid, const Value& name, std::string_view side);
+using Maker = std::shared_ptr<Element> (*)(Value guid, const Value& name, std::string_view side);
 
 /// Beside its attributes in memory, so that to come to one is to come to both.
 template <class T>
-std::shared_ptr<Element> make(std::string guid, const Value& name, std::string_view side) {
+std::shared_ptr<Element> make(Value guid, const Value& name, std::string_view side) {
   return std::allocate_shared<T>(PoolAllocator<T>(), std::move(guid), name, side);
 }
 
@@ -75,7 +76,7 @@ const KindRow* row_of(const KindRow (&rows)[kCount], ElementType type) {
 
 }  // namespace
 
-bool Deduction::create_element(std::string_view guid, const Value& info_dict, ElementType element_type,
+bool Deduction::create_element(const Value& guid, const Value& info_dict, ElementType element_type,
                                std::string_view side_name) {
   if (element_type == ElementType::Scenario) return create_scenario(guid, info_dict);
   if (element_type == ElementType::Side) return create_side(guid, info_dict, side_name);
@@ -84,8 +85,8 @@ bool Deduction::create_element(std::string_view guid, const Value& info_dict, El
   return false;
 }
 
-bool Deduction::create_scenario(std::string_view guid, const Value& info_dict) {
-  auto scenario = std::make_shared<Scenario>(std::string(guid), "scenario", "ALL_SIDE");
+bool Deduction::create_scenario(const Value& guid, const Value& info_dict) {
+  auto scenario = std::make_shared<Scenario>(guid, "scenario", "ALL_SIDE");
   set_element_info(*scenario, info_dict);
   elements.set(guid, scenario);
   scenario->set_attribute(names::kGameServer, game_value_);
@@ -93,7 +94,7 @@ bool Deduction::create_scenario(std::string_view guid, const Value& info_dict) {
   return true;
 }
 
-bool Deduction::create_side(std::string_view guid, const Value& info_dict, std::string_view side_name) {
+bool Deduction::create_side(const Value& guid, const Value& info_dict, std::string_view side_name) {
   if (const auto* player = players.find(side_name)) {
     elements.set(guid, *player);
     set_element_info(**player, info_dict);
@@ -103,7 +104,7 @@ bool Deduction::create_side(std::string_view guid, const Value& info_dict, std::
   return true;
 }
 
-bool Deduction::create_mission(std::string_view guid, const Value& info_dict, ElementType type,
+bool Deduction::create_mission(const Value& guid, const Value& info_dict, ElementType type,
                                std::string_view side_name) {
   const MissionKind& kind = *row_of(kMissionKinds, type);
   const auto* player = players.find(side_name);
@@ -113,18 +114,18 @@ bool Deduction::create_mission(std::string_view guid, const Value& info_dict, El
     log_or_print(LogLevel::error, kind.no_name);
     return true;
   }
-  const std::shared_ptr<Element> mission = kind.make(std::string(guid), name, side_name);
+  const std::shared_ptr<Element> mission = kind.make(guid, name, side_name);
   mission->set_attribute(names::kGameServer, game_value_);
   if (const auto* strike = dynamic_cast<const StrikeMission*>(mission.get())) {
     strike->escort().set(names::kGameServer, game_value_);
   }
   set_element_info(*mission, info_dict);
-  (*player)->missions_obj.set(name.to_text(), mission);
+  (*player)->missions_obj.set(text_of(name), mission);
   elements.set(guid, mission);
   return true;
 }
 
-bool Deduction::create_unit(std::string_view guid, const Value& info_dict, ElementType type,
+bool Deduction::create_unit(const Value& guid, const Value& info_dict, ElementType type,
                             std::string_view side_name) {
   const UnitKind& kind = *row_of(kUnitKinds, type);
   const Value* name = info_dict.as_dict().find(names::kName);
@@ -134,13 +135,13 @@ bool Deduction::create_unit(std::string_view guid, const Value& info_dict, Eleme
     return true;
   }
   if (name == nullptr || !name->truthy()) {
-    log_or_print(LogLevel::error, fmt::sprintf(kind.no_name, guid));
+    log_or_print(LogLevel::error, fmt::sprintf(kind.no_name, guid.as_text()));
     return true;
   }
   std::shared_ptr<Element> unit;
   {
     const GameUnit::CreationKey key(side_name);
-    unit = kind.make(std::string(guid), *name, side_name);
+    unit = kind.make(guid, *name, side_name);
   }
   unit->set_attribute(names::kGameServer, game_value_);
   set_element_info(*unit, info_dict);

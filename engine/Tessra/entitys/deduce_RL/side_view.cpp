@@ -103,8 +103,8 @@ void Deduction::join_initial_position(const InitialCategory& given, const Value&
   if (!given.save_position) return;
   const bool moves =
       given.category.is_text("Aircraft") || given.category.is_text("Ship") || given.category.is_text("Submarine");
-  init_units.set(unit_id, place);
   place.set("Type", moves ? 1 : 0);
+  init_units.set(unit_id, place);
 }
 
 void Deduction::join_initial_contacts(std::string_view side_name, const Dict& places, Dict& contacts) {
