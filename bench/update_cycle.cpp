@@ -69,7 +69,7 @@ void check_model(Deduction& engine, const Situations& situations) {
 /// A play by itself, untimed: to measure the peak, the heap gives its free memory back to the system, and touching it
 /// again takes longer than any training loop would know.
 void play_for_memory(const Case& played, Measures& measures) {
-  read_json("{}");  // what the thread's reader keeps for the next record is no part of the model
+  read_json(played.situations.initial);  // what the thread's reader keeps for the next record is no part of the model
   reset_peak();
   const std::size_t before = live_bytes();
   Host host(played.situations.sides);

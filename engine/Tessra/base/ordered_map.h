@@ -175,8 +175,8 @@ const typename OrderedMap<T>::Entry* OrderedMap<T>::find_entry(std::string_view 
     }
     return nullptr;
   }
-  const std::uint32_t at =
-      index_.find(hash, [&](std::uint32_t place) { return entries_[place].live && entries_[place].key.as_text() == key; });
+  const std::uint32_t at = index_.find(
+      hash, [&](std::uint32_t place) { return entries_[place].live && entries_[place].key.as_text() == key; });
   return at != HashIndex::kNowhere ? &entries_[at] : nullptr;
 }
 

@@ -3,6 +3,7 @@
 // copied out first. The functions below follow the pass part by part: each returns the share of one kind of record.
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/visit_found.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {
@@ -20,7 +21,7 @@ void take_part(Dict& share, const Dict& record, const KeyRef& key, Share of_part
   if (part == nullptr) return;
   const Dict* dict = part->if_dict();
   if (dict == nullptr) {
-    share.set(key, part->deep_copy());
+    share.set(key, part->deep_copy(Texts::shared));
   } else if (const Dict left = of_part(*dict); !left.empty()) {
     share.set(key, left);
   }
@@ -29,21 +30,21 @@ void take_part(Dict& share, const Dict& record, const KeyRef& key, Share of_part
 /// The record's own deletions.
 Dict deletions(const Dict& record) {
   const Value* listed = record.find(names::kMapdel);
-  return listed != nullptr ? Dict{{names::kMapdel, listed->deep_copy()}} : Dict();
+  return listed != nullptr ? Dict{{names::kMapdel, listed->deep_copy(Texts::shared)}} : Dict();
 }
 
 /// The deletions of a table and those inside its records.
 template <Share of_entry>
 Dict table(const Dict& records) {
   Dict share;
-  for (auto [id, record] : records) {
+  visit_fetched(records, fetch_held, [&share](const Value& id, const Value& record) {
     const Dict* dict = record.if_dict();
     if (dict == nullptr || id.is_name(names::kMapdel)) {
-      share.set(id, record.deep_copy());
+      share.set(id, record.deep_copy(Texts::shared));
     } else if (const Dict left = of_entry(*dict); !left.empty()) {
       share.set(id, left);
     }
-  }
+  });
   return share;
 }
 
@@ -105,7 +106,7 @@ Dict missions_of_category(const Dict& records) {
   Dict share;
   for (auto [id, record] : records) {
     const Dict* dict = record.if_dict();
-    share.set(id, dict != nullptr ? Value(mission(*dict)) : record.deep_copy());
+    share.set(id, dict != nullptr ? Value(mission(*dict)) : record.deep_copy(Texts::shared));
   }
   return share;
 }

@@ -6,6 +6,7 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/deduce_RL/visit_found.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {
@@ -149,7 +150,7 @@ void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
   std::vector<Element*> known;
   if (given.may_be_new) known = elements_of(given.live_table);
   std::size_t at = 0;
-  for (auto [unit_id, live_record] : given.live_table) {
+  visit_fetched(given.live_table, fetch_held, [&](const Value& unit_id, Value& live_record) {
     const bool is_new = given.may_be_new && known[at++] == nullptr;
     Dict live = std::move(entry_dict(unit_id, live_record));
     if (Dict* unit = units.find_dict(unit_id)) {
@@ -170,7 +171,7 @@ void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
     } else {
       units.set(unit_id, std::move(live));
     }
-  }
+  });
 }
 
 void Deduction::default_unit_type(const UpdateCategory& given, const Value& unit_id, Dict& unit) {
@@ -184,15 +185,18 @@ void Deduction::default_unit_type(const UpdateCategory& given, const Value& unit
 }
 
 void Deduction::join_update_positions(Dict& position, Dict& units) {
+  const auto fetch_unit = [&units](const Value& unit_id, const Value& /*place*/) {
+    if (const Dict* unit = fields_of(units.find(unit_id))) unit->fetch();
+  };
   for (auto [category, table] : position) {
     if (category.is_text("Contacts") || category.is_name(names::kMapdel)) continue;
-    for (auto [unit_id, place] : entry_dict(category, table)) {
+    visit_fetched(entry_dict(category, table), fetch_unit, [&](const Value& unit_id, Value& place) {
       if (Dict* unit = units.find_dict(unit_id)) {
         unit->update(std::move(entry_dict(unit_id, place)));
       } else {
         units.set(unit_id, place);
       }
-    }
+    });
   }
 }
 

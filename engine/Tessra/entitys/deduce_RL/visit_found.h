@@ -27,19 +27,42 @@ auto find_each(const Dict& table, Find&& find) {
   return found;
 }
 
+/// How many entries before its turn what an entry refers to is fetched.
+constexpr std::size_t kNear = 2;
+
+/// Visits the entries of a table: `visit(key, entry)`. A little before its turn each is shown to `fetch(key, entry)`.
+template <class Table, class Fetch, class Visit>
+void visit_fetched(Table& table, Fetch&& fetch, Visit&& visit) {
+  auto later = table.begin();
+  const auto end = table.end();
+  for (std::size_t skipped = 0; skipped < kNear && later != end; ++skipped) ++later;
+  for (auto [key, entry] : table) {
+    if (later != end) {
+      const auto [later_key, later_entry] = *later;
+      fetch(later_key, later_entry);
+      ++later;
+    }
+    visit(key, entry);
+  }
+}
+
+/// Begins to fetch what a record in a table refers to.
+inline void fetch_held(const Value& /*key*/, const Value& record) {
+  if (const Dict* fields = record.if_dict()) fields->fetch_inside();
+}
+
 /// Visits the entries of a table, each with what was found under its key: `visit(key, entry, found)`. A visit must not
 /// end what was found for later ones.
 template <class Table, class Found, class Visit>
 void visit_found(Table& table, const std::vector<Found>& found, Visit&& visit) {
   constexpr std::size_t kFar = 6;
-  constexpr std::size_t kNear = 2;
   const auto later = [&found](std::size_t at) { return at < found.size() ? fields_of(found[at]) : nullptr; };
   std::size_t at = 0;
-  for (auto [key, entry] : table) {
+  visit_fetched(table, fetch_held, [&](const Value& key, auto& entry) {
     if (const Dict* fields = later(at + kFar)) fields->fetch();
     if (const Dict* fields = later(at + kNear)) fields->fetch_inside();
     visit(key, entry, found[at++]);
-  }
+  });
 }
 
 }  // namespace tessra
