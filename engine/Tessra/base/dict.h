@@ -175,6 +175,9 @@ class Dict {
   static bool equal(const Dict& a, const Dict& b, int depth);
   /// Adds an entry that is known not to be there.
   Value& append(Value key, Value value);
+  /// Of tables, which lie far apart: begins to fetch the value at this place of `fresh`, and what stands here under its
+  /// key.
+  void fetch_beside(const Row& fresh, std::size_t at) const;
   /// `update` for dictionaries whose keys are shapes; false, and nothing done, when it takes more than that.
   bool join(Row& from);
   /// Drops what is absent. Keys of the dictionary's own have room for so many more.

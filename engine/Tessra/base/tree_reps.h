@@ -284,6 +284,12 @@ inline std::size_t Dict::place(const Value& stored) const { return static_cast<s
 inline const Value& Dict::at_place(std::size_t place) const { return row_->values[place]; }
 inline Value* Dict::find(const KeyRef& key) { return const_cast<Value*>(std::as_const(*this).find(key)); }
 
+inline void Dict::fetch_beside(const Row& fresh, std::size_t at) const {
+  if (at >= fresh.count || !fresh.values[at].is_counted()) return;
+  fresh.fetch_held(at);
+  if (const Value* stored = find(fresh.keys->key(at)); stored != nullptr && stored->is_dict()) stored->dict_.fetch();
+}
+
 template <class Visit>
 void Dict::match(const Dict& fresh, Visit&& visit) {
   const Dict source = fresh;  // it may stand inside this dictionary and be overwritten on the way
@@ -300,6 +306,7 @@ void Dict::match(const Dict& fresh, Visit&& visit) {
       places = KeyMatch::of(keys, from.keys);
     }
     if (places == nullptr) {
+      fetch_beside(from, at + 2);
       visit(key, find(key), *value);
     } else {
       const std::uint32_t place = places->place(at);

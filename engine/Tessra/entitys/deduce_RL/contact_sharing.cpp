@@ -64,7 +64,15 @@ void Deduction::share_updated_contacts(const FriendViews& views) {
                 });
     if (!friend_side_contacts.contains(share.friend_id)) friend_side_contacts.set(share.friend_id, Dict());
     Dict record = friend_side_contacts.at_dict(share.friend_id);
-    for (auto [contact_id, contact] : view.contacts) share_updated_contact(share, contact_id, contact, record);
+    const auto fetch = [&](const Value& contact_id, const Value& contact) {
+      const Dict* held = fields_of(share.own.contacts().find(contact_id));
+      if (held == nullptr) held = fields_of(std::as_const(record).find(contact_id));
+      if (held != nullptr) held->fetch();
+      fetch_held(contact_id, contact);
+    };
+    visit_fetched(view.contacts, fetch, [&](const Value& contact_id, const Value& contact) {
+      share_updated_contact(share, contact_id, contact, record);
+    });
   });
 }
 
