@@ -115,7 +115,7 @@ bool Dict::join(Row& from) {
   for (std::size_t at = 0; at < from.count; ++at) {
     if (match->place(at) != KeySet::kNowhere) continue;
     row_->absent += from.values[at].is_absent() ? 1 : 0;
-    row_->add(Value(from.values[at]));
+    row_->add(from.refs == 1 ? std::move(from.values[at]) : Value(from.values[at]));
   }
   const std::vector<KeyMatch::Pair> common = match->common();  // a value that is overwritten may end anything
   for (const auto [held, fresh] : common) {

@@ -5,8 +5,7 @@
 
 namespace tessra {
 
-Element::Element(Value guid, const Value& name, const Value& side, tessra::ElementType type)
-    : guid_(std::move(guid)) {
+Element::Element(Value guid, const Value& name, const Value& side, tessra::ElementType type) : guid_(std::move(guid)) {
   initialise_attributes(name, side, type);
 }
 

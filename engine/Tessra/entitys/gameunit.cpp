@@ -59,7 +59,8 @@ void GameUnit::clear_key() { creation_key().reset(); }
 
 GameUnit::GameUnit(Value guid, const Value& name, std::string_view side, tessra::ElementType type)
     : Element(std::move(guid), name, side, type) {
-  if (creation_key() != side) throw Error("unit '" + std::string(this->guid()) + "' made without the creation key of its side");
+  if (creation_key() != side)
+    throw Error("unit '" + std::string(this->guid()) + "' made without the creation key of its side");
 }
 
 double GameUnit::real(const KeyRef& name) const {

@@ -160,10 +160,10 @@ class Deduction : public Settings, public EpisodeState {
 
   /// Builds the object of a kind, gives it its attributes and registers it. False when the kind is none of the
   /// sixteen or a mission's side has no player.
-  bool create_element(const Value& guid, const Value& info_dict, ElementType element_type,
-                      std::string_view side_name = "");
-  /// The assignment at creation: every entry of the record becomes an attribute.
-  void set_element_info(Element& element_obj, const Value& info_dict);
+  bool create_element(const Value& guid, Value info_dict, ElementType element_type, std::string_view side_name = "");
+  /// The assignment at creation: every entry of the record becomes an attribute. A record that is handed over for good
+  /// may be left empty.
+  void set_element_info(Element& element_obj, Value info_dict);
   /// The merge of an update: known attributes only; dictionaries keep the entries the record does not carry.
   void update_element_info(Element& element_obj, const Dict& info_dict, cf::Adopt adopt = cf::Adopt::shared);
   /// Removes an element through its side's player.
@@ -280,10 +280,10 @@ class Deduction : public Settings, public EpisodeState {
 
   // ---- Elements ---------------------------------------------------------------------------------------------
 
-  bool create_scenario(const Value& guid, const Value& info_dict);
-  bool create_side(const Value& guid, const Value& info_dict, std::string_view side_name);
-  bool create_mission(const Value& guid, const Value& info_dict, ElementType type, std::string_view side_name);
-  bool create_unit(const Value& guid, const Value& info_dict, ElementType type, std::string_view side_name);
+  bool create_scenario(const Value& guid, Value info_dict);
+  bool create_side(const Value& guid, Value info_dict, std::string_view side_name);
+  bool create_mission(const Value& guid, Value info_dict, ElementType type, std::string_view side_name);
+  bool create_unit(const Value& guid, Value info_dict, ElementType type, std::string_view side_name);
   /// Tells the players that the element's name may be another one.
   void note_renamed(const Element& element);
   /// The registered element, or null.

@@ -76,36 +76,37 @@ const KindRow* row_of(const KindRow (&rows)[kCount], ElementType type) {
 
 }  // namespace
 
-bool Deduction::create_element(const Value& guid, const Value& info_dict, ElementType element_type,
+bool Deduction::create_element(const Value& guid, Value info_dict, ElementType element_type,
                                std::string_view side_name) {
-  if (element_type == ElementType::Scenario) return create_scenario(guid, info_dict);
-  if (element_type == ElementType::Side) return create_side(guid, info_dict, side_name);
-  if (row_of(kMissionKinds, element_type) != nullptr) return create_mission(guid, info_dict, element_type, side_name);
-  if (row_of(kUnitKinds, element_type) != nullptr) return create_unit(guid, info_dict, element_type, side_name);
+  if (element_type == ElementType::Scenario) return create_scenario(guid, std::move(info_dict));
+  if (element_type == ElementType::Side) return create_side(guid, std::move(info_dict), side_name);
+  if (row_of(kMissionKinds, element_type) != nullptr)
+    return create_mission(guid, std::move(info_dict), element_type, side_name);
+  if (row_of(kUnitKinds, element_type) != nullptr)
+    return create_unit(guid, std::move(info_dict), element_type, side_name);
   return false;
 }
 
-bool Deduction::create_scenario(const Value& guid, const Value& info_dict) {
+bool Deduction::create_scenario(const Value& guid, Value info_dict) {
   auto scenario = std::make_shared<Scenario>(guid, "scenario", "ALL_SIDE");
-  set_element_info(*scenario, info_dict);
+  set_element_info(*scenario, std::move(info_dict));
   elements.set(guid, scenario);
   scenario->set_attribute(names::kGameServer, game_value_);
   scenario_obj = std::move(scenario);
   return true;
 }
 
-bool Deduction::create_side(const Value& guid, const Value& info_dict, std::string_view side_name) {
+bool Deduction::create_side(const Value& guid, Value info_dict, std::string_view side_name) {
   if (const auto* player = players.find(side_name)) {
     elements.set(guid, *player);
-    set_element_info(**player, info_dict);
+    set_element_info(**player, std::move(info_dict));
   } else {
     log_or_print(LogLevel::error, fmt::sprintf("创建推演方-%s-无对应智能体!", side_name));
   }
   return true;
 }
 
-bool Deduction::create_mission(const Value& guid, const Value& info_dict, ElementType type,
-                               std::string_view side_name) {
+bool Deduction::create_mission(const Value& guid, Value info_dict, ElementType type, std::string_view side_name) {
   const MissionKind& kind = *row_of(kMissionKinds, type);
   const auto* player = players.find(side_name);
   if (player == nullptr) return false;
@@ -119,14 +120,13 @@ bool Deduction::create_mission(const Value& guid, const Value& info_dict, Elemen
   if (const auto* strike = dynamic_cast<const StrikeMission*>(mission.get())) {
     strike->escort().set(names::kGameServer, game_value_);
   }
-  set_element_info(*mission, info_dict);
+  set_element_info(*mission, std::move(info_dict));
   (*player)->missions_obj.set(text_of(name), mission);
   elements.set(guid, mission);
   return true;
 }
 
-bool Deduction::create_unit(const Value& guid, const Value& info_dict, ElementType type,
-                            std::string_view side_name) {
+bool Deduction::create_unit(const Value& guid, Value info_dict, ElementType type, std::string_view side_name) {
   const UnitKind& kind = *row_of(kUnitKinds, type);
   const Value* name = info_dict.as_dict().find(names::kName);
   const auto* player = players.find(side_name);
@@ -144,7 +144,7 @@ bool Deduction::create_unit(const Value& guid, const Value& info_dict, ElementTy
     unit = kind.make(guid, *name, side_name);
   }
   unit->set_attribute(names::kGameServer, game_value_);
-  set_element_info(*unit, info_dict);
+  set_element_info(*unit, std::move(info_dict));
   (*player)->add_unit(guid, type, unit);
   elements.set(guid, unit);
   return true;
@@ -168,7 +168,7 @@ std::string unknown_attribute(const Element& element, const Value& name, const V
 
 }  // namespace
 
-void Deduction::set_element_info(Element& element_obj, const Value& info_dict) {
+void Deduction::set_element_info(Element& element_obj, Value info_dict) {
   if (FIRST_TEST) {
     for (auto [name, value] : info_dict.as_dict()) {
       if (element_obj.has_attribute(name)) {
@@ -179,8 +179,8 @@ void Deduction::set_element_info(Element& element_obj, const Value& info_dict) {
     }
     return;
   }
-  if (const Dict* info = info_dict.if_dict()) {
-    element_obj.attributes().update(*info);
+  if (Dict* info = info_dict.if_dict()) {
+    element_obj.attributes().update(std::move(*info));
     note_renamed(element_obj);
   } else {
     log_only(LogLevel::error, "info_dict is not a dict");

@@ -127,7 +127,7 @@ void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
     if (type == nullptr) continue;
     for (auto [guid, info] : entry_dict(category, missions)) {
       flatten_mission(entry_dict(guid, info));
-      create_element(text_of(guid), info, *type, side_name);
+      create_element(text_of(guid), std::move(info), *type, side_name);
     }
   }
   side_part.erase("Missions");
@@ -139,7 +139,7 @@ void Deduction::build_units(std::string_view side_name, Dict& units) {
     const Value* code = info.as_dict().find(names::kUnitType);
     if (code == nullptr) continue;
     if (const auto type = unit_element_type(*code)) {
-      create_element(text_of(unit_id), info, *type, side_name);
+      create_element(text_of(unit_id), std::move(info), *type, side_name);
     } else {
       log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-未知UnitType值:%d!",
                                                  unit_id.to_text(), side_name, whole_number(*code)));
