@@ -67,7 +67,7 @@ class OrderedMap {
   bool erase(std::string_view key);
   void clear();
 
-  /// One entry of a walk.
+  /// One entry of a walk. Its key is valid as long as the entry.
   template <bool kConst>
   struct Item {
     std::string_view key;
