@@ -16,6 +16,9 @@ inline Value adopted(const Value& fresh, Adopt adopt) {
   return is_copied ? fresh.deep_copy(Texts::shared) : fresh;
 }
 
+/// An id or a name as the model's tables know it: a text, which is shared when it is one.
+inline Value text_of(const Value& id) { return id.is_string() ? id : Value(id.to_text()); }
+
 /// Merges `fresh` into `old` in place and returns `old`: entries that only `old` has stay, entries of `fresh` win, and
 /// where both hold a dictionary the two are merged in the same way. Merging a dictionary into itself changes nothing.
 Dict update_dict(Dict old, const Dict& fresh, Adopt adopt = Adopt::shared);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/element.h"
 #include "Tessra/entitys/field_names.h"
 
@@ -68,7 +69,7 @@ void NamesIndex::insert(const std::shared_ptr<Element>& unit, Order order) {
     places_.erase(unit.get());
     return;
   }
-  const Value text = name.is_string() ? name : Value(name.to_text());
+  const Value text = cf::text_of(name);
   places_[unit.get()] = {order, text};
   auto* holders = holders_.find(text.as_text());
   if (holders == nullptr) holders = &holders_.set(text, {});

@@ -3,7 +3,7 @@
 #include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
-#include "Tessra/entitys/deduce_RL/visit_found.h"
+#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {

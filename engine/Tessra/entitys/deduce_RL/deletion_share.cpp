@@ -3,7 +3,7 @@
 // copied out first. The functions below follow the pass part by part: each returns the share of one kind of record.
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "Tessra/entitys/deduce_RL/visit_found.h"
+#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {

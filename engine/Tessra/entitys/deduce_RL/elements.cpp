@@ -6,7 +6,6 @@
 #include "Tessra/entitys/cargomission.h"
 #include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "Tessra/entitys/deduce_RL/record_parts.h"
 #include "Tessra/entitys/facility.h"
 #include "Tessra/entitys/ferrymission.h"
 #include "Tessra/entitys/field_names.h"
@@ -121,7 +120,7 @@ bool Deduction::create_mission(const Value& guid, Value info_dict, ElementType t
     strike->escort().set(names::kGameServer, game_value_);
   }
   set_element_info(*mission, std::move(info_dict));
-  (*player)->missions_obj.set(text_of(name), mission);
+  (*player)->missions_obj.set(cf::text_of(name), mission);
   elements.set(guid, mission);
   return true;
 }

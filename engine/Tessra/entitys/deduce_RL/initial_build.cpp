@@ -116,7 +116,7 @@ void Deduction::build_side(const Value& side_id, const std::string& side_name, c
   if (const Dict* descriptor = side_descriptor(scen, side_id)) side_part.update(*descriptor);
   if (side_situation.non_empty("SideVitalChange")) side_part.update(side_situation.at_dict("SideVitalChange"));
   side_part.set(names::kId, side_id);
-  create_element(text_of(side_id), side_part, ElementType::Side, side_name);
+  create_element(cf::text_of(side_id), side_part, ElementType::Side, side_name);
 }
 
 void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
@@ -127,7 +127,7 @@ void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
     if (type == nullptr) continue;
     for (auto [guid, info] : entry_dict(category, missions)) {
       flatten_mission(entry_dict(guid, info));
-      create_element(text_of(guid), std::move(info), *type, side_name);
+      create_element(cf::text_of(guid), std::move(info), *type, side_name);
     }
   }
   side_part.erase("Missions");
@@ -139,7 +139,7 @@ void Deduction::build_units(std::string_view side_name, Dict& units) {
     const Value* code = info.as_dict().find(names::kUnitType);
     if (code == nullptr) continue;
     if (const auto type = unit_element_type(*code)) {
-      create_element(text_of(unit_id), std::move(info), *type, side_name);
+      create_element(cf::text_of(unit_id), std::move(info), *type, side_name);
     } else {
       log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-未知UnitType值:%d!",
                                                  unit_id.to_text(), side_name, whole_number(*code)));
@@ -153,7 +153,7 @@ void Deduction::build_scenario(const Dict& situation_data, Dict& scen, const Dic
   scen.erase("SideInfo");
   if (const Dict* info = situ.find_dict("SituationInfo")) scen.update(*info);
   if (situation_data.non_empty("Events")) scen.update(situation_data.at_dict("Events"));
-  create_element(text_of(scenario_id), scen, ElementType::Scenario);
+  create_element(cf::text_of(scenario_id), scen, ElementType::Scenario);
 }
 
 void Deduction::set_all_side_data() {

@@ -8,8 +8,6 @@ Dict part_or_empty(const Dict& record, const KeyRef& key) {
   return record.at_dict(key);
 }
 
-Value text_of(const Value& id) { return id.is_string() ? id : Value(id.to_text()); }
-
 void fail_entry(const Value& key, const Value& entry) {
   throw KindError("'" + key.to_text() + "': expected dictionary, found " + std::string(kind_name(entry.kind())));
 }

@@ -12,9 +12,6 @@ namespace tessra {
 /// A part of a record, or a new empty dictionary when it is absent or null.
 Dict part_or_empty(const Dict& record, const KeyRef& key);
 
-/// An id or name as the model's tables know it: a text. It is shared when it is one.
-Value text_of(const Value& id);
-
 [[noreturn]] void fail_entry(const Value& key, const Value& entry);
 
 /// The dictionary that stands under a key of a table. Another kind throws `KindError` naming the key.

@@ -2,7 +2,7 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
-#include "Tessra/entitys/deduce_RL/visit_found.h"
+#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 #include "Tessra/entitys/gameenvs/utils.h"
 
@@ -97,7 +97,7 @@ void Deduction::merge_new_unit(std::string_view side_name, const Value& unit_id,
     log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！推演中新单元-%s-在推演方-%s-没有基本信息的UnitType!",
                                                unit_id.to_text(), side_name));
   } else if (const auto type = unit_element_type(*code)) {
-    create_element(text_of(unit_id), std::move(info), *type, side_name);
+    create_element(cf::text_of(unit_id), std::move(info), *type, side_name);
   } else {
     log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！推演中在推演方-%s-新单元-%s-UnitType异常值:%d!",
                                                side_name, unit_id.to_text(), whole_number(*code)));
@@ -115,7 +115,7 @@ void Deduction::merge_missions(std::string_view side_name, Dict& side_part) {
       if (auto* const element = element_of(guid)) {
         update_element_info(*element, info.as_dict());
       } else {
-        create_element(text_of(guid), info, *type, side_name);
+        create_element(cf::text_of(guid), std::move(info), *type, side_name);
       }
     }
   }

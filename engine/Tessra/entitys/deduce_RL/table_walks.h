@@ -1,7 +1,7 @@
 #pragma once
 
-// Walking a record's table beside what the model holds. What a large model holds lies far apart in memory, so all of it
-// is found first, and each piece is fetched while those before it are worked on.
+// Walking the tables of a record, alone or beside what the model holds. What they refer to lies far apart in memory, so
+// each piece is fetched while those before it are worked on; what the model holds is found first, all at once.
 
 #include <utility>
 #include <vector>
