@@ -61,8 +61,8 @@ class KeySet {
   /// goes on alike.
   const KeySet* after(const Value& name) const;
 
-  /// Of a shape: how many keys dictionaries that had it came to have when others were joined to them, lately. Who makes
-  /// room for as many at once spares moving the values later.
+  /// Of a shape: how many keys dictionaries that had it came to have, lately, by insertions or when others were joined
+  /// to them. Who makes room for as many at once spares moving the values later.
   std::size_t usual_room() const { return std::max<std::size_t>(count_, grows_to_.load(std::memory_order_relaxed)); }
   void note_growth(std::size_t count) const {
     if (0 < count_ && count <= 4 * std::size_t{count_} + 8) {

@@ -306,7 +306,8 @@ void Dict::match(const Dict& fresh, Visit&& visit) {
       places = KeyMatch::of(keys, from.keys);
     }
     if (places == nullptr) {
-      fetch_beside(from, at + 2);
+      constexpr std::size_t kAhead = 2;
+      fetch_beside(from, at + kAhead);
       visit(key, find(key), *value);
     } else {
       const std::uint32_t place = places->place(at);
