@@ -50,8 +50,9 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
   SideView view = get_side_update_situation(side_name, side_situation, &current_contacts);
   // Friends get the view as it is now. The merge leaves the units' records as they are, but for what is new in them or
   // adopted from them: so it adopts copies instead. Contacts go on to change with the player's own, and are copied.
-  if (is_friend) friend_views.set(side_id.to_text(), {view.units, view.contacts.deep_copy(Texts::shared)});
-  merge_units(side_name, view.units, is_friend ? cf::Adopt::copied : cf::Adopt::shared);
+  if (is_friend) friend_views.set(side_id.to_text(), view);
+  const cf::Adopt adopt = is_friend ? cf::Adopt::copied : cf::Adopt::shared;
+  merge_units(side_name, view.units, adopt);
   side_part.erase("ActiveUnitsInfo");
   merge_missions(side_name, side_part);
   real_part.erase("ActiveUnits");
@@ -68,7 +69,7 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
   if (const Dict* descriptor = side_descriptor(scen, side_id)) join(*descriptor);
   if (side_situation.non_empty("SideVitalChange")) side_part.update(side_situation.at_dict("SideVitalChange"));
   side_part.set("Contacts", view.contacts);
-  update_element_info(player, side_part);
+  update_element_info(player, side_part, adopt);
 
   if (const Dict* messages = side_situation.find_dict(utils::side_key_msg))
     merge_key_messages(player, side_name, *messages);
@@ -79,6 +80,7 @@ void Deduction::merge_units(std::string_view side_name, Dict& units, cf::Adopt a
     if (element == nullptr) element = element_of(unit_id);  // the ids 1 and "1" are one unit, which may be new
     if (element != nullptr) {
       update_element_info(*element, entry_dict(unit_id, info), adopt);
+      if (adopt == cf::Adopt::shared) info = Value();
     } else if (crt_delete_units.contains(unit_id.to_text())) {
       const Dict& record = entry_dict(unit_id, info);
       const std::string first_key = record.empty() ? "No" : (*record.begin()).key.to_text();
