@@ -248,7 +248,7 @@ void Dict::update(Dict&& other) {
   row();
   if (join(*source.row_)) return;
   if (row_->count == 0) Row::reserve(row_, source.size());
-  match(source, [this](const Value& key, Value* stored, const Value& value) {
+  merge(source, [this](const Value& key, Value* stored, const Value& value) {
     if (stored != nullptr) {
       *stored = value;
     } else {

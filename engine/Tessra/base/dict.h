@@ -144,10 +144,11 @@ class Dict {
   /// The same, a little later, for what its values refer to.
   void fetch_inside() const;
   /// Walks `fresh` beside this dictionary: `visit(key, stored, value)` for every entry of `fresh`, in its order, with
-  /// what stands here under the key, or null. Quicker than looking up each: dictionaries of the same fields are known
-  /// to each other. The visitor may write to this dictionary.
+  /// what stands here under the key, or null. Values that are plain, numbers or short texts, may have been written over
+  /// plain ones before, and are not shown. Quicker than looking up each: dictionaries of the same fields are known to
+  /// each other. The visitor may write to this dictionary.
   template <class Visit>
-  void match(const Dict& fresh, Visit&& visit);
+  void merge(const Dict& fresh, Visit&& visit);
 
   /// Walks in insertion order: `for (auto [key, value] : dict)`. Entries may be erased on the way, not added.
   const_iterator begin() const;

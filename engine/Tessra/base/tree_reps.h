@@ -79,6 +79,11 @@ struct Row {
   /// Which of the values from this place on, up to 64, are not absent, as bits. Where any field may be left out, no
   /// branch on one can be foretold.
   std::uint64_t present_from(std::size_t at) const;
+  /// The same for those that are plain.
+  std::uint64_t plain_from(std::size_t at) const;
+  /// Writes the plain values of a record, up to 64 from this place on, over plain ones that stand here under the same
+  /// keys. Which these were, as bits.
+  std::uint64_t write_plain(const Row& fresh, std::size_t at, const KeyMatch& match);
   void erase(std::uint32_t at);
 
   Value* inside() { return reinterpret_cast<Value*>(this + 1); }
@@ -140,6 +145,25 @@ inline std::uint64_t Row::present_from(std::size_t at) const {
     bits = 2 * bits + (values[end - 1].is_absent() ? 0 : 1);
   }
   return bits;
+}
+inline std::uint64_t Row::plain_from(std::size_t at) const {
+  std::uint64_t bits = 0;
+#pragma GCC unroll 4
+  for (std::size_t end = std::min<std::size_t>(count, at + 64); end > at; --end) {
+    bits = 2 * bits + (values[end - 1].is_plain() ? 1 : 0);
+  }
+  return bits;
+}
+inline std::uint64_t Row::write_plain(const Row& fresh, std::size_t at, const KeyMatch& match) {
+  std::uint64_t written = 0;
+  for (std::uint64_t plain = fresh.plain_from(at); plain != 0; plain &= plain - 1) {
+    const std::size_t from = at + std::countr_zero(plain);
+    const std::uint32_t place = match.place(from);
+    if (place == KeySet::kNowhere || !values[place].is_plain()) continue;
+    values[place].take_bits(fresh.values[from]);
+    written |= plain & -plain;
+  }
+  return written;
 }
 inline Value* Row::present(std::size_t at) const { return values[at].is_absent() ? nullptr : values + at; }
 
@@ -291,7 +315,7 @@ inline void Dict::fetch_beside(const Row& fresh, std::size_t at) const {
 }
 
 template <class Visit>
-void Dict::match(const Dict& fresh, Visit&& visit) {
+void Dict::merge(const Dict& fresh, Visit&& visit) {
   const Dict source = fresh;  // it may stand inside this dictionary and be overwritten on the way
   if (source.row_ == nullptr) return;
   const Row& from = *source.row_;
@@ -315,8 +339,11 @@ void Dict::match(const Dict& fresh, Visit&& visit) {
     }
   };
   for (std::size_t at = from.first(); at < from.count; at += 64) {
-    for (std::uint64_t some = from.present_from(at); some != 0; some &= some - 1)
-      visit_one(at + std::countr_zero(some));
+    std::uint64_t some = from.present_from(at);
+    if (const KeyMatch* of_shapes = KeyMatch::of(row().keys, from.keys); of_shapes != nullptr) {
+      some &= ~row_->write_plain(from, at, *of_shapes);
+    }
+    for (; some != 0; some &= some - 1) visit_one(at + std::countr_zero(some));
   }
 }
 

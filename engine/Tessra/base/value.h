@@ -226,6 +226,7 @@ class Value {
   std::size_t short_size() const noexcept { return head_ >> 8 & 0xFF; }
   bool is_counted() const noexcept { return tag() >= Tag::string; }
   bool is_absent() const noexcept { return tag() == Tag::absent; }
+  bool is_plain() const noexcept { return tag() < Tag::absent; }
   const char* short_text() const noexcept { return reinterpret_cast<const char*>(this) + 2; }
   std::string_view long_text() const {
     if (tag() != Tag::string) fail_kind(Kind::string);

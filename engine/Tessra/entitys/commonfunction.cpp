@@ -9,7 +9,7 @@ namespace tessra::cf {
 
 Dict update_dict(Dict old, const Dict& fresh, Adopt adopt) {
   if (old.is(fresh)) return old;
-  old.match(fresh, [&](const Value& key, Value* stored, const Value& value) {
+  old.merge(fresh, [&](const Value& key, Value* stored, const Value& value) {
     const Dict* inner = value.if_dict();
     if (stored == nullptr) {
       old.set(key, adopted(value, adopt));

@@ -188,9 +188,9 @@ void Deduction::set_element_info(Element& element_obj, Value info_dict) {
 
 void Deduction::update_element_info(Element& element_obj, const Dict& info_dict, cf::Adopt adopt) {
   Dict& attributes = element_obj.attributes();
-  attributes.match(info_dict, [&](const Value& name, Value* stored, const Value& value) {
+  if (info_dict.contains(names::kName)) note_renamed(element_obj);
+  attributes.merge(info_dict, [&](const Value& name, Value* stored, const Value& value) {
     if (stored != nullptr) {
-      if (name.is_name(names::kName)) note_renamed(element_obj);
       merge_attribute(name, *stored, value, adopt);
     } else if (!element_obj.has_attribute(name)) {
       if (!name.is_name(names::kMapdel)) log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
