@@ -124,7 +124,7 @@ void Row::put(std::size_t at, const Make& make) {
   --absent;
 }
 inline void Row::fetch_ahead(std::size_t at) const {
-  constexpr std::size_t kAhead = 3;
+  constexpr std::size_t kAhead = 8;
   if (at + kAhead < count && values[at + kAhead].is_counted()) fetch_held(at + kAhead);
 }
 inline void Row::fetch_held(std::size_t at) const {
@@ -321,14 +321,16 @@ void Dict::merge(const Dict& fresh, Visit&& visit) {
   const Row& from = *source.row_;
   const KeySet* keys = nullptr;
   const KeyMatch* places = nullptr;
+  const auto find_places = [&] {
+    if (row().keys == keys && (places == nullptr || places->is_of(keys, from.keys))) return;
+    keys = row_->keys;
+    places = KeyMatch::of(keys, from.keys);
+  };
   const auto visit_one = [&](std::size_t at) {
     const Value* value = at < from.count ? from.present(at) : nullptr;
     if (value == nullptr) return;  // the visitor wrote to what it visits
     const Value& key = from.keys->key(at);
-    if (row().keys != keys || (places != nullptr && !places->is_of(keys, from.keys))) {
-      keys = row_->keys;
-      places = KeyMatch::of(keys, from.keys);
-    }
+    find_places();
     if (places == nullptr) {
       constexpr std::size_t kAhead = 2;
       fetch_beside(from, at + kAhead);
@@ -340,9 +342,8 @@ void Dict::merge(const Dict& fresh, Visit&& visit) {
   };
   for (std::size_t at = from.first(); at < from.count; at += 64) {
     std::uint64_t some = from.present_from(at);
-    if (const KeyMatch* of_shapes = KeyMatch::of(row().keys, from.keys); of_shapes != nullptr) {
-      some &= ~row_->write_plain(from, at, *of_shapes);
-    }
+    find_places();
+    if (places != nullptr) some &= ~row_->write_plain(from, at, *places);
     for (; some != 0; some &= some - 1) visit_one(at + std::countr_zero(some));
   }
 }

@@ -7,18 +7,22 @@
 
 namespace tessra::cf {
 
-Dict update_dict(Dict old, const Dict& fresh, Adopt adopt) {
-  if (old.is(fresh)) return old;
+void merge_dict(Dict old, const Dict& fresh, Adopt adopt) {
+  if (old.is(fresh)) return;
   old.merge(fresh, [&](const Value& key, Value* stored, const Value& value) {
     const Dict* inner = value.if_dict();
     if (stored == nullptr) {
       old.set(key, adopted(value, adopt));
     } else if (inner != nullptr && stored->is_dict()) {
-      update_dict(stored->as_dict(), *inner, adopt);
+      merge_dict(stored->as_dict(), *inner, adopt);
     } else {
       *stored = adopted(value, adopt);
     }
   });
+}
+
+Dict update_dict(Dict old, const Dict& fresh) {
+  merge_dict(old, fresh, Adopt::shared);
   return old;
 }
 

@@ -21,7 +21,9 @@ inline Value text_of(const Value& id) { return id.is_string() ? id : Value(id.to
 
 /// Merges `fresh` into `old` in place and returns `old`: entries that only `old` has stay, entries of `fresh` win, and
 /// where both hold a dictionary the two are merged in the same way. Merging a dictionary into itself changes nothing.
-Dict update_dict(Dict old, const Dict& fresh, Adopt adopt = Adopt::shared);
+Dict update_dict(Dict old, const Dict& fresh);
+/// The same for who needs no handle back.
+void merge_dict(Dict old, const Dict& fresh, Adopt adopt);
 
 /// The scenario clock as text, UTC, "%Y-%m-%d %H:%M:%S"; whole seconds rounded down. `milliseconds` counts from 1970.
 /// With `with_date` false only the time of day is given.

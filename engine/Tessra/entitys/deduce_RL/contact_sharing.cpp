@@ -10,8 +10,8 @@ namespace tessra {
 
 namespace {
 
-double number_or(const Dict& contact, const KeyRef& key, double fallback) {
-  return contact.contains(key) ? contact.at_real(key) : fallback;
+std::optional<double> number(const Dict& contact, Name key) {
+  return contact.contains(key) ? std::optional(contact.at_real(key)) : std::nullopt;
 }
 
 }  // namespace
@@ -24,8 +24,10 @@ bool Deduction::adopts_contact(std::string_view side, FirstContacts& own_contact
   }
   const Dict* own = own_contacts.on(*unit_id);
   if (own == nullptr) return true;
-  if (own->contains("IDStatus") && own->at_real("IDStatus") > number_or(contact, "IDStatus", 0)) return false;
-  return !(own->contains("Age") && own->at_real("Age") <= number_or(contact, "Age", 3));
+  const auto status = number(*own, names::kIDStatus);
+  if (status && *status > number(contact, names::kIDStatus).value_or(0)) return false;
+  const auto age = number(*own, names::kAge);
+  return !(age && *age <= number(contact, names::kAge).value_or(3));
 }
 
 void Deduction::for_each_friend(const FriendViews& views,

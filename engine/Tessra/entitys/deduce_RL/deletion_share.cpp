@@ -10,7 +10,7 @@ namespace tessra {
 
 namespace {
 
-const Name kComponents[] = {Name("Mounts"), Name("Loadouts"), Name("CommDevices"), Name("Magazines")};
+const Name kComponents[] = {names::kMounts, Name("Loadouts"), Name("CommDevices"), Name("Magazines")};
 
 using Share = Dict (*)(const Dict& record);
 
@@ -50,7 +50,7 @@ Dict table(const Dict& records) {
 
 Dict doctrine(const Dict& record) {
   Dict share = deletions(record);
-  take_part(share, record, "WRA", table<deletions>);
+  take_part(share, record, names::kWRA, table<deletions>);
   return share;
 }
 
@@ -68,24 +68,24 @@ Dict unit_info(const Dict& record) {
 
 Dict weapons_of_component(const Dict& record) {
   Dict share = deletions(record);
-  take_part(share, record, "WeaponRecs", table<deletions>);
-  take_part(share, record, "MagazineWeaponRecs", table<deletions>);
+  take_part(share, record, names::kWeaponRecs, table<deletions>);
+  take_part(share, record, names::kMagazineWeaponRecs, table<deletions>);
   return share;
 }
 
 Dict cargo(const Dict& record) {
   Dict share = deletions(record);
-  take_part(share, record, "Mounts", table<weapons_of_component>);
+  take_part(share, record, names::kMounts, table<weapons_of_component>);
   return share;
 }
 
 Dict active_unit(const Dict& record) {
   Dict share = deletions(record);
-  take_part(share, record, "AI", deletions);
+  take_part(share, record, names::kAI, deletions);
   for (const Name components : kComponents) {
     take_part(share, record, components, table<weapons_of_component>);
   }
-  take_part(share, record, "Cargos", table<cargo>);
+  take_part(share, record, names::kCargos, table<cargo>);
   return share;
 }
 

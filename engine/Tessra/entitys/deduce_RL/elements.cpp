@@ -154,7 +154,7 @@ namespace {
 /// The rule of an update for one attribute: dictionaries keep what the record does not carry, except for navigators.
 void merge_attribute(const Value& name, Value& attribute, const Value& fresh, cf::Adopt adopt) {
   if (fresh.is_dict() && attribute.is_dict() && !name.is_name(names::kNavigator)) {
-    cf::update_dict(attribute.as_dict(), fresh.as_dict(), adopt);
+    cf::merge_dict(attribute.as_dict(), fresh.as_dict(), adopt);
   } else {
     attribute = cf::adopted(fresh, adopt);
   }
