@@ -158,7 +158,12 @@ Dict& Dict::operator=(Dict other) noexcept {
 
 void Dict::reserve(std::size_t count) {
   row();
-  if (row_->count == 0 && count > KeySet::kMaxShapeKeys) KeySet::drop(std::exchange(row_->keys, KeySet::own(count)));
+  if (row_->keys->is_shape() && count > KeySet::kMaxShapeKeys) own_keys(count - row_->count);
+  if (!row_->keys->is_shape()) {
+    auto* own = const_cast<KeySet*>(row_->keys);
+    KeySet::reserve(own, count);
+    row_->keys = own;
+  }
   if (count > row_->count) Row::reserve(row_, count - row_->count);
 }
 
@@ -261,6 +266,43 @@ Dict Dict::shallow_copy() const {
   Dict copy;
   copy.update(*this);
   return copy;
+}
+
+std::vector<Value*> Dict::find_all(const Dict& table) {
+  constexpr std::size_t kTogether = 16;
+  std::vector<Value*> found;
+  found.reserve(table.size());
+  if (table.row_ == nullptr) return found;
+  const Row& asked = *table.row_;
+  for (std::size_t begin = asked.first(); begin < asked.count; begin += kTogether) {
+    const std::size_t end = std::min<std::size_t>(begin + kTogether, asked.count);
+    if (row_ != nullptr) fetch_under(asked, begin, end);
+    for (std::size_t at = begin; at < end; ++at) {
+      if (asked.present(at) != nullptr) found.push_back(find(asked.keys->key(at)));
+    }
+  }
+  return found;
+}
+
+void Dict::fetch_under(const Row& asked, std::size_t begin, std::size_t end) const {
+  // One after the other for all of them: where the index says they are; keys and values; what these refer to.
+  const KeySet& keys = *row_->keys;
+  if (!keys.is_indexed()) return;
+  for (std::size_t at = begin; at < end; ++at) keys.fetch(asked.keys->key(at));
+  const auto for_each_place = [&](auto&& visit) {
+    for (std::size_t at = begin; at < end; ++at) {
+      const std::uint32_t place = keys.likely(asked.keys->key(at));
+      if (place != KeySet::kNowhere) visit(place);
+    }
+  };
+  for_each_place([&](std::uint32_t place) {
+    __builtin_prefetch(&keys.key(place));
+    __builtin_prefetch(row_->values + place);
+  });
+  for_each_place([&](std::uint32_t place) {
+    if (keys.key(place).is_counted()) __builtin_prefetch(keys.key(place).counted_);
+    if (row_->values[place].is_counted()) __builtin_prefetch(row_->values[place].counted_);
+  });
 }
 
 bool operator==(const Dict& a, const Dict& b) { return Dict::equal(a, b, 1); }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "Tessra/base/error.h"
 #include "Tessra/base/list.h"
@@ -89,6 +90,7 @@ class Dict {
 
   std::size_t size() const;
   bool empty() const;
+  /// Makes room for so many entries.
   void reserve(std::size_t count);
 
   // Reading. Absence is normal for `find`, `get` and `non_empty`, and a `KeyError` naming the key for `at`.
@@ -143,6 +145,9 @@ class Dict {
   void fetch() const;
   /// The same, a little later, for what its values refer to.
   void fetch_inside() const;
+  /// What stands here under each key of a table, in its order; null where there is nothing. What a large dictionary
+  /// holds lies far apart; asked for at once, some is fetched while other is looked at.
+  std::vector<Value*> find_all(const Dict& table);
   /// Walks `fresh` beside this dictionary: `visit(key, stored, value)` for every entry of `fresh`, in its order, with
   /// what stands here under the key, or null. Values that are plain, numbers or short texts, may have been written over
   /// plain ones before, and are not shown. Quicker than looking up each: dictionaries of the same fields are known to
@@ -179,6 +184,8 @@ class Dict {
   /// Of tables, which lie far apart: begins to fetch the value at this place of `fresh`, and what stands here under its
   /// key.
   void fetch_beside(const Row& fresh, std::size_t at) const;
+  /// Fetches what looking for these keys of a table is going to read, and what is found by it.
+  void fetch_under(const Row& asked, std::size_t begin, std::size_t end) const;
   /// `update` for dictionaries whose keys are shapes; false, and nothing done, when it takes more than that.
   bool join(Row& from);
   /// Drops what is absent. Keys of the dictionary's own have room for so many more.

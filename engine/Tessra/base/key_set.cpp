@@ -161,14 +161,23 @@ std::size_t KeySet::bytes_of(std::size_t room, bool is_shape) {
   return sizeof(KeySet) + room * sizeof(Value) + (is_shape ? room + kPrints : 0);
 }
 
+void KeySet::enlarge(KeySet*& keys, std::size_t room) {
+  KeySet* larger = make(room, false, false);
+  larger->first_ = keys->first_;
+  larger->index_ = keys->index_;
+  for (; larger->count_ < keys->count_;) larger->add(std::move(keys->keys()[larger->count_]));
+  std::exchange(keys, larger)->free();
+}
+
+void KeySet::reserve(KeySet*& keys, std::size_t room) {
+  if (room <= keys->room_) return;
+  enlarge(keys, room);
+  // A table, which is going to be searched.
+  if (room > kMaxShapeKeys) keys->make_index(room);
+}
+
 void KeySet::append(KeySet*& keys, Value key) {
-  if (keys->count_ == keys->room_) {
-    KeySet* larger = make(keys->room_ + std::size_t{keys->room_} / 2 + 4, false, false);
-    larger->first_ = keys->first_;
-    larger->index_ = keys->index_;
-    for (; larger->count_ < keys->count_;) larger->add(std::move(keys->keys()[larger->count_]));
-    std::exchange(keys, larger)->free();
-  }
+  if (keys->count_ == keys->room_) enlarge(keys, keys->room_ + std::size_t{keys->room_} / 2 + 4);
   keys->add(std::move(key));
   if (keys->index_ == nullptr || keys->key(keys->count_ - 1).is_none()) return;
   if (2 * keys->count_ > keys->index_->mask + 1) {

@@ -53,6 +53,15 @@ class KeySet {
   std::size_t first() const { return first_; }
   /// Where the key stands, or `kNowhere`.
   std::uint32_t find(const KeyRef& ref) const;
+
+  // Of keys with an index, for who looks for many at once.
+
+  bool is_indexed() const { return index_ != nullptr; }
+  /// Begins to fetch what `find` looks at first.
+  void fetch(const KeyRef& ref) const;
+  /// The place that `find` looks at first, most often the one it finds, or `kNowhere`.
+  std::uint32_t likely(const KeyRef& ref) const;
+
   /// Of a shape: where the name with these bytes, which begin with `front`, stands from `at` on, or `kNowhere`. Quick
   /// when it stands near.
   std::uint32_t find_from(std::uint32_t at, const detail::Front& front, std::string_view text) const;
@@ -74,6 +83,8 @@ class KeySet {
 
   /// Adds a key that is not there. The keys may move: `keys` is the dictionary's own pointer.
   static void append(KeySet*& keys, Value key);
+  /// Makes room for so many. The keys may move.
+  static void reserve(KeySet*& keys, std::size_t room);
   /// The key no longer counts; its place stays.
   void erase(std::uint32_t at);
 
@@ -119,6 +130,7 @@ class KeySet {
   void add(const Value* begin, std::size_t count) {
     for (std::size_t at = 0; at < count; ++at) add(Value(begin[at]));
   }
+  static void enlarge(KeySet*& keys, std::size_t room);
   void make_index(std::size_t room) const;
   void free_index() const noexcept;
   void link(std::size_t at) const;

@@ -251,6 +251,11 @@ inline std::uint32_t KeySet::find(const KeyRef& ref) const {
   return kNowhere;
 }
 
+inline void KeySet::fetch(const KeyRef& ref) const { __builtin_prefetch(&index_->slots[ref.hash() & index_->mask]); }
+inline std::uint32_t KeySet::likely(const KeyRef& ref) const {
+  return index_->slots[ref.hash() & index_->mask].number - 1;
+}
+
 inline std::uint32_t KeySet::find_from(std::uint32_t at, const detail::Front& front, std::string_view text) const {
   const std::uint8_t wanted = print_of(front);
   for (; at < count_; at += kPrints) {

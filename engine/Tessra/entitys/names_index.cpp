@@ -8,6 +8,12 @@
 
 namespace tessra {
 
+namespace {
+
+Value name_of(const Element& unit) { return unit.attributes().get(names::kName); }
+
+}  // namespace
+
 const std::shared_ptr<Element>* NamesIndex::find(std::string_view name) const {
   const auto* holders = holders_.find(name);
   return holders != nullptr ? &holders->back().unit : nullptr;
@@ -39,11 +45,11 @@ void NamesIndex::refresh(std::span<const ElementTable* const> tables) {
     const auto known = places_.find(unit);
     if (known == places_.end()) continue;
     const Order order = known->second.order;
-    if (const auto held = take_out(known->second)) insert(held, order);
+    if (const auto held = take_out(known->second)) insert(held, name_of(*held), order);
   }
   for (const Event& event : events_) {
     if (event.change == Change::added) {
-      insert(event.unit, next_order(event.table));
+      insert(event.unit, name_of(*event.unit), next_order(event.table));
     } else if (const auto known = places_.find(event.unit.get()); known != places_.end()) {
       take_out(known->second);
       places_.erase(known);
@@ -58,12 +64,27 @@ void NamesIndex::rebuild(std::span<const ElementTable* const> tables) {
   stale_ = false;
   names_set_ = Element::names_set();
   for (std::size_t table = 0; table < tables.size(); ++table) {
-    for (const auto& [guid, unit] : *tables[table]) insert(unit, next_order(table));
+    std::vector<const std::shared_ptr<Element>*> of_table;
+    of_table.reserve(tables[table]->size());
+    for (const auto& [guid, unit] : *tables[table]) of_table.push_back(&unit);
+    insert_all(of_table, table);
   }
 }
 
-void NamesIndex::insert(const std::shared_ptr<Element>& unit, Order order) {
-  const Value name = unit->attributes().get(names::kName);
+void NamesIndex::insert_all(std::span<const std::shared_ptr<Element>* const> units, std::size_t table) {
+  // Units lie far apart: some are fetched, and their names are read, before the first of them is inserted.
+  constexpr std::size_t kTogether = 16;
+  while (!units.empty()) {
+    const auto some = units.first(std::min(kTogether, units.size()));
+    for (const auto* unit : some) __builtin_prefetch(unit->get());
+    Value names[kTogether];
+    for (std::size_t at = 0; at < some.size(); ++at) names[at] = name_of(**some[at]);
+    for (std::size_t at = 0; at < some.size(); ++at) insert(*some[at], names[at], next_order(table));
+    units = units.subspan(some.size());
+  }
+}
+
+void NamesIndex::insert(const std::shared_ptr<Element>& unit, const Value& name, Order order) {
   if (!name.truthy()) {
     stale_ = true;  // it may get a name later, and its place must be found then
     places_.erase(unit.get());

@@ -66,7 +66,8 @@ class NamesIndex {
 
   void note(Change change, std::size_t table, std::shared_ptr<Element> unit);
   void rebuild(std::span<const ElementTable* const> tables);
-  void insert(const std::shared_ptr<Element>& unit, Order order);
+  void insert_all(std::span<const std::shared_ptr<Element>* const> units, std::size_t table);
+  void insert(const std::shared_ptr<Element>& unit, const Value& name, Order order);
   std::shared_ptr<Element> take_out(const Place& place);
   Order next_order(std::size_t table) { return Order{table} << 56 | ++last_number_; }
 

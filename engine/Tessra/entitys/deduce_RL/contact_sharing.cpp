@@ -59,8 +59,7 @@ void Deduction::share_initial_contacts(const FriendViews& views) {
 void Deduction::share_updated_contacts(const FriendViews& views) {
   for_each_friend(views, [&](const FriendShare& share, const SideView& view) {
     Dict known_units = share.player.get_dict("friend_side_units").at_dict(share.friend_name);
-    const auto known_unit = [&known_units](const Value& unit_id) { return known_units.find(unit_id); };
-    visit_found(view.units, find_each(view.units, known_unit),
+    visit_found(view.units, known_units.find_all(view.units),
                 [](const Value& unit_id, const Value& unit, Value* known) {
                   if (known != nullptr) cf::update_dict(entry_dict(unit_id, *known), entry_dict(unit_id, unit));
                 });

@@ -149,6 +149,7 @@ void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
   const Dict* positions = given.position.find_dict(given.category);
   std::vector<Element*> known;
   if (given.may_be_new) known = elements_of(given.live_table);
+  units.reserve(units.size() + given.live_table.size());
   std::size_t at = 0;
   visit_fetched(given.live_table, fetch_held, [&](const Value& unit_id, Value& live_record) {
     const bool is_new = given.may_be_new && known[at++] == nullptr;

@@ -15,18 +15,6 @@ namespace tessra {
 inline const Dict* fields_of(const Element* element) { return element != nullptr ? &element->attributes() : nullptr; }
 inline const Dict* fields_of(const Value* record) { return record != nullptr ? record->if_dict() : nullptr; }
 
-/// What `find` knows under each key of a table: pointers to elements or values, or null.
-template <class Find>
-auto find_each(const Dict& table, Find&& find) {
-  std::vector<decltype(find(std::declval<const Value&>()))> found;
-  found.reserve(table.size());
-  for (auto [key, entry] : table) {
-    found.push_back(find(key));
-    __builtin_prefetch(found.back());
-  }
-  return found;
-}
-
 /// How many entries before its turn what an entry refers to is fetched.
 constexpr std::size_t kNear = 2;
 
