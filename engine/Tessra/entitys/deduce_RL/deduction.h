@@ -29,6 +29,8 @@ extern std::atomic<bool> FIRST_TEST;
 struct SideView {
   Dict units;
   Dict contacts;
+  /// Elements of the units, by their places, as far as joining an update came to know them.
+  std::vector<Element*> known = {};
 
   SideView deep_copy() const { return {units.deep_copy(Texts::shared), contacts.deep_copy(Texts::shared)}; }
 };
@@ -290,7 +292,8 @@ class Deduction : public Settings, public EpisodeState {
   Element* find_element(std::string_view guid) const;
   Element* element_of(const Value& id) const;
   /// The elements that a table's keys stand for, null where there is none: quicker than asking for one after the other.
-  std::vector<Element*> elements_of(const Dict& table) const;
+  /// `known`: what is known of them already, by the entries' places.
+  std::vector<Element*> elements_of(const Dict& table, const std::vector<Element*>& known = {}) const;
   /// Throws `Error` when there is none.
   Scenario& known_scenario() const;
 
@@ -314,7 +317,7 @@ class Deduction : public Settings, public EpisodeState {
     const Dict& position;
     bool may_be_new;
   };
-  void join_update_category(const UpdateCategory& given, Dict& units);
+  void join_update_category(const UpdateCategory& given, SideView& view);
   void default_unit_type(const UpdateCategory& given, const Value& unit_id, Dict& unit);
   static void join_update_positions(Dict& position, Dict& units);
   void join_update_contacts(std::string_view side_name, Dict& places, const Dict* crt_contacts, Dict& contacts);
@@ -346,7 +349,7 @@ class Deduction : public Settings, public EpisodeState {
   // ---- Update merge -----------------------------------------------------------------------------------------
 
   void merge_side(const Value& side_id, const Dict& side_situation, const Dict& scen, FriendViews& friend_views);
-  void merge_units(std::string_view side_name, Dict& units, cf::Adopt adopt);
+  void merge_units(std::string_view side_name, SideView& view, cf::Adopt adopt);
   void merge_new_unit(std::string_view side_name, const Value& unit_id, Value info);
   void merge_missions(std::string_view side_name, Dict& side_part);
   void merge_key_messages(RuleAgentBase& player, std::string_view side_name, const Dict& messages);

@@ -233,18 +233,26 @@ Element* Deduction::element_of(const Value& id) const {
   return pointer(elements.find(id.as_text(), KeyRef(id).hash()));
 }
 
-std::vector<Element*> Deduction::elements_of(const Dict& table) const {
+std::vector<Element*> Deduction::elements_of(const Dict& table, const std::vector<Element*>& known) const {
+  std::vector<Element*> result;
+  std::vector<std::size_t> unknown;
   std::vector<ElementTable::Sought> ids;
-  ids.reserve(table.size());
-  for (auto [id, entry] : table) ids.push_back({id.is_string() ? id.as_text() : "", KeyRef(id).hash()});
-  const auto found = elements.find_all(ids);
-  std::vector<Element*> known;
-  known.reserve(table.size());
+  result.reserve(table.size());
   for (auto [id, entry] : table) {
-    known.push_back(id.is_string() ? pointer(found[known.size()]) : element_of(id));
-    __builtin_prefetch(known.back());
+    const std::size_t place = table.place(entry);
+    result.push_back(place < known.size() ? known[place] : nullptr);
+    if (result.back() != nullptr) continue;
+    if (id.is_string()) {
+      unknown.push_back(result.size() - 1);
+      ids.push_back({id.as_text(), KeyRef(id).hash()});
+    } else {
+      result.back() = element_of(id);
+    }
   }
-  return known;
+  const auto found = elements.find_all(ids);
+  for (std::size_t at = 0; at < found.size(); ++at) result[unknown[at]] = pointer(found[at]);
+  for (const Element* element : result) __builtin_prefetch(element);
+  return result;
 }
 
 }  // namespace tessra

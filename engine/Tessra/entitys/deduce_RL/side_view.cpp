@@ -133,7 +133,7 @@ SideView Deduction::get_side_update_situation(std::string_view side_name, const 
     for (auto [category, live_table] : *active) {
       if (classname2element(category) == nullptr) continue;
       join_update_category({side_name, category, entry_dict(category, live_table), position, crt_contacts != nullptr},
-                           view.units);
+                           view);
     }
   }
   join_update_positions(position, view.units);
@@ -145,16 +145,25 @@ SideView Deduction::get_side_update_situation(std::string_view side_name, const 
   return view;
 }
 
-void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
+void Deduction::join_update_category(const UpdateCategory& given, SideView& view) {
+  Dict& units = view.units;
   const Dict* positions = given.position.find_dict(given.category);
   std::vector<Element*> known;
   if (given.may_be_new) known = elements_of(given.live_table);
   units.reserve(units.size() + given.live_table.size());
   std::size_t at = 0;
   visit_fetched(given.live_table, fetch_held, [&](const Value& unit_id, Value& live_record) {
-    const bool is_new = given.may_be_new && known[at++] == nullptr;
+    Element* const element = given.may_be_new ? known[at++] : nullptr;
+    const bool is_new = given.may_be_new && element == nullptr;
+    const auto note_known = [&](const Value& entry) {
+      if (element == nullptr) return;
+      view.known.resize(std::max(view.known.size(), units.place(entry) + 1));
+      view.known[units.place(entry)] = element;
+    };
     Dict live = std::move(entry_dict(unit_id, live_record));
-    if (Dict* unit = units.find_dict(unit_id)) {
+    if (Value* entry = units.find(unit_id)) {
+      note_known(*entry);
+      Dict* unit = &entry_dict(unit_id, *entry);
       if (auto inner = take_active_unit(live)) unit->update(*std::move(inner));
       if (is_new && (positions == nullptr || !positions->contains(unit_id))) {
         log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
@@ -168,9 +177,9 @@ void Deduction::join_update_category(const UpdateCategory& given, Dict& units) {
                                 unit_id.to_text(), given.side_name));
     } else if (auto inner = take_active_unit(live)) {
       inner->update(std::move(live));
-      units.set(unit_id, *std::move(inner));
+      note_known(units.set(unit_id, *std::move(inner)));
     } else {
-      units.set(unit_id, std::move(live));
+      note_known(units.set(unit_id, std::move(live)));
     }
   });
 }

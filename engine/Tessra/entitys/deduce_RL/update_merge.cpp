@@ -52,7 +52,7 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
   // adopted from them: so it adopts copies instead. Contacts go on to change with the player's own, and are copied.
   if (is_friend) friend_views.set(side_id.to_text(), view);
   const cf::Adopt adopt = is_friend ? cf::Adopt::copied : cf::Adopt::shared;
-  merge_units(side_name, view.units, adopt);
+  merge_units(side_name, view, adopt);
   side_part.erase("ActiveUnitsInfo");
   merge_missions(side_name, side_part);
   real_part.erase("ActiveUnits");
@@ -75,8 +75,8 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
     merge_key_messages(player, side_name, *messages);
 }
 
-void Deduction::merge_units(std::string_view side_name, Dict& units, cf::Adopt adopt) {
-  visit_found(units, elements_of(units), [&](const Value& unit_id, Value& info, Element* element) {
+void Deduction::merge_units(std::string_view side_name, SideView& view, cf::Adopt adopt) {
+  visit_found(view.units, elements_of(view.units, view.known), [&](const Value& unit_id, Value& info, Element* element) {
     if (element == nullptr) element = element_of(unit_id);  // the ids 1 and "1" are one unit, which may be new
     if (element != nullptr) {
       update_element_info(*element, entry_dict(unit_id, info), adopt);
