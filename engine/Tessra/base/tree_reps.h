@@ -76,11 +76,12 @@ struct Row {
   std::size_t first() const { return keys->first(); }
   /// The value at this place, or null when it is absent.
   Value* present(std::size_t at) const;
-  /// Which of the values from this place on, up to 64, are not absent, as bits. Where any field may be left out, no
-  /// branch on one can be foretold.
+  /// Which of the values from this place on, up to 64, are so, as bits. Where any field may be left out, no branch on
+  /// one can be foretold.
+  template <class Is>
+  std::uint64_t which_from(std::size_t at, Is is) const;
+  /// Which of them are not absent.
   std::uint64_t present_from(std::size_t at) const;
-  /// The same for those that are plain.
-  std::uint64_t plain_from(std::size_t at) const;
   /// Writes the plain values of a record, up to 64 from this place on, over plain ones that stand here under the same
   /// keys. Which these were, as bits.
   std::uint64_t write_plain(const Row& fresh, std::size_t at, const KeyMatch& match);
@@ -138,25 +139,22 @@ inline void Row::fetch() const {
   const auto* begin = reinterpret_cast<const char*>(this);
   for (std::size_t line = 0; line < kMost; ++line) __builtin_prefetch(begin + line * kLine);
 }
-inline std::uint64_t Row::present_from(std::size_t at) const {
+template <class Is>
+std::uint64_t Row::which_from(std::size_t at, Is is) const {
   std::uint64_t bits = 0;
 #pragma GCC unroll 4
   for (std::size_t end = std::min<std::size_t>(count, at + 64); end > at; --end) {
-    bits = 2 * bits + (values[end - 1].is_absent() ? 0 : 1);
+    bits = 2 * bits + (is(values[end - 1]) ? 1 : 0);
   }
   return bits;
 }
-inline std::uint64_t Row::plain_from(std::size_t at) const {
-  std::uint64_t bits = 0;
-#pragma GCC unroll 4
-  for (std::size_t end = std::min<std::size_t>(count, at + 64); end > at; --end) {
-    bits = 2 * bits + (values[end - 1].is_plain() ? 1 : 0);
-  }
-  return bits;
+inline std::uint64_t Row::present_from(std::size_t at) const {
+  return which_from(at, [](const Value& value) { return !value.is_absent(); });
 }
 inline std::uint64_t Row::write_plain(const Row& fresh, std::size_t at, const KeyMatch& match) {
   std::uint64_t written = 0;
-  for (std::uint64_t plain = fresh.plain_from(at); plain != 0; plain &= plain - 1) {
+  const auto is_plain = [](const Value& value) { return value.is_plain(); };
+  for (std::uint64_t plain = fresh.which_from(at, is_plain); plain != 0; plain &= plain - 1) {
     const std::size_t from = at + std::countr_zero(plain);
     const std::uint32_t place = match.place(from);
     if (place == KeySet::kNowhere || !values[place].is_plain()) continue;
