@@ -255,7 +255,7 @@ TEST(Tree, RecordsWithoutSomeOfTheirFieldsAreLikeAnyOther) {
       Twins& twins = all[random() % all.size()];
       const Twins& other = all[random() % all.size()];
       const std::string key = some_key();
-      switch (random() % 8) {
+      switch (random() % 9) {
         case 0:
         case 1:
           twins.dict.set(key, step);
@@ -277,12 +277,22 @@ TEST(Tree, RecordsWithoutSomeOfTheirFieldsAreLikeAnyOther) {
           twins = Twins{random() % 2 == 0 ? other.dict.shallow_copy() : other.dict.deep_copy(), other.plain};
           break;
         case 6:
-          twins.dict.match(other.dict, [&](const Value& name, Value* stored, const Value& value) {
+          twins.dict.merge(other.dict, [&](const Value& name, Value* stored, const Value& value) {
             ASSERT_EQ(stored, twins.dict.find(name.as_text()));
-            if (stored == nullptr) twins.dict.set(name, value);
-            if (stored == nullptr) twins.set(std::string(name.as_text()), static_cast<int>(value.as_integer()));
+            twins.dict.set(name, value);
           });
+          for (const auto& [name, value] : std::vector(other.plain)) twins.set(name, value);
           break;
+        case 7: {
+          twins.dict.reserve(random() % 200);
+          if (!twins.plain.empty()) {
+            ASSERT_EQ(twins.dict.place(twins.dict.at(twins.plain.back().first)) + 1, twins.dict.size());
+          }
+          std::vector<Value*> expected;
+          for (const auto& [name, value] : other.plain) expected.push_back(twins.dict.find(name));
+          ASSERT_EQ(twins.dict.find_all(other.dict), expected);
+          break;
+        }
         default:
           if (random() % 20 == 0) twins = Twins();
       }
@@ -303,24 +313,54 @@ Dict frequent_record(int first, int last) {
 }
 
 /// What is remembered of how two dictionaries' keys stand to each other gives way to others, also in the middle.
-TEST(Tree, MatchingGoesOnAfterVeryManyOthersWereMatched) {
+TEST(Tree, MergingGoesOnAfterVeryManyOthersWereMerged) {
   std::vector<Dict> others;
   for (int i = 0; i < 50; ++i) others.push_back(frequent_record(i, i + 18));
   Dict held = frequent_record(0, 20);
-  const Dict fresh = frequent_record(25, 10);
+  held.set("m12", List{1});
+  Dict fresh = frequent_record(25, 10);
+  for (auto [key, value] : fresh) {
+    if (value.as_integer() % 3 != 0) value = List{value};
+  }
   std::string visited;
-  held.match(fresh, [&](const Value& key, Value* stored, const Value& value) {
+  held.merge(fresh, [&](const Value& key, Value* stored, const Value& value) {
     ASSERT_EQ(stored, held.find(key));
-    ASSERT_EQ(stored == nullptr, value.as_integer() >= 20);
+    ASSERT_EQ(value, fresh.at(key));
     visited += key.to_text();
     for (Dict& other : others) {
-      for (const Dict& another : others) {
-        other.match(another,
-                    [&](const Value& name, Value* place, const Value&) { ASSERT_EQ(place, other.find(name)); });
-      }
+      for (const Dict& another : others) other.merge(another, [](const Value&, Value*, const Value&) {});
     }
   });
-  EXPECT_EQ(visited, "m25m24m23m22m21m20m19m18m17m16m15m14m13m12m11");
+  // All but what was plain on both sides: that was written.
+  EXPECT_EQ(visited, "m25m24m23m22m21m20m19m17m16m14m13m12m11");
+  EXPECT_EQ(held.size(), 20U);
+  frequent_record(20, 0);
+  Dict negative = frequent_record(20, 0);
+  for (auto [key, value] : negative) value = -value.as_integer();
+  held.merge(negative, [&](const Value& key, Value* stored, const Value& value) {
+    if (stored == nullptr) held.set(key, value);
+  });
+  for (int field = 0; field <= 20; ++field) {
+    const Value& value = held.at("m" + std::to_string(field));
+    EXPECT_EQ(value, field == 12 ? Value(List{1}) : Value(-field));
+  }
+}
+
+/// A large dictionary is searched for many keys at once as for one after the other.
+TEST(Tree, ManyKeysAreFoundAtOnce) {
+  Dict held, asked;
+  for (int i = 0; i < 3000; ++i) held.set("unit-" + std::to_string(i) + "-of-the-model", i);
+  for (int i = 0; i < 3000; i += 7) held.erase("unit-" + std::to_string(i) + "-of-the-model");
+  for (int i = 2990; i < 3010; ++i) asked.set("unit-" + std::to_string(i) + "-of-the-model", i);
+  for (int i = 0; i < 40; ++i) asked.set(i, i);
+  asked.erase(3);
+  const std::vector<Value*> found = held.find_all(asked);
+  ASSERT_EQ(found.size(), asked.size());
+  std::size_t at = 0;
+  for (auto [key, value] : asked) EXPECT_EQ(found[at++], held.find(key)) << key;
+  EXPECT_EQ(std::ranges::count_if(found, [](const Value* value) { return value != nullptr; }), 9);
+  EXPECT_EQ(Dict().find_all(asked), std::vector<Value*>(asked.size()));
+  EXPECT_TRUE(held.find_all(Dict()).empty());
 }
 
 TEST(Tree, MayEndOnAnotherThreadThanItBegan) {

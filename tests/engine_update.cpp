@@ -110,7 +110,7 @@ TEST_F(Update, a_friends_later_report_reaches_the_adopted_contact) {
   EXPECT_FALSE(units.contains("g2")) << "units reported for the first time are not added";
 }
 
-TEST_F(EngineTest, a_friend_gets_the_units_as_they_were_delivered_and_keeps_them_apart) {
+TEST_F(EngineTest, a_friend_gets_units_and_contacts_as_they_were_delivered_and_keeps_them_apart) {
   server->sides.as_dict().at_dict("r").set("Friend", List{"b"});
   start();
   // Red reports blue's unit as well, after blue did.
@@ -122,6 +122,40 @@ TEST_F(EngineTest, a_friend_gets_the_units_as_they_were_delivered_and_keeps_them
   EXPECT_EQ(known.at_dict("AI").at("Mode"), Value(1));
   EXPECT_EQ(known.at("Course"), element("u9").get_attribute("Course"));
   EXPECT_FALSE(known.at("Course").is(element("u9").get_attribute("Course")));
+
+  // Blue has a new contact, and at once a message on it.
+  update(R"({'Situation': {'SituationSides': {'b': {
+    'SideReal': {'Contacts': {'bc9': {'Name': 'Seen', 'Type': 1, 'Lon': 1.0, 'Emissions': {'e1': 2}}}},
+    'SideKeyMsg': {'7': [{'LastDetectionList': [{'ContactID': 'bc9', 'n': 1}]}]}}}}})");
+  const Dict own = blue().get_dict("Contacts").at_dict("bc9");
+  const Dict shared = contacts().at_dict("bc9");
+  EXPECT_TRUE(own.contains("Record"));
+  EXPECT_FALSE(shared.contains("Record"));
+  EXPECT_TRUE(shared.is(engine().friend_side_contacts.at_dict("b").at_dict("bc9")));
+  EXPECT_FALSE(shared.at("Emissions").is(own.at("Emissions")));
+}
+
+/// What a service hands over as trees may have lost entries, whose gaps are closed when others come.
+TEST_F(Update, a_table_of_units_with_gaps_reaches_the_right_units) {
+  Value tree = json(
+      R"({'Situation': {'SituationSides': {'r': {'Side': {'ActiveUnitsInfo': {}},
+                                                'SideReal': {'ActiveUnits': {'Aircraft': {'a1': {'Fuel': 7.0}},
+                                                                             'Ship': {'s1': {'Fuel': 8.0}}}},
+                                                'SidePosition': {'Ship': {'s1': {'Lon': 9.0}}}}}}})");
+  Dict units = tree.as_dict()
+                   .at_dict("Situation")
+                   .at_dict("SituationSides")
+                   .at_dict("r")
+                   .at_dict("Side")
+                   .at_dict("ActiveUnitsInfo");
+  for (int gone = 0; gone < 30; ++gone) units.set("gone-" + std::to_string(gone), Dict());
+  units.set("a1", Dict{{"Speed", 1.0}});
+  for (int gone = 0; gone < 30; ++gone) units.erase("gone-" + std::to_string(gone));
+  engine().process_step_situation(tree);
+  EXPECT_EQ(element("a1").get_attribute("Fuel"), Value(7.0));
+  EXPECT_EQ(element("a1").get_attribute("Speed"), Value(1.0));
+  EXPECT_EQ(element("s1").get_attribute("Fuel"), Value(8.0));
+  EXPECT_EQ(element("s1").get_attribute("Lon"), Value(9.0));
 }
 
 TEST_F(Update, scenario_attributes_of_later_records_win) {

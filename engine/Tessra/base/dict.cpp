@@ -158,6 +158,7 @@ Dict& Dict::operator=(Dict other) noexcept {
 
 void Dict::reserve(std::size_t count) {
   row();
+  if (row_->absent > 0) squeeze(count - std::min(count, size()));
   if (row_->keys->is_shape() && count > KeySet::kMaxShapeKeys) own_keys(count - row_->count);
   if (!row_->keys->is_shape()) {
     auto* own = const_cast<KeySet*>(row_->keys);
@@ -285,16 +286,21 @@ std::vector<Value*> Dict::find_all(const Dict& table) {
 }
 
 void Dict::fetch_under(const Row& asked, std::size_t begin, std::size_t end) const {
-  // One after the other for all of them: where the index says they are; keys and values; what these refer to.
   const KeySet& keys = *row_->keys;
   if (!keys.is_indexed()) return;
-  for (std::size_t at = begin; at < end; ++at) keys.fetch(asked.keys->key(at));
-  const auto for_each_place = [&](auto&& visit) {
+  const auto for_each_key = [&](auto&& visit) {
     for (std::size_t at = begin; at < end; ++at) {
-      const std::uint32_t place = keys.likely(asked.keys->key(at));
-      if (place != KeySet::kNowhere) visit(place);
+      if (asked.present(at) != nullptr) visit(asked.keys->key(at));
     }
   };
+  const auto for_each_place = [&](auto&& visit) {
+    for_each_key([&](const Value& key) {
+      const std::uint32_t place = keys.likely(key);
+      if (place != KeySet::kNowhere) visit(place);
+    });
+  };
+  // One after the other for all of them: where the index says they are; keys and values; what these refer to.
+  for_each_key([&](const Value& key) { keys.fetch(key); });
   for_each_place([&](std::uint32_t place) {
     __builtin_prefetch(&keys.key(place));
     __builtin_prefetch(row_->values + place);

@@ -90,7 +90,8 @@ class Dict {
 
   std::size_t size() const;
   bool empty() const;
-  /// Makes room for so many entries.
+  /// Makes room for so many entries, and closes the gaps that erased ones left: until the next one is erased, no
+  /// insertion changes the place of another entry.
   void reserve(std::size_t count);
 
   // Reading. Absence is normal for `find`, `get` and `non_empty`, and a `KeyError` naming the key for `at`.
@@ -106,7 +107,7 @@ class Dict {
   bool non_empty(const KeyRef& key) const;
 
   /// Where a value of this dictionary stands: of two, the one inserted first has the smaller place. Valid until the
-  /// next insertion.
+  /// next insertion, or longer (`reserve`).
   std::size_t place(const Value& stored) const;
   /// The value that stands there.
   const Value& at_place(std::size_t place) const;

@@ -137,12 +137,6 @@ KeySet* KeySet::make(std::size_t room, bool is_shape, bool is_grown) {
   return new (Pool::take(bytes_of(room, is_shape))) KeySet(room, is_shape, is_grown);
 }
 
-KeySet* KeySet::own(std::size_t room) {
-  KeySet* keys = make(room, false, false);
-  if (room > kMaxShapeKeys) keys->make_index(room);  // a table, which is going to be searched
-  return keys;
-}
-
 KeySet* KeySet::own(const Value* keys, std::size_t count, std::size_t room) {
   KeySet* begun = make(room, false, false);
   begun->add(keys, count);
@@ -170,10 +164,10 @@ void KeySet::enlarge(KeySet*& keys, std::size_t room) {
 }
 
 void KeySet::reserve(KeySet*& keys, std::size_t room) {
-  if (room <= keys->room_) return;
-  enlarge(keys, room);
-  // A table, which is going to be searched.
-  if (room > kMaxShapeKeys) keys->make_index(room);
+  if (room > keys->room_) enlarge(keys, room);
+  // A table is going to be searched.
+  const bool is_wide = keys->index_ != nullptr && 2 * room <= std::size_t{keys->index_->mask} + 1;
+  if (room > kMaxShapeKeys && !is_wide) keys->make_index(room);
 }
 
 void KeySet::append(KeySet*& keys, Value key) {

@@ -36,9 +36,7 @@ class KeySet {
   static const KeySet* shape_of(const Value* names, std::size_t count);
   /// The same, but null as well when these names are too rare to be worth a shape.
   static const KeySet* frequent_shape_of(const Value* names, std::size_t count);
-  /// Keys of a dictionary's own, with room for so many.
-  static KeySet* own(std::size_t room);
-  /// The same, beginning with these, which are all different.
+  /// Keys of a dictionary's own, with room for so many, beginning with these, which are all different.
   static KeySet* own(const Value* keys, std::size_t count, std::size_t room);
   /// Ends keys that are a dictionary's own.
   static void drop(const KeySet* keys) noexcept {

@@ -7,7 +7,7 @@
 // are cut one behind the other, and the pieces of one unit lie on the same page or two.
 //
 // Memory is divided into spans. A thread cuts blocks from a hole of one of its spans until the hole is full, and goes
-// on with the next hole there, or with another span that has become free by half. A bit per 16 bytes tells what is
+// on with the next hole there, or with another span that has mostly become free. A bit per 16 bytes tells what is
 // free, so that neighbours that are given back make one hole again, and what an update leaves behind in the model does
 // not keep the rest of its memory.
 //
@@ -99,9 +99,9 @@ class Pool {
   struct Span {
     static constexpr std::size_t kGrains = kSpan / kGrain;
     static constexpr std::size_t kWord = 64;
-    /// Free bytes that make a span worth filling again: with a quarter of it, the holes are so small that trees are
-    /// strewn, and the update cycle takes a sixth longer.
-    static constexpr std::size_t kRoomy = kSpan / 2;
+    /// Free bytes that make a span worth filling again. With half of it the holes are smaller and trees more strewn:
+    /// the update cycle takes a twentieth longer. With more, a long episode holds more memory for no gain.
+    static constexpr std::size_t kRoomy = kSpan / 4 * 3;
 
     std::atomic<Hole*> owner;                  // that of a store
     Span* next_made = nullptr;                 // of all

@@ -31,6 +31,15 @@ void name_contact_sides(Dict& contacts, const Dict& side_id2name) {
   }
 }
 
+/// Makes room for the units of all categories. From then on their places stay what they are.
+void make_room(const Dict& active, Dict& units) {
+  std::size_t most = units.size();
+  for (auto [category, live_table] : active) {
+    if (const Dict* table = live_table.if_dict()) most += table->size();
+  }
+  units.reserve(most);
+}
+
 std::string contact_name(const Dict& contact) {
   const Value* name = contact.find("Name");
   return name != nullptr ? name->to_text() : "No Name";
@@ -130,6 +139,7 @@ SideView Deduction::get_side_update_situation(std::string_view side_name, const 
   SideView view;
   if (const Dict* basic = side.find_dict("ActiveUnitsInfo")) view.units = *basic;
   if (Dict* active = real.find_dict("ActiveUnits")) {
+    make_room(*active, view.units);
     for (auto [category, live_table] : *active) {
       if (classname2element(category) == nullptr) continue;
       join_update_category({side_name, category, entry_dict(category, live_table), position, crt_contacts != nullptr},
@@ -150,7 +160,6 @@ void Deduction::join_update_category(const UpdateCategory& given, SideView& view
   const Dict* positions = given.position.find_dict(given.category);
   std::vector<Element*> known;
   if (given.may_be_new) known = elements_of(given.live_table);
-  units.reserve(units.size() + given.live_table.size());
   std::size_t at = 0;
   visit_fetched(given.live_table, fetch_held, [&](const Value& unit_id, Value& live_record) {
     Element* const element = given.may_be_new ? known[at++] : nullptr;

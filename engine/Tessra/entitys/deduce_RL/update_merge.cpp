@@ -48,9 +48,9 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
 
   const Dict current_contacts = player.get_dict("Contacts");
   SideView view = get_side_update_situation(side_name, side_situation, &current_contacts);
-  // Friends get the view as it is now. The merge leaves the units' records as they are, but for what is new in them or
-  // adopted from them: so it adopts copies instead. Contacts go on to change with the player's own, and are copied.
-  if (is_friend) friend_views.set(side_id.to_text(), view);
+  // Friends get the view as it is now. The merge leaves its records as they are, but for what is new in them or adopted
+  // from them, which goes on to change with the model: so it adopts copies instead.
+  if (is_friend) friend_views.set(side_id.to_text(), {view.units, view.contacts});
   const cf::Adopt adopt = is_friend ? cf::Adopt::copied : cf::Adopt::shared;
   merge_units(side_name, view, adopt);
   side_part.erase("ActiveUnitsInfo");
@@ -76,10 +76,12 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
 }
 
 void Deduction::merge_units(std::string_view side_name, SideView& view, cf::Adopt adopt) {
-  visit_found(view.units, elements_of(view.units, view.known), [&](const Value& unit_id, Value& info, Element* element) {
+  const std::vector<Element*> known = elements_of(view.units, view.known);
+  visit_found(view.units, known, [&](const Value& unit_id, Value& info, Element* element) {
     if (element == nullptr) element = element_of(unit_id);  // the ids 1 and "1" are one unit, which may be new
     if (element != nullptr) {
       update_element_info(*element, entry_dict(unit_id, info), adopt);
+      // Nobody reads the record again: it ends while it is near, instead of being fetched for that once more.
       if (adopt == cf::Adopt::shared) info = Value();
     } else if (crt_delete_units.contains(unit_id.to_text())) {
       const Dict& record = entry_dict(unit_id, info);
