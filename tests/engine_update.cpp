@@ -148,9 +148,10 @@ TEST_F(Update, a_table_of_units_with_gaps_reaches_the_right_units) {
                    .at_dict("r")
                    .at_dict("Side")
                    .at_dict("ActiveUnitsInfo");
-  for (int gone = 0; gone < 30; ++gone) units.set("gone-" + std::to_string(gone), Dict());
+  for (int gone = 0; gone < 40; ++gone) units.set("gone-" + std::to_string(gone), Dict());
   units.set("a1", Dict{{"Speed", 1.0}});
-  for (int gone = 0; gone < 30; ++gone) units.erase("gone-" + std::to_string(gone));
+  for (int unknown = 0; unknown < 50; ++unknown) units.set("x-" + std::to_string(unknown), Dict{{"Speed", 99.0}});
+  for (int gone = 0; gone < 40; ++gone) units.erase("gone-" + std::to_string(gone));
   engine().process_step_situation(tree);
   EXPECT_EQ(element("a1").get_attribute("Fuel"), Value(7.0));
   EXPECT_EQ(element("a1").get_attribute("Speed"), Value(1.0));
