@@ -170,6 +170,9 @@ Measures measure(const Case& played, int repeat) {
   return *best;
 }
 
+/// Short rounds are disturbed more easily, and repeated more often.
+int usual_repeat(const Case& played) { return bytes_of(played.situations.updates) < (std::size_t{1} << 24) ? 10 : 3; }
+
 // ---- The table ----------------------------------------------------------------------------------------------------
 
 struct Row {
@@ -236,7 +239,7 @@ struct Arguments {
   int steps = 0;
   double field_share = SituationOptions().field_share;
   bool no_friends = false;
-  int repeat = 3;
+  int repeat = 0;  // as often as the size allows
   std::string record, sides;
   std::vector<std::string> update_files;
   bool json = false;
@@ -280,7 +283,7 @@ void run(const Arguments& arguments) {
   List report;
   std::optional<Measures> smaller;
   const auto play = [&](const Case& played) {
-    const Measures measures = measure(played, arguments.repeat);
+    const Measures measures = measure(played, arguments.repeat > 0 ? arguments.repeat : usual_repeat(played));
     if (arguments.json) {
       report.push_back(as_dict(played, measures));
     } else {
@@ -307,7 +310,8 @@ int main(int argc, char** argv) {
   app.add_option("--field-share", arguments.field_share, "Share of its fields that a changed unit carries")
       ->check(CLI::Range(0.0, 1.0));
   app.add_flag("--no-friends", arguments.no_friends, "Generate sides without friends");
-  app.add_option("--repeat", arguments.repeat, "Repetitions, of which the best counts")->check(CLI::PositiveNumber);
+  app.add_option("--repeat", arguments.repeat, "Repetitions, of which the best counts, instead of the usual number")
+      ->check(CLI::PositiveNumber);
   auto* record = app.add_option("--record", arguments.record, "An initial record instead of generated situations");
   app.add_option("--sides", arguments.sides, "Its sides: side id → Name and Friend; else those it tells of itself")
       ->needs(record);
