@@ -93,7 +93,7 @@ Value& Dict::append(Value key, Value value) {
 bool Dict::join(Row& from) {
   const KeyMatch* match = KeyMatch::of(row_->keys, from.keys);
   const KeySet* joined = match != nullptr ? match->joined() : nullptr;
-  if (joined == nullptr) return false;
+  if (joined == nullptr || joined == row_->keys) return false;
   if (row_->absent > 0) {
     // What this dictionary lacks would have to come last.
     for (const auto [held, fresh] : match->common()) {

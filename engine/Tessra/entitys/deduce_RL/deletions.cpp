@@ -5,6 +5,7 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/deletion_entries.h"
+#include "Tessra/entitys/deduce_RL/table_walks.h"
 
 namespace tessra {
 
@@ -91,12 +92,11 @@ void Deduction::delete_in_basic_part(RuleAgentBase& player, const Dict& side, De
   }
   if (side.non_empty("Doctrine")) parse_delete_doctrine(player, side);
   if (const Dict* units = filled(side, "ActiveUnitsInfo")) {
-    for (auto [unit_id, record] : *units) {
-      auto* const unit = element_of(unit_id);
-      if (unit != nullptr && entry_dict(unit_id, record).contains("Doctrine")) {
+    visit_found(*units, elements_of(*units), [this](const Value& unit_id, const Value& record, Element* unit) {
+      if (unit != nullptr && entry_dict(unit_id, record).contains(names::kDoctrine)) {
         parse_delete_doctrine(*unit, record.as_dict());
       }
-    }
+    });
   }
 }
 
@@ -219,9 +219,10 @@ void Deduction::delete_in_active_units(RuleAgentBase& player, const Dict& active
   // A unit deleted just now is still registered and still handled here.
   for (auto [category, units] : active) {
     if (classname2element(category) == nullptr) continue;
-    for (auto [unit_id, record] : entry_dict(category, units)) {
-      if (auto* const unit = element_of(unit_id)) del_unit_component(*unit, entry_dict(unit_id, record));
-    }
+    const Dict& records = entry_dict(category, units);
+    visit_found(records, elements_of(records), [this](const Value& unit_id, const Value& record, Element* unit) {
+      if (unit != nullptr) del_unit_component(*unit, entry_dict(unit_id, record));
+    });
   }
 }
 
