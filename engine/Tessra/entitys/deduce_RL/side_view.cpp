@@ -172,14 +172,14 @@ void Deduction::join_update_category(const UpdateCategory& given, SideView& view
     Dict live = std::move(entry_dict(unit_id, live_record));
     if (Value* entry = units.find(unit_id)) {
       note_known(*entry);
-      Dict* unit = &entry_dict(unit_id, *entry);
-      if (auto inner = take_active_unit(live)) unit->update(*std::move(inner));
+      Dict& unit = entry_dict(unit_id, *entry);
+      if (auto inner = take_active_unit(live)) unit.update(*std::move(inner));
       if (is_new && (positions == nullptr || !positions->contains(unit_id))) {
         log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
                                                    unit_id.to_text(), given.side_name));
       }
-      unit->update(std::move(live));
-      if (is_new) default_unit_type(given, unit_id, *unit);
+      unit.update(std::move(live));
+      if (is_new) default_unit_type(given, unit_id, unit);
     } else if (is_new) {
       log_or_print(LogLevel::error,
                    fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
