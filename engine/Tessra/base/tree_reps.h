@@ -151,6 +151,7 @@ std::uint64_t Row::which_from(std::size_t at, Is is) const {
 inline std::uint64_t Row::present_from(std::size_t at) const {
   return which_from(at, [](const Value& value) { return !value.is_absent(); });
 }
+// NOLINTNEXTLINE(readability-make-member-function-const): it writes
 inline std::uint64_t Row::write_plain(const Row& fresh, std::size_t at, const KeyMatch& match) {
   std::uint64_t written = 0;
   const auto is_plain = [](const Value& value) { return value.is_plain(); };
