@@ -76,8 +76,8 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
 }
 
 void Deduction::merge_units(std::string_view side_name, SideView& view, cf::Adopt adopt) {
-  const std::vector<Element*> known = elements_of(view.units, view.known);
-  visit_found(view.units, known, [&](const Value& unit_id, Value& info, Element* element) {
+  const std::vector<Element*> found = elements_of(view.units, view.known);
+  visit_found(view.units, found, [&](const Value& unit_id, Value& info, Element* element) {
     if (element == nullptr) element = element_of(unit_id);  // the ids 1 and "1" are one unit, which may be new
     if (element != nullptr) {
       update_element_info(*element, entry_dict(unit_id, info), adopt);
