@@ -111,6 +111,36 @@ TEST(Value, NumbersCompareExactlyWhereRealsGrowCoarse) {
   EXPECT_THROW(Value(std::uint64_t{kMax} + 1), ConversionError);
 }
 
+TEST(Value, WhatDoesNotFitIntoAValueIsTheSameFromOutside) {
+  constexpr std::int64_t k47 = std::int64_t{1} << 47;
+  for (const std::int64_t integer : {k47 - 1, k47, -k47, -k47 - 1, INT64_MAX, INT64_MIN}) {
+    const Value value = integer;
+    Dict keyed{{value, "there"}};
+    EXPECT_TRUE(value.is_integer() && value.truthy() && value.as_integer() == integer) << integer;
+    EXPECT_TRUE(value == Value(integer) && value != Value(integer ^ 1) && value.deep_copy().is(value)) << integer;
+    EXPECT_EQ(keyed.get(integer), Value("there"));
+    EXPECT_EQ(keyed.deep_copy(), keyed);
+  }
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const double real : {nan, -nan, std::numeric_limits<double>::signaling_NaN()}) {
+    EXPECT_TRUE(Value(real).is_real() && std::isnan(Value(real).as_real()));
+  }
+  for (const double real : {HUGE_VAL, -HUGE_VAL, -0.0, 5e-324, -std::numeric_limits<double>::max()}) {
+    EXPECT_TRUE(Value(real).is_real() && Value(real).as_real() == real) << real;
+    EXPECT_EQ(std::signbit(Value(real).as_real()), std::signbit(real)) << real;
+  }
+  for (std::size_t size = 0; size < 20; ++size) {
+    for (const char last : {'z', '\0'}) {
+      std::string text(size, 'a');
+      if (size > 0) text.back() = last;
+      const Value value = text;
+      Dict keyed{{value, 1}};
+      EXPECT_TRUE(value.as_text() == text && value == Value(text) && value.deep_copy() == value) << size;
+      EXPECT_TRUE(keyed.contains(text) && keyed.contains(value) && !keyed.contains(text + '\0')) << size;
+    }
+  }
+}
+
 TEST(Value, ConversionToWholeNumbers) {
   const std::pair<Value, std::int64_t> whole[] = {
       {true, 1},           {-3, -3}, {2.9, 2}, {-2.9, -2}, {" +42\n", 42}, {"-9223372036854775808", INT64_MIN},

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 namespace tessra::detail {
 
@@ -16,16 +15,15 @@ inline std::uint64_t load(const char* bytes, std::size_t count) {
   return loaded;
 }
 
-/// Up to 16 bytes as two words with zeros behind them, by loads of fixed sizes, which may overlap.
-inline std::pair<std::uint64_t, std::uint64_t> load_up_to_16(const char* bytes, std::size_t count) {
-  if (count > 8) return {load(bytes, 8), load(bytes + count - 8, 8) >> 8 * (16 - count)};
-  if (count == 8) return {load(bytes, 8), 0};
-  if (count >= 4) return {load(bytes, 4) | load(bytes + count - 4, 4) << 8 * (count - 4), 0};
-  if (count == 0) return {0, 0};
+/// The same, by loads of fixed sizes, which may overlap.
+inline std::uint64_t load_up_to_8(const char* bytes, std::size_t count) {
+  if (count == 8) return load(bytes, 8);
+  if (count >= 4) return load(bytes, 4) | load(bytes + count - 4, 4) << 8 * (count - 4);
+  if (count == 0) return 0;
   const auto byte = [bytes](std::size_t at) {
     return static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at]));
   };
-  return {byte(0) | byte(count / 2) << 8 * (count / 2) | byte(count - 1) << 8 * (count - 1), 0};
+  return byte(0) | byte(count / 2) << 8 * (count / 2) | byte(count - 1) << 8 * (count - 1);
 }
 
 /// A word with this in each of its bytes.

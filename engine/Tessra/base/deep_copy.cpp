@@ -13,6 +13,8 @@ class DeepCopy {
     switch (value.tag()) {
       case Value::Tag::string:
         return texts_ == Texts::shared ? value : Value(value.as_text(), value.known_hash());
+      case Value::Tag::wide_integer:
+        return texts_ == Texts::shared ? value : Value(value.integer());
       case Value::Tag::list:
         return copy(value.list_);
       case Value::Tag::dictionary:
@@ -22,28 +24,28 @@ class DeepCopy {
     }
   }
 
-  Dict copy(const Dict& dict) { return copy_row(dict, dicts_); }
+  Dict copy(const Dict& dict) { return copy_row(dict.row_, dicts_); }
 
  private:
-  List copy(const List& list) { return copy_row(list, lists_); }
+  List copy(const List& list) { return copy_row(list.held(), lists_); }
 
   template <class Handle>
-  Handle copy_row(const Handle& original, std::unordered_map<const Row*, Handle>& copies) {
-    const Row* from = original.row_;
+  Handle copy_row(const Row* from, std::unordered_map<const Row*, Handle>& copies) {
     if (from == nullptr) return {};
-    Handle result(Row::make(from->count, from->keys != nullptr ? KeySet::none() : nullptr));
+    Row* row = Row::make(from->count, from->keys != nullptr ? KeySet::none() : nullptr);
+    Handle result(row);
     if (from->refs > 1) {
       const auto [done, is_new] = copies.try_emplace(from, result);
       if (!is_new) return done->second;
     }
     check_depth(++depth_);
-    if (from->keys != nullptr) result.row_->keys = copy_keys(*from->keys);
+    if (from->keys != nullptr) row->keys = copy_keys(*from->keys);
     // What is absent stays absent, so that keys and values go on standing side by side.
     for (std::size_t at = 0; at < from->count; ++at) {
       const Value& value = from->values[at];
-      result.row_->add(value.is_counted() ? copy(value) : Value(value));
+      row->add(value.counted() != nullptr ? copy(value) : Value(value));
     }
-    result.row_->absent = from->absent;
+    row->absent = from->absent;
     --depth_;
     return result;
   }

@@ -299,15 +299,17 @@ void Dict::fetch_under(const Row& asked, std::size_t begin, std::size_t end) con
       if (place != KeySet::kNowhere) visit(place);
     });
   };
-  // One after the other for all of them: where the index says they are; keys and values; what these refer to.
+  // One after the other for all of them: their texts; where the index says they are; keys and values; what these refer
+  // to.
+  for_each_key([&](const Value& key) { key.fetch_held(); });
   for_each_key([&](const Value& key) { keys.fetch(key); });
   for_each_place([&](std::uint32_t place) {
     __builtin_prefetch(&keys.key(place));
     __builtin_prefetch(row_->values + place);
   });
   for_each_place([&](std::uint32_t place) {
-    if (keys.key(place).is_counted()) __builtin_prefetch(keys.key(place).counted_);
-    if (row_->values[place].is_counted()) __builtin_prefetch(row_->values[place].counted_);
+    keys.key(place).fetch_held();
+    row_->values[place].fetch_held();
   });
 }
 

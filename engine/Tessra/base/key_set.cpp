@@ -33,7 +33,7 @@ struct KeySet::Shapes {
 
   /// Continues the hash of a sequence of names by one more; it begins with 0.
   static std::uint64_t hash_on(std::uint64_t hash, const Value& name) {
-    return (hash ^ reinterpret_cast<std::uintptr_t>(name.name_)) * 0x9E3779B97F4A7C15 + 1;
+    return (hash ^ reinterpret_cast<std::uintptr_t>(name.name())) * 0x9E3779B97F4A7C15 + 1;
   }
   static std::uint64_t hash_of(const Value* names, std::size_t count) {
     std::uint64_t hash = 0;
@@ -70,9 +70,9 @@ struct KeySet::Shapes {
 
   static bool has_names(const KeySet& shape, const Value* names, std::size_t count, const Value* more) {
     if (shape.count() != count + (more != nullptr ? 1 : 0)) return false;
-    if (more != nullptr && shape.key(count).name_ != more->name_) return false;
+    if (more != nullptr && shape.key(count).name() != more->name()) return false;
     return std::equal(names, names + count, shape.begin(),
-                      [](const Value& a, const Value& b) { return a.name_ == b.name_; });
+                      [](const Value& a, const Value& b) { return a.name() == b.name(); });
   }
 
   static inline std::array<std::atomic<const KeySet*>, kSlots> table;
@@ -108,18 +108,18 @@ const KeySet* KeySet::after(const Value& name) const {
   if (count_ >= kMaxShapeKeys) return nullptr;
   const std::uint64_t hash = Shapes::hash_on(hash_, name);
   Step& step = steps[spread(hash) % kSteps];
-  if (step.from == this && step.name == name.name_) return step.to;
+  if (step.from == this && step.name == name.name()) return step.to;
 
   const KeySet* next = Shapes::find(begin(), count_, hash, &name);
   const bool is_first = next == nullptr && is_grown_ && !led_on_.exchange(true, std::memory_order_relaxed);
   if (next == nullptr && (is_first || met_before(hash))) next = Shapes::make(begin(), count_, hash, &name, is_grown_);
-  if (next != nullptr) step = {this, name.name_, next};
+  if (next != nullptr) step = {this, name.name(), next};
   return next;
 }
 
 void KeySet::make_prints() const {
   std::fill_n(prints(), count_ + kPrints, std::uint8_t{0});
-  for (std::size_t at = 0; at < count_; ++at) prints()[at] = print_of(key(at).name_->front);
+  for (std::size_t at = 0; at < count_; ++at) prints()[at] = print_of(key(at).name()->front);
 }
 
 bool KeySet::goes_on_like(const Name::Rep& name, std::string_view text) {

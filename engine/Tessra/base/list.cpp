@@ -8,30 +8,34 @@
 
 namespace tessra {
 
-Row& List::make_row() const { return *(row_ = Row::make(0, nullptr)); }
+Row& List::make_row() const {
+  hold(Row::make(0, nullptr));
+  return *held();
+}
 
-List::List(std::initializer_list<Value> values) : row_(Row::make(values.size(), nullptr)) {
-  for (const Value& value : values) row_->add(Value(value));
+List::List(std::initializer_list<Value> values) : List(Row::make(values.size(), nullptr)) {
+  for (const Value& value : values) held()->add(Value(value));
 }
 List& List::operator=(List other) noexcept {
-  std::swap(row_, other.row_);
+  std::swap(bits_, other.bits_);
   return *this;
 }
 
-std::size_t List::size() const { return row_ != nullptr ? row_->count : 0; }
+std::size_t List::size() const { return held() != nullptr ? held()->count : 0; }
 
 const Value& List::at(std::size_t index) const {
   if (index >= size()) {
     throw KeyError("list index " + std::to_string(index) + " out of range, size " + std::to_string(size()));
   }
-  return row_->values[index];
+  return held()->values[index];
 }
 Value& List::at(std::size_t index) { return const_cast<Value&>(std::as_const(*this).at(index)); }
 
 void List::push_back(Value value) {
-  row();
-  Row::reserve_one(row_);
-  row_->add(std::move(value));
+  Row* values = &row();
+  Row::reserve_one(values);
+  hold(values);
+  values->add(std::move(value));
 }
 
 void List::insert_front(Value value) {
@@ -42,19 +46,20 @@ void List::insert_front(Value value) {
 void List::extend(const List& other) {
   const List source = other;                // `other` may stand inside this list and move when it grows
   const std::size_t count = source.size();  // counted before, so that a list can extend itself
-  for (std::size_t i = 0; i < count; ++i) push_back(Value(source.row_->values[i]));
+  for (std::size_t i = 0; i < count; ++i) push_back(Value(source.held()->values[i]));
 }
 
 void List::truncate(std::size_t count) {
-  if (count < size()) row_->cut(count);
+  if (count < size()) held()->cut(count);
 }
 
 void List::reserve(std::size_t count) {
-  row();
-  if (count > row_->count) Row::reserve(row_, count - row_->count);
+  Row* values = &row();
+  if (count > values->count) Row::reserve(values, count - values->count);
+  hold(values);
 }
 
-const Value* List::begin() const { return row_ != nullptr ? row_->values : nullptr; }
+const Value* List::begin() const { return held() != nullptr ? held()->values : nullptr; }
 const Value* List::end() const { return begin() + size(); }
 Value* List::begin() { return const_cast<Value*>(std::as_const(*this).begin()); }
 Value* List::end() { return begin() + size(); }
@@ -62,7 +67,7 @@ Value* List::end() { return begin() + size(); }
 List List::shallow_copy() const {
   List copy;
   copy.reserve(size());
-  for (const Value& value : *this) copy.row_->add(Value(value));
+  for (const Value& value : *this) copy.held()->add(Value(value));
   return copy;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
+
+#include "Tessra/base/tag.h"
 
 namespace tessra {
 
@@ -13,10 +16,10 @@ struct Row;
 class List {
  public:
   /// A new empty list.
-  List() noexcept : row_(nullptr) {}
+  List() noexcept : List(nullptr) {}
   List(std::initializer_list<Value> values);
   List(const List& other);
-  List(List&& other) noexcept : row_(other.row_) { other.row_ = nullptr; }
+  List(List&& other) noexcept : List(other.held()) { other.hold(nullptr); }
   List& operator=(List other) noexcept;
   ~List();
 
@@ -44,20 +47,24 @@ class List {
   /// A new list that shares the values' lists and dictionaries.
   List shallow_copy() const;
 
-  bool is(const List& other) const { return row_ != nullptr ? row_ == other.row_ : this == &other; }
+  bool is(const List& other) const { return held() != nullptr ? bits_ == other.bits_ : this == &other; }
   friend bool operator==(const List& a, const List& b);
 
  private:
   friend class DeepCopy;
   friend class TreeBuilder;
   friend class Value;
-  explicit List(Row* row) : row_(row) {}
+  explicit List(Row* row) : bits_(bits_of(row)) {}
+  static std::uint64_t bits_of(Row* row) { return detail::bits_of(detail::Tag::list, row); }
+  /// Null for an empty list that no other handle knows.
+  Row* held() const { return reinterpret_cast<Row*>(bits_ & detail::kPayload); }
+  void hold(Row* row) const { bits_ = bits_of(row); }
   /// What is written to or shared; a handle that had none gets one now.
-  Row& row() const { return row_ != nullptr ? *row_ : make_row(); }
+  Row& row() const { return held() != nullptr ? *held() : make_row(); }
   Row& make_row() const;
   static bool equal(const List& a, const List& b, int depth);
 
-  mutable Row* row_;  // null for an empty list that no other handle knows
+  mutable std::uint64_t bits_;  // of the row, as a value that holds the handle shows it
 };
 
 }  // namespace tessra

@@ -39,7 +39,7 @@ class RecordIds {
   Id& come_to(std::uint32_t place) {
     ids_[last_].next = place;
     last_ = place;
-    __builtin_prefetch(ids_[ids_[place].next].text.string_);  // which is going to be compared
+    __builtin_prefetch(ids_[ids_[place].next].text.string());  // which is going to be compared
     return ids_[place];
   }
 

@@ -57,7 +57,7 @@ void Row::free_block() noexcept { Pool::give(this, block_bytes(behind)); }
 void Row::add_all(const Row& other) {
   for (std::size_t at = 0; at < other.count; ++at) {
     const Value& value = other.values[at];
-    if (value.is_counted() && value.counted_ != nullptr) ++value.counted_->refs;
+    if (Value::Counted* held = value.counted()) ++held->refs;
   }
   move_values(values + count, other.values, other.count);
   count += other.count;
@@ -130,11 +130,12 @@ class Row::Ending {
       const std::uint32_t count = open_->count;
       for (std::uint32_t at = open_->come_to; at < count; ++at) {
         const Value& value = open_->values[at];
-        if (!value.is_counted() || value.counted_ == nullptr) continue;
+        Value::Counted* held = value.counted();
+        if (held == nullptr) continue;
         open_->come_to = at + 1;
-        open_->fetch_held(at);
+        value.fetch_held();
         ++waiting_;
-        return {value.counted_, value.tag()};
+        return {held, value.tag()};
       }
       Row* ended = std::exchange(open_, open_->outer);
       ended->free_outside();

@@ -113,11 +113,7 @@ Value TreeBuilder::build_number() {
   const std::string_view written = tokens_->taken();
   const JsonNumber read = read_number(written, tokens_->readable(written));
   if (read.kind == JsonNumber::Kind::unusual) return known(tokens_->lone_value(written));
-  // Integers and reals in one, since which of them comes cannot be foretold.
-  Value number;
-  number.head_ = Value::head_of(read.kind == JsonNumber::Kind::real ? Value::Tag::real : Value::Tag::integer);
-  number.payload_ = read.bits;
-  return number;
+  return Value::of_number(read.bits, read.kind == JsonNumber::Kind::real);
 }
 
 Value TreeBuilder::build_list(Place place) {
@@ -183,14 +179,14 @@ bool TreeBuilder::read_along(Place place, const KeySet& shape, Dict& dict) {
     if (found == KeySet::kNowhere) return false;
     tokens_->take();
     expect(':');
-    row.put(found, [&] { return build_value(place.of(shape.key(found).name_->number)); });
+    row.put(found, [&] { return build_value(place.of(shape.key(found).name()->number)); });
     next = found + 1;
   } while (goes_on('}'));
   return true;
 }
 
 std::uint32_t TreeBuilder::number_of(const Value& key) {
-  if (key.tag() == Value::Tag::name) return key.name_->number;
+  if (key.tag() == Value::Tag::name) return key.name()->number;
   // A field that is rare, or the id of an entry?
   const std::string_view text = key.as_text();
   return std::ranges::all_of(text, is_letter) ? hash_text(text) : kEntry;
@@ -207,7 +203,7 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
     keys_.push_back(std::move(key.value));
   };
   for (auto [name, value] : begun) {
-    take_key({name, &last_with(*name.name_)});
+    take_key({name, &last_with(*name.name())});
     values_.push_back(value);
   }
   while (!is_whole) {
@@ -262,7 +258,7 @@ bool TreeBuilder::are_names(Open open) const {
 bool TreeBuilder::are_distinct_names(Open open) {
   const std::uint64_t number = ++dicts_;
   return std::all_of(keys_.begin() + static_cast<std::ptrdiff_t>(open.keys), keys_.end(),
-                     [&](const Value& key) { return std::exchange(last_with(*key.name_), number) != number; });
+                     [&](const Value& key) { return std::exchange(last_with(*key.name()), number) != number; });
 }
 
 std::uint64_t& TreeBuilder::last_with(const Name::Rep& name) {

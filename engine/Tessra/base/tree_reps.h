@@ -28,7 +28,7 @@ inline void check_depth(int depth) {
 /// shape all the same. Erased entries are squeezed out when an insertion finds too many.
 struct Row {
   /// Most values that stand behind a row.
-  static constexpr std::size_t kMostBehind = 126;
+  static constexpr std::size_t kMostBehind = 252;
 
   std::uint32_t refs = 1;
   std::uint32_t count = 0;  // of values, absent ones included
@@ -63,8 +63,6 @@ struct Row {
 
   /// Walks touch what the values refer to, which may lie anywhere: begins to fetch it some values ahead.
   void fetch_ahead(std::size_t at) const;
-  /// Begins to fetch what the value at this place refers to.
-  void fetch_held(std::size_t at) const;
 
   /// Begins to fetch the row and as many values as a large record has, without a look at the row.
   void fetch() const;
@@ -126,16 +124,11 @@ void Row::put(std::size_t at, const Make& make) {
 }
 inline void Row::fetch_ahead(std::size_t at) const {
   constexpr std::size_t kAhead = 8;
-  if (at + kAhead < count && values[at + kAhead].is_counted()) fetch_held(at + kAhead);
-}
-inline void Row::fetch_held(std::size_t at) const {
-  const auto* begin = reinterpret_cast<const char*>(values[at].counted_);
-  __builtin_prefetch(begin);
-  __builtin_prefetch(begin + 64);
+  if (at + kAhead < count) values[at + kAhead].fetch_held();
 }
 inline void Row::fetch() const {
   constexpr std::size_t kLine = 64;
-  constexpr std::size_t kMost = 12;
+  constexpr std::size_t kMost = 8;
   const auto* begin = reinterpret_cast<const char*>(this);
   for (std::size_t line = 0; line < kMost; ++line) __builtin_prefetch(begin + line * kLine);
 }
@@ -205,12 +198,11 @@ class DictIterator {
 
 inline KeyRef::KeyRef(const Value& value) {
   if (value.tag() == Value::Tag::name) {
-    name_ = value.name_;
+    name_ = value.name();
     text_ = {name_->bytes, name_->size};
     hash_ = name_->hash;
   } else if (value.tag() == Value::Tag::string) {
     long_text_ = &value;
-    hash_ = value.known_hash();
   } else if (value.is_string()) {
     text_ = value.as_text();
   } else {
@@ -221,6 +213,7 @@ inline KeyRef::KeyRef(const Value& value) {
 inline std::string_view KeyRef::text() const { return long_text_ != nullptr ? long_text_->as_text() : text_; }
 
 inline std::uint32_t KeyRef::hash() const {
+  if (hash_ == 0 && long_text_ != nullptr) hash_ = long_text_->known_hash();
   if (hash_ == 0) {
     hash_ = hash_text(text());
     if (long_text_ != nullptr) long_text_->remember_hash(hash_);
@@ -229,11 +222,10 @@ inline std::uint32_t KeyRef::hash() const {
 }
 
 inline bool KeySet::equal(const Value& key, const KeyRef& ref) {
-  if (key.tag() == Value::Tag::name && ref.name_ != nullptr) return key.name_ == ref.name_;
-  if (key.tag() == Value::Tag::string && ref.long_text_ != nullptr && key.payload_ == ref.long_text_->payload_)
-    return true;
+  if (key.tag() == Value::Tag::name && ref.name_ != nullptr) return key.name() == ref.name_;
+  if (ref.long_text_ != nullptr && key.bits_ == ref.long_text_->bits_) return true;
   if (key.is_string()) return ref.is_text_ && key.as_text() == ref.text();
-  return key.tag() == Value::Tag::integer && !ref.is_text_ && key.integer_ == ref.integer_;
+  return key.is_integer() && !ref.is_text_ && key.integer() == ref.integer_;
 }
 
 inline std::uint32_t KeySet::find(const KeyRef& ref) const {
@@ -261,7 +253,7 @@ inline std::uint32_t KeySet::find_from(std::uint32_t at, const detail::Front& fr
     const std::uint64_t eight = detail::load(reinterpret_cast<const char*>(prints() + at), kPrints);
     for (std::uint64_t equal = detail::equal_bytes(eight, wanted); equal != 0; equal &= equal - 1) {
       const auto found = at + static_cast<std::uint32_t>(std::countr_zero(equal) / 8);
-      if (found < count_ && is_text(*key(found).name_, front, text)) return found;
+      if (found < count_ && is_text(*key(found).name(), front, text)) return found;
     }
   }
   return kNowhere;
@@ -274,9 +266,9 @@ inline std::uint32_t KeySet::scan(const KeyRef& ref) const {
   return kNowhere;
 }
 
-inline List::List(const List& other) : row_(&other.row()) { ++row_->refs; }
+inline List::List(const List& other) : List(&other.row()) { ++held()->refs; }
 inline List::~List() {
-  if (row_ != nullptr && --row_->refs == 0) Row::end(row_);
+  if (held() != nullptr && --held()->refs == 0) Row::end(held());
 }
 inline Dict::Dict(const Dict& other) : row_(&other.row()) { ++row_->refs; }
 inline Dict::~Dict() {
@@ -288,10 +280,7 @@ inline void Dict::fetch() const {
 }
 inline void Dict::fetch_inside() const {
   if (row_ == nullptr || !row_->keys->is_shape()) return;
-  for (std::size_t at = 0; at < row_->count; ++at) {
-    const Value& value = row_->values[at];
-    if (value.is_counted()) __builtin_prefetch(value.counted_);
-  }
+  for (std::size_t at = 0; at < row_->count; ++at) row_->values[at].fetch_held();
 }
 inline std::size_t Dict::size() const { return row_ != nullptr ? row_->size() : 0; }
 inline bool Dict::empty() const { return size() == 0; }
@@ -313,8 +302,8 @@ inline const Value& Dict::at_place(std::size_t place) const { return row_->value
 inline Value* Dict::find(const KeyRef& key) { return const_cast<Value*>(std::as_const(*this).find(key)); }
 
 inline void Dict::fetch_beside(const Row& fresh, std::size_t at) const {
-  if (at >= fresh.count || !fresh.values[at].is_counted()) return;
-  fresh.fetch_held(at);
+  if (at >= fresh.count || fresh.values[at].counted() == nullptr) return;
+  fresh.values[at].fetch_held();
   if (const Value* stored = find(fresh.keys->key(at)); stored != nullptr && stored->is_dict()) stored->dict_.fetch();
 }
 

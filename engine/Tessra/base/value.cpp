@@ -27,31 +27,34 @@ struct Value::HostRep : Counted {
 std::size_t Value::bytes_of(std::size_t text_size) { return offsetof(StringRep, bytes) + text_size; }
 
 Value::Value(std::string_view text) {
-  static_assert(std::endian::native == std::endian::little && sizeof(Value) == 16);
-  if (text.size() <= kShortText) {
-    const auto [low, high] = detail::load_up_to_16(text.data(), text.size());
-    set_short(low, high, text.size());
+  static_assert(std::endian::native == std::endian::little && sizeof(Value) == 8 && sizeof(void*) == 8);
+  // Noughts at the end of a short text would not be told from those behind it.
+  if (text.size() <= kShortText && !text.ends_with('\0')) {
+    bits_ = head_of(Tag::text) | detail::load_up_to_8(text.data(), text.size());
     return;
   }
   if (text.size() > UINT32_MAX) throw LimitError("text longer than 4 GiB");
-  string_ = static_cast<StringRep*>(Pool::take(bytes_of(text.size())));
-  string_->refs = 1;
-  string_->size = static_cast<std::uint32_t>(text.size());
-  text.copy(string_->bytes, text.size());
-  head_ = head_of(Tag::string);
+  auto* rep = static_cast<StringRep*>(Pool::take(bytes_of(text.size())));
+  rep->refs = 1;
+  rep->size = static_cast<std::uint32_t>(text.size());
+  rep->hash = 0;
+  text.copy(rep->bytes, text.size());
+  bits_ = bits_of(Tag::string, rep);
 }
 
 Value::Value(std::shared_ptr<void> object, std::type_index type) : Value() {
-  if (object == nullptr) return;
-  host_ = new HostRep{{1}, std::move(object), type};
-  head_ = head_of(Tag::host);
+  if (object != nullptr) bits_ = bits_of(Tag::host, new HostRep{{1}, std::move(object), type});
+}
+
+Value::IntegerRep* Value::make_wide(std::int64_t integer) {
+  return new (Pool::take(sizeof(IntegerRep))) IntegerRep{1, integer};
 }
 
 void Value::end() noexcept {
   if (is_list() || is_dict()) {
-    Row::end(row_);
+    Row::end(held<Row>());
   } else {
-    end_leaf(tag(), counted_);
+    end_leaf(tag(), counted());
   }
 }
 
@@ -59,6 +62,8 @@ void Value::end_leaf(Tag tag, Counted* counted) noexcept {
   if (tag == Tag::string) {
     auto* string = reinterpret_cast<StringRep*>(counted);
     Pool::give(string, bytes_of(string->size));
+  } else if (tag == Tag::wide_integer) {
+    Pool::give(counted, sizeof(IntegerRep));
   } else {
     delete static_cast<HostRep*>(counted);
   }
@@ -70,9 +75,9 @@ bool Value::truthy() const {
       return false;
     case Kind::boolean:
     case Kind::integer:
-      return integer_ != 0;
+      return integer() != 0;
     case Kind::real:
-      return real_ != 0;
+      return real() != 0;
     case Kind::string:
       return !as_text().empty();
     case Kind::list:
@@ -91,28 +96,28 @@ void Value::fail_kind(Kind wanted) const {
 
 bool Value::as_bool() const {
   if (!is_bool()) fail_kind(Kind::boolean);
-  return integer_ != 0;
+  return is_true();
 }
 
 std::int64_t Value::as_integer() const {
-  if (is_integer() || is_bool()) return integer_;
+  if (is_integer() || is_bool()) return integer();
   fail_kind(Kind::integer);
 }
 
 double Value::as_real() const {
-  if (is_real()) return real_;
-  if (is_integer() || is_bool()) return static_cast<double>(integer_);
+  if (is_real()) return real();
+  if (is_integer() || is_bool()) return static_cast<double>(integer());
   fail_kind(Kind::real);
 }
 
-bool Value::holds_host(std::type_index type) const { return tag() == Tag::host && host_->type == type; }
+bool Value::holds_host(std::type_index type) const { return tag() == Tag::host && host()->type == type; }
 
 std::shared_ptr<void> Value::host_object(std::type_index type) const {
   if (tag() != Tag::host) fail_kind(Kind::host);
-  if (host_->type != type) {
-    throw KindError("expected host object " + demangle(type.name()) + ", found " + demangle(host_->type.name()));
+  if (host()->type != type) {
+    throw KindError("expected host object " + demangle(type.name()) + ", found " + demangle(host()->type.name()));
   }
-  return host_->object;
+  return host()->object;
 }
 
 namespace {
@@ -148,7 +153,7 @@ std::int64_t Value::to_integer() const {
     case Kind::integer:
       return as_integer();
     case Kind::real:
-      return whole_part(real_);
+      return whole_part(real());
     case Kind::string:
       return decimal_integer(as_text());
     default:
@@ -177,9 +182,9 @@ bool operator==(const Value& a, const Value& b) { return Value::equal(a, b, 0); 
 
 bool Value::equal(const Value& a, const Value& b, int depth) {
   if (a.is_number() && b.is_number()) {
-    if (a.is_real() && b.is_real()) return a.real_ == b.real_;
-    if (a.is_real()) return equal_numbers(b.as_integer(), a.real_);
-    if (b.is_real()) return equal_numbers(a.as_integer(), b.real_);
+    if (a.is_real() && b.is_real()) return a.real() == b.real();
+    if (a.is_real()) return equal_numbers(b.as_integer(), a.real());
+    if (b.is_real()) return equal_numbers(a.as_integer(), b.real());
     return a.as_integer() == b.as_integer();
   }
   if (a.kind() != b.kind()) return false;
@@ -191,7 +196,7 @@ bool Value::equal(const Value& a, const Value& b, int depth) {
     case Kind::dictionary:
       return Dict::equal(a.dict_, b.dict_, depth + 1);
     case Kind::host:
-      return a.host_->object == b.host_->object;
+      return a.host()->object == b.host()->object;
     default:
       return true;
   }

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <concepts>
 #include <cstdint>
 #include <cstring>
 #include <iosfwd>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -15,6 +18,7 @@
 #include "Tessra/base/error.h"
 #include "Tessra/base/list.h"
 #include "Tessra/base/name.h"
+#include "Tessra/base/tag.h"
 
 namespace tessra {
 
@@ -31,21 +35,21 @@ std::string_view kind_name(Kind kind);
 /// its counts are not atomic, so no `Value` may stand in a static or at namespace scope.
 class Value {
  public:
-  Value() noexcept : head_(head_of(Tag::none)), integer_(0) {}
+  Value() noexcept : bits_(head_of(Tag::none)) {}
   template <std::same_as<bool> B>
-  Value(B boolean) noexcept : head_(head_of(Tag::boolean)), integer_(boolean) {}
+  Value(B boolean) noexcept : bits_(head_of(Tag::boolean) | std::uint64_t{boolean}) {}
   /// Throws `ConversionError` for an unsigned number beyond 63 bits.
   template <std::integral I>
     requires(!std::same_as<I, bool> && !std::same_as<I, char>)
-  Value(I integer) : head_(head_of(Tag::integer)), integer_(checked_integer(integer)) {}
+  Value(I integer) : bits_(bits_of(checked_integer(integer))) {}
   template <std::floating_point F>
-  Value(F real) noexcept : head_(head_of(Tag::real)), real_(static_cast<double>(real)) {}
+  Value(F real) noexcept : bits_(bits_of(static_cast<double>(real))) {}
   Value(std::string_view text);
   Value(const std::string& text) : Value(std::string_view(text)) {}
   Value(const char* text) : Value(std::string_view(text)) {}
-  Value(Name name) noexcept : head_(head_of(Tag::name)), name_(name.rep_) {}
-  Value(List list) : head_(head_of(Tag::list)), row_(&list.row()) { list.row_ = nullptr; }
-  Value(Dict dict) : head_(head_of(Tag::dictionary)), row_(&dict.row()) { dict.row_ = nullptr; }
+  Value(Name name) noexcept : bits_(bits_of(Tag::name, name.rep_)) {}
+  Value(List list) : list_(std::move(list)) { list_.row(); }
+  Value(Dict dict) : dict_(std::move(dict)) { dict_.row(); }
   /// A host object; an empty pointer becomes none. It is read back as the same type.
   template <class T>
   Value(std::shared_ptr<T> object) : Value(std::shared_ptr<void>(object), std::type_index(typeid(T))) {}
@@ -55,12 +59,9 @@ class Value {
 
   Value(const Value& other) noexcept {
     take_bits(other);
-    if (is_counted() && counted_ != nullptr) ++counted_->refs;
+    if (Counted* held = counted()) ++held->refs;
   }
-  Value(Value&& other) noexcept {
-    take_bits(other);
-    other.head_ = head_of(Tag::none);
-  }
+  Value(Value&& other) noexcept : bits_(std::exchange(other.bits_, head_of(Tag::none))) {}
   Value& operator=(const Value& other) noexcept {
     Value copy(other);
     swap(copy);
@@ -72,32 +73,29 @@ class Value {
     return *this;
   }
   ~Value() {
-    if (is_counted() && counted_ != nullptr && --counted_->refs == 0) end();
+    if (Counted* held = counted(); held != nullptr && --held->refs == 0) end();
   }
-  void swap(Value& other) noexcept {
-    std::swap(head_, other.head_);
-    std::swap(payload_, other.payload_);
-  }
+  void swap(Value& other) noexcept { std::swap(bits_, other.bits_); }
 
   Kind kind() const noexcept {
-    constexpr Kind kKinds[] = {Kind::none, Kind::boolean, Kind::integer, Kind::real,       Kind::string, Kind::string,
-                               Kind::none, Kind::string,  Kind::list,    Kind::dictionary, Kind::host};
+    constexpr Kind kKinds[] = {Kind::dictionary, Kind::list,    Kind::string,  Kind::integer, Kind::host,   Kind::none,
+                               Kind::none,       Kind::boolean, Kind::integer, Kind::string,  Kind::string, Kind::real};
     return kKinds[static_cast<int>(tag())];
   }
   bool is_none() const noexcept { return tag() == Tag::none; }
   bool is_bool() const noexcept { return tag() == Tag::boolean; }
-  bool is_integer() const noexcept { return tag() == Tag::integer; }
+  bool is_integer() const noexcept { return tag() == Tag::integer || tag() == Tag::wide_integer; }
   bool is_real() const noexcept { return tag() == Tag::real; }
   bool is_number() const noexcept { return is_bool() || is_integer() || is_real(); }
   bool is_string() const noexcept { return tag() == Tag::name || tag() == Tag::text || tag() == Tag::string; }
   bool is_list() const noexcept { return tag() == Tag::list; }
   bool is_dict() const noexcept { return tag() == Tag::dictionary; }
   /// Exactly the boolean true.
-  bool is_true() const noexcept { return is_bool() && integer_ != 0; }
+  bool is_true() const noexcept { return bits_ == (head_of(Tag::boolean) | 1); }
   /// Exactly this text; compares without making a value.
   bool is_text(std::string_view text) const { return is_string() && as_text() == text; }
   /// The same for the text of a name.
-  bool is_name(Name name) const { return tag() == Tag::name ? name_ == name.rep_ : is_text(name.text()); }
+  bool is_name(Name name) const { return tag() == Tag::name ? this->name() == name.rep_ : is_text(name.text()); }
   /// False for none, false, zero and whatever is empty; true for the rest, host objects included.
   bool truthy() const;
 
@@ -111,7 +109,7 @@ class Value {
   /// Valid while this value stays where it is and unchanged.
   std::string_view as_text() const& {
     if (tag() == Tag::text) return {short_text(), short_size()};
-    if (tag() == Tag::name) return {name_->bytes, name_->size};
+    if (tag() == Tag::name) return {name()->bytes, name()->size};
     return long_text();
   }
   std::string_view as_text() const&& = delete;  // the bytes would be gone
@@ -179,27 +177,25 @@ class Value {
   struct StringRep {
     std::uint32_t refs;
     std::uint32_t size;
-    char bytes[1];  // as many as `size` says
+    std::uint32_t hash;  // 0 until it is known
+    char bytes[1];       // as many as `size` says
+  };
+  struct IntegerRep {
+    std::uint32_t refs;
+    std::int64_t integer;
   };
   static std::size_t bytes_of(std::size_t text_size);
   /// Of a text with bytes of its own: 0 when it is not known.
-  std::uint32_t known_hash() const noexcept { return static_cast<std::uint32_t>(head_ >> 32); }
-  void remember_hash(std::uint32_t hash) const noexcept { head_ = head_of(Tag::string) | std::uint64_t{hash} << 32; }
+  std::uint32_t known_hash() const noexcept { return string()->hash; }
+  void remember_hash(std::uint32_t hash) const noexcept { string()->hash = hash; }
 
-  // `name`, `text` and `string` are one kind: a known field name, a short text that stands in the value itself, and one
-  // with bytes of its own. `absent` marks the erased entries of a dictionary; nobody else ever sees it. What comes
-  // after it is counted.
-  enum class Tag : std::uint8_t { none, boolean, integer, real, name, text, absent, string, list, dictionary, host };
+  using Tag = detail::Tag;
 
-  /// Longest text that stands in the value itself: all of its bytes but the tag and the size.
-  static constexpr std::size_t kShortText = 14;
+  /// Longest text that stands in the value itself.
+  static constexpr std::size_t kShortText = 6;
 
-  /// A text of at most `kShortText` bytes.
-  explicit Value(const detail::Front& text) { set_short(text.words.low, text.words.high, text.size); }
-  void set_short(std::uint64_t low, std::uint64_t high, std::size_t size) {
-    head_ = head_of(Tag::text) | size << 8 | low << 16;
-    payload_ = low >> 48 | high << 16;
-  }
+  /// A text of at most `kShortText` bytes, the last of which is not nought.
+  explicit Value(const detail::Front& text) : bits_(head_of(Tag::text) | text.words.low) {}
   /// A text whose hash is known.
   Value(std::string_view text, std::uint32_t hash) : Value(text) {
     if (tag() == Tag::string) remember_hash(hash);
@@ -207,7 +203,15 @@ class Value {
   Value(std::shared_ptr<void> object, std::type_index type);
   static Value absent() {
     Value value;
-    value.head_ = head_of(Tag::absent);
+    value.bits_ = head_of(Tag::absent);
+    return value;
+  }
+  /// Of a number that was read, by its bits.
+  static Value of_number(std::uint64_t bits, bool is_real) {
+    if (!is_real && !is_narrow(static_cast<std::int64_t>(bits))) return static_cast<std::int64_t>(bits);
+    // Integers and reals in one, since which of them comes cannot be foretold.
+    Value value;
+    value.bits_ = is_real ? bits + kFirstReal : head_of(Tag::integer) | (bits & detail::kPayload);
     return value;
   }
 
@@ -216,21 +220,55 @@ class Value {
     if (!std::in_range<std::int64_t>(integer)) throw ConversionError("integer beyond 64 bits");
     return static_cast<std::int64_t>(integer);
   }
-  /// Every kind of value is moved by its bytes; the caller keeps the counts right.
-  void take_bits(const Value& other) noexcept {
-    head_ = other.head_;
-    payload_ = other.payload_;
+  static constexpr std::uint64_t kFirstReal = detail::head_of(Tag::real);
+  static constexpr std::uint64_t head_of(Tag tag) { return detail::head_of(tag); }
+  static std::uint64_t bits_of(Tag tag, const void* address) { return detail::bits_of(tag, address); }
+  static std::uint64_t bits_of(std::int64_t integer) {
+    if (!is_narrow(integer)) return bits_of(Tag::wide_integer, make_wide(integer));
+    return head_of(Tag::integer) | (static_cast<std::uint64_t>(integer) & detail::kPayload);
   }
-  static constexpr std::uint64_t head_of(Tag tag) { return static_cast<std::uint64_t>(tag); }
-  Tag tag() const noexcept { return static_cast<Tag>(head_ & 0xFF); }
-  std::size_t short_size() const noexcept { return head_ >> 8 & 0xFF; }
-  bool is_counted() const noexcept { return tag() >= Tag::string; }
-  bool is_absent() const noexcept { return tag() == Tag::absent; }
-  bool is_plain() const noexcept { return tag() < Tag::absent; }
-  const char* short_text() const noexcept { return reinterpret_cast<const char*>(this) + 2; }
+  static std::uint64_t bits_of(double real) noexcept {
+    // What is no number has one form, since there would be no room for the others.
+    if (real != real) real = std::numeric_limits<double>::quiet_NaN();
+    return std::bit_cast<std::uint64_t>(real) + kFirstReal;
+  }
+  /// Whether the payload shows it.
+  static bool is_narrow(std::int64_t integer) { return (integer << 16 >> 16) == integer; }
+  static IntegerRep* make_wide(std::int64_t integer);
+
+  /// Every kind of value is moved by its bits; the caller keeps the counts right.
+  void take_bits(const Value& other) noexcept { bits_ = other.bits_; }
+  Tag tag() const noexcept { return static_cast<Tag>(std::min(bits_, kFirstReal) >> detail::kTagShift); }
+  bool is_absent() const noexcept { return bits_ == head_of(Tag::absent); }
+  /// A number or a text that stands in the value itself, or none.
+  bool is_plain() const noexcept { return bits_ > head_of(Tag::absent); }
+
+  std::uint64_t payload() const noexcept { return bits_ & detail::kPayload; }
+  template <class Held>
+  Held* held() const noexcept {
+    return reinterpret_cast<Held*>(payload());
+  }
+  /// What it holds a reference to, or null.
+  Counted* counted() const noexcept { return bits_ < head_of(Tag::absent) ? held<Counted>() : nullptr; }
+  /// Begins to fetch it.
+  void fetch_held() const noexcept {
+    if (const Counted* held = counted()) __builtin_prefetch(held);
+  }
+  // By kind; the caller knows it.
+  std::int64_t integer() const noexcept {
+    return tag() == Tag::wide_integer ? held<IntegerRep>()->integer : static_cast<std::int64_t>(bits_ << 16) >> 16;
+  }
+  double real() const noexcept { return std::bit_cast<double>(bits_ - kFirstReal); }
+  const Name::Rep* name() const noexcept { return held<const Name::Rep>(); }
+  StringRep* string() const noexcept { return held<StringRep>(); }
+  HostRep* host() const noexcept { return held<HostRep>(); }
+  /// The bytes of the payload come first in memory.
+  const char* short_text() const noexcept { return reinterpret_cast<const char*>(this); }
+  /// Behind the text there are noughts.
+  std::size_t short_size() const noexcept { return (std::bit_width(payload()) + 7) / 8; }
   std::string_view long_text() const {
     if (tag() != Tag::string) fail_kind(Kind::string);
-    return {string_->bytes, string_->size};
+    return {string()->bytes, string()->size};
   }
   /// Ends what this value held the last reference to.
   void end() noexcept;
@@ -241,21 +279,10 @@ class Value {
   [[noreturn]] void fail_kind(Kind wanted) const;
   static bool equal(const Value& a, const Value& b, int depth);
 
-  // Written and read as two whole words: what is written in pieces and read at once, soon after, makes the processor
-  // wait. The head holds the tag in its lowest byte; of a short text also the size and the first bytes, which go on in
-  // the payload; of a long one its hash in the upper half, if that is known.
-  mutable std::uint64_t head_;  // by the hash
   union {
-    std::uint64_t payload_;
-    std::int64_t integer_;  // or a boolean
-    double real_;
-    const Name::Rep* name_;
-    Counted* counted_;
-    StringRep* string_;
-    List list_;
+    std::uint64_t bits_;
+    List list_;  // the handles have the same bits
     Dict dict_;
-    HostRep* host_;
-    Row* row_;  // of a list or dictionary
   };
 };
 

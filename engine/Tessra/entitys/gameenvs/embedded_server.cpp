@@ -1,5 +1,7 @@
 #include "Tessra/entitys/gameenvs/embedded_server.h"
 
+#include <fmt/format.h>
+
 #include <filesystem>
 #include <optional>
 #include <vector>
@@ -58,7 +60,7 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
     const std::vector<std::string> package = std::exchange(commands_, {});
     std::string reports;
     for (const sim::CommandFault& fault : loaded().execute(package)) {
-      reports += (reports.empty() ? "" : "\n") + std::to_string(fault.number) + ": " + fault.text + ": " + fault.reason;
+      reports += fmt::format("{}{}: {}: {}", reports.empty() ? "" : "\n", fault.number, fault.text, fault.reason);
     }
     return Dict{{"message", reports.empty() ? "OK" : "Error"}, {"resbin", reports}};
   }

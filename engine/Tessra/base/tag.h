@@ -1,0 +1,41 @@
+#pragma once
+
+// How a value of eight bytes shows its kind. Part of value.h, which is what others include.
+
+#include <cstdint>
+
+namespace tessra::detail {
+
+/// What stands in the upper 16 bits of a value; the payload is in the lower 48: an address, a small integer, or the
+/// bytes of a short text. Addresses of processes have no more bits.
+///
+/// A real takes all 64 bits. Of the patterns that they could have, those of what is no number are mostly unused: one of
+/// them is enough. Counted up by `real` in the upper 16 bits, what is left leaves all heads below that free.
+///
+/// The order lets one comparison tell what holds a reference, which comes before `absent`, and what is plain, which
+/// comes after it. `name`, `text` and `string` are one kind: a known field name, a short text that stands in the value
+/// itself, and one with bytes of its own; so are `integer` and `wide_integer`, which does not fit the payload. `absent`
+/// marks the erased entries of a dictionary; nobody else ever sees it.
+enum class Tag : std::uint16_t {
+  dictionary,  // 0, so that a handle is the address itself
+  list,
+  string,
+  wide_integer,
+  host,
+  absent,
+  none,
+  boolean,
+  integer,
+  name,
+  text,
+  real
+};
+
+constexpr int kTagShift = 48;
+constexpr std::uint64_t kPayload = (std::uint64_t{1} << kTagShift) - 1;
+constexpr std::uint64_t head_of(Tag tag) { return static_cast<std::uint64_t>(tag) << kTagShift; }
+inline std::uint64_t bits_of(Tag tag, const void* address) {
+  return head_of(tag) | reinterpret_cast<std::uintptr_t>(address);
+}
+
+}  // namespace tessra::detail
