@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace tessra::bench {
 
@@ -18,8 +19,9 @@ std::size_t live_bytes();
 std::size_t peak_bytes();
 void reset_peak();
 
-/// The bound: seconds the DOM parser takes for these texts, with warm buffers; the best of `rounds`.
-double parser_seconds(std::span<const std::string> texts, int rounds);
+/// The bound: seconds the DOM parser takes for each of these texts, with warm buffers; the best of `rounds`, which walk
+/// all texts.
+std::vector<double> parser_seconds(std::span<const std::string> texts, int rounds);
 
 /// Seconds of one piece of work.
 template <class Work>

@@ -2,8 +2,9 @@
 // update_cycle --record FILE [--sides FILE] [--updates FILE…] [--repeat N] [--json]
 //
 // Times what the engine itself does per step: an update record, from its JSON bytes to the model brought up to date.
-// Every figure is processor time, the best of the repetitions, beside its ratio to D: what the DOM parser takes for the
-// same bytes in the same process. The model is checked before anything is printed.
+// Every figure is processor time, beside its ratio to D: what the DOM parser takes for the same bytes in the same
+// process. All updates are played several times, and of each the best time counts, so that what else the machine does
+// disturbs little. The model is checked before anything is printed.
 
 #include <fmt/format.h>
 
@@ -13,6 +14,7 @@
 #include <iostream>
 #include <iterator>
 #include <limits>
+#include <numeric>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,11 +29,16 @@
 namespace tessra::bench {
 namespace {
 
-/// Seconds per phase, summed over the updates; memory in bytes.
+/// Seconds of each update, or of the initial record.
+using Times = std::vector<double>;
+
+double total(const Times& times) { return std::accumulate(times.begin(), times.end(), 0.0); }
+
+/// Times per phase; memory in bytes.
 struct Measures {
-  double parser = 0, cycle = 0;
-  double decode = 0, share = 0, views = 0, merge = 0, deletions = 0, checks = 0;
-  double initial_parser = 0, initial_decode = 0, initial_build = 0;
+  Times parser, cycle;
+  Times decode, share, views, merge, deletions, checks;
+  Times initial_parser, initial_decode, initial_build;
   std::size_t live = 0, peak = 0;
 };
 
@@ -86,11 +93,11 @@ void play_whole_cycles(const Case& played, Measures& measures) {
   const Situations& situations = played.situations;
   Host host(situations.sides);
   Value initial;
-  measures.initial_decode = timed([&] { initial = read_json(situations.initial); });
-  measures.initial_build = timed([&] { host.build(std::move(initial)); });
+  measures.initial_decode = {timed([&] { initial = read_json(situations.initial); })};
+  measures.initial_build = {timed([&] { host.build(std::move(initial)); })};
   JsonReader reader;
   for (const std::string& text : situations.updates) {
-    measures.cycle += timed([&] { host.engine().process_step_situation(reader.read(text)); });
+    measures.cycle.push_back(timed([&] { host.engine().process_step_situation(reader.read(text)); }));
   }
   if (played.generated) check_model(host.engine(), situations);
 }
@@ -124,8 +131,8 @@ void play_phases(const Case& played, Measures& measures) {
   for (const std::string& text : played.situations.updates) {
     Dict record;
     Dict share;
-    measures.decode += timed([&] { record = reader.read(text).as_dict(); });
-    measures.share += timed([&] { share = Deduction::deletion_share(record); });
+    measures.decode.push_back(timed([&] { record = reader.read(text).as_dict(); }));
+    measures.share.push_back(timed([&] { share = Deduction::deletion_share(record); }));
 
     Value stripped = reader.read(text);
     testing::strip_deletions(stripped);
@@ -138,19 +145,20 @@ void play_phases(const Case& played, Measures& measures) {
       share_of_nothing = timed([&] { dropped = Deduction::deletion_share(stripped.as_dict()); });
     }
     const double whole = timed([&] { engine.parse_update_situation(stripped); });
-    measures.views += views;
-    measures.merge += whole - views - share_of_nothing;
-    measures.deletions += timed([&] { engine.parse_delete_situation(share); });
-    measures.checks += timed([&] { check(engine); });
+    measures.views.push_back(views);
+    measures.merge.push_back(whole - views - share_of_nothing);
+    measures.deletions.push_back(timed([&] { engine.parse_delete_situation(share); }));
+    measures.checks.push_back(timed([&] { check(engine); }));
   }
   if (played.generated) check_model(engine, played.situations);
 }
 
 void keep_best(Measures& best, const Measures& fresh) {
-  for (double Measures::*figure : {&Measures::parser, &Measures::cycle, &Measures::decode, &Measures::share,
-                                   &Measures::views, &Measures::merge, &Measures::deletions, &Measures::checks,
-                                   &Measures::initial_parser, &Measures::initial_decode, &Measures::initial_build}) {
-    best.*figure = std::min(best.*figure, fresh.*figure);
+  for (Times Measures::*phase : {&Measures::parser, &Measures::cycle, &Measures::decode, &Measures::share,
+                                 &Measures::views, &Measures::merge, &Measures::deletions, &Measures::checks,
+                                 &Measures::initial_parser, &Measures::initial_decode, &Measures::initial_build}) {
+    std::ranges::transform(best.*phase, fresh.*phase, (best.*phase).begin(),
+                           [](double a, double b) { return std::min(a, b); });
   }
 }
 
@@ -177,8 +185,8 @@ int usual_repeat(const Case& played) { return bytes_of(played.situations.updates
 
 struct Row {
   std::string_view phase;
-  double Measures::*seconds;
-  double Measures::*bound;
+  Times Measures::*seconds;
+  Times Measures::*bound;
 };
 
 constexpr Row kRows[] = {
@@ -193,20 +201,22 @@ constexpr Row kRows[] = {
     {"initial build", &Measures::initial_build, &Measures::initial_parser},
 };
 
-double ratio(const Row& row, const Measures& measures) { return measures.*row.seconds / (measures.*row.bound); }
+double ratio(const Row& row, const Measures& measures) {
+  return total(measures.*row.seconds) / total(measures.*row.bound);
+}
 
 void print_case(const Case& played, const Measures& measures, const Measures* smaller) {
   const Situations& situations = played.situations;
   const double updates = static_cast<double>(std::max<std::size_t>(1, situations.updates.size()));
   const double bytes = static_cast<double>(bytes_of(situations.updates)) / updates;
   fmt::print("{}: initial record {} bytes, {} updates of {:.0f} bytes; D = {:.4f} ms, initial {:.3f} ms\n", played.name,
-             situations.initial.size(), situations.updates.size(), bytes, 1e3 * measures.parser / updates,
-             1e3 * measures.initial_parser);
+             situations.initial.size(), situations.updates.size(), bytes, 1e3 * total(measures.parser) / updates,
+             1e3 * total(measures.initial_parser));
   fmt::print("  {:<22}{:>12}{:>9}{:>9}\n", "phase", "ms", "D", "growth");
   for (const Row& row : kRows) {
     const bool per_update = row.bound == &Measures::parser;
     if (per_update && situations.updates.empty()) continue;
-    const double milliseconds = 1e3 * measures.*row.seconds / (per_update ? updates : 1);
+    const double milliseconds = 1e3 * total(measures.*row.seconds) / (per_update ? updates : 1);
     fmt::print("  {:<22}{:>12.4f}{:>9.2f}", row.phase, milliseconds, ratio(row, measures));
     if (smaller != nullptr) fmt::print("{:>9.2f}", ratio(row, measures) / ratio(row, *smaller));
     fmt::print("\n");
@@ -221,7 +231,7 @@ void print_case(const Case& played, const Measures& measures, const Measures* sm
 Dict as_dict(const Case& played, const Measures& measures) {
   Dict phases;
   for (const Row& row : kRows) {
-    phases.set(row.phase, Dict{{"seconds", measures.*row.seconds}, {"ratio", ratio(row, measures)}});
+    phases.set(row.phase, Dict{{"seconds", total(measures.*row.seconds)}, {"ratio", ratio(row, measures)}});
   }
   return {{"case", played.name},
           {"updates", played.situations.updates.size()},
@@ -310,7 +320,8 @@ int main(int argc, char** argv) {
   app.add_option("--field-share", arguments.field_share, "Share of its fields that a changed unit carries")
       ->check(CLI::Range(0.0, 1.0));
   app.add_flag("--no-friends", arguments.no_friends, "Generate sides without friends");
-  app.add_option("--repeat", arguments.repeat, "Repetitions, of which the best counts, instead of the usual number")
+  app.add_option("--repeat", arguments.repeat,
+                 "Repetitions, of which the best of each update counts, instead of the usual number")
       ->check(CLI::PositiveNumber);
   auto* record = app.add_option("--record", arguments.record, "An initial record instead of generated situations");
   app.add_option("--sides", arguments.sides, "Its sides: side id → Name and Friend; else those it tells of itself")
