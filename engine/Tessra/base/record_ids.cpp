@@ -2,9 +2,12 @@
 
 namespace tessra {
 
-RecordIds::Id& RecordIds::add(std::string_view text, std::uint32_t hash, bool may_be_name) {
+RecordIds::Id& RecordIds::find_or_add(const Value& text, std::uint32_t hash) {
+  const auto is_it = [&](std::uint32_t place) { return ids_[place].text.long_text() == text.long_text(); };
+  const std::uint32_t known = index_.find(hash, is_it);
+  if (known != HashIndex::kNowhere) return come_to(known);
   const auto place = static_cast<std::uint32_t>(ids_.size());
-  ids_.push_back({.text = Value(text, hash), .may_be_name = may_be_name});
+  ids_.push_back({.text = text});
   index_.add(hash, place);
   return come_to(place);
 }

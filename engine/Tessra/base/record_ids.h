@@ -18,20 +18,20 @@ class RecordIds {
     Value text;
     std::uint64_t last_with = 0;  // the number of the last dictionary that was found to have it
     std::uint32_t next = 0;       // the place of the one that came after it
-    bool may_be_name = false;
   };
 
-  /// What is known of this text, or null. Valid until the next one is added.
-  Id* find(std::string_view text, std::uint32_t hash) {
+  /// The id that is expected now, if it is this text, or null. Valid until the next one is added.
+  Id* find_next(std::string_view text, std::uint32_t hash) {
     if (ids_.empty()) return nullptr;
-    const auto is_it = [&](std::uint32_t place) { return ids_[place].text.long_text() == text; };
     const std::uint32_t next = ids_[last_].next;
-    if (ids_[next].text.known_hash() == hash && is_it(next)) return &come_to(next);
-    const std::uint32_t at = index_.find(hash, is_it);
-    return at != HashIndex::kNowhere ? &come_to(at) : nullptr;
+    return ids_[next].text.known_hash() == hash && ids_[next].text.long_text() == text ? &come_to(next) : nullptr;
   }
-  /// Adds one that is not there; longer than `Value::kShortText`.
-  Id& add(std::string_view text, std::uint32_t hash, bool may_be_name);
+  /// Begins to fetch what `find_or_add` looks at.
+  void fetch(std::uint32_t hash) const {
+    if (!index_.empty()) index_.fetch(hash);
+  }
+  /// What is known of a text with bytes of its own, from now on if nothing was. Valid until the next one is added.
+  Id& find_or_add(const Value& text, std::uint32_t hash);
   /// Keeps room for a record of as many ids.
   void clear();
 

@@ -58,6 +58,7 @@ void TreeBuilder::forget() {
     read->clear();
     if (read->capacity() > kKept) *read = std::vector<Value>();
   }
+  late_.clear();
   ids_.clear();
 }
 
@@ -197,10 +198,22 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
   const bool is_known = is_whole;  // then all of it stands in the usual shape
   const std::uint64_t number = ++dicts_;
   bool is_distinct = true;
-  const auto take_key = [&](Key key) {
+  const auto note_met = [&](std::uint64_t* last_with) {
     // A key last met in a dictionary inside this one may have been met here before; names are asked again below.
-    is_distinct = is_distinct && key.last_with != nullptr && std::exchange(*key.last_with, number) < number;
+    is_distinct = is_distinct && last_with != nullptr && std::exchange(*last_with, number) < number;
+  };
+  const auto take_key = [&](Key key) {
+    if (!key.is_late) note_met(key.last_with);
     keys_.push_back(std::move(key.value));
+  };
+  const auto take_late = [&] {
+    for (std::size_t at = open.late; at < late_.size(); ++at) {
+      Value& key = keys_[late_[at].place];
+      RecordIds::Id& id = ids_.find_or_add(key, late_[at].hash);
+      note_met(late_[at].may_be_name ? nullptr : &id.last_with);
+      key = id.text;
+    }
+    late_.resize(open.late);
   };
   for (auto [name, value] : begun) {
     take_key({name, &last_with(*name.name())});
@@ -210,7 +223,10 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
     take_key(next_key());
     values_.push_back(build_value(place.of(number_of(keys_.back()))));
     is_whole = !goes_on('}');
+    constexpr std::size_t kTogether = 8;
+    if (late_.size() - open.late == kTogether) take_late();
   }
+  take_late();
   const bool are_all_names = are_names(open);
   if (!is_distinct && are_all_names) is_distinct = are_distinct_names(open);
   if (!is_distinct || !are_all_names) return make_table(open, is_distinct);
@@ -296,18 +312,17 @@ Dict TreeBuilder::make_table(Open open, bool is_distinct) {
 TreeBuilder::Key TreeBuilder::key_of(std::string_view text) {
   const std::uint32_t hash = hash_text(text);
   const bool is_long = text.size() > Value::kShortText;
-  RecordIds::Id* id = is_long ? ids_.find(text, hash) : nullptr;
-  if (id != nullptr && !id->may_be_name) return {id->text, &id->last_with};
-
   // Ids mostly tell by their looks that no name is to be looked for.
-  const bool may_be_name = id != nullptr || looks_like_name(text);
+  const bool may_be_name = looks_like_name(text);
   const Name::Rep* name = may_be_name || !is_long ? Name::lookup(text, hash) : nullptr;
   if (name == nullptr && may_be_name) name = learn(text, hash);
   if (name != nullptr) return {Name(name), &last_with(*name)};
   if (!is_long) return {text, nullptr};
-  if (id == nullptr) id = &ids_.add(text, hash, may_be_name);
   // What may become a name can stand in one dictionary both as a text and as that name.
-  return {id->text, may_be_name ? nullptr : &id->last_with};
+  if (RecordIds::Id* id = ids_.find_next(text, hash)) return {id->text, may_be_name ? nullptr : &id->last_with};
+  ids_.fetch(hash);
+  late_.push_back({keys_.size(), hash, may_be_name});
+  return {.value = Value(text, hash), .is_late = true};
 }
 
 const Name::Rep* TreeBuilder::learn(std::string_view text, std::uint32_t hash) {

@@ -43,20 +43,28 @@ class TreeBuilder {
   };
   /// Where the keys and values of an open dictionary begin.
   struct Open {
-    std::size_t keys, values;
+    std::size_t keys, values, late;
   };
   struct Key {
     Value value;
     /// The number of the last dictionary that was found to have it; null when that is not known. Valid until the next
     /// key is read.
-    std::uint64_t* last_with;
+    std::uint64_t* last_with = nullptr;
+    bool is_late = false;
+  };
+  /// An id that is a key of an open dictionary but not the one that was expected. Whether the record had it before is
+  /// looked up some keys later: until then the index is fetched.
+  struct Late {
+    std::size_t place;  // of the key
+    std::uint32_t hash;
+    bool may_be_name;
   };
   TreeBuilder() = default;
   /// Parts with what belongs to a record.
   void forget();
   struct Refused {};  // thrown where the tokens are no JSON, or a limit is met
 
-  Open here() const { return {keys_.size(), values_.size()}; }
+  Open here() const { return {keys_.size(), values_.size(), late_.size()}; }
   Value build_value(Place place);
   // The token that tells the kind was taken.
   Value build_text();
@@ -111,6 +119,7 @@ class TreeBuilder {
 
   // What is read of the containers that are still open.
   std::vector<Value> keys_, values_;
+  std::vector<Late> late_;
 
   std::vector<Usual> usual_ = std::vector<Usual>(std::size_t{1} << kPlaceBits);
   RecordIds ids_;
