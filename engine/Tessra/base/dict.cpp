@@ -271,38 +271,34 @@ Dict Dict::shallow_copy() const {
 
 std::vector<Value*> Dict::find_all(const Dict& table) {
   constexpr std::size_t kTogether = 16;
+  std::vector<const Value*> keys;
+  keys.reserve(table.size());
+  for (auto [key, value] : table) keys.push_back(&key);
+
   std::vector<Value*> found;
-  found.reserve(table.size());
-  if (table.row_ == nullptr) return found;
-  const Row& asked = *table.row_;
-  for (std::size_t begin = asked.first(); begin < asked.count; begin += kTogether) {
-    const std::size_t end = std::min<std::size_t>(begin + kTogether, asked.count);
-    if (row_ != nullptr) fetch_under(asked, begin, end);
-    for (std::size_t at = begin; at < end; ++at) {
-      if (asked.present(at) != nullptr) found.push_back(find(asked.keys->key(at)));
-    }
+  found.reserve(keys.size());
+  for (std::span<const Value* const> left = keys; !left.empty();) {
+    const auto some = left.first(std::min(kTogether, left.size()));
+    fetch_under(some);
+    for (const Value* key : some) found.push_back(find(*key));
+    left = left.subspan(some.size());
   }
   return found;
 }
 
-void Dict::fetch_under(const Row& asked, std::size_t begin, std::size_t end) const {
+void Dict::fetch_under(std::span<const Value* const> asked) const {
+  if (row_ == nullptr || !row_->keys->is_indexed()) return;
   const KeySet& keys = *row_->keys;
-  if (!keys.is_indexed()) return;
-  const auto for_each_key = [&](auto&& visit) {
-    for (std::size_t at = begin; at < end; ++at) {
-      if (asked.present(at) != nullptr) visit(asked.keys->key(at));
-    }
-  };
   const auto for_each_place = [&](auto&& visit) {
-    for_each_key([&](const Value& key) {
-      const std::uint32_t place = keys.likely(key);
+    for (const Value* key : asked) {
+      const std::uint32_t place = keys.likely(*key);
       if (place != KeySet::kNowhere) visit(place);
-    });
+    }
   };
   // One after the other for all of them: their texts; where the index says they are; keys and values; what these refer
   // to.
-  for_each_key([&](const Value& key) { key.fetch_held(); });
-  for_each_key([&](const Value& key) { keys.fetch(key); });
+  for (const Value* key : asked) key->fetch_held();
+  for (const Value* key : asked) keys.fetch(*key);
   for_each_place([&](std::uint32_t place) {
     __builtin_prefetch(&keys.key(place));
     __builtin_prefetch(row_->values + place);

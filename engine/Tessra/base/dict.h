@@ -3,6 +3,7 @@
 #include <concepts>
 #include <cstdint>
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -146,8 +147,10 @@ class Dict {
   void fetch() const;
   /// The same, a little later, for what its values refer to.
   void fetch_inside() const;
-  /// What stands here under each key of a table, in its order; null where there is nothing. What a large dictionary
-  /// holds lies far apart; asked for at once, some is fetched while other is looked at.
+  /// Begins to fetch what looking for these keys is going to read, and the dictionaries that are found. What a large
+  /// one holds lies far apart; asked for at once, some is fetched while other is looked at.
+  void fetch_under(std::span<const Value* const> keys) const;
+  /// What stands here under each key of a table, in its order; null where there is nothing. Fetched as above.
   std::vector<Value*> find_all(const Dict& table);
   /// Walks `fresh` beside this dictionary: `visit(key, stored, value)` for every entry of `fresh`, in its order, with
   /// what stands here under the key, or null. Values that are plain, numbers or short texts, may have been written over
@@ -185,8 +188,6 @@ class Dict {
   /// Of tables, which lie far apart: begins to fetch the value at this place of `fresh`, and what stands here under its
   /// key.
   void fetch_beside(const Row& fresh, std::size_t at) const;
-  /// Fetches what looking for these keys of a table is going to read, and what is found by it.
-  void fetch_under(const Row& asked, std::size_t begin, std::size_t end) const;
   /// `update` for dictionaries whose keys are shapes; false, and nothing done, when it takes more than that.
   bool join(Row& from);
   /// Drops what is absent. Keys of the dictionary's own have room for so many more.

@@ -57,7 +57,7 @@ class KeySet {
   bool is_indexed() const { return index_ != nullptr; }
   /// Begins to fetch what `find` looks at first.
   void fetch(const KeyRef& ref) const;
-  /// The place that `find` looks at first, most often the one it finds, or `kNowhere`.
+  /// The place that `find` looks at first, most often the one it finds; `kNowhere` when that is another key's.
   std::uint32_t likely(const KeyRef& ref) const;
 
   /// Of a shape: where the name with these bytes, which begin with `front`, stands from `at` on, or `kNowhere`. Quick

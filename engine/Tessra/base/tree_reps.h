@@ -244,7 +244,8 @@ inline std::uint32_t KeySet::find(const KeyRef& ref) const {
 
 inline void KeySet::fetch(const KeyRef& ref) const { __builtin_prefetch(&index_->slots[ref.hash() & index_->mask]); }
 inline std::uint32_t KeySet::likely(const KeyRef& ref) const {
-  return index_->slots[ref.hash() & index_->mask].number - 1;
+  const Slot& slot = index_->slots[ref.hash() & index_->mask];
+  return slot.hash == ref.hash() ? slot.number - 1 : kNowhere;
 }
 
 inline std::uint32_t KeySet::find_from(std::uint32_t at, const detail::Front& front, std::string_view text) const {

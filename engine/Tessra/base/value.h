@@ -145,6 +145,11 @@ class Value {
   /// kinds that cannot be converted.
   std::int64_t to_integer() const;
 
+  /// Begins to fetch what this value refers to, if anything, for who is going to read it in a moment.
+  void fetch_held() const noexcept {
+    if (const Counted* held = counted()) __builtin_prefetch(held);
+  }
+
   /// The value as text: `None`, `True`, shortest reals with `.0` when whole, strings as they are, lists and
   /// dictionaries with quoted strings inside.
   std::string to_text() const;
@@ -250,10 +255,6 @@ class Value {
   }
   /// What it holds a reference to, or null.
   Counted* counted() const noexcept { return bits_ < head_of(Tag::absent) ? held<Counted>() : nullptr; }
-  /// Begins to fetch it.
-  void fetch_held() const noexcept {
-    if (const Counted* held = counted()) __builtin_prefetch(held);
-  }
   // By kind; the caller knows it.
   std::int64_t integer() const noexcept {
     return tag() == Tag::wide_integer ? held<IntegerRep>()->integer : static_cast<std::int64_t>(bits_ << 16) >> 16;

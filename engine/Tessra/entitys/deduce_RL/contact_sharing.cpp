@@ -65,16 +65,37 @@ void Deduction::share_updated_contacts(const FriendViews& views) {
                 });
     if (!friend_side_contacts.contains(share.friend_id)) friend_side_contacts.set(share.friend_id, Dict());
     Dict record = friend_side_contacts.at_dict(share.friend_id);
-    const auto fetch = [&](const Value& contact_id, const Value& contact) {
-      const Dict* held = fields_of(share.own.contacts().find(contact_id));
-      if (held == nullptr) held = fields_of(std::as_const(record).find(contact_id));
-      if (held != nullptr) held->fetch();
-      fetch_held(contact_id, contact);
-    };
-    visit_fetched(view.contacts, fetch, [&](const Value& contact_id, const Value& contact) {
+    const auto fetch = [&](std::span<const Visited> contacts) { fetch_for_sharing(share, contacts, record); };
+    visit_together(view.contacts, fetch, [&](const Value& contact_id, const Value& contact) {
       share_updated_contact(share, contact_id, contact, record);
     });
   });
+}
+
+void Deduction::fetch_for_sharing(const FriendShare& share, std::span<const Visited> contacts,
+                                  const Dict& record) const {
+  std::vector<const Value*> ids;
+  ids.reserve(contacts.size());
+  for (const auto& [contact_id, contact] : contacts) ids.push_back(&contact_id);
+  const Dict own = share.own.contacts();
+  own.fetch_under(ids);
+  record.fetch_under(ids);
+
+  // The units that those are on which the side may adopt.
+  std::vector<ElementTable::Sought> units;
+  units.reserve(contacts.size());
+  for (const auto& [contact_id, contact] : contacts) {
+    if (own.contains(contact_id)) continue;
+    const Dict* fresh = contact.if_dict();
+    const Value* unit_id = fresh != nullptr ? fresh->find(names::kActualUnitID) : nullptr;
+    if (const Dict* known = unit_id == nullptr ? fields_of(record.find(contact_id)) : nullptr) {
+      unit_id = known->find(names::kActualUnitID);
+    }
+    if (unit_id != nullptr && unit_id->is_string()) units.push_back({unit_id->as_text(), KeyRef(*unit_id).hash()});
+  }
+  for (const auto* unit : elements.find_all(units)) {
+    if (unit != nullptr) (*unit)->attributes().fetch();
+  }
 }
 
 void Deduction::share_updated_contact(const FriendShare& share, const Value& contact_id, const Value& fresh,

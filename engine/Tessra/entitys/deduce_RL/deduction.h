@@ -5,6 +5,7 @@
 #include <exception>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -17,6 +18,7 @@
 #include "Tessra/entitys/deduce_RL/episode_state.h"
 #include "Tessra/entitys/deduce_RL/first_contacts.h"
 #include "Tessra/entitys/deduce_RL/settings.h"
+#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/deduce_RL/wargame_command.h"
 
 namespace tessra {
@@ -343,6 +345,8 @@ class Deduction : public Settings, public EpisodeState {
   void share_initial_contacts(const FriendViews& views);
   void share_updated_contacts(const FriendViews& views);
   void share_updated_contact(const FriendShare& share, const Value& contact_id, const Value& fresh, Dict& record);
+  /// Begins to fetch what sharing these contacts is going to read.
+  void fetch_for_sharing(const FriendShare& share, std::span<const Visited> contacts, const Dict& record) const;
   /// Whether a friend's contact is new or better than what the side holds on the same unit.
   bool adopts_contact(std::string_view side, FirstContacts& own_contacts, const Dict& contact) const;
 

@@ -27,7 +27,7 @@ class FirstContacts {
 
  private:
   void note_all();
-  void note(const Value& contact);
+  void note(const Value& contact, const Value* unit_id);
   const Dict* look_for(const Value& unit_id) const;
 
   Dict contacts_;

@@ -3,6 +3,7 @@
 // Walking the tables of a record, alone or beside what the model holds. What they refer to lies far apart in memory, so
 // each piece is fetched while those before it are worked on; what the model holds is found first, all at once.
 
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -37,6 +38,30 @@ void visit_fetched(Table& table, Fetch&& fetch, Visit&& visit) {
 /// Begins to fetch what a record in a table refers to.
 inline void fetch_held(const Value& /*key*/, const Value& record) {
   if (const Dict* fields = record.if_dict()) fields->fetch_inside();
+}
+
+/// One entry of a table that is walked.
+struct Visited {
+  const Value& key;
+  const Value& entry;
+};
+
+/// Visits the entries of a table, some at a time: `visit(key, entry)`. Before these, all of them are shown to
+/// `fetch(some)`, for what must be looked up to know what is to be fetched.
+template <class Fetch, class Visit>
+void visit_together(const Dict& table, Fetch&& fetch, Visit&& visit) {
+  constexpr std::size_t kTogether = 16;
+  std::vector<Visited> some;
+  const auto visit_some = [&] {
+    fetch(std::span<const Visited>(some));
+    for (const auto& [key, entry] : some) visit(key, entry);
+    some.clear();
+  };
+  for (auto [key, entry] : table) {
+    some.push_back({key, entry});
+    if (some.size() == kTogether) visit_some();
+  }
+  visit_some();
 }
 
 /// Visits the entries of a table, each with what was found under its key: `visit(key, entry, found)`. A visit must not
