@@ -137,7 +137,9 @@ std::string field_name(std::size_t number) {
   return begins[number % 4] + std::to_string(number / 4);
 }
 
-/// A record whose units have many fields or a few of them, each another choice, some twice.
+std::string unit_id(std::size_t number) { return "unit-of-the-record-" + std::to_string(number); }
+
+/// A record whose units have many fields or a few of them, each another choice, some twice. Some refer to other units.
 ObjectText record_text(std::mt19937_64& random) {
   ObjectText record;
   for (std::size_t number = 0; number < 60; ++number) {
@@ -149,13 +151,13 @@ ObjectText record_text(std::mt19937_64& random) {
       ObjectText value{plain, plain, {}};
       if (field % 5 == 0) {
         const ObjectText inner = std::exchange(value, {});
-        value.add("x", inner);
+        value.add(random() % 3 == 0 ? unit_id(random() % 60) : "x", inner);
         value.close();
       }
       unit.add(field_name(random() % 20 == 0 ? 0 : field), value);
     }
     unit.close();
-    record.add("unit-of-the-record-" + std::to_string(random() % 20 == 0 ? 0 : number), unit);
+    record.add(unit_id(random() % 20 == 0 ? 0 : number), unit);
   }
   record.close();
   return record;

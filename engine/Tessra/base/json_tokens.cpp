@@ -27,9 +27,12 @@ struct JsonTokens::Parser {
  private:
   simdjson::error_code make_room(std::size_t bytes) {
     if (first_pass != nullptr && first_pass->capacity() >= bytes) return simdjson::SUCCESS;
-    const auto error = first_pass != nullptr ? first_pass->set_capacity(bytes) : make_first_pass(bytes);
+    // Some to spare: records differ in size, and touching new memory takes longer than reading them.
+    const std::size_t room =
+        std::max(bytes, std::min(bytes + bytes / 4, std::size_t{simdjson::SIMDJSON_MAXSIZE_BYTES}));
+    const auto error = first_pass != nullptr ? first_pass->set_capacity(room) : make_first_pass(room);
     if (error == simdjson::SUCCESS) {
-      ask_for_large_pages(first_pass->structural_indexes.get(), bytes * sizeof(std::uint32_t));
+      ask_for_large_pages(first_pass->structural_indexes.get(), room * sizeof(std::uint32_t));
     }
     return error;
   }

@@ -9,8 +9,8 @@ namespace tessra::detail {
 /// What stands in the upper 16 bits of a value; the payload is in the lower 48: an address, a small integer, or the
 /// bytes of a short text. Addresses of processes have no more bits.
 ///
-/// A real takes all 64 bits. Of the patterns that they could have, those of what is no number are mostly unused: one of
-/// them is enough. Counted up by `real` in the upper 16 bits, what is left leaves all heads below that free.
+/// A real takes all 64 bits. But most of the patterns that stand for no number are never needed (NaN boxing): with one
+/// of them left, and all reals counted up by the head `real`, the heads below that are free for the other kinds.
 ///
 /// The order lets one comparison tell what holds a reference, which comes before `absent`, and what is plain, which
 /// comes after it. `name`, `text` and `string` are one kind: a known field name, a short text that stands in the value

@@ -273,7 +273,7 @@ class Value {
   }
   /// Ends what this value held the last reference to.
   void end() noexcept;
-  /// The same for a long text or a host object.
+  /// The same for what holds no other values: a long text, a wide integer or a host object.
   static void end_leaf(Tag tag, Counted* counted) noexcept;
   std::shared_ptr<void> host_object(std::type_index type) const;
   bool holds_host(std::type_index type) const;
