@@ -89,13 +89,12 @@ void play_for_memory(const Case& played, Measures& measures) {
   measures.peak = peak_bytes();
 }
 
-void play_whole_cycles(const Case& played, Measures& measures) {
+void play_whole_cycles(const Case& played, JsonReader& reader, Measures& measures) {
   const Situations& situations = played.situations;
   Host host(situations.sides);
   Value initial;
-  measures.initial_decode = {timed([&] { initial = read_json(situations.initial); })};
+  measures.initial_decode = {timed([&] { initial = reader.read(situations.initial); })};
   measures.initial_build = {timed([&] { host.build(std::move(initial)); })};
-  JsonReader reader;
   for (const std::string& text : situations.updates) {
     measures.cycle.push_back(timed([&] { host.engine().process_step_situation(reader.read(text)); }));
   }
@@ -123,11 +122,10 @@ void check(Deduction& engine) {
 }
 
 /// Each phase by itself, on a second engine that plays the same updates.
-void play_phases(const Case& played, Measures& measures) {
+void play_phases(const Case& played, JsonReader& reader, Measures& measures) {
   Host host(played.situations.sides);
-  host.build(read_json(played.situations.initial));
+  host.build(reader.read(played.situations.initial));
   Deduction& engine = host.engine();
-  JsonReader reader;
   for (const std::string& text : played.situations.updates) {
     Dict record;
     Dict share;
@@ -166,12 +164,13 @@ Measures measure(const Case& played, int repeat) {
   Measures memory;
   play_for_memory(played, memory);
   std::optional<Measures> best;
+  JsonReader reader;  // one for all plays, as a service's client has one for all episodes
   for (int round = 0; round < repeat; ++round) {
     Measures fresh = memory;
     fresh.parser = parser_seconds(played.situations.updates, 3);
     fresh.initial_parser = parser_seconds({&played.situations.initial, 1}, 3);
-    play_whole_cycles(played, fresh);
-    play_phases(played, fresh);
+    play_whole_cycles(played, reader, fresh);
+    play_phases(played, reader, fresh);
     if (!best) best = fresh;
     keep_best(*best, fresh);
   }
