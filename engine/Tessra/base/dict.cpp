@@ -286,25 +286,25 @@ std::vector<Value*> Dict::find_all(const Dict& table) {
   return found;
 }
 
-void Dict::fetch_under(std::span<const Value* const> asked) const {
+void Dict::fetch_under(std::span<const Value* const> keys) const {
   if (row_ == nullptr || !row_->keys->is_indexed()) return;
-  const KeySet& keys = *row_->keys;
+  const KeySet& held = *row_->keys;
   const auto for_each_place = [&](auto&& visit) {
-    for (const Value* key : asked) {
-      const std::uint32_t place = keys.likely(*key);
+    for (const Value* key : keys) {
+      const std::uint32_t place = held.likely(*key);
       if (place != KeySet::kNowhere) visit(place);
     }
   };
   // One after the other for all of them: their texts; where the index says they are; keys and values; what these refer
   // to.
-  for (const Value* key : asked) key->fetch_held();
-  for (const Value* key : asked) keys.fetch(*key);
+  for (const Value* key : keys) key->fetch_held();
+  for (const Value* key : keys) held.fetch(*key);
   for_each_place([&](std::uint32_t place) {
-    __builtin_prefetch(&keys.key(place));
+    __builtin_prefetch(&held.key(place));
     __builtin_prefetch(row_->values + place);
   });
   for_each_place([&](std::uint32_t place) {
-    keys.key(place).fetch_held();
+    held.key(place).fetch_held();
     row_->values[place].fetch_held();
   });
 }

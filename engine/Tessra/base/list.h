@@ -57,7 +57,7 @@ class List {
   explicit List(Row* row) : bits_(bits_of(row)) {}
   static std::uint64_t bits_of(Row* row) { return detail::bits_of(detail::Tag::list, row); }
   /// Null for an empty list that no other handle knows.
-  Row* held() const { return reinterpret_cast<Row*>(bits_ & detail::kPayload); }
+  Row* held() const { return detail::held_by<Row>(bits_); }
   void hold(Row* row) const { bits_ = bits_of(row); }
   /// What is written to or shared; a handle that had none gets one now.
   Row& row() const { return held() != nullptr ? *held() : make_row(); }

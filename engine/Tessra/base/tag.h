@@ -37,5 +37,10 @@ constexpr std::uint64_t head_of(Tag tag) { return static_cast<std::uint64_t>(tag
 inline std::uint64_t bits_of(Tag tag, const void* address) {
   return head_of(tag) | reinterpret_cast<std::uintptr_t>(address);
 }
+/// What is at the address in the payload.
+template <class Held>
+Held* held_by(std::uint64_t bits) {
+  return reinterpret_cast<Held*>(bits & kPayload);  // NOLINT(performance-no-int-to-ptr): it was put there as an address
+}
 
 }  // namespace tessra::detail

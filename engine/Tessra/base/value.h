@@ -251,7 +251,7 @@ class Value {
   std::uint64_t payload() const noexcept { return bits_ & detail::kPayload; }
   template <class Held>
   Held* held() const noexcept {
-    return reinterpret_cast<Held*>(payload());
+    return detail::held_by<Held>(bits_);
   }
   /// What it holds a reference to, or null.
   Counted* counted() const noexcept { return bits_ < head_of(Tag::absent) ? held<Counted>() : nullptr; }
