@@ -86,11 +86,9 @@ void Deduction::fetch_for_sharing(const FriendShare& share, std::span<const Visi
   units.reserve(contacts.size());
   for (const auto& [contact_id, contact] : contacts) {
     if (own.contains(contact_id)) continue;
-    const Dict* fresh = contact.if_dict();
-    const Value* unit_id = fresh != nullptr ? fresh->find(names::kActualUnitID) : nullptr;
-    if (const Dict* known = unit_id == nullptr ? fields_of(record.find(contact_id)) : nullptr) {
-      unit_id = known->find(names::kActualUnitID);
-    }
+    const Value* unit_id = unit_of(contact);
+    const Value* known = unit_id == nullptr ? record.find(contact_id) : nullptr;
+    if (known != nullptr) unit_id = unit_of(*known);
     if (unit_id != nullptr && unit_id->is_string()) units.push_back({unit_id->as_text(), KeyRef(*unit_id).hash()});
   }
   for (const auto* unit : elements.find_all(units)) {

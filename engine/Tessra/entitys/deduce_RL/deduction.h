@@ -18,10 +18,11 @@
 #include "Tessra/entitys/deduce_RL/episode_state.h"
 #include "Tessra/entitys/deduce_RL/first_contacts.h"
 #include "Tessra/entitys/deduce_RL/settings.h"
-#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/deduce_RL/wargame_command.h"
 
 namespace tessra {
+
+struct Visited;
 
 /// When true, `set_element_info` stores only attributes the element's class knows. For finding unknown fields.
 extern std::atomic<bool> FIRST_TEST;

@@ -10,15 +10,10 @@
 
 namespace tessra {
 
-namespace {
-
-/// The unit that a contact is on; null when it does not tell, or is no contact.
 const Value* unit_of(const Value& contact) {
   const Dict* fields = contact.if_dict();
   return fields != nullptr ? fields->find(names::kActualUnitID) : nullptr;
 }
-
-}  // namespace
 
 const Dict* FirstContacts::on(const Value& unit_id) {
   if (!is_noted_) note_all();

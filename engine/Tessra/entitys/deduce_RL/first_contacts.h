@@ -5,6 +5,9 @@
 
 namespace tessra {
 
+/// The id of the unit that a contact is on; null when it does not tell, or is no contact.
+const Value* unit_of(const Value& contact);
+
 /// A side's first contact on each unit, in the order of its contact table, while friends share their contacts with it.
 ///
 /// Asking for every contact of a friend by walking the table would take the product of both numbers. So at the first
