@@ -271,18 +271,19 @@ Dict Dict::shallow_copy() const {
 
 std::vector<Value*> Dict::find_all(const Dict& table) {
   constexpr std::size_t kTogether = 16;
-  std::vector<const Value*> keys;
-  keys.reserve(table.size());
-  for (auto [key, value] : table) keys.push_back(&key);
-
   std::vector<Value*> found;
-  found.reserve(keys.size());
-  for (std::span<const Value* const> left = keys; !left.empty();) {
-    const auto some = left.first(std::min(kTogether, left.size()));
+  found.reserve(table.size());
+  std::vector<const Value*> some;
+  const auto find_some = [&] {
     fetch_under(some);
     for (const Value* key : some) found.push_back(find(*key));
-    left = left.subspan(some.size());
+    some.clear();
+  };
+  for (auto [key, value] : table) {
+    some.push_back(&key);
+    if (some.size() == kTogether) find_some();
   }
+  find_some();
   return found;
 }
 

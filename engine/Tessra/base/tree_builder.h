@@ -50,7 +50,7 @@ class TreeBuilder {
     /// The number of the last dictionary that was found to have it; null when that is not known. Valid until the next
     /// key is read.
     std::uint64_t* last_with = nullptr;
-    bool is_late = false;
+    bool is_late = false;  // `last_with` is found out later
   };
   /// An id that is a key of an open dictionary but not the one that was expected. Whether the record had it before is
   /// looked up some keys later: until then the index is fetched.
