@@ -61,6 +61,15 @@ class OrderedMap {
   }
   T& at(std::string_view key) { return const_cast<T&>(std::as_const(*this).at(key)); }
 
+  /// Begins to fetch what finding or setting these keys is going to read.
+  void fetch(std::span<const Sought> keys) const;
+  /// Begins to fetch where a new key with this `hash_text` is going to be noted.
+  void fetch_slot(std::uint32_t hash) const {
+    if (!index_.empty()) index_.fetch(hash);
+  }
+
+  /// Makes room for so many entries in an empty map.
+  void reserve(std::size_t entries);
   /// Inserts at the end or replaces in place. The key is a text; whoever has it as a value shares it.
   T& set(Value key, T value);
   /// Removes the entry; its value is destroyed at once. Returns false when there is none.
@@ -92,11 +101,9 @@ class OrderedMap {
   static constexpr std::size_t kScanLimit = 8;
 
   const Entry* find_entry(std::string_view key, std::uint32_t hash) const;
-  /// Begins to bring near what looking for these keys is going to read.
-  void fetch(std::span<const Sought> keys) const;
   void make_room();
   void squeeze();
-  void make_index();
+  void make_index(std::size_t entries);
 
   std::vector<Entry> entries_;
   HashIndex index_;  // empty while the map is small
@@ -134,6 +141,12 @@ class OrderedMap<T>::Iterator {
   Map* map_;
   std::size_t at_;
 };
+
+template <class T>
+void OrderedMap<T>::reserve(std::size_t entries) {
+  entries_.reserve(entries);
+  if (entries > kScanLimit) make_index(entries);
+}
 
 template <class T>
 T& OrderedMap<T>::set(Value key, T value) {
@@ -187,7 +200,7 @@ std::vector<const T*> OrderedMap<T>::find_all(std::span<const Sought> keys) cons
   found.reserve(keys.size());
   for (; !keys.empty(); keys = keys.subspan(std::min(kTogether, keys.size()))) {
     const auto some = keys.first(std::min(kTogether, keys.size()));
-    if (!index_.empty()) fetch(some);
+    fetch(some);
     for (const auto& [key, hash] : some) found.push_back(find(key, hash));
   }
   return found;
@@ -195,6 +208,7 @@ std::vector<const T*> OrderedMap<T>::find_all(std::span<const Sought> keys) cons
 
 template <class T>
 void OrderedMap<T>::fetch(std::span<const Sought> keys) const {
+  if (index_.empty()) return;
   // One after the other for all of them: the slots, the entries, the texts of their keys.
   for (const Sought& sought : keys) index_.fetch(sought.hash);
   const auto for_each_entry = [&](auto&& visit) {
@@ -210,18 +224,18 @@ void OrderedMap<T>::fetch(std::span<const Sought> keys) const {
 template <class T>
 void OrderedMap<T>::make_room() {
   if (entries_.size() - live_ > live_ / 2 + kScanLimit) squeeze();
-  if (entries_.size() == kScanLimit && index_.empty()) make_index();
+  if (entries_.size() == kScanLimit && index_.empty()) make_index(entries_.size() + 1);
 }
 
 template <class T>
 void OrderedMap<T>::squeeze() {
   std::erase_if(entries_, [](const Entry& entry) { return !entry.live; });
-  if (!index_.empty()) make_index();
+  if (!index_.empty()) make_index(entries_.size() + 1);
 }
 
 template <class T>
-void OrderedMap<T>::make_index() {
-  index_.reset(entries_.size() + 1);
+void OrderedMap<T>::make_index(std::size_t entries) {
+  index_.reset(entries);
   for (std::size_t at = 0; at < entries_.size(); ++at) index_.add(entries_[at].hash, static_cast<std::uint32_t>(at));
 }
 

@@ -43,8 +43,9 @@ void RuleAgentBase::update_units_of_names() { units_of_name.refresh(unit_tables(
 void RuleAgentBase::add_unit(const Value& guid, tessra::ElementType type, const std::shared_ptr<Element>& unit) {
   ElementTable& table = *side_table(type);
   const auto tables = unit_tables();
-  if (table.contains(guid.as_text())) units_of_name.note_anything();
+  const std::size_t held = table.size();
   table.set(guid, unit);
+  if (table.size() == held) units_of_name.note_anything();  // it replaced another one
   units_of_name.note_added(static_cast<std::size_t>(std::ranges::find(tables, &table) - tables.begin()), unit);
 }
 

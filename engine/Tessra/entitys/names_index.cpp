@@ -63,6 +63,10 @@ void NamesIndex::rebuild(std::span<const ElementTable* const> tables) {
   clear();
   stale_ = false;
   names_set_ = Element::names_set();
+  std::size_t units = 0;
+  for (const ElementTable* table : tables) units += table->size();
+  places_.reserve(units);
+  holders_.reserve(units);
   for (std::size_t table = 0; table < tables.size(); ++table) {
     std::vector<const std::shared_ptr<Element>*> of_table;
     of_table.reserve(tables[table]->size());
@@ -78,7 +82,12 @@ void NamesIndex::insert_all(std::span<const std::shared_ptr<Element>* const> uni
     const auto some = units.first(std::min(kTogether, units.size()));
     for (const auto* unit : some) __builtin_prefetch(unit->get());
     Value names[kTogether];
-    for (std::size_t at = 0; at < some.size(); ++at) names[at] = name_of(**some[at]);
+    std::vector<Holders::Sought> sought;
+    for (std::size_t at = 0; at < some.size(); ++at) {
+      names[at] = name_of(**some[at]);
+      if (names[at].is_string()) sought.push_back({names[at].as_text(), KeyRef(names[at]).hash()});
+    }
+    holders_.fetch(sought);
     for (std::size_t at = 0; at < some.size(); ++at) insert(*some[at], names[at], next_order(table));
     units = units.subspan(some.size());
   }

@@ -59,6 +59,7 @@ class NamesIndex {
     Order order;
     std::shared_ptr<Element> unit;
   };
+  using Holders = OrderedMap<std::vector<Holder>>;
   struct Place {
     Order order;
     Value name;
@@ -71,7 +72,7 @@ class NamesIndex {
   std::shared_ptr<Element> take_out(const Place& place);
   Order next_order(std::size_t table) { return Order{table} << 56 | ++last_number_; }
 
-  OrderedMap<std::vector<Holder>> holders_;
+  Holders holders_;
   std::unordered_map<const Element*, Place> places_;
   std::vector<Event> events_;
   std::vector<const Element*> renamed_;

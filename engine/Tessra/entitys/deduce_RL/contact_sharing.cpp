@@ -49,10 +49,11 @@ void Deduction::share_initial_contacts(const FriendViews& views) {
   for_each_friend(views, [&](const FriendShare& share, const SideView& view) {
     friend_side_contacts.set(share.friend_id, view.contacts);
     share.player.get_dict("friend_side_units").set(share.friend_name, view.units);
-    for (auto [contact_id, contact] : view.contacts) {
-      if (share.own.contacts().contains(contact_id)) continue;
+    const auto fetch = [&](std::span<const Visited> contacts) { fetch_for_sharing(share, contacts, view.contacts); };
+    visit_together(view.contacts, fetch, [&](const Value& contact_id, const Value& contact) {
+      if (share.own.contacts().contains(contact_id)) return;
       if (adopts_contact(share.side, share.own, entry_dict(contact_id, contact))) share.own.adopt(contact_id, contact);
-    }
+    });
   });
 }
 

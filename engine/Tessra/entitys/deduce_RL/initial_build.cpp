@@ -3,6 +3,7 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {
@@ -134,17 +135,21 @@ void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
 }
 
 void Deduction::build_units(std::string_view side_name, Dict& units) {
-  for (auto [unit_id, info] : units) {
+  const auto fetch = [this](const Value& unit_id, const Value& info) {
+    fetch_held(unit_id, info);
+    elements.fetch_slot(KeyRef(unit_id).hash());
+  };
+  visit_fetched(units, fetch, [&](const Value& unit_id, Value& info) {
     entry_dict(unit_id, info).set(names::kId, unit_id);
     const Value* code = info.as_dict().find(names::kUnitType);
-    if (code == nullptr) continue;
+    if (code == nullptr) return;
     if (const auto type = unit_element_type(*code)) {
       create_element(cf::text_of(unit_id), std::move(info), *type, side_name);
     } else {
       log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-未知UnitType值:%d!",
                                                  unit_id.to_text(), side_name, whole_number(*code)));
     }
-  }
+  });
 }
 
 void Deduction::build_scenario(const Dict& situation_data, Dict& scen, const Dict& situ) {

@@ -80,24 +80,29 @@ void Deduction::join_initial_category(const InitialCategory& given, Dict& units)
     log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！类别-%s-在推演方-%s-实时动态信息中存在但没有位置!",
                                                given.category.to_text(), given.side_name));
   }
-  for (auto [unit_id, live_record] : given.live_table) {
-    Dict* unit = units.find_dict(unit_id);
-    if (unit == nullptr) {
+  if (given.save_position) init_units.reserve(init_units.size() + given.live_table.size());
+  const std::vector<Value*> places = positions.find_all(given.live_table);
+  std::size_t at = 0;
+  const auto join = [&](const Value& unit_id, Value& live_record, Value* known) {
+    Value* const place = places[at++];
+    if (known == nullptr) {
       log_or_print(LogLevel::error,
                    fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
                                 unit_id.to_text(), given.side_name));
-      continue;
+      return;
     }
+    Dict& unit = entry_dict(unit_id, *known);
     Dict live = std::move(entry_dict(unit_id, live_record));
-    if (auto inner = take_active_unit(live)) unit->update(*std::move(inner));
-    if (Dict* place = positions.find_dict(unit_id)) {
-      join_initial_position(given, unit_id, *unit, *place);
+    if (auto inner = take_active_unit(live)) unit.update(*std::move(inner));
+    if (place != nullptr) {
+      join_initial_position(given, unit_id, unit, entry_dict(unit_id, *place));
     } else {
       log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
                                                  unit_id.to_text(), given.side_name));
     }
-    unit->update(std::move(live));
-  }
+    unit.update(std::move(live));
+  };
+  visit_found(given.live_table, units.find_all(given.live_table), join);
 }
 
 void Deduction::join_initial_position(const InitialCategory& given, const Value& unit_id, Dict& unit, Dict& place) {
