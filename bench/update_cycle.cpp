@@ -37,7 +37,7 @@ double total(const Times& times) { return std::accumulate(times.begin(), times.e
 /// Times per phase; memory in bytes.
 struct Measures {
   Times parser, cycle;
-  Times decode, share, views, merge, deletions, checks;
+  Times decode, share, views, merge, deletions, checks, end;
   Times initial_parser, initial_decode, initial_build;
   std::size_t live = 0, peak = 0;
 };
@@ -147,14 +147,16 @@ void play_phases(const Case& played, JsonReader& reader, Measures& measures) {
     measures.merge.push_back(whole - views - share_of_nothing);
     measures.deletions.push_back(timed([&] { engine.parse_delete_situation(share); }));
     measures.checks.push_back(timed([&] { check(engine); }));
+    measures.end.push_back(timed([&] { stripped = Value(); }));
   }
   if (played.generated) check_model(engine, played.situations);
 }
 
 void keep_best(Measures& best, const Measures& fresh) {
-  for (Times Measures::*phase : {&Measures::parser, &Measures::cycle, &Measures::decode, &Measures::share,
-                                 &Measures::views, &Measures::merge, &Measures::deletions, &Measures::checks,
-                                 &Measures::initial_parser, &Measures::initial_decode, &Measures::initial_build}) {
+  for (Times Measures::*phase :
+       {&Measures::parser, &Measures::cycle, &Measures::decode, &Measures::share, &Measures::views, &Measures::merge,
+        &Measures::deletions, &Measures::checks, &Measures::end, &Measures::initial_parser, &Measures::initial_decode,
+        &Measures::initial_build}) {
     std::ranges::transform(best.*phase, fresh.*phase, (best.*phase).begin(),
                            [](double a, double b) { return std::min(a, b); });
   }
@@ -195,6 +197,7 @@ constexpr Row kRows[] = {
     {"merge", &Measures::merge, &Measures::parser},
     {"deletions", &Measures::deletions, &Measures::parser},
     {"checks, names, clock", &Measures::checks, &Measures::parser},
+    {"end of the record", &Measures::end, &Measures::parser},
     {"whole cycle", &Measures::cycle, &Measures::parser},
     {"initial decode", &Measures::initial_decode, &Measures::initial_parser},
     {"initial build", &Measures::initial_build, &Measures::initial_parser},
