@@ -159,6 +159,12 @@ TEST_F(CommandLine, recordings_replay_and_dump) {
   EXPECT_TRUE(last.at("error").is_none());
   EXPECT_TRUE(last.at_dict("engine").at("deduce_is_end").is_true());
   EXPECT_TRUE(last.at_dict("elements").contains("red-base"));
+
+  // A recording that was broken off ends with its last file.
+  std::filesystem::remove(path("rec/episode-000001/update-000003.json"));
+  const Output broken_off = run("replay " + path("rec"));
+  EXPECT_EQ(broken_off.status, 0) << broken_off.err;
+  EXPECT_THAT(broken_off.out, HasSubstr("2 updates played"));
 }
 
 TEST_F(CommandLine, apply_plays_the_example_and_saves_its_result) {

@@ -106,8 +106,10 @@ class Replay {
         },
         returned);
     for (int number = 1; goes_on; ++number) {
+      const std::string record = fmt::format("update-{:06}", number);
+      if (!std::filesystem::is_regular_file(folder_ / (record + ".json"))) break;
       goes_on = attempt(
-          fmt::format("update-{:06}", number), [&] { return step(returned); }, returned);
+          record, [&] { return step(returned); }, returned);
     }
     if (dump_.is_open()) {
       dump_ << "\n]\n";
