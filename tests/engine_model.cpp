@@ -157,6 +157,10 @@ TEST_F(Elements, an_update_merges_dictionaries_and_refuses_unknown_names) {
   EXPECT_EQ(alpha.get_attribute("Damage"), Value(0.5)) << "known by its default";
   EXPECT_FALSE(alpha.has_attribute("mapdel"));
   EXPECT_THAT(log->lines, ElementsAre("error: type Aircraft have no attribute Unheard, value real"));
+
+  red().attributes().erase("TotalScore");
+  engine().update_element_info(red(), json("{'TotalScore': 3.5}"));
+  EXPECT_EQ(red().get_attribute("TotalScore"), Value(3.5)) << "known, though without a default";
 }
 
 TEST_F(Elements, the_checking_assignment_stores_known_names_only) {
@@ -165,7 +169,10 @@ TEST_F(Elements, the_checking_assignment_stores_known_names_only) {
   log->lines.clear();
   FIRST_TEST = true;
   engine().set_element_info(element("a1"), json("{'Damage': 1.0, 'Unheard': 1, 'mapdel': {}}"));
+  red().attributes().erase("TotalScore");
+  engine().set_element_info(red(), json("{'TotalScore': 4.5}"));
   FIRST_TEST = false;
+  EXPECT_EQ(red().get_attribute("TotalScore"), Value(4.5));
   EXPECT_THAT(log->lines, ElementsAre("error: type Aircraft have no attribute Unheard, value integer"));
   engine().set_element_info(element("a1"), 3);
   EXPECT_EQ(log->lines.back(), "error: info_dict is not a dict");

@@ -19,6 +19,10 @@ bool Element::has_attribute(const KeyRef& name) const {
   return field != nullptr && field->has_default;
 }
 
+bool Element::may_have_attribute(const KeyRef& name) const {
+  return attributes_.contains(name) || known_fields().find(name.text()) != nullptr;
+}
+
 Value Element::get_attribute(const KeyRef& name) {
   if (const Value* stored = attributes_.find(name)) return *stored;
   const Field* field = known_fields().find(name.text());

@@ -37,6 +37,8 @@ class Element {
 
   /// True for what is stored or has a default.
   bool has_attribute(const KeyRef& name) const;
+  /// True as well for a field of the class without a default, which records may bring and only then can be read.
+  bool may_have_attribute(const KeyRef& name) const;
   /// The stored value, else the default; a list or dictionary read as a default is stored, so that writing into it
   /// counts. Throws `KeyError` naming class and attribute when there is neither.
   Value get_attribute(const KeyRef& name);

@@ -170,7 +170,7 @@ std::string unknown_attribute(const Element& element, const Value& name, const V
 void Deduction::set_element_info(Element& element_obj, Value info_dict) {
   if (FIRST_TEST) {
     for (auto [name, value] : info_dict.as_dict()) {
-      if (element_obj.has_attribute(name)) {
+      if (element_obj.may_have_attribute(name)) {
         element_obj.set_attribute(name, value);
       } else if (!name.is_name(names::kMapdel)) {
         log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
@@ -192,13 +192,15 @@ void Deduction::update_element_info(Element& element_obj, const Dict& info_dict,
   attributes.merge(info_dict, [&](const Value& name, Value* stored, const Value& value) {
     if (stored != nullptr) {
       merge_attribute(name, *stored, value, adopt);
-    } else if (!element_obj.has_attribute(name)) {
-      if (!name.is_name(names::kMapdel)) log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
-    } else {
+    } else if (element_obj.has_attribute(name)) {
       // Its default may be a dictionary, which is stored when it is read.
       Value attribute = element_obj.get_attribute(name);
       merge_attribute(name, attribute, value, adopt);
       element_obj.set_attribute(name, attribute);
+    } else if (element_obj.may_have_attribute(name)) {
+      element_obj.set_attribute(name, cf::adopted(value, adopt));
+    } else if (!name.is_name(names::kMapdel)) {
+      log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
     }
   });
 }
