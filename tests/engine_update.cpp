@@ -276,6 +276,8 @@ TEST_F(Deletions, leave_parts_alone_that_are_not_mentioned) {
   EXPECT_THROW(update_red(R"({'SideReal': {'ActiveUnits': {'Aircraft': {'a1': {'ActiveUnit': {
                                  'mapdel': {'Cargos': {'v': ['x']}}}}}}}})"),
                KindError);
+  update_red(R"({'Side': {'mapdel': {'ExclusionZones': {'v': ['x']}}}})");
+  EXPECT_FALSE(red().attributes().contains("ExclusionZones")) << "nothing is stored for looking";
 }
 
 TEST_F(Deletions, the_list_form_stops_at_the_first_missing_id) {

@@ -19,12 +19,6 @@ constexpr std::string_view kMountTables[] = {"WeaponRecs", "MagazineWeaponRecs"}
 constexpr TableNames kWeaponRecs(kMountTables, 1);
 constexpr TableNames kNoTables;
 
-/// The unit's table of this name when it has entries; defaults are not stored for looking.
-Dict* stored_table(Element& element, const KeyRef& name) {
-  const Value* value = element.attributes().find(name);
-  return value != nullptr && value->truthy() ? element.attributes().find_dict(name) : nullptr;
-}
-
 // What an element holds is looked up only where the record carries the same part: an update without deletions must not
 // fail on a part that the service left empty in another way.
 
@@ -138,13 +132,13 @@ void Deduction::parse_delete_events(const Value& events_data) {
   if (!events_data.truthy()) return;
   const Dict& events = events_data.as_dict();
   for_each_deletion(events, [&](const Value& name, const List& ids) {
-    if (name.is_text("SimEvents")) remove_ids(known_scenario().get_dict("SimEvents"), ids);
+    if (!name.is_text("SimEvents")) return;
+    if (Dict* own = stored_table(known_scenario(), name)) remove_ids(*own, ids);
   });
   for (const std::string_view table : {"EventTriggers", "EventConditions", "EventActions", "SimEvents"}) {
     const Dict* record = events.find_dict(table);
     if (record == nullptr || !record->contains("mapdel")) continue;
-    Dict own = known_scenario().get_dict(table);
-    remove_inner_ids(own, *record);
+    if (Dict* own = stored_table(known_scenario(), table)) remove_inner_ids(*own, *record);
   }
 }
 

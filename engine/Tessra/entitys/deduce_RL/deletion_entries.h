@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tessra/entitys/deduce_RL/record_parts.h"
+#include "Tessra/entitys/element.h"
 #include "Tessra/entitys/field_names.h"
 
 // Deletion entries: wherever the service reports deletions, a record carries `mapdel`, a dictionary from a name to an
@@ -16,6 +17,12 @@ void for_each_deletion(const Dict& record, Visit&& visit) {
   for (auto [name, entry] : record.at_dict(names::kMapdel)) {
     if (const List* ids = entry_dict(name, entry).find_list("v")) visit(name, *ids);
   }
+}
+
+/// An element's table of this name when it has entries; defaults are not stored for looking.
+inline Dict* stored_table(Element& element, const KeyRef& name) {
+  const Value* value = element.attributes().find(name);
+  return value != nullptr && value->truthy() ? element.attributes().find_dict(name) : nullptr;
 }
 
 /// Removes the ids that are there.

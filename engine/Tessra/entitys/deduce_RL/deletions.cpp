@@ -37,11 +37,6 @@ const Dict* filled(const Dict& record, const KeyRef& key) {
   return record.non_empty(key) ? &record.at_dict(key) : nullptr;
 }
 
-/// Removes the ids from a player's table of this name, unless the table is empty in whatever form.
-void remove_from(RuleAgentBase& player, const Value& attribute, const List& ids) {
-  if (player.get_attribute(attribute).truthy()) remove_ids(player.get_dict(attribute), ids);
-}
-
 }  // namespace
 
 void Deduction::parse_delete_situation(const Dict& situation_data) {
@@ -61,8 +56,7 @@ void Deduction::delete_non_active_units(const Dict& situation) {
   const Dict* info = filled(situation, "SituationInfo");
   const Dict* units = info != nullptr ? filled(*info, "NonActiveUnits") : nullptr;
   if (units == nullptr || !units->non_empty("mapdel")) return;
-  Dict table = known_scenario().get_dict("NonActiveUnits");
-  remove_inner_ids(table, *units);
+  if (Dict* own = stored_table(known_scenario(), "NonActiveUnits")) remove_inner_ids(*own, *units);
 }
 
 void Deduction::delete_in_side(const Value& side_id, const Dict& record, DeletionPass& pass) {
@@ -80,7 +74,7 @@ void Deduction::delete_in_side(const Value& side_id, const Dict& record, Deletio
 void Deduction::delete_in_basic_part(RuleAgentBase& player, const Dict& side, DeletionPass& pass) {
   for_each_deletion(side, [&](const Value& attribute, const List& ids) {
     if (is_one_of(kSideTables, attribute)) {
-      remove_from(player, attribute, ids);
+      if (Dict* own = stored_table(player, attribute)) remove_ids(*own, ids);
     } else if (attribute.is_text("ActiveUnitsInfo")) {
       delete_listed_units(player, ids, pass);
     }
@@ -142,7 +136,8 @@ void Deduction::delete_in_missions(RuleAgentBase& player, const Dict& missions) 
       const Dict* inner = entry_dict(mission_id, record).find_dict("Mission");
       if (mission == nullptr || inner == nullptr) continue;
       for_each_deletion(*inner, [&](const Value& attribute, const List& ids) {
-        if (attribute.is_text("Flight")) remove_ids((*mission)->get_dict("Flight"), ids);
+        Dict* own = attribute.is_text("Flight") ? stored_table(**mission, attribute) : nullptr;
+        if (own != nullptr) remove_ids(*own, ids);
       });
       if (inner->contains("Doctrine")) parse_delete_doctrine(**mission, *inner);
     }
@@ -159,8 +154,8 @@ void Deduction::delete_in_cargo_missions(RuleAgentBase& player, const Dict& miss
     if (mission == nullptr) continue;
     for_each_deletion(entry_dict(mission_id, record), [&](const Value& attribute, const List& ids) {
       // A mission of another kind under this name has no such table.
-      const bool unloads = attribute.is_text("MountsToUnload") && (*mission)->has_attribute(attribute);
-      if (unloads) remove_ids((*mission)->get_dict(attribute), ids);
+      Dict* own = attribute.is_text("MountsToUnload") ? stored_table(**mission, attribute) : nullptr;
+      if (own != nullptr) remove_ids(*own, ids);
     });
   }
 }
@@ -169,7 +164,8 @@ void Deduction::delete_in_cargo_missions(RuleAgentBase& player, const Dict& miss
 
 void Deduction::delete_in_live_part(RuleAgentBase& player, const Dict& real, DeletionPass& pass) {
   for_each_deletion(real, [&](const Value& attribute, const List& ids) {
-    if (is_one_of(kLiveTables, attribute)) remove_from(player, attribute, ids);
+    Dict* own = is_one_of(kLiveTables, attribute) ? stored_table(player, attribute) : nullptr;
+    if (own != nullptr) remove_ids(*own, ids);
   });
   if (const Dict* salvos = filled(real, "WeaponSalvos")) delete_shooters(player, *salvos);
   if (const Dict* active = filled(real, "ActiveUnits")) delete_in_active_units(player, *active, pass);
@@ -183,12 +179,13 @@ void Deduction::delete_in_live_part(RuleAgentBase& player, const Dict& real, Del
 
 void Deduction::delete_shooters(RuleAgentBase& player, const Dict& salvos) {
   // The listed shooters leave that salvo's own `Shooters`, where the side holds it.
-  Dict own = player.get_dict("WeaponSalvos");
+  Dict* own = stored_table(player, "WeaponSalvos");
+  if (own == nullptr) return;
   for (auto [salvo_id, record] : salvos) {
     if (!record.is_dict()) continue;
     const Value& id = salvo_id;
     for_each_deletion(record.as_dict(), [&](const Value& attribute, const List& ids) {
-      Dict* salvo = attribute.is_text("Shooters") ? own.find_dict(id) : nullptr;
+      Dict* salvo = attribute.is_text("Shooters") ? own->find_dict(id) : nullptr;
       Value* shooters = salvo != nullptr ? salvo->find("Shooters") : nullptr;
       if (shooters != nullptr && shooters->is_dict()) remove_ids(shooters->as_dict(), ids);
     });
@@ -232,7 +229,7 @@ void Deduction::delete_by_positions(RuleAgentBase& player, const Dict& positions
   for_each_deletion(positions, [&](const Value& attribute, const List& ids) {
     if (attribute.is_text("Contacts")) {
       // A contact without a position is of no use to an agent: it leaves the player's contacts.
-      remove_from(player, attribute, ids);
+      if (Dict* own = stored_table(player, attribute)) remove_ids(*own, ids);
       return;
     }
     const ElementType* type = classname2element(attribute);
