@@ -118,6 +118,10 @@ TEST_F(Episode, a_recorded_one_replays_to_the_same_model) {
   };
   EXPECT_EQ(shown(played), shown(replayed));
   EXPECT_EQ(result.red_score, same.red_score);
+
+  std::filesystem::remove(folder / "episode-000001" / "update-000002.json");
+  Deduction broken_off(again, seams.seams());
+  EXPECT_THROW(play_episode(broken_off), Error) << "a recording without an end must not be waited for";
 }
 
 TEST_F(Episode, a_learner_executes_the_hosts_records) {

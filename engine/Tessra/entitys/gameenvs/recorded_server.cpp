@@ -38,7 +38,7 @@ class RecordedServer : public GameServer, private NetSdk, private ConnReq {
   void run_simulate() override {}
   Value get_step_situation() override {
     const std::filesystem::path file = folder_ / update_name(updates_played_ + 1);
-    if (!std::filesystem::is_regular_file(file)) return {};
+    if (!std::filesystem::is_regular_file(file)) throw Error("the recording breaks off: no " + file.string());
     ++updates_played_;
     return read_json_file(file);
   }

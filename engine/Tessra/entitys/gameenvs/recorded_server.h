@@ -8,7 +8,7 @@
 namespace tessra {
 
 /// The backend "records:": plays the situation records of one recorded episode, the folder `address`. Commands are
-/// taken and have no effect; after the last update no situation arrives.
+/// taken and have no effect. Whoever asks for more than was recorded gets an `Error` naming the file that is missing.
 std::shared_ptr<GameServer> make_recorded_server(const Dict& section, std::string_view address);
 
 /// Puts a recorder in front of a client: every episode's records are kept below the folder in `server.record`, before
