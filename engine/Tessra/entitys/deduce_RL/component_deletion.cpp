@@ -71,8 +71,7 @@ void delete_in_cargos(Element& unit, const Dict& active_unit) {
 void delete_whole_components(Element& unit, const Dict& active_unit) {
   for_each_deletion(active_unit, [&](const Value& name, const List& ids) {
     for (const std::string_view table : kComponentTables) {
-      if (!name.is_text(table)) continue;
-      if (Dict* own = stored_table(unit, name)) remove_ids(*own, ids);
+      if (name.is_text(table)) remove_stored(unit, name, ids);
     }
   });
 }
@@ -90,8 +89,7 @@ void delete_targets(Element& unit, const Dict& active_unit) {
 
 void Deduction::del_unit_component(Element& unit_obj, const Dict& unit_info) {
   for_each_deletion(unit_info, [&](const Value& name, const List& ids) {
-    Dict* warheads = name.is_text("Warheads") ? stored_table(unit_obj, name) : nullptr;
-    if (warheads != nullptr) remove_ids(*warheads, ids);
+    if (name.is_text("Warheads")) remove_stored(unit_obj, name, ids);
   });
   const Dict* active_unit = unit_info.find_dict("ActiveUnit");
   if (active_unit == nullptr) return;
@@ -132,8 +130,7 @@ void Deduction::parse_delete_events(const Value& events_data) {
   if (!events_data.truthy()) return;
   const Dict& events = events_data.as_dict();
   for_each_deletion(events, [&](const Value& name, const List& ids) {
-    if (!name.is_text("SimEvents")) return;
-    if (Dict* own = stored_table(known_scenario(), name)) remove_ids(*own, ids);
+    if (name.is_text("SimEvents")) remove_stored(known_scenario(), name, ids);
   });
   for (const std::string_view table : {"EventTriggers", "EventConditions", "EventActions", "SimEvents"}) {
     const Dict* record = events.find_dict(table);

@@ -31,6 +31,11 @@ inline void remove_ids(Dict table, const List& ids) {
   for (const Value& id : ids) table.erase(id);
 }
 
+/// Removes the ids from an element's table of this name.
+inline void remove_stored(Element& element, const KeyRef& name, const List& ids) {
+  if (const Dict* table = stored_table(element, name)) remove_ids(*table, ids);
+}
+
 /// For every deletion entry of the record whose name is a key of `table`: removes the ids from that inner dictionary.
 inline void remove_inner_ids(Dict& table, const Dict& record) {
   for_each_deletion(record, [&](const Value& name, const List& ids) {

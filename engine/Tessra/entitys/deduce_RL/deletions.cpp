@@ -74,7 +74,7 @@ void Deduction::delete_in_side(const Value& side_id, const Dict& record, Deletio
 void Deduction::delete_in_basic_part(RuleAgentBase& player, const Dict& side, DeletionPass& pass) {
   for_each_deletion(side, [&](const Value& attribute, const List& ids) {
     if (is_one_of(kSideTables, attribute)) {
-      if (Dict* own = stored_table(player, attribute)) remove_ids(*own, ids);
+      remove_stored(player, attribute, ids);
     } else if (attribute.is_text("ActiveUnitsInfo")) {
       delete_listed_units(player, ids, pass);
     }
@@ -136,8 +136,7 @@ void Deduction::delete_in_missions(RuleAgentBase& player, const Dict& missions) 
       const Dict* inner = entry_dict(mission_id, record).find_dict("Mission");
       if (mission == nullptr || inner == nullptr) continue;
       for_each_deletion(*inner, [&](const Value& attribute, const List& ids) {
-        Dict* own = attribute.is_text("Flight") ? stored_table(**mission, attribute) : nullptr;
-        if (own != nullptr) remove_ids(*own, ids);
+        if (attribute.is_text("Flight")) remove_stored(**mission, attribute, ids);
       });
       if (inner->contains("Doctrine")) parse_delete_doctrine(**mission, *inner);
     }
@@ -154,8 +153,7 @@ void Deduction::delete_in_cargo_missions(RuleAgentBase& player, const Dict& miss
     if (mission == nullptr) continue;
     for_each_deletion(entry_dict(mission_id, record), [&](const Value& attribute, const List& ids) {
       // A mission of another kind under this name has no such table.
-      Dict* own = attribute.is_text("MountsToUnload") ? stored_table(**mission, attribute) : nullptr;
-      if (own != nullptr) remove_ids(*own, ids);
+      if (attribute.is_text("MountsToUnload")) remove_stored(**mission, attribute, ids);
     });
   }
 }
@@ -164,8 +162,7 @@ void Deduction::delete_in_cargo_missions(RuleAgentBase& player, const Dict& miss
 
 void Deduction::delete_in_live_part(RuleAgentBase& player, const Dict& real, DeletionPass& pass) {
   for_each_deletion(real, [&](const Value& attribute, const List& ids) {
-    Dict* own = is_one_of(kLiveTables, attribute) ? stored_table(player, attribute) : nullptr;
-    if (own != nullptr) remove_ids(*own, ids);
+    if (is_one_of(kLiveTables, attribute)) remove_stored(player, attribute, ids);
   });
   if (const Dict* salvos = filled(real, "WeaponSalvos")) delete_shooters(player, *salvos);
   if (const Dict* active = filled(real, "ActiveUnits")) delete_in_active_units(player, *active, pass);
@@ -229,7 +226,7 @@ void Deduction::delete_by_positions(RuleAgentBase& player, const Dict& positions
   for_each_deletion(positions, [&](const Value& attribute, const List& ids) {
     if (attribute.is_text("Contacts")) {
       // A contact without a position is of no use to an agent: it leaves the player's contacts.
-      if (Dict* own = stored_table(player, attribute)) remove_ids(*own, ids);
+      remove_stored(player, attribute, ids);
       return;
     }
     const ElementType* type = classname2element(attribute);
