@@ -58,6 +58,7 @@ SideView Deduction::get_side_initial_situation(std::string_view side_name, const
   SideView view;
   if (const Dict* basic = side.find_dict("ActiveUnitsInfo")) view.units = *basic;
   if (Dict* active = real.find_dict("ActiveUnits")) {
+    if (need_save_initial) make_room(*active, init_units);
     for (auto [category, live_table] : *active) {
       if (classname2element(category) == nullptr) continue;
       join_initial_category({side_name, category, entry_dict(category, live_table), position, need_save_initial},
@@ -80,7 +81,6 @@ void Deduction::join_initial_category(const InitialCategory& given, Dict& units)
     log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！类别-%s-在推演方-%s-实时动态信息中存在但没有位置!",
                                                given.category.to_text(), given.side_name));
   }
-  if (given.save_position) init_units.reserve(init_units.size() + given.live_table.size());
   const std::vector<Value*> places = positions.find_all(given.live_table);
   std::size_t at = 0;
   const auto join = [&](const Value& unit_id, Value& live_record, Value* known) {
