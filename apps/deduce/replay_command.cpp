@@ -10,6 +10,7 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/gameenvs/recorded_server.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/model_dump.h"
@@ -106,10 +107,10 @@ class Replay {
         },
         returned);
     for (int number = 1; goes_on; ++number) {
-      const std::string record = fmt::format("update-{:06}", number);
-      if (!std::filesystem::is_regular_file(folder_ / (record + ".json"))) break;
+      const std::filesystem::path file = recorded_update(folder_, number);
+      if (!std::filesystem::is_regular_file(file)) break;
       goes_on = attempt(
-          record, [&] { return step(returned); }, returned);
+          file.stem().string(), [&] { return step(returned); }, returned);
     }
     if (dump_.is_open()) {
       dump_ << "\n]\n";

@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <filesystem>
-
 #include "Tessra/base/json_read.h"
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/gameenvs/forwarding_server.h"
@@ -11,8 +9,6 @@
 namespace tessra {
 
 namespace {
-
-std::string update_name(int number) { return fmt::format("update-{:06}.json", number); }
 
 class RecordedServer : public GameServer, private NetSdk, private ConnReq {
  public:
@@ -37,7 +33,7 @@ class RecordedServer : public GameServer, private NetSdk, private ConnReq {
 
   void run_simulate() override {}
   Value get_step_situation() override {
-    const std::filesystem::path file = folder_ / update_name(updates_played_ + 1);
+    const std::filesystem::path file = recorded_update(folder_, updates_played_ + 1);
     if (!std::filesystem::is_regular_file(file)) throw Error("the recording breaks off: no " + file.string());
     ++updates_played_;
     return read_json_file(file);
@@ -82,7 +78,7 @@ class Recorder : public ForwardingServer {
 
   Value get_step_situation() override {
     Value situation = ForwardingServer::get_step_situation();
-    if (situation.truthy()) write_json_file(episode_folder() / update_name(++updates_), situation);
+    if (situation.truthy()) write_json_file(recorded_update(episode_folder(), ++updates_), situation);
     return situation;
   }
 
@@ -96,6 +92,10 @@ class Recorder : public ForwardingServer {
 };
 
 }  // namespace
+
+std::filesystem::path recorded_update(const std::filesystem::path& folder, int number) {
+  return folder / fmt::format("update-{:06}.json", number);
+}
 
 std::shared_ptr<GameServer> make_recorded_server(const Dict& /*section*/, std::string_view address) {
   return std::make_shared<RecordedServer>(std::filesystem::path(address));
