@@ -78,11 +78,12 @@ void NamesIndex::rebuild(std::span<const ElementTable* const> tables) {
 void NamesIndex::insert_all(std::span<const std::shared_ptr<Element>* const> units, std::size_t table) {
   // Units lie far apart: some are fetched, and their names are read, before the first of them is inserted.
   constexpr std::size_t kTogether = 16;
+  std::vector<Holders::Sought> sought;
   while (!units.empty()) {
     const auto some = units.first(std::min(kTogether, units.size()));
     for (const auto* unit : some) __builtin_prefetch(unit->get());
     Value names[kTogether];
-    std::vector<Holders::Sought> sought;
+    sought.clear();
     for (std::size_t at = 0; at < some.size(); ++at) {
       names[at] = name_of(**some[at]);
       if (names[at].is_string()) sought.push_back({names[at].as_text(), KeyRef(names[at]).hash()});
