@@ -47,7 +47,9 @@ bool is_belligerent(const World& world, std::size_t side) {
 void check_end(World& world) {
   if (world.now >= world.scenario->duration) world.over = true;
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
-    if (is_belligerent(world, side) && is_defenceless(world, side)) world.over = true;
+    if (!is_belligerent(world, side) || !is_defenceless(world, side)) continue;
+    world.over = true;
+    world.beaten = side;
   }
 }
 

@@ -98,6 +98,14 @@ void Simulation::end() { impl_->ending = true; }
 
 bool Simulation::ended() const { return impl_->world.over; }
 
+EpisodeEnd Simulation::why_ended() const {
+  const World& world = impl_->world;
+  if (!world.over) return {};
+  if (impl_->ending) return {EndReason::asked, ""};
+  if (world.beaten != kNobody) return {EndReason::loss, world.sides[world.beaten].setup->name};
+  return {EndReason::duration, ""};
+}
+
 const World& Simulation::world() const { return impl_->world; }
 
 }  // namespace tessra::sim

@@ -31,6 +31,14 @@ struct CommandFault {
   std::string reason;  ///< what is wrong with it, for the agent's author
 };
 
+/// Why an episode is over. loss: a side that had armed units has none left. asked: it was ended from outside.
+enum class EndReason { none, duration, loss, asked };
+
+struct EpisodeEnd {
+  EndReason reason = EndReason::none;
+  std::string side;  ///< name of the side that lost; empty for other reasons
+};
+
 /// Stems of the scenario files that lie directly in a folder, sorted: `*.json` without those named `apply_*`, which are
 /// configurations of runs. A folder that cannot be read has none.
 std::vector<std::string> scenario_names(const std::filesystem::path& folder);
@@ -72,6 +80,7 @@ class Simulation {
   void end();
   /// Whether the episode is over; the next record says `IsEnd`.
   bool ended() const;
+  EpisodeEnd why_ended() const;
 
   /// The truth behind the records, for tests.
   const World& world() const;

@@ -62,6 +62,7 @@ struct World {
   Dice dice;
   int now = 0;  ///< seconds since the start
   bool over = false;
+  std::size_t beaten = kNobody;  ///< the side whose loss ended the episode
   std::vector<SideState> sides;
   std::vector<Unit> units;  ///< in the scenario's order; destroyed ones stay, not alive
   std::vector<Shot> shots;

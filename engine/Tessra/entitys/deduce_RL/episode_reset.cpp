@@ -113,6 +113,8 @@ void Deduction::clear_episode() {
   scenario_obj = nullptr;
   side_id2name = Dict();
   step_index = 0;
+  orders_refused = 0;
+  calls_failed = 0;
   start_game_time_elapsed.reset();
 }
 

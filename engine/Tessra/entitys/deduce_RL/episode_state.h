@@ -48,6 +48,9 @@ struct EpisodeState {
   /// Number of the current episode, counted from 1; failed starts count.
   std::int64_t current_round = 0;
   std::int64_t step_index = 0;
+  /// Since the episode started: orders the service refused, and calls into agents that failed and were only logged.
+  std::int64_t orders_refused = 0;
+  std::int64_t calls_failed = 0;
 
   // The situation model.
 

@@ -21,6 +21,7 @@ bool Deduction::call_agent(const std::shared_ptr<Agent>& agent, const char* oper
     return true;
   }
   return guarded(call, [&](const std::exception_ptr& error) {
+    ++calls_failed;
     seams_.console->print_error(trace_text(error));
     log_only(level, message(error_text(error)));
   });
