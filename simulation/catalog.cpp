@@ -47,13 +47,17 @@ int seconds(const CheckedJson& json, std::string_view key) {
 }
 
 SensorType read_sensor(const std::string& name, const CheckedJson& json) {
-  json.allow_only({"kind", "range", "look_seconds", "chance", "targets"});
+  json.allow_only(
+      {"kind", "range", "look_seconds", "chance", "targets", "bearing_error", "range_error", "height_error"});
   SensorType sensor;
   sensor.name = name;
   sensor.kind = meaning_of(json.at("kind"), kSensorWords);
   sensor.range = json.real("range", 1, kMaxMetres);
   sensor.look_seconds = seconds(json, "look_seconds");
   sensor.chance = json.real("chance", 0, 1);
+  sensor.bearing_error = json.real_or("bearing_error", 0, 45, 0);
+  sensor.range_error = json.real_or("range_error", 0, 0.3, 0);
+  sensor.height_error = json.real_or("height_error", 0, 10'000, 0);
   sensor.targets = read_targets(json);
   return sensor;
 }

@@ -42,6 +42,10 @@ struct SensorType {
   double range = 0;      ///< against a target of signature 1
   int look_seconds = 1;  ///< between two looks
   double chance = 0;     ///< that a look at a target in range succeeds
+  // Errors of one look, as standard deviations.
+  double bearing_error = 0;  ///< degrees
+  double range_error = 0;    ///< share of the distance
+  double height_error = 0;   ///< metres; what floats or stands has its height anyway
   KindSet targets;
 };
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "simulation/scoring.h"
+#include "simulation/tracking.h"
 
 namespace tessra::sim {
 
@@ -25,6 +26,7 @@ void take_weapon(Unit& unit, const WeaponType* type) {
 }
 
 void raise_alarm(World& world, std::size_t target, std::size_t attacker) {
+  if (!world.units[target].alive) return;
   const std::size_t group = world.units[target].group;
   for (std::size_t index = 0; index < world.units.size(); ++index) {
     Unit& unit = world.units[index];
@@ -34,20 +36,29 @@ void raise_alarm(World& world, std::size_t target, std::size_t attacker) {
   }
 }
 
-void fire(World& world, std::size_t shooter, AttackOrder& order, const WeaponType& weapon, std::size_t target) {
+void fire(World& world, std::size_t shooter, AttackOrder& order, const WeaponType& weapon, const Contact& contact) {
   Unit& unit = world.units[shooter];
+  SideState& side = world.sides[unit.side];
   take_weapon(unit, &weapon);
   unit.next_shot = world.now + weapon.reload_seconds;
   --order.quantity;
   ++world.shots_fired;
-  ++world.sides[unit.side].weapons_fired;
-  Shot shot{
-      fmt::format("weapon#{}", world.shots_fired), "", unit.side, &weapon, shooter, target, order.contact, unit.motion};
-  shot.name = fmt::format("{} {}", weapon.name, world.shots_fired);
+  const int number = ++side.weapons_fired;
+  Shot shot;
+  shot.id = fmt::format("{}-weapon#{}", side.setup->id, number);
+  shot.name = fmt::format("{} {}", weapon.name, number);
+  shot.side = unit.side;
+  shot.type = &weapon;
+  shot.shooter = shooter;
+  shot.number = ++unit.shots_fired;
+  shot.target = contact.target;
+  shot.contact = contact.id;
+  shot.aim = contact.seen.place;
+  shot.motion = unit.motion;
   shot.motion.height = weapon.height;
   shot.motion.speed = weapon.speed;
   world.shots.push_back(std::move(shot));
-  raise_alarm(world, target, shooter);
+  raise_alarm(world, contact.target, shooter);
 }
 
 /// Fires the first order that can be carried out now.
@@ -55,14 +66,13 @@ void fire_once(World& world, std::size_t index) {
   Unit& unit = world.units[index];
   for (AttackOrder& order : unit.attacks) {
     const Contact* contact = find_contact(world, unit.side, order.contact);
-    if (contact == nullptr || !is_fresh(world, *contact)) continue;
-    const Unit& target = world.units[contact->target];
-    const WeaponRecord* record = choose_weapon(unit, target.platform->kind, order.weapon);
-    if (record == nullptr || target.at_base) continue;
+    if (contact == nullptr || !is_targetable(world, *contact)) continue;
+    const WeaponRecord* record = choose_weapon(unit, world.units[contact->target].platform->kind, order.weapon);
+    if (record == nullptr) continue;
     const double reach = kFireShare * record->type->range;
     if (!may_be_within(unit.sphere, sphere_point(contact->seen.place), reach)) continue;
     if (distance_between(unit.motion.place, contact->seen.place) > reach) continue;
-    fire(world, index, order, *record->type, contact->target);
+    fire(world, index, order, *record->type, *contact);
     break;
   }
   std::erase_if(unit.attacks, [](const AttackOrder& order) { return order.quantity <= 0; });
@@ -70,21 +80,42 @@ void fire_once(World& world, std::size_t index) {
 
 void strike(World& world, const Shot& shot) {
   Unit& target = world.units[shot.target];
-  if (!world.dice.happens(shot.type->hit_chance * (1 - target.platform->evasion))) return;
+  const double chance = shot.type->hit_chance * (1 - target.platform->evasion);
+  const auto number = static_cast<std::uint64_t>(shot.number);
+  if (!world.dice.happens(chance, Luck::hit, world.now, {world.units[shot.shooter].key, number, target.key})) return;
   ++world.hits;
   const double done = std::min(shot.type->damage, target.platform->damage_points - target.damage);
   target.damage += done;
-  book_damage(world, target, done);
-  if (target.damage >= target.platform->damage_points) destroy_unit(world, shot.target);
+  if (Contact* contact = contact_on(world, shot.side, shot.target)) contact->damage_done += done;
+  book_damage(world, target, done, shot.side);
+  if (target.damage >= target.platform->damage_points) destroy_unit(world, shot.target, shot.side);
+}
+
+/// Whether the weapon finds its target by itself.
+bool seeks(const World& world, const Shot& shot) {
+  const Unit& target = world.units[shot.target];
+  return target.alive && !target.at_base &&
+         may_be_within(sphere_point(shot.motion.place), target.sphere, kSeekerReach) &&
+         distance_between(shot.motion.place, target.motion.place) <= kSeekerReach;
+}
+
+/// What a weapon does where it was sent.
+void arrive(World& world, const Shot& shot, bool found) {
+  if (found) {
+    strike(world, shot);
+  } else if (!world.units[shot.target].alive) {
+    forget_contact(world, shot.side, shot.target);  // there is nothing left there, and it saw that
+  }
 }
 
 /// Flies one second; false when the weapon is spent.
 bool fly(World& world, Shot& shot) {
-  const Unit& target = world.units[shot.target];
-  if (!target.alive || target.at_base || shot.flown > kFlightShare * shot.type->range) return false;
-  const Way way = way_between(shot.motion.place, target.motion.place);
+  if (shot.flown > kFlightShare * shot.type->range) return false;
+  if (const Contact* contact = find_contact(world, shot.side, shot.contact)) shot.aim = contact->seen.place;
+  const bool found = seeks(world, shot);
+  const Way way = way_between(shot.motion.place, found ? world.units[shot.target].motion.place : shot.aim);
   if (way.metres <= shot.motion.speed) {
-    strike(world, shot);
+    arrive(world, shot, found);
     return false;
   }
   shot.motion.place = place_beyond(shot.motion.place, way.bearing, shot.motion.speed);
@@ -95,13 +126,8 @@ bool fly(World& world, Shot& shot) {
 
 }  // namespace
 
-bool is_fresh(const World& world, const Contact& contact) {
-  const bool fixed = world.units[contact.target].platform->kind == UnitKind::facility;
-  return fixed || world.now - contact.last_seen <= kFreshContact;
-}
-
 void fire_weapons(World& world) {
-  for (std::size_t index = 0; index < world.units.size(); ++index) {
+  for (const std::size_t index : world.by_key) {
     const Unit& unit = world.units[index];
     if (!unit.alive || unit.at_base || unit.control == WeaponControl::hold) continue;
     if (!unit.attacks.empty() && world.now >= unit.next_shot) fire_once(world, index);
@@ -112,15 +138,6 @@ void fly_shots(World& world) {
   for (auto shot = world.shots.begin(); shot != world.shots.end();) {
     shot = fly(world, *shot) ? std::next(shot) : world.shots.erase(shot);
   }
-}
-
-double damage_on_the_way(const World& world, std::size_t side, std::size_t target) {
-  double expected = 0;
-  for (const Shot& shot : world.shots) {
-    if (shot.side != side || shot.target != target) continue;
-    expected += shot.type->damage * shot.type->hit_chance * (1 - world.units[target].platform->evasion);
-  }
-  return expected;
 }
 
 }  // namespace tessra::sim

@@ -1,24 +1,62 @@
 #pragma once
 
+// Luck by counter: every question has luck of its own, a hash of the episode's seed, the tick, what is asked and the
+// units concerned. So nothing that happens elsewhere, and no order of units, changes the answer.
+
 #include <cstdint>
-#include <random>
+#include <initializer_list>
+#include <string_view>
 
 namespace tessra::sim {
 
-/// The episode's luck. Reals are made from the generator's bits by hand, since the library's distributions differ from
-/// one standard library to the next.
+/// The step of SplitMix64 (Steele, Lea, Flood 2014): a bijection that spreads every bit over all.
+constexpr std::uint64_t mixed(std::uint64_t bits) {
+  bits += 0x9e3779b97f4a7c15U;
+  bits = (bits ^ (bits >> 30)) * 0xbf58476d1ce4e5b9U;
+  bits = (bits ^ (bits >> 27)) * 0x94d049bb133111ebU;
+  return bits ^ (bits >> 31);
+}
+
+/// Hash of two texts that tells ("ab", "c") from ("a", "bc"): FNV-1a (Fowler, Noll, Vo), finished by `mixed`.
+constexpr std::uint64_t text_key(std::string_view first, std::string_view second) {
+  std::uint64_t hash = 0xcbf29ce484222325U;
+  for (const std::string_view text : {first, second}) {
+    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
+    hash = mixed(hash ^ text.size());
+  }
+  return hash;
+}
+
+/// What is asked: questions about the same units in the same tick have luck of their own.
+enum class Luck : std::uint64_t { look = 1, identify, bearing, range, height, speed_north, speed_east, hit };
+
 class Dice {
  public:
-  explicit Dice(std::uint64_t seed) : bits_(seed) {}
+  explicit Dice(std::uint64_t seed) : seed_(seed) {}
 
-  /// True with this chance, 0 to 1. Always draws once.
-  bool happens(double chance) { return real() < chance; }
+  /// True with this chance, 0 to 1. `about`: keys of the units concerned, and what else tells the question from others.
+  bool happens(double chance, Luck luck, int tick, std::initializer_list<std::uint64_t> about) const {
+    return uniform(hash(luck, tick, about)) < chance;
+  }
+
+  /// A deviation with mean 0 and standard deviation 1 that never exceeds 3: the sum of three uniform numbers
+  /// (Irwin-Hall distribution), which is close to normal and the same with every mathematical library.
+  double deviation(Luck luck, int tick, std::initializer_list<std::uint64_t> about) const {
+    const std::uint64_t bits = hash(luck, tick, about);
+    return 2 * (uniform(mixed(bits)) + uniform(mixed(bits + 1)) + uniform(mixed(bits + 2)) - 1.5);
+  }
 
  private:
+  std::uint64_t hash(Luck luck, int tick, std::initializer_list<std::uint64_t> about) const {
+    std::uint64_t bits = mixed(seed_ ^ mixed(static_cast<std::uint64_t>(tick)));
+    bits = mixed(bits ^ static_cast<std::uint64_t>(luck));
+    for (const std::uint64_t key : about) bits = mixed(bits ^ key);
+    return bits;
+  }
   /// From 0 up to but excluding 1, in steps of 2⁻⁵³.
-  double real() { return static_cast<double>(bits_() >> 11) * 0x1p-53; }
+  static double uniform(std::uint64_t bits) { return static_cast<double>(bits >> 11) * 0x1p-53; }
 
-  std::mt19937_64 bits_;
+  std::uint64_t seed_;
 };
 
 }  // namespace tessra::sim

@@ -21,7 +21,7 @@ void add_mission(World& world, const CommandArguments& arguments, Mission missio
   if (find_mission_named(side, mission.name) != nullptr) {
     throw CommandError(fmt::format("there is a mission '{}' already", mission.name));
   }
-  mission.id = fmt::format("mission#{}", ++world.missions_made);
+  mission.id = fmt::format("{}-mission#{}", side.setup->id, ++side.missions_made);
   side.missions.push_back(std::move(mission));
 }
 

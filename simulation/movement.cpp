@@ -50,7 +50,7 @@ void move_unit(World& world, std::size_t index) {
   unit.motion.speed = fuelled ? wanted_speed(unit) : 0;
   climb(unit);
   follow_course(unit);
-  if (!burn_fuel(unit) && unit.platform->kind == UnitKind::aircraft) destroy_unit(world, index);
+  if (!burn_fuel(unit) && unit.platform->kind == UnitKind::aircraft) destroy_unit(world, index, kNobody);
 }
 
 }  // namespace

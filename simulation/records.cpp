@@ -40,7 +40,7 @@ Dict record_side(const World& world, std::size_t side) {
   record_units(world, side, basic, live, positions);
   Dict contacts;
   Dict contact_positions;
-  for (const auto& [target, contact] : state.contacts) {
+  for (const auto& [key, contact] : state.contacts) {
     contacts.set(contact.id, record_contact(world, contact));
     contact_positions.set(contact.id, record_position(contact.seen));
   }

@@ -14,22 +14,20 @@ bool is_defenceless(const World& world, std::size_t side) {
   return had_armed_units;
 }
 
-void book(World& world, std::size_t loser, double value) {
+void book(World& world, std::size_t loser, double value, std::size_t by) {
   world.sides[loser].score -= value;
-  for (std::size_t other = 0; other < world.sides.size(); ++other) {
-    if (is_hostile(world, other, loser)) world.sides[other].score += value;
-  }
+  if (by != kNobody && is_hostile(world, by, loser)) world.sides[by].score += value;
 }
 
 }  // namespace
 
-void book_damage(World& world, const Unit& unit, double points) {
-  book(world, unit.side, kDamageShare * unit.platform->value * points / unit.platform->damage_points);
+void book_damage(World& world, const Unit& unit, double points, std::size_t by) {
+  book(world, unit.side, kDamageShare * unit.platform->value * points / unit.platform->damage_points, by);
 }
 
-void book_loss(World& world, const Unit& unit) {
+void book_loss(World& world, const Unit& unit, std::size_t by) {
   ++world.sides[unit.side].units_lost;
-  book(world, unit.side, unit.platform->value * (1 - kDamageShare * unit.damage / unit.platform->damage_points));
+  book(world, unit.side, unit.platform->value * (1 - kDamageShare * unit.damage / unit.platform->damage_points), by);
 }
 
 namespace {

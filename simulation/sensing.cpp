@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "simulation/tracking.h"
+
 namespace tessra::sim {
 
 namespace {
@@ -24,36 +26,49 @@ void remember(World& world, Detection detection) {
   world.detections.push_back(std::move(detection));
 }
 
-void detect(World& world, const Unit& unit, const SensorType& sensor, std::size_t target, double distance,
-            double reach) {
-  Contact& contact = contact_on(world, unit.side, target);
-  contact.last_seen = world.now;
-  contact.seen = world.units[target].motion;
-  if (contact.id_status < 4 && world.dice.happens(0.2 + 0.6 * (1 - distance / reach))) ++contact.id_status;
-  remember(world, {unit.side, contact.id, unit.id + "-" + sensor.name, world.now, distance});
+void note_detection(World& world, const Look& look) {
+  const Unit& unit = look.unit;
+  const Contact& contact = *contact_on(world, unit.side, look.target);
+  const std::string sensor = unit.id + "-" + unit.platform->sensors[look.sensor]->name;
+  remember(world, {unit.side, contact.id, sensor, world.now, distance_between(unit.motion.place, contact.seen.place)});
 }
 
-void look(World& world, const Unit& unit, const SensorType& sensor) {
-  for (std::size_t index = 0; index < world.units.size(); ++index) {
+/// What remains of a facility stands where it stood: a look at it tells that it is gone.
+bool is_wreck_in_question(const World& world, std::size_t side, std::size_t index) {
+  const Unit& unit = world.units[index];
+  return unit.platform->kind == UnitKind::facility && contact_on(world, side, index) != nullptr;
+}
+
+void look_at(World& world, const Unit& unit, std::size_t sensor_place, std::size_t index) {
+  const SensorType& sensor = *unit.platform->sensors[sensor_place];
+  const Unit& target = world.units[index];
+  const double reach = sensor_reach(world, unit, sensor, target);
+  if (reach <= 0 || !may_be_within(unit.sphere, target.sphere, reach)) return;
+  const Way way = way_between(unit.motion.place, target.motion.place);
+  if (way.metres > reach) return;
+  if (!world.dice.happens(sensor.chance, Luck::look, world.now, {unit.key, sensor_place, target.key})) return;
+  if (!target.alive) return forget_contact(world, unit.side, index);
+  const Look look{unit, sensor_place, index, way, reach};
+  renew_contact(world, look);
+  note_detection(world, look);
+}
+
+void look_around(World& world, const Unit& unit, std::size_t sensor_place) {
+  const SensorType& sensor = *unit.platform->sensors[sensor_place];
+  // By keys: numbers of new contacts must not tell the order of the file.
+  for (const std::size_t index : world.by_key) {
     const Unit& target = world.units[index];
-    if (!target.alive || target.at_base || !sensor.targets.has(target.platform->kind)) continue;
+    if (target.at_base || !sensor.targets.has(target.platform->kind)) continue;
     if (is_friend(world, unit.side, target.side)) continue;
-    const double reach = sensor_reach(world, unit, sensor, target);
-    if (reach <= 0 || !may_be_within(unit.sphere, target.sphere, reach)) continue;
-    const double distance = distance_between(unit.motion.place, target.motion.place);
-    if (distance <= reach && world.dice.happens(sensor.chance)) {
-      detect(world, unit, sensor, index, distance, reach);
-    }
+    if (target.alive || is_wreck_in_question(world, unit.side, index)) look_at(world, unit, sensor_place, index);
   }
 }
 
 void forget_lost_contacts(World& world) {
   for (SideState& side : world.sides) {
-    for (auto at = side.contacts.begin(); at != side.contacts.end();) {
-      const bool fixed = world.units[at->first].platform->kind == UnitKind::facility;
-      const bool lost = !fixed && world.now - at->second.last_seen > kContactLost;
-      at = lost ? side.contacts.erase(at) : std::next(at);
-    }
+    std::erase_if(side.contacts, [&](const auto& entry) {
+      return !is_fixed(world, entry.second) && world.now - entry.second.last_seen > kContactLost;
+    });
   }
 }
 
@@ -77,15 +92,25 @@ double sensor_reach(const World& world, const Unit& unit, const SensorType& sens
   return 0;
 }
 
+bool has_in_reach(const World& world, std::size_t side, const Unit& target) {
+  if (target.at_base) return false;
+  return std::ranges::any_of(world.units, [&](const Unit& unit) {
+    if (!unit.alive || unit.at_base || unit.side != side) return false;
+    return std::ranges::any_of(unit.platform->sensors, [&](const SensorType* sensor) {
+      if (!sensor->targets.has(target.platform->kind)) return false;
+      const double reach = sensor_reach(world, unit, *sensor, target);
+      return reach > 0 && may_be_within(unit.sphere, target.sphere, reach) &&
+             distance_between(unit.motion.place, target.motion.place) <= reach;
+    });
+  });
+}
+
 void use_sensors(World& world) {
-  for (std::size_t index = 0; index < world.units.size(); ++index) {
-    const Unit& unit = world.units[index];
+  for (const Unit& unit : world.units) {
     if (!unit.alive || unit.at_base) continue;
-    for (const SensorType* sensor : unit.platform->sensors) {
-      // Units look at different seconds, so that no second has all the work.
-      const bool due =
-          (static_cast<std::size_t>(world.now) + index) % static_cast<std::size_t>(sensor->look_seconds) == 0;
-      if (due) look(world, unit, *sensor);
+    const auto& sensors = unit.platform->sensors;
+    for (std::size_t place = 0; place < sensors.size(); ++place) {
+      if (is_turn_of(unit, world.now, sensors[place]->look_seconds)) look_around(world, unit, place);
     }
   }
   forget_lost_contacts(world);

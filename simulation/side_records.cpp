@@ -92,7 +92,8 @@ Dict record_contact(const World& world, const Contact& contact) {
               {"Type", static_cast<int>(unit.platform->kind)},
               {"ActualUnitID", unit.id},
               {"IDStatus", contact.id_status},
-              {"Age", world.now - contact.last_seen}};
+              {"Age", world.now - contact.last_seen},
+              {"Uncertainty", record_number(contact.error)}};
   if (contact.id_status >= 2) record.set("Side", world.sides[unit.side].setup->id);
   if (contact.id_status >= 3) record.set("ClassName", unit.platform->class_name);
   return record;

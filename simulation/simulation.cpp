@@ -6,6 +6,7 @@
 #include "Tessra/base/value.h"
 #include "simulation/command_script.h"
 #include "simulation/commands.h"
+#include "simulation/dice.h"
 #include "simulation/records.h"
 #include "simulation/scenario.h"
 #include "simulation/world.h"
@@ -31,11 +32,8 @@ std::vector<std::string> scenario_names(const std::filesystem::path& folder) {
 }
 
 std::uint64_t episode_seed(std::uint64_t base_seed, std::uint64_t episode) {
-  // The finishing steps of SplitMix64 (Steele, Lea, Flood 2014), so that neighbouring episodes share no pattern.
-  std::uint64_t mixed = base_seed + (episode + 1) * 0x9e3779b97f4a7c15U;
-  mixed = (mixed ^ (mixed >> 30)) * 0xbf58476d1ce4e5b9U;
-  mixed = (mixed ^ (mixed >> 27)) * 0x94d049bb133111ebU;
-  return mixed ^ (mixed >> 31);
+  // The episode-th number of the generator that starts with the base seed: neighbouring episodes share no pattern.
+  return mixed(base_seed + episode * 0x9e3779b97f4a7c15U);
 }
 
 struct Simulation::Impl {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "simulation/combat.h"
+#include "simulation/tracking.h"
 
 namespace tessra::sim {
 
@@ -11,12 +11,32 @@ namespace {
 
 constexpr int kSelfDefence = 120;    // seconds for which a unit fires back
 constexpr double kChaseShare = 1.5;  // of the weapon's range: how far units on patrol go after contacts
+constexpr int kClassKnown = 3;       // identification from which a contact's platform is known
 constexpr double kOverkill = 1.5;    // of the damage a target can still take, on the way to it
 
-bool is_covered(const World& world, const Unit& unit, std::size_t target) {
-  const Unit& victim = world.units[target];
-  const double needed = victim.platform->damage_points - victim.damage;
-  return damage_on_the_way(world, unit.side, target) >= kOverkill * needed;
+/// Damage that weapons of the unit's side on their way will probably do, as far as the side can tell.
+double damage_on_the_way(const World& world, std::size_t side, const Contact& contact) {
+  const double evasion = contact.id_status >= kClassKnown ? world.units[contact.target].platform->evasion : 0;
+  double expected = 0;
+  for (const Shot& shot : world.shots) {
+    if (shot.side != side || shot.target != contact.target) continue;
+    expected += shot.type->damage * shot.type->hit_chance * (1 - evasion);
+  }
+  return expected;
+}
+
+/// Damage that a target can still take, as far as the side can tell: of what it does not know the class, one hit of the
+/// unit's weapon is thought to be enough.
+double damage_needed(const World& world, const Unit& unit, const Contact& contact) {
+  const Platform& platform = *world.units[contact.target].platform;
+  if (contact.id_status >= kClassKnown) return std::max(platform.damage_points - contact.damage_done, 0.0);
+  const WeaponRecord* record = choose_weapon(unit, platform.kind);
+  return record != nullptr ? record->type->damage : 0;
+}
+
+bool is_covered(const World& world, const Unit& unit, const Contact& contact) {
+  const double expected = damage_on_the_way(world, unit.side, contact);
+  return expected > 0 && expected >= kOverkill * damage_needed(world, unit, contact);
 }
 
 /// Distance at which the unit would take a contact on, 0 when it has nothing to fire at it.
@@ -35,7 +55,7 @@ struct Candidate {
 };
 
 void consider(const World& world, const Unit& unit, const Contact& contact, Candidate& best) {
-  if (!is_fresh(world, contact) || is_covered(world, unit, contact.target)) return;
+  if (!is_targetable(world, contact) || is_covered(world, unit, contact)) return;
   const double reach = engagement_reach(world, unit, contact);
   if (reach <= 0 || !may_be_within(unit.sphere, sphere_point(contact.seen.place), reach)) return;
   const double distance = distance_between(unit.motion.place, contact.seen.place);
@@ -45,8 +65,8 @@ void consider(const World& world, const Unit& unit, const Contact& contact, Cand
 /// Nearest hostile contact worth an attack by a unit whose weapons are free.
 const Contact* nearest_hostile(const World& world, const Unit& unit) {
   Candidate best;
-  for (const auto& [target, contact] : world.sides[unit.side].contacts) {
-    const bool known_hostile = contact.id_status >= 2 && is_hostile(world, unit.side, world.units[target].side);
+  for (const auto& [key, contact] : world.sides[unit.side].contacts) {
+    const bool known_hostile = contact.id_status >= 2 && is_hostile(world, unit.side, world.units[contact.target].side);
     if (known_hostile) consider(world, unit, contact, best);
   }
   return best.contact;
@@ -54,11 +74,10 @@ const Contact* nearest_hostile(const World& world, const Unit& unit) {
 
 const Contact* attacker_in_reach(const World& world, const Unit& unit) {
   if (unit.attacker == kNobody || world.now - unit.attacked_at > kSelfDefence) return nullptr;
-  const auto& contacts = world.sides[unit.side].contacts;
-  const auto found = contacts.find(unit.attacker);
-  if (found == contacts.end()) return nullptr;
+  const Contact* contact = contact_on(world, unit.side, unit.attacker);
+  if (contact == nullptr) return nullptr;
   Candidate best;
-  consider(world, unit, found->second, best);
+  consider(world, unit, *contact, best);
   return best.contact;
 }
 
@@ -108,7 +127,7 @@ void choose_targets(const World& world, Unit& unit) {
   const Mission* mission = find_mission(world.sides[unit.side], unit.mission);
   if (target == nullptr && mission != nullptr && mission->kind == MissionKind::strike && !unit.course_ordered) {
     target = next_strike_target(world, unit, *mission);
-    if (target != nullptr && is_covered(world, unit, target->target)) target = nullptr;
+    if (target != nullptr && is_covered(world, unit, *target)) target = nullptr;
   }
   if (target != nullptr) attack(world, unit, *target);
 }

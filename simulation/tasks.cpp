@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <limits>
 
-#include "simulation/combat.h"
 #include "simulation/movement.h"
 #include "simulation/targeting.h"
+#include "simulation/tracking.h"
 
 namespace tessra::sim {
 
@@ -91,7 +91,7 @@ void pursue(World& world, Unit& unit) {
   const Contact* contact = find_contact(world, unit.side, order.contact);
   const WeaponRecord* record = choose_weapon(unit, world.units[contact->target].platform->kind, order.weapon);
   const double distance = distance_between(unit.motion.place, contact->seen.place);
-  const bool close = distance <= kHoldShare * record->type->range && is_fresh(world, *contact);
+  const bool close = distance <= kHoldShare * record->type->range && is_targetable(world, *contact);
   set_course(unit, close ? std::vector<Place>() : std::vector<Place>{contact->seen.place});
 }
 
@@ -132,10 +132,8 @@ void decide(World& world, Unit& unit) {
 }  // namespace
 
 void decide_tasks(World& world) {
-  for (std::size_t index = 0; index < world.units.size(); ++index) {
-    Unit& unit = world.units[index];
-    const bool due = (static_cast<std::size_t>(world.now) + index) % kDecisionSeconds == 0;
-    if (unit.alive && due) decide(world, unit);
+  for (Unit& unit : world.units) {
+    if (unit.alive && is_turn_of(unit, world.now, kDecisionSeconds)) decide(world, unit);
   }
 }
 

@@ -4,6 +4,7 @@
 // sensing, tasks and combat.
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,7 +48,9 @@ struct AttackOrder {
 };
 
 struct Unit {
-  std::string id;
+  std::string id;       ///< as records and orders name it: opaque, so that it tells other sides nothing
+  std::string file_id;  ///< as the scenario file names it
+  std::uint64_t key;    ///< its own number, hashed from scenario and unit: luck and turns go by it, never by the index
   std::string name;
   std::size_t side;
   const Platform* platform;
@@ -75,6 +78,7 @@ struct Unit {
   std::size_t attacker = kNobody;  ///< unit that last fired at it
   int attacked_at = 0;
   int next_shot = 0;
+  int shots_fired = 0;
 
   double damage = 0;
   bool radar_on = false;
@@ -89,14 +93,16 @@ struct Shot {
   std::size_t side;
   const WeaponType* type;
   std::size_t shooter;
+  int number;  ///< among the shooter's
   std::size_t target;
-  std::string contact;  ///< the contact it was fired at, of the shooter's side
+  std::string contact;  ///< the contact it was fired at, of the shooter's side or a friend's
+  Place aim;            ///< where that contact was last known to be
   Motion motion;
   double flown = 0;
 };
 
 struct Group {
-  std::string id;
+  std::string id;  ///< opaque, like a unit's
   std::string name;
   std::size_t side;
   std::vector<std::size_t> members;  ///< alive ones; the first leads
@@ -104,6 +110,12 @@ struct Group {
 
 /// The unit's best speed, which damage takes up to half of.
 double top_speed(const Unit& unit);
+
+/// Whether it is the unit's turn at this tick, when it has one every so many seconds. Units have theirs at different
+/// seconds, so that no second has all the work.
+inline bool is_turn_of(const Unit& unit, int tick, int every) {
+  return (static_cast<std::uint64_t>(tick) + unit.key % 86'400) % static_cast<std::uint64_t>(every) == 0;
+}
 
 /// Sets a new course; no waypoints means none.
 void set_course(Unit& unit, std::vector<Place> course);

@@ -15,9 +15,14 @@ namespace tessra::sim {
 
 namespace {
 
-Unit make_unit(const UnitSetup& setup, std::size_t side) {
+/// Ids are opaque to other sides and the same in every episode; files and names stay readable.
+std::string opaque_id(std::string_view kind, std::uint64_t key) { return fmt::format("{}-{:016x}", kind, key); }
+
+Unit make_unit(const Scenario& scenario, const UnitSetup& setup, std::size_t side) {
   Unit unit;
-  unit.id = setup.id;
+  unit.key = text_key(scenario.id, setup.id);
+  unit.id = opaque_id("unit", unit.key);
+  unit.file_id = setup.id;
   unit.name = setup.name;
   unit.side = side;
   unit.platform = setup.platform;
@@ -32,18 +37,25 @@ Unit make_unit(const UnitSetup& setup, std::size_t side) {
   return unit;
 }
 
+/// Index of the unit that the scenario file calls so.
+std::size_t index_of(const World& world, std::string_view file_id) {
+  const auto found =
+      std::find_if(world.units.begin(), world.units.end(), [&](const Unit& unit) { return unit.file_id == file_id; });
+  return static_cast<std::size_t>(found - world.units.begin());
+}
+
 void add_units(World& world, std::size_t side, const SideSetup& setup) {
-  for (const UnitSetup& unit : setup.units) world.units.push_back(make_unit(unit, side));
+  for (const UnitSetup& unit : setup.units) world.units.push_back(make_unit(*world.scenario, unit, side));
   for (const UnitSetup& unit_setup : setup.units) {
     if (unit_setup.base.empty()) continue;
-    Unit& unit = world.units[find_unit(world, unit_setup.id)];
-    unit.base = find_unit(world, unit_setup.base);
+    Unit& unit = world.units[index_of(world, unit_setup.id)];
+    unit.base = index_of(world, unit_setup.base);
     if (unit.at_base) land(world, unit);
   }
   for (const GroupSetup& group : setup.groups) {
-    Group made{group.id, group.name, side, {}};
+    Group made{opaque_id("group", text_key(world.scenario->id, group.id)), group.name, side, {}};
     for (const std::string& member : group.members) {
-      made.members.push_back(find_unit(world, member));
+      made.members.push_back(index_of(world, member));
       world.units[made.members.back()].group = world.groups.size();
     }
     world.groups.push_back(std::move(made));
@@ -52,7 +64,7 @@ void add_units(World& world, std::size_t side, const SideSetup& setup) {
 
 void add_knowledge(World& world, std::size_t side) {
   for (const std::string& id : world.sides[side].setup->known) {
-    contact_on(world, side, find_unit(world, id)).id_status = 4;
+    add_contact(world, side, index_of(world, id)).id_status = 4;
   }
 }
 
@@ -61,10 +73,10 @@ void add_missions(World& world, std::size_t side) {
   for (const MissionSetup& setup : state.setup->missions) {
     Mission mission{setup.id, setup.name, setup.kind, setup.zone, {}};
     for (const std::string& target : setup.targets) {
-      mission.targets.push_back(state.contacts.at(find_unit(world, target)).id);
+      mission.targets.push_back(contact_on(world, side, index_of(world, target))->id);
     }
     for (const std::string& id : setup.units) {
-      world.units[find_unit(world, id)].mission = setup.id;
+      world.units[index_of(world, id)].mission = setup.id;
     }
     state.missions.push_back(std::move(mission));
   }
@@ -74,9 +86,11 @@ void add_missions(World& world, std::size_t side) {
 
 World::World(std::shared_ptr<const Scenario> played, std::uint64_t seed) : scenario(std::move(played)), dice(seed) {
   for (const SideSetup& setup : scenario->sides) {
-    sides.push_back({&setup, {}, {}, 0, 0, 0});
+    sides.push_back({&setup});
     add_units(*this, sides.size() - 1, setup);
   }
+  for (std::size_t index = 0; index < units.size(); ++index) by_key.push_back(index);
+  std::ranges::sort(by_key, {}, [&](std::size_t index) { return units[index].key; });
   for (std::size_t side = 0; side < sides.size(); ++side) {
     add_knowledge(*this, side);
     add_missions(*this, side);
@@ -136,28 +150,50 @@ std::size_t find_unit(const World& world, std::string_view id) {
   return kNobody;
 }
 
-Contact& contact_on(World& world, std::size_t side, std::size_t target) {
-  auto& contacts = world.sides[side].contacts;
-  const auto found = contacts.find(target);
-  if (found != contacts.end()) return found->second;
-  Contact contact{fmt::format("contact#{}", ++world.contacts_made), target, 1, world.now, world.units[target].motion};
-  world.new_contacts.emplace_back(side, contact.id);
-  return contacts.emplace(target, std::move(contact)).first->second;
+const Contact* contact_on(const World& world, std::size_t side, std::size_t target) {
+  const auto& contacts = world.sides[side].contacts;
+  const auto found = contacts.find(world.units[target].key);
+  return found != contacts.end() ? &found->second : nullptr;
 }
 
-void destroy_unit(World& world, std::size_t index) {
+Contact* contact_on(World& world, std::size_t side, std::size_t target) {
+  return const_cast<Contact*>(contact_on(std::as_const(world), side, target));
+}
+
+Contact& add_contact(World& world, std::size_t side, std::size_t target) {
+  SideState& state = world.sides[side];
+  const Unit& unit = world.units[target];
+  Contact contact;
+  // A side's ids are unique among its friends' too, who get its contacts under them.
+  contact.id = fmt::format("{}-contact#{}", state.setup->id, ++state.contacts_made);
+  contact.target = target;
+  contact.last_seen = contact.in_view_since = world.now;
+  contact.seen = unit.motion;
+  world.new_contacts.emplace_back(side, contact.id);
+  return state.contacts.emplace(unit.key, std::move(contact)).first->second;
+}
+
+void forget_contact(World& world, std::size_t side, std::size_t target) {
+  world.sides[side].contacts.erase(world.units[target].key);
+}
+
+void destroy_unit(World& world, std::size_t index, std::size_t by) {
   Unit& unit = world.units[index];
   if (!unit.alive) return;
+  for (std::size_t side = 0; side < world.sides.size(); ++side) {
+    if (side == by || has_in_reach(world, side, unit)) forget_contact(world, side, index);
+  }
   unit.alive = false;
+  unit.radar_on = false;
   world.destroyed.push_back(unit.id);
-  book_loss(world, unit);
-  for (SideState& side : world.sides) side.contacts.erase(index);
+  book_loss(world, unit, by);
   if (unit.group != kNobody) {
     auto& members = world.groups[unit.group].members;
     members.erase(std::remove(members.begin(), members.end(), index), members.end());
   }
+  // Nobody outside sees what stood on it, so nobody gains by that.
   for (std::size_t guest = 0; guest < world.units.size(); ++guest) {
-    if (world.units[guest].at_base && world.units[guest].base == index) destroy_unit(world, guest);
+    if (world.units[guest].at_base && world.units[guest].base == index) destroy_unit(world, guest, kNobody);
   }
 }
 

@@ -2,6 +2,7 @@
 
 // The state of one episode and its clock.
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -17,10 +18,13 @@ namespace tessra::sim {
 /// What a side knows about a unit of another side.
 struct Contact {
   std::string id;
-  std::size_t target;  ///< index of the actual unit
-  int id_status = 1;   ///< 1 seen, 2 side known, 3 class known, 4 name known
-  int last_seen = 0;   ///< tick
-  Motion seen;         ///< as last seen
+  std::size_t target;      ///< index of the actual unit
+  int id_status = 1;       ///< 1 seen, 2 side known, 3 class known, 4 name known
+  int last_seen = 0;       ///< tick
+  int in_view_since = 0;   ///< tick
+  Motion seen;             ///< as last measured
+  double error = 0;        ///< standard deviation of the place, metres
+  double damage_done = 0;  ///< by weapons of the side, which are seen to hit
 };
 
 struct Mission {
@@ -33,11 +37,14 @@ struct Mission {
 
 struct SideState {
   const SideSetup* setup;
-  std::map<std::size_t, Contact> contacts;  ///< by index of the actual unit
-  std::vector<Mission> missions;
+  std::map<std::uint64_t, Contact> contacts = {};  ///< by the key of the actual unit
+  std::vector<Mission> missions = {};
   double score = 0;
   int units_lost = 0;
+  // Numbers of the ids made for the side; no other side counts along.
   int weapons_fired = 0;
+  int contacts_made = 0;
+  int missions_made = 0;
 };
 
 /// A sensor's success, kept until the next record.
@@ -65,6 +72,8 @@ struct World {
   std::size_t beaten = kNobody;  ///< the side whose loss ended the episode
   std::vector<SideState> sides;
   std::vector<Unit> units;  ///< in the scenario's order; destroyed ones stay, not alive
+  /// Indices of the units by their keys: the order of whatever reaches from one side to another.
+  std::vector<std::size_t> by_key;
   std::vector<Shot> shots;
   std::vector<Group> groups;
 
@@ -76,8 +85,6 @@ struct World {
   int shots_fired = 0;
   int hits = 0;
   std::vector<std::string> destroyed;
-  int contacts_made = 0;
-  int missions_made = 0;
 };
 
 /// How one side stands toward another, by index; neutral when the scenario says nothing.
@@ -100,10 +107,15 @@ Mission* find_mission_named(SideState& side, std::string_view name);
 /// Index of a living unit, or `kNobody`.
 std::size_t find_unit(const World& world, std::string_view id);
 
-/// Makes the contact of a side on a unit, or finds it.
-Contact& contact_on(World& world, std::size_t side, std::size_t target);
+/// The side's own contact on a unit; null when it holds none.
+Contact* contact_on(World& world, std::size_t side, std::size_t target);
+const Contact* contact_on(const World& world, std::size_t side, std::size_t target);
+/// Makes a contact of the side on a unit, where there is none.
+Contact& add_contact(World& world, std::size_t side, std::size_t target);
+void forget_contact(World& world, std::size_t side, std::size_t target);
 
-/// Destroys a unit with all that stands on it, takes it out of every contact table and books the losses.
-void destroy_unit(World& world, std::size_t index);
+/// Destroys a unit with all that stands on it and books the losses. `by` is the side whose weapon did it, or `kNobody`.
+/// That side knows, and so do those who had the unit in a sensor's reach; the others' contacts stay.
+void destroy_unit(World& world, std::size_t index, std::size_t by);
 
 }  // namespace tessra::sim

@@ -101,6 +101,30 @@ TEST_F(InitialBuild, fails_with_a_message_on_an_empty_side) {
   EXPECT_EQ(log->lines.back(), "error: 推演第1局处理初始化态势失败，收到态势为空！");
 }
 
+TEST_F(InitialBuild, the_scenarios_id_is_the_one_merged_last) {
+  server->initial.as_dict().at_dict("Situation").set("SituationInfo", json("{'ScenarioID': 'info'}"));
+  start();
+  EXPECT_EQ(engine().scenario_obj->guid(), "info");
+  server->initial.as_dict().set("Events", json("{'ScenarioID': 'events'}"));
+  ASSERT_EQ(engine().reset(2), 1);
+  EXPECT_EQ(engine().scenario_obj->guid(), "events");
+}
+
+TEST_F(InitialBuild, what_is_wrong_with_the_sides_fails_in_the_build) {
+  const Value answers[] = {Value(), List{"r"}, json("{'r': 5}"), json("{'r': {'Friend': []}}"),
+                           json("{'r': {'Name': '红方', 'Friend': 5}}")};
+  for (const Value& answer : answers) {
+    server->sides = answer;
+    seams.console->printed.clear();
+    engine().sides_info = Dict();
+    engine().need_set_friend_side = true;
+    EXPECT_EQ(engine().reset(1), -4) << answer.to_text();
+    EXPECT_EQ(engine().error_room_flag, 1);
+    EXPECT_EQ(engine().sides_info, answer) << "adopted as it is";
+    EXPECT_THAT(seams.console->printed, Contains(HasSubstr("处理初始化态势失败，错误:")));
+  }
+}
+
 TEST_F(InitialBuild, derives_friends_from_postures) {
   start();
   engine().sides_info = Dict();

@@ -236,6 +236,19 @@ TEST_F(Scheduled, a_crash_or_a_missing_agent_abandons_the_round) {
   EXPECT_TRUE(engine().main_exit_event->is_set());
 }
 
+TEST_F(Scheduled, without_a_run_log_no_message_is_even_made) {
+  engine().normal_simulate();
+  engine().logger = nullptr;
+  engine().deduce_is_end = false;
+  engine().start_game_time_elapsed.reset();  // the line about it could not show it
+  engine().step_interval = "no number";      // asked for the timing line alone
+  server->updates = {json("{'Crash': true}")};
+  server->reset(0);
+  EXPECT_FALSE(engine().game_run_round().has_value()) << "the crash ends the round, and nothing before it";
+  EXPECT_THAT(server->error_messages, IsEmpty());
+  EXPECT_EQ(agent_of(red()).calls.back(), "step");
+}
+
 TEST_F(Scheduled, a_round_without_a_run_has_no_stop_signal_to_set) {
   EXPECT_THROW(engine().game_run_round(), Error);
   EXPECT_THAT(server->error_messages, ElementsAre("创建调度的智能体失败，智能体退出！"));

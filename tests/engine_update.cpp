@@ -298,5 +298,18 @@ TEST_F(Deletions, the_list_form_stops_at_the_first_missing_id) {
   EXPECT_FALSE(engine().elements.contains("m1"));
 }
 
+TEST_F(Deletions, an_item_of_the_list_form_without_an_id_touches_nothing) {
+  engine().scenario_obj = nullptr;
+  const Dict items = json(R"({'list': [
+    {'StructType': 2, 'v': {'x': {'v': []}}}, {'StructType': 3, 'v': {'x': {'v': []}, 'y': {}}},
+    {'StructType': 8, 'v': {'WeaponRecs': {'v': null}, 'ReferencePoints': {'v': []}}},
+    {'StructType': 9, 'v': {'Contacts': {'v': null}}}, {'StructType': 9, 'v': {'Contacts': {'v': ['c1']}}}]})");
+  engine().delete_elements(items.at("list"), red());
+  EXPECT_THAT(log->lines, IsEmpty());
+  EXPECT_FALSE(contacts().contains("c1")) << "the items after them are done";
+  engine().delete_elements(json("{'l': [{'StructType': 7, 'v': {'Ship': {'v': null}}}]}").at("l"), red());
+  EXPECT_THAT(log->lines, ElementsAre(HasSubstr("删除信息失败:"))) << "only side attributes ask for a value";
+}
+
 }  // namespace
 }  // namespace tessra::testing

@@ -7,7 +7,8 @@ namespace {
 class Commands : public ::testing::Test {
  protected:
   /// The reason why a command is bad, "" when it takes effect; a bad one must leave the world as it was.
-  std::string run(const std::string& command) {
+  std::string run(const std::string& text) {
+    const std::string command = with_ids(simulation_, text);
     const std::string before = write_json(simulation_.initial_situation());
     const std::vector<CommandFault> faults = simulation_.execute({command});
     if (faults.empty()) return "";
@@ -20,9 +21,11 @@ class Commands : public ::testing::Test {
 };
 
 TEST_F(Commands, a_package_reports_its_bad_ones_and_runs_the_others) {
-  const std::vector<CommandFault> faults = simulation_.execute(
-      {"SetSpeed({SIDE='红方',UNIT='red-frigate-1',SPEED=5})", "Dance({SIDE='红方'})",
-       "SetRadar({SIDE='红方',UNIT='red-frigate-1',ON=false})", "SetSpeed({SIDE='红方',UNIT='red-frigate-1'})"});
+  std::vector<std::string> package = {"SetSpeed({SIDE='红方',UNIT='<red-frigate-1>',SPEED=5})", "Dance({SIDE='红方'})",
+                                      "SetRadar({SIDE='红方',UNIT='<red-frigate-1>',ON=false})",
+                                      "SetSpeed({SIDE='红方',UNIT='<red-frigate-1>'})"};
+  for (std::string& text : package) text = with_ids(simulation_, text);
+  const std::vector<CommandFault> faults = simulation_.execute(package);
   ASSERT_EQ(faults.size(), 2U);
   EXPECT_EQ(faults[0].number, 2);
   EXPECT_NE(faults[0].reason.find("Dance"), std::string::npos);
@@ -60,15 +63,17 @@ TEST_F(Commands, endless_huge_and_compiled_chunks_are_stopped) {
 }
 
 TEST_F(Commands, a_unit_obeys_its_own_side_alone) {
-  EXPECT_EQ(run("SetSpeed({SIDE='红方',UNIT='blue-frigate-1',SPEED=5})"),
-            "'blue-frigate-1' is no living unit of side '红方'");
-  EXPECT_EQ(run("SetSpeed({SIDE='绿方',UNIT='red-frigate-1',SPEED=5})"), "there is no side '绿方'");
-  EXPECT_EQ(run("SetSpeed({SIDE='红方',UNIT='red-base',SPEED=5})"), "unit 'red-base' cannot move");
-  EXPECT_EQ(run("ReturnToBase({SIDE='红方',UNIT='red-frigate-1'})"), "unit 'red-frigate-1' has no base");
+  EXPECT_EQ(run("SetSpeed({SIDE='红方',UNIT='<blue-frigate-1>',SPEED=5})"),
+            with_ids(simulation_, "'<blue-frigate-1>' is no living unit of side '红方'"));
+  EXPECT_EQ(run("SetSpeed({SIDE='绿方',UNIT='<red-frigate-1>',SPEED=5})"), "there is no side '绿方'");
+  EXPECT_EQ(run("SetSpeed({SIDE='红方',UNIT='<red-base>',SPEED=5})"),
+            with_ids(simulation_, "unit '<red-base>' cannot move"));
+  EXPECT_EQ(run("ReturnToBase({SIDE='红方',UNIT='<red-frigate-1>'})"),
+            with_ids(simulation_, "unit '<red-frigate-1>' has no base"));
 }
 
 TEST_F(Commands, bad_arguments_are_named) {
-  const std::string unit = "SIDE='红方',UNIT='red-fighter-1'";
+  const std::string unit = "SIDE='红方',UNIT='<red-fighter-1>'";
   EXPECT_EQ(run("SetSpeed({" + unit + ",SPEED='fast'})"), "SPEED must be a number");
   EXPECT_NE(run("SetSpeed({" + unit + ",SPEED=0/0})"), "");
   EXPECT_NE(run("SetAltitude({" + unit + ",ALTITUDE=1e999})"), "");
@@ -84,26 +89,26 @@ TEST_F(Commands, bad_arguments_are_named) {
 }
 
 TEST_F(Commands, speed_and_height_keep_to_what_the_platform_can) {
-  EXPECT_EQ(run("SetSpeed({SIDE='红方',UNIT='red-fighter-1',SPEED=0})"), "");
+  EXPECT_EQ(run("SetSpeed({SIDE='红方',UNIT='<red-fighter-1>',SPEED=0})"), "");
   EXPECT_DOUBLE_EQ(*unit_of(simulation_, "red-fighter-1").ordered_speed, 125);
-  EXPECT_EQ(run("SetAltitude({SIDE='红方',UNIT='red-fighter-1',ALTITUDE=-50})"), "");
+  EXPECT_EQ(run("SetAltitude({SIDE='红方',UNIT='<red-fighter-1>',ALTITUDE=-50})"), "");
   EXPECT_DOUBLE_EQ(unit_of(simulation_, "red-fighter-1").wanted_height, 100);
-  EXPECT_EQ(run("SetSpeed({SIDE='红方',UNIT='red-frigate-1',SPEED=99})"), "");
+  EXPECT_EQ(run("SetSpeed({SIDE='红方',UNIT='<red-frigate-1>',SPEED=99})"), "");
   EXPECT_DOUBLE_EQ(*unit_of(simulation_, "red-frigate-1").ordered_speed, 15);
 }
 
 TEST_F(Commands, missions_are_made_flown_and_taken_away) {
   EXPECT_EQ(run("AddPatrolMission({SIDE='红方',NAME='West \\'7\\'',ZONE={{LON=149,LAT=20},{LON=149,LAT=21}}})"), "");
-  EXPECT_EQ(run("AssignUnit({SIDE='红方',UNIT='red-fighter-2',MISSION='West \\'7\\''})"), "");
+  EXPECT_EQ(run("AssignUnit({SIDE='红方',UNIT='<red-fighter-2>',MISSION='West \\'7\\''})"), "");
   simulation_.set_advance_seconds(200);
   simulation_.advance();
   const Unit& fighter = unit_of(simulation_, "red-fighter-2");
   EXPECT_FALSE(fighter.at_base);
-  EXPECT_EQ(fighter.mission, "mission#1");
+  EXPECT_EQ(fighter.mission, "side-1-mission#1");
   EXPECT_LT(fighter.motion.place.lon, 149.5) << "it flies west";
   EXPECT_EQ(run("DeleteMission({SIDE='红方',NAME='West \\'7\\''})"), "");
   EXPECT_TRUE(fighter.mission.empty() && fighter.course.empty());
-  EXPECT_EQ(run("ReturnToBase({SIDE='红方',UNIT='red-fighter-2'})"), "");
+  EXPECT_EQ(run("ReturnToBase({SIDE='红方',UNIT='<red-fighter-2>'})"), "");
   simulation_.advance();
   EXPECT_TRUE(fighter.at_base);
 }
@@ -118,23 +123,24 @@ Simulation raid(const std::string& control) {
 
 TEST(Orders, an_attack_is_carried_out_to_the_ordered_quantity) {
   Simulation simulation = raid("tight");
-  ASSERT_TRUE(
-      simulation.execute({"Attack({SIDE='红方',UNIT='bomber',CONTACT='contact#1',WEAPON='Stand-off bomb',QUANTITY=3})"})
-          .empty());
+  order(simulation, "Attack({SIDE='红方',UNIT='<bomber>',CONTACT='red-contact#1',WEAPON='Stand-off bomb',QUANTITY=3})");
   simulation.advance();
   EXPECT_EQ(simulation.world().shots_fired, 3);
   EXPECT_TRUE(unit_of(simulation, "bomber").attacks.empty());
   const CommandFault wrong =
-      simulation.execute({"Attack({SIDE='红方',UNIT='bomber',CONTACT='contact#1',WEAPON='Heavy torpedo'})"}).at(0);
+      simulation
+          .execute({with_ids(simulation,
+                             "Attack({SIDE='红方',UNIT='<bomber>',CONTACT='red-contact#1',WEAPON='Heavy torpedo'})")})
+          .at(0);
   EXPECT_EQ(wrong.reason, "UNIT has no 'Heavy torpedo' for this contact");
 }
 
 TEST(Orders, weapons_on_hold_stay_where_they_are) {
   Simulation simulation = raid("hold");
-  ASSERT_TRUE(simulation.execute({"Attack({SIDE='红方',UNIT='bomber',CONTACT='contact#1'})"}).empty());
+  order(simulation, "Attack({SIDE='红方',UNIT='<bomber>',CONTACT='red-contact#1'})");
   simulation.advance();
   EXPECT_EQ(simulation.world().shots_fired, 0);
-  ASSERT_TRUE(simulation.execute({"SetWeaponControl({SIDE='红方',UNIT='bomber',CONTROL='tight'})"}).empty());
+  order(simulation, "SetWeaponControl({SIDE='红方',UNIT='<bomber>',CONTROL='tight'})");
   simulation.advance();
   EXPECT_EQ(simulation.world().shots_fired, 2);
 }
@@ -156,14 +162,14 @@ TEST(Orders, tight_units_fire_only_at_who_fired_at_them) {
 
 TEST(Orders, a_group_s_order_is_its_members_and_a_friend_s_contact_can_be_attacked) {
   Simulation simulation = play_shipped("strait", 300, 1);
-  ASSERT_TRUE(simulation.execute({"SetSpeed({SIDE='红方',UNIT='red-group-1',SPEED=3})"}).empty());
+  order(simulation, "SetSpeed({SIDE='红方',UNIT='<Red surface group>',SPEED=3})");
   for (const char* id : {"red-destroyer-1", "red-frigate-1", "red-frigate-2"}) {
     EXPECT_EQ(unit_of(simulation, id).ordered_speed, 3) << id;
   }
   simulation.advance();
   const auto& green = simulation.world().sides[2].contacts;
   ASSERT_FALSE(green.empty());
-  for (const auto& [target, contact] : green) {
+  for (const auto& [key, contact] : green) {
     EXPECT_EQ(find_contact(simulation.world(), 0, contact.id), &contact);
     EXPECT_EQ(find_contact(simulation.world(), 1, contact.id), nullptr) << "blue is no friend of green";
   }

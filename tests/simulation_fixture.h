@@ -68,12 +68,31 @@ inline Simulation play_shipped(const std::string& name, int advance_seconds, std
   return {Simulation::load(kScenarios / (name + ".json")), seed, advance_seconds};
 }
 
-/// The unit, also when it is destroyed.
-inline const Unit& unit_of(const Simulation& simulation, std::string_view id) {
+/// The unit that the scenario file calls so, also when it is destroyed.
+inline const Unit& unit_of(const Simulation& simulation, std::string_view file_id) {
   for (const Unit& unit : simulation.world().units) {
-    if (unit.id == id) return unit;
+    if (unit.file_id == file_id) return unit;
   }
-  throw KeyError("no unit " + std::string(id));
+  throw KeyError("no unit " + std::string(file_id));
+}
+
+/// A command text in which `<...>` stands for the id of the unit or group of this name in the file.
+inline std::string with_ids(const Simulation& simulation, std::string text) {
+  while (text.find('<') != std::string::npos) {
+    const std::size_t at = text.find('<');
+    const std::string name = text.substr(at + 1, text.find('>') - at - 1);
+    std::string id;
+    for (const Unit& unit : simulation.world().units) id = unit.file_id == name ? unit.id : id;
+    for (const Group& group : simulation.world().groups) id = group.name == name ? group.id : id;
+    text.replace(at, name.size() + 2, id);
+  }
+  return text;
+}
+
+/// Gives orders that must take effect.
+inline void order(Simulation& simulation, const std::string& text) {
+  const std::vector<CommandFault> faults = simulation.execute({with_ids(simulation, text)});
+  ASSERT_TRUE(faults.empty()) << text << ": " << faults.front().reason;
 }
 
 /// Lets every armed unit of the side fire at what it finds.

@@ -33,7 +33,7 @@ bool Deduction::adopts_contact(std::string_view side, FirstContacts& own_contact
 void Deduction::for_each_friend(const FriendViews& views,
                                 const std::function<void(const FriendShare& share, const SideView& view)>& visit) {
   for (const auto& [side, player] : players) {
-    const Dict* info = sides_info.find_dict(player->get_attribute("ID"));
+    const Dict* info = sides_info.as_dict().find_dict(player->get_attribute("ID"));
     if (info == nullptr || !info->non_empty("Friend")) continue;
     std::optional<FirstContacts> own;
     for (const Value& friend_id : info->at_list("Friend")) {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <concepts>
 #include <exception>
 #include <map>
 #include <optional>
@@ -224,6 +225,12 @@ class Deduction : public Settings, public EpisodeState {
   void config_values(Dict game_config);
   void config_log(Dict game_config);
   void log_only(LogLevel level, std::string_view text) const { write_log(logger, level, text); }
+  /// The same for a text that has to be made: without a run log nobody makes it, so that what cannot be shown is no
+  /// failure then.
+  template <std::invocable Text>
+  void log_only(LogLevel level, const Text& text) const {
+    if (logger != nullptr) write_log(logger, level, text());
+  }
   /// To the run log, or to standard output when there is none.
   void log_or_print(LogLevel level, std::string_view text) const;
 

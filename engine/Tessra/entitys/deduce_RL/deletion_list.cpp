@@ -67,35 +67,38 @@ void Deduction::delete_item(const Dict& item, RuleAgentBase& player, std::vector
   const std::int64_t type = struct_type.is_number() ? struct_type.to_integer() : 0;
   if (type < kMissions || type > kContacts || struct_type != Value(type)) return;
   for (auto [name, entry] : item.at_dict("v")) {
-    const List* ids = entry.as_dict().find_list("v");
-    if (ids == nullptr) continue;
+    const Dict& record = entry.as_dict();
+    const bool skips_empty = type == kSideAttributes || type == kContacts;
+    if (skips_empty ? !record.non_empty("v") : !record.contains("v")) continue;
+    const List& ids = record.at_list("v");
+    if (ids.empty()) continue;  // touches nothing, asks for nothing
     switch (type) {
       case kMissions:
-        delete_item_missions(name, *ids, player, deleted);
+        delete_item_missions(name, ids, player, deleted);
         break;
       case kSimEvents:
-        remove_required(known_scenario().get_dict("SimEvents"), *ids);
+        remove_required(known_scenario().get_dict("SimEvents"), ids);
         break;
       case kEventTriggers:
-        remove_of_type(known_scenario(), "EventTriggers", name, *ids);
+        remove_of_type(known_scenario(), "EventTriggers", name, ids);
         break;
       case kEventConditions:
-        remove_of_type(known_scenario(), "EventConditions", name, *ids);
+        remove_of_type(known_scenario(), "EventConditions", name, ids);
         break;
       case kEventActions:
-        remove_of_type(known_scenario(), "EventActions", name, *ids);
+        remove_of_type(known_scenario(), "EventActions", name, ids);
         break;
       case kNonActiveUnits:
-        remove_of_type(known_scenario(), "THNonActiveUnitColl", name, *ids);
+        remove_of_type(known_scenario(), "THNonActiveUnitColl", name, ids);
         break;
       case kUnits:
-        delete_item_units(name, *ids, player, deleted);
+        delete_item_units(name, ids, player, deleted);
         break;
       case kSideAttributes:
-        delete_item_side(name, *ids, player, deleted);
+        delete_item_side(name, ids, player, deleted);
         break;
       case kContacts:
-        if (name.is_text("Contacts")) remove_required(player.get_dict("Contacts"), *ids);
+        if (name.is_text("Contacts")) remove_required(player.get_dict("Contacts"), ids);
         break;
       default:
         break;

@@ -173,7 +173,8 @@ void Deduction::set_element_info(Element& element_obj, Value info_dict) {
       if (element_obj.may_have_attribute(name)) {
         element_obj.set_attribute(name, value);
       } else if (!name.is_name(names::kMapdel)) {
-        log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
+        log_only(LogLevel::error,
+                 [&, &name = name, &value = value] { return unknown_attribute(element_obj, name, value); });
       }
     }
     return;
@@ -200,7 +201,7 @@ void Deduction::update_element_info(Element& element_obj, const Dict& info_dict,
     } else if (element_obj.may_have_attribute(name)) {
       element_obj.set_attribute(name, cf::adopted(value, adopt));
     } else if (!name.is_name(names::kMapdel)) {
-      log_only(LogLevel::error, unknown_attribute(element_obj, name, value));
+      log_only(LogLevel::error, [&] { return unknown_attribute(element_obj, name, value); });
     }
   });
 }

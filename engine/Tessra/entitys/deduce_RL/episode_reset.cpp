@@ -3,7 +3,6 @@
 #include <cmath>
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "Tessra/entitys/deduce_RL/record_parts.h"
 
 namespace tessra {
 
@@ -19,15 +18,6 @@ enum ResetCode {
 };
 
 enum RoomFlag { kSucceeded = 0, kFailed = 1, kNewRoom = 2 };
-
-/// Throws for a table that cannot be read: once taken, it stays for all episodes.
-void check_sides(const Dict& sides) {
-  for (auto [side_id, side] : sides) {
-    const Dict& record = entry_dict(side_id, side);
-    record.at("Name");
-    if (record.non_empty("Friend")) record.at_list("Friend");
-  }
-}
 
 }  // namespace
 
@@ -133,10 +123,9 @@ bool Deduction::open_scenario() {
 
 void Deduction::open_data_channel() {
   const Value received = game->set_data_receive();
-  if (sides_info.empty()) {
-    check_sides(received.as_dict());
-    sides_info = received.as_dict();
-  }
+  // Taken as it is: what is wrong in it fails where the build reads it. What is no table is asked for again.
+  if (!sides_info.is_dict()) need_set_friend_side = true;
+  if (!sides_info.is_dict() || !sides_info.truthy()) sides_info = received;
   if (need_set_friend_side) init_friend_sides();
   game->request_full_situation();
 }

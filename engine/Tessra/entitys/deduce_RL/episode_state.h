@@ -65,7 +65,7 @@ struct EpisodeState {
   /// Unit id → its position record at the episode's start; kept between episodes.
   Dict init_units;
   /// Side id → {`Name`, `Friend`: side ids whose posture toward the side is friendly}.
-  Dict sides_info;
+  Value sides_info = Dict();
   /// Ids of the sides friendly to a side with agents, and whether they still have to be found.
   TextSet friend_side_set;
   bool need_set_friend_side = true;

@@ -52,22 +52,34 @@ void Deduction::get_sides_info_from_situation(const Dict& all_situation) {
   }
   for (auto [side_id, descriptor] : *sides) {
     const Value* found = friends.find(side_id);
-    sides_info.set(side_id, Dict{{"Name", entry_dict(side_id, descriptor).at("Name")},
-                                 {"Friend", found != nullptr ? *found : Value(List())}});
+    sides_info.as_dict().set(side_id, Dict{{"Name", entry_dict(side_id, descriptor).at("Name")},
+                                           {"Friend", found != nullptr ? *found : Value(List())}});
   }
   init_friend_sides();
 }
 
+namespace {
+
+/// The record of the first side of this name, or null. Passes over what is no record: the build tells of it.
+const Dict* side_named(const Value& sides_info, const Value& name) {
+  const Dict* sides = sides_info.if_dict();
+  if (sides == nullptr) return nullptr;
+  for (auto [side_id, side] : *sides) {
+    const Dict* record = side.if_dict();
+    if (record != nullptr && record->contains("Name") && record->at("Name") == name) return record;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
 void Deduction::init_friend_sides() {
   friend_side_set = TextSet();
   for (auto [side, descriptions] : agents_side_config) {
-    for (auto [side_id, record] : sides_info) {
-      if (entry_dict(side_id, record).at("Name") != side) continue;
-      if (entry_dict(side_id, record).non_empty("Friend")) {
-        for (const Value& friend_id : entry_dict(side_id, record).at_list("Friend"))
-          friend_side_set.insert(friend_id.to_text());
-      }
-      break;
+    const Dict* record = side_named(sides_info, side);
+    const Value friends = record != nullptr ? record->get("Friend") : Value();
+    if (const List* ids = friends.if_list()) {
+      for (const Value& id : *ids) friend_side_set.insert(id.to_text());
     }
   }
   need_set_friend_side = false;
@@ -76,7 +88,9 @@ void Deduction::init_friend_sides() {
 void Deduction::initial_all_units(const Dict& situation_data) {
   Dict scen = situation_data.at_dict("ScenarioInfo");
   const Dict situ = situation_data.at_dict("Situation");
-  for (auto [side_id, record] : sides_info) side_id2name.set(side_id, entry_dict(side_id, record).at("Name"));
+  for (auto [side_id, record] : sides_info.as_dict()) {
+    side_id2name.set(side_id, entry_dict(side_id, record).at("Name"));
+  }
 
   FriendViews friend_views;
   for (auto [side_id, side_situation] : situ.at_dict("SituationSides")) {
@@ -153,12 +167,12 @@ void Deduction::build_units(std::string_view side_name, Dict& units) {
 }
 
 void Deduction::build_scenario(const Dict& situation_data, Dict& scen, const Dict& situ) {
-  const Value scenario_id = scen.get("ScenarioID");
   if (!scen.contains("ScenarioID")) return;
   scen.erase("SideInfo");
   if (const Dict* info = situ.find_dict("SituationInfo")) scen.update(*info);
   if (situation_data.non_empty("Events")) scen.update(situation_data.at_dict("Events"));
-  create_element(cf::text_of(scenario_id), scen, ElementType::Scenario);
+  // Read here: what was merged into the scenario may have brought another one.
+  create_element(cf::text_of(scen.at("ScenarioID")), scen, ElementType::Scenario);
 }
 
 void Deduction::set_all_side_data() {

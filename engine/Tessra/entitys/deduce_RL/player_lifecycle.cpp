@@ -23,7 +23,7 @@ bool Deduction::call_agent(const std::shared_ptr<Agent>& agent, const char* oper
   return guarded(call, [&](const std::exception_ptr& error) {
     ++calls_failed;
     seams_.console->print_error(trace_text(error));
-    log_only(level, message(error_text(error)));
+    log_only(level, [&] { return message(error_text(error)); });
   });
 }
 
@@ -94,8 +94,9 @@ std::variant<bool, BatResult> Deduction::agents_check_end() {
           });
       if (!succeeded) return get_game_result(agent->Side());
       if (done) {
-        log_only(LogLevel::info,
-                 fmt::sprintf("推演方-%s, 智能体-%s, is_done函数返回True, 结束本局！", agent->Side(), name));
+        log_only(LogLevel::info, [&] {
+          return fmt::sprintf("推演方-%s, 智能体-%s, is_done函数返回True, 结束本局！", agent->Side(), name);
+        });
         return true;
       }
     }

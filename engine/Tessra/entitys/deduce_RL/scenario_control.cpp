@@ -52,13 +52,11 @@ bool Deduction::load_scenario(const Value& name) {
     log_only(LogLevel::info, "加载想定失败!");
     return false;
   }
-  if (process_id.is_none()) {
-    log_only(LogLevel::info,
-             fmt::sprintf("第%d局,想定'%s'加载成功,加载想定耗时:%.1lfs", current_round, name.to_text(), seconds));
-  } else {
-    log_only(LogLevel::info, fmt::sprintf("进程:%d,第%d局,想定'%s'加载成功,加载想定耗时:%.1lfs",
-                                          whole_number(process_id), current_round, name.to_text(), seconds));
-  }
+  log_only(LogLevel::info, [&] {
+    const auto line =
+        fmt::sprintf("第%d局,想定'%s'加载成功,加载想定耗时:%.1lfs", current_round, name.to_text(), seconds);
+    return process_id.is_none() ? line : fmt::sprintf("进程:%d,", whole_number(process_id)) + line;
+  });
   return true;
 }
 

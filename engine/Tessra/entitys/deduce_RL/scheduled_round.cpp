@@ -19,22 +19,24 @@ std::optional<BatResult> Deduction::game_run_round(std::optional<std::int64_t> /
   const bool is_end = deduce_is_end;
   std::int64_t decisions = 0;
   const Value client_interval = read_decision_time();
-  log_only(LogLevel::info, "管理后台决策间隔：决策间隔为" + client_interval.to_text() + "s");
+  log_only(LogLevel::info, [&] { return "管理后台决策间隔：决策间隔为" + client_interval.to_text() + "s"; });
 
   // The flag is read once: a round that is entered ends only through the returns below.
   while (!is_end) {
     if (is_done()) return end_round(agent);
     const Value interval = decision_interval_of(agent, client_interval);
-    log_only(LogLevel::info,
-             fmt::sprintf("智能体初始运行时间:%ds, 当前推演时间:%ds 满足决策间隔:%ds, 进行决策",
+    log_only(LogLevel::info, [&] {
+      return fmt::sprintf("智能体初始运行时间:%ds, 当前推演时间:%ds 满足决策间隔:%ds, 进行决策",
                           whole_number(start_game_time_elapsed ? Value(*start_game_time_elapsed) : Value()),
-                          whole_number(time_elapsed), whole_number(interval)));
+                          whole_number(time_elapsed), whole_number(interval));
+    });
     StepTimes step_times;
     if (!decide(*player, agent, step_times)) return std::nullopt;
     report_decision(++decisions);
 
     const Value next_interval = decision_interval_of(agent, client_interval);
-    log_only(LogLevel::info, "取选手和管理后台智能体决策间隔最大值：决策间隔为" + next_interval.to_text() + "s");
+    log_only(LogLevel::info,
+             [&] { return "取选手和管理后台智能体决策间隔最大值：决策间隔为" + next_interval.to_text() + "s"; });
     game->update_step_interval(next_interval);
 
     const double start = seams_.clock->now();
@@ -43,7 +45,7 @@ std::optional<BatResult> Deduction::game_run_round(std::optional<std::int64_t> /
     const double data_time = seams_.clock->now() - start;
     process_step_situation(update);
     const double update_time = seams_.clock->now() - start - data_time;
-    if (is_timing_due(decisions)) {
+    if (logger != nullptr && is_timing_due(decisions)) {
       const double total = seams_.clock->now() - start;
       log_only(LogLevel::info, timing_line({"get data", decisions, total, data_time, update_time}, step_times));
     }
@@ -57,7 +59,7 @@ std::shared_ptr<RuleAgentBase> Deduction::scheduled_player() const {
 }
 
 std::optional<BatResult> Deduction::end_round(Agent& agent) {
-  log_only(LogLevel::info, fmt::sprintf("当前推演时间:%ds, 推演结束", whole_number(time_elapsed)));
+  log_only(LogLevel::info, [&] { return fmt::sprintf("当前推演时间:%ds, 推演结束", whole_number(time_elapsed)); });
   std::string error_side;
   guarded([&] { agent.deduction_end(); },
           [&](const std::exception_ptr& error) {
@@ -72,7 +74,7 @@ std::optional<BatResult> Deduction::end_round(Agent& agent) {
 
 Value Deduction::decision_interval_of(Agent& agent, const Value& client_interval) const {
   const Value own = agent.agent_decision_time();
-  log_only(LogLevel::info, "选手配置控制决策间隔：决策间隔为" + own.to_text() + "s");
+  log_only(LogLevel::info, [&] { return "选手配置控制决策间隔：决策间隔为" + own.to_text() + "s"; });
   return own.as_real() > client_interval.as_real() ? own : client_interval;
 }
 

@@ -45,11 +45,11 @@ void Deduction::check_situation() {
       const Dict& record = contact.as_dict();
       const bool has_type = record.contains(names::kType);
       if (has_type && record.contains(names::kLon)) continue;
-      const Value* name = record.find("Name");
-      log_only(LogLevel::error, fmt::sprintf(has_type ? "side:%s, contact id:%s name:%s no Lon!"
-                                                      : "side:%s, contact id:%s name:%s no Type!",
-                                             player->get_attribute("Side").to_text(), contact_id.to_text(),
-                                             name != nullptr ? name->to_text() : "no-name"));
+      log_only(LogLevel::error, [&, &own = *player, &id = contact_id] {
+        const Value* name = record.find("Name");
+        return fmt::sprintf("side:%s, contact id:%s name:%s no %s!", own.get_attribute("Side").to_text(), id.to_text(),
+                            name != nullptr ? name->to_text() : "no-name", has_type ? "Lon" : "Type");
+      });
     }
   }
 }

@@ -85,9 +85,11 @@ void Deduction::merge_units(std::string_view side_name, SideView& view, cf::Adop
       if (adopt == cf::Adopt::shared) info = Value();
     } else if (crt_delete_units.contains(unit_id.to_text())) {
       const Dict& record = entry_dict(unit_id, info);
-      const std::string first_key = record.empty() ? "No" : (*record.begin()).key.to_text();
-      log_only(LogLevel::info, fmt::sprintf("更新态势出错！推演中在推演方-%s-单元-%s删除后又有信息-%s-收到!", side_name,
-                                            unit_id.to_text(), first_key));
+      log_only(LogLevel::info, [&] {
+        const std::string first_key = record.empty() ? "No" : (*record.begin()).key.to_text();
+        return fmt::sprintf("更新态势出错！推演中在推演方-%s-单元-%s删除后又有信息-%s-收到!", side_name,
+                            unit_id.to_text(), first_key);
+      });
     } else {
       merge_new_unit(side_name, unit_id, cf::adopted(info, adopt));
     }
@@ -149,7 +151,7 @@ std::optional<std::int64_t> Deduction::message_type(const Value& raw_type, std::
   if (!raw_type.is_string()) return raw_type.as_integer();
   try {
     const std::int64_t type = raw_type.to_integer();
-    log_only(LogLevel::info, fmt::sprintf("side %s receive: msg_type:%d to int", side_name, type));
+    log_only(LogLevel::info, [&] { return fmt::sprintf("side %s receive: msg_type:%d to int", side_name, type); });
     return type;
   } catch (const ConversionError& error) {
     log_or_print(LogLevel::error, fmt::sprintf("事件类型转换整数出错, side %s receive: msg_type:%s, error:%s",
