@@ -34,6 +34,9 @@ class Dice {
  public:
   explicit Dice(std::uint64_t seed) : seed_(seed) {}
 
+  /// A number of this episode's own for a key.
+  std::uint64_t number(std::uint64_t key) const { return mixed(seed_ ^ mixed(key)); }
+
   /// True with this chance, 0 to 1. `about`: keys of the units concerned, and what else tells the question from others.
   bool happens(double chance, Luck luck, int tick, std::initializer_list<std::uint64_t> about) const {
     return uniform(hash(luck, tick, about)) < chance;

@@ -56,7 +56,7 @@ void move_unit(World& world, std::size_t index) {
 }  // namespace
 
 void move_units(World& world) {
-  for (std::size_t index = 0; index < world.units.size(); ++index) move_unit(world, index);
+  for (const std::size_t index : world.by_key) move_unit(world, index);
 }
 
 void land(World& world, Unit& unit) {

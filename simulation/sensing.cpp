@@ -106,7 +106,8 @@ bool has_in_reach(const World& world, std::size_t side, const Unit& target) {
 }
 
 void use_sensors(World& world) {
-  for (const Unit& unit : world.units) {
+  for (const std::size_t index : world.by_key) {
+    const Unit& unit = world.units[index];
     if (!unit.alive || unit.at_base) continue;
     const auto& sensors = unit.platform->sensors;
     for (std::size_t place = 0; place < sensors.size(); ++place) {

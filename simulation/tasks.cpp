@@ -25,7 +25,8 @@ void find_refuge(World& world, Unit& unit) {
   if (unit.base == kNobody || world.units[unit.base].alive) return;
   double nearest = std::numeric_limits<double>::infinity();
   std::size_t refuge = kNobody;
-  for (const Unit& other : world.units) {
+  for (const std::size_t index : world.by_key) {
+    const Unit& other = world.units[index];
     if (other.side != unit.side || other.base == kNobody || !world.units[other.base].alive) continue;
     if (other.platform->kind != unit.platform->kind) continue;
     const double distance = distance_between(unit.motion.place, world.units[other.base].motion.place);
@@ -132,7 +133,8 @@ void decide(World& world, Unit& unit) {
 }  // namespace
 
 void decide_tasks(World& world) {
-  for (Unit& unit : world.units) {
+  for (const std::size_t index : world.by_key) {
+    Unit& unit = world.units[index];
     if (unit.alive && is_turn_of(unit, world.now, kDecisionSeconds)) decide(world, unit);
   }
 }

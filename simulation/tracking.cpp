@@ -10,7 +10,7 @@ namespace tessra::sim {
 namespace {
 
 constexpr double kDegree = std::numbers::pi / 180;
-constexpr double kDrift = 20;      // m/s by which the place of a contact becomes uncertain while nobody looks
+constexpr double kDrift = 3;       // m/s by which the place of a contact becomes uncertain while nobody looks
 constexpr double kFirstSpan = 10;  // seconds over which a first look observes motion
 
 /// What is drawn for one look: a deviation for each thing that is measured.

@@ -50,7 +50,8 @@ struct AttackOrder {
 struct Unit {
   std::string id;       ///< as records and orders name it: opaque, so that it tells other sides nothing
   std::string file_id;  ///< as the scenario file names it
-  std::uint64_t key;    ///< its own number, hashed from scenario and unit: luck and turns go by it, never by the index
+  std::uint64_t key;    ///< its own number, hashed from scenario and unit: luck goes by it, never by the index
+  std::uint64_t phase;  ///< hashed from key and seed: who looks and decides first differs from episode to episode
   std::string name;
   std::size_t side;
   const Platform* platform;
@@ -114,7 +115,7 @@ double top_speed(const Unit& unit);
 /// Whether it is the unit's turn at this tick, when it has one every so many seconds. Units have theirs at different
 /// seconds, so that no second has all the work.
 inline bool is_turn_of(const Unit& unit, int tick, int every) {
-  return (static_cast<std::uint64_t>(tick) + unit.key % 86'400) % static_cast<std::uint64_t>(every) == 0;
+  return (static_cast<std::uint64_t>(tick) + unit.phase % 86'400) % static_cast<std::uint64_t>(every) == 0;
 }
 
 /// Sets a new course; no waypoints means none.

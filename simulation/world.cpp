@@ -18,9 +18,10 @@ namespace {
 /// Ids are opaque to other sides and the same in every episode; files and names stay readable.
 std::string opaque_id(std::string_view kind, std::uint64_t key) { return fmt::format("{}-{:016x}", kind, key); }
 
-Unit make_unit(const Scenario& scenario, const UnitSetup& setup, std::size_t side) {
+Unit make_unit(const World& world, const UnitSetup& setup, std::size_t side) {
   Unit unit;
-  unit.key = text_key(scenario.id, setup.id);
+  unit.key = text_key(world.scenario->id, setup.id);
+  unit.phase = world.dice.number(unit.key);
   unit.id = opaque_id("unit", unit.key);
   unit.file_id = setup.id;
   unit.name = setup.name;
@@ -45,7 +46,7 @@ std::size_t index_of(const World& world, std::string_view file_id) {
 }
 
 void add_units(World& world, std::size_t side, const SideSetup& setup) {
-  for (const UnitSetup& unit : setup.units) world.units.push_back(make_unit(*world.scenario, unit, side));
+  for (const UnitSetup& unit : setup.units) world.units.push_back(make_unit(world, unit, side));
   for (const UnitSetup& unit_setup : setup.units) {
     if (unit_setup.base.empty()) continue;
     Unit& unit = world.units[index_of(world, unit_setup.id)];

@@ -72,7 +72,8 @@ struct World {
   std::size_t beaten = kNobody;  ///< the side whose loss ended the episode
   std::vector<SideState> sides;
   std::vector<Unit> units;  ///< in the scenario's order; destroyed ones stay, not alive
-  /// Indices of the units by their keys: the order of whatever reaches from one side to another.
+  /// Indices of the units by their keys. Everything happens in this order, so that what a side does, and with it what
+  /// others see of it, does not depend on the order of the file.
   std::vector<std::size_t> by_key;
   std::vector<Shot> shots;
   std::vector<Group> groups;

@@ -29,7 +29,7 @@ TEST(Services, embedded_failures_are_those_the_engine_expects) {
   EXPECT_EQ(service->load_scenario("no such scenario"), Value(false));
   service->net_sdk().delete_scen(1, "skirmish");
   EXPECT_TRUE(service->load_scenario("skirmish").is_true()) << "deleting never touches a file";
-  service->add_command("SetRadar({SIDE='红方', UNIT='blue-fighter-1', ON=true})");
+  service->add_command("SetRadar({SIDE='红方', UNIT='somebody', ON=true})");
   const Value refused = service->do_package_command();
   EXPECT_EQ(refused.as_dict().at("message"), Value("Error"));
   EXPECT_THAT(refused.as_dict().at("resbin").to_text(), ::testing::StartsWith("1: SetRadar("));
@@ -131,12 +131,17 @@ TEST_F(Episode, a_learner_executes_the_hosts_records) {
       .set("RL_agents", json("{'红方': {'enemy': '蓝方', 'agents': {'learner': {'class': 'learner'}}}}"));
   Deduction engine(config, seams.seams());
   ASSERT_EQ(engine.reset(1), 1);
-  engine.step(json("{'red-frigate-1': {'_agent_type_': 'learner', 'order': 'move', 'lon': 149.0, 'lat': 19.5}}"));
+  const Element& frigate = *engine.players.at("红方")->units_of_name.at("Red frigate");
+  const auto action = [&](const std::string& order) {
+    return Dict{
+        {frigate.guid(), json("{'_agent_type_': 'learner', 'lon': 149.0, 'lat': 19.5, 'order': '" + order + "'}")}};
+  };
+  engine.step(action("move"));
   engine.step(Dict());
-  const auto course = engine.elements.at("red-frigate-1")->get_attribute("Course");
+  const auto course = frigate.attributes().at("Course");
   ASSERT_EQ(course.as_list().size(), 1u);
   EXPECT_EQ(course.as_list().at(0), Value(json("{'Lon': 149.0, 'Lat': 19.5}")));
-  EXPECT_THROW(engine.step(json("{'red-frigate-1': {'_agent_type_': 'learner', 'order': 'dance'}}")), Error);
+  EXPECT_THROW(engine.step(action("dance")), Error);
 }
 
 }  // namespace

@@ -123,7 +123,7 @@ TEST_F(Client, the_other_side_is_played_by_its_missions) {
   client().on_decision = [&](std::int64_t) {
     for (const auto& [id, contact] : engine().players.at("红方")->get_dict("Contacts")) {
       const Dict& record = contact.as_dict();
-      seen_moving |= record.get("ActualUnitID").is_text("blue-fighter-1") && record.at_real("Lon") != 150.3;
+      seen_moving |= record.get("Type") == Value(1) && record.at_real("Lon") < 150.25;  // it begins at 150.3
     }
   };
   engine().normal_simulate();

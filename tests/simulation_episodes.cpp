@@ -93,12 +93,12 @@ TEST(Episodes, losses_cost_a_unit_s_value_and_go_to_who_did_it) {
 }
 
 TEST(Episodes, aircraft_at_a_lost_base_are_lost_with_it) {
+  List bombers;
+  for (const char* id : {"1", "2", "3", "4", "5", "6", "7", "8"}) {
+    bombers.push_back(unit_json(id, "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}));
+  }
   Simulation simulation =
-      play(scenario_json({unit_json("bomber", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}),
-                          unit_json("bomber-2", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}),
-                          unit_json("bomber-3", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}),
-                          unit_json("bomber-4", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}}),
-                          unit_json("bomber-5", "Strike aircraft", 20.3, 150, {{"radar", true}, {"control", "free"}})},
+      play(scenario_json(bombers,
                          {unit_json("base", "Air base", 20, 150),
                           unit_json("jet", "Fighter", 20, 150, {{"base", "base"}, {"at_base", true}})},
                          1000),

@@ -44,7 +44,7 @@ constexpr Trial kTrials[] = {
 
 /// What the agent may be told by a scheduling client, and change its mind about.
 Dict late_settings() {
-  return {{"units", List{"red-fighter-1"}}, {"targets", List{"blue-base"}}, {"decision_interval", 60}};
+  return {{"units", List{"Red fighter 1"}}, {"targets", List{"Blue base"}}, {"decision_interval", 60}};
 }
 
 /// Replaces the end of the program: the check goes on.

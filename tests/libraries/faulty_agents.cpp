@@ -1,6 +1,7 @@
 // Agents that each do one thing wrong.
 
 #include <chrono>
+#include <set>
 #include <thread>
 
 #include "Tessra/base/error.h"
@@ -63,11 +64,17 @@ struct Careless : Faulty {
 /// Orders the enemy's unit, and its own after it was lost.
 struct Mutinous : Faulty {
   using Faulty::Faulty;
-  void step(double, const Situation&) override {
-    for (const char* unit : {"blue-fighter-1", "red-doomed-1"}) {
+  void step(double, const Situation& situation) override {
+    for (const auto& [id, aircraft] : situation.aircrafts()) units_.insert(std::string(id));
+    for (const auto& [id, contact] : situation.contacts()) {
+      if (contact.as_dict().contains("ActualUnitID")) units_.emplace(contact.as_dict().at_text("ActualUnitID"));
+    }
+    for (const std::string& unit : units_) {
       _game_server->add_command("SetSpeed({SIDE='" + side + "', UNIT='" + unit + "', SPEED=200})");
     }
   }
+
+  std::set<std::string> units_;
 };
 
 struct Slow : Faulty {
