@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <random>
 
 #include "simulation_fixture.h"
@@ -14,22 +15,32 @@ using Orders = std::function<void(Simulation&, int advance)>;
 
 const Orders kNoOrders = [](Simulation&, int) {};
 
-/// The side's part of all records of an episode, or of its beginning.
-std::string seen_by(const std::string& side, const Dict& scenario, std::uint64_t seed, int advances,
-                    const Orders& orders = kNoOrders) {
+/// Each side's part of all records of an episode, or of its beginning.
+using Seen = std::map<std::string, std::string>;
+
+Seen seen_by_all(const Dict& scenario, std::uint64_t seed, int advances, const Orders& orders = kNoOrders) {
   Simulation simulation = play(scenario, 60, seed);
-  const auto part = [&](const Dict& record) {
+  Seen seen;
+  const auto note = [&](const Dict& record) {
     const Dict* situation = record.find_dict("Situation");
     const Dict* sides = situation != nullptr ? situation->find_dict("SituationSides") : nullptr;
-    return (sides != nullptr ? write_json(sides->get(side)) : "") + "\n";
+    for (const SideState& side : simulation.world().sides) {
+      const std::string& id = side.setup->id;
+      seen[id] += (sides != nullptr ? write_json(sides->get(id)) : "") + "\n";
+    }
   };
-  std::string text = part(simulation.initial_situation());
+  note(simulation.initial_situation());
   for (int advance = 0; advance < advances && !simulation.ended(); ++advance) {
     orders(simulation, advance);
     simulation.advance();
-    text += part(simulation.step_situation());
+    note(simulation.step_situation());
   }
-  return text;
+  return seen;
+}
+
+std::string seen_by(const std::string& side, const Dict& scenario, std::uint64_t seed, int advances,
+                    const Orders& orders = kNoOrders) {
+  return seen_by_all(scenario, seed, advances, orders).at(side);
 }
 
 Dict side_of(const Dict& scenario, const std::string& id) {
@@ -184,7 +195,7 @@ TEST(Fog, the_far_war_is_fought) {
 }
 
 TEST(Fog, the_strait_tells_neither_the_others_order_nor_wars_elsewhere) {
-  constexpr int kAdvances = 20;
+  constexpr int kAdvances = 14;
   Dict strait = read_json_file(kScenarios / "strait.json").as_dict();
   strait.set("platforms", List{(kScenarios / "platforms/common.json").string()});
   const auto changed = [&](const std::string& observer) {
@@ -202,10 +213,10 @@ TEST(Fog, the_strait_tells_neither_the_others_order_nor_wars_elsewhere) {
     drop_units(scenario, "blue", "blue-");
     return scenario;
   };
-  for (const char* observer : {"side-1", "side-2", "side-3"}) {
-    const Dict other = changed(observer);
-    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
-      EXPECT_TRUE(seen_by(observer, strait, seed, kAdvances) == seen_by(observer, other, seed, kAdvances))
+  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+    const Seen as_it_is = seen_by_all(strait, seed, kAdvances);
+    for (const char* observer : {"side-1", "side-2", "side-3"}) {
+      EXPECT_TRUE(seen_by(observer, changed(observer), seed, kAdvances) == as_it_is.at(observer))
           << observer << ", " << seed;
     }
   }
