@@ -30,6 +30,18 @@ std::set<std::int64_t> contact_types_in_reach(GameUnit& unit) {
   return types;
 }
 
+/// What tells targets apart: the unit behind a contact, since a side may hold a friend's contact on it beside its own.
+std::string target_key(std::string_view contact_id, const Dict& contact) {
+  const Value unit = contact.get("ActualUnitID");
+  return unit.truthy() ? unit.to_text() : std::string(contact_id);
+}
+
+std::string target_key(std::string_view contact_id, const Situation& situation) {
+  const Dict contacts = situation.contacts();
+  const Dict* contact = contacts.find_dict(contact_id);
+  return contact != nullptr ? target_key(contact_id, *contact) : std::string(contact_id);
+}
+
 /// Whether the contact is, or may be, an enemy whose place is known.
 bool is_target(const Dict& contact, const Situation& situation) {
   constexpr double kOldest = 300;  // seconds since it was last seen
@@ -74,7 +86,7 @@ void FireControl::engage(const Situation& situation) {
   std::vector<std::pair<GameUnit*, const Role*>> free_units;
   for_each_unit(situation, [&](GameUnit& unit) {
     const Dict targets = target_list(unit);
-    for (auto [contact_id, order] : targets) ++assigned_[contact_id.to_text()];
+    for (auto [contact_id, order] : targets) ++assigned_[target_key(contact_id.to_text(), situation)];
     const Role* role = role_of(unit);
     const bool allowed = settings_.allows_unit(unit.guid(), unit.attributes().get("Name"));
     if (role != nullptr && targets.empty() && allowed) free_units.emplace_back(&unit, role);
@@ -92,7 +104,7 @@ void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation&
   double best_distance = std::numeric_limits<double>::infinity();
   for (auto [contact_id, record] : situation.contacts()) {
     const Dict& contact = record.as_dict();
-    if (!is_target(contact, situation) || assigned_[contact_id.to_text()] >= shooters_) continue;
+    if (!is_target(contact, situation) || assigned_[target_key(contact_id.to_text(), contact)] >= shooters_) continue;
     if (!settings_.allows_target(contact_id.to_text(), contact)) continue;
     if (attempts_[{std::string(unit.guid()), contact_id.to_text()}] >= kMostAttempts) continue;
     const std::int64_t type = contact.at("Type").to_integer();
@@ -109,7 +121,7 @@ void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation&
   if (best.empty()) return;
   unit.attack(best);
   ++attempts_[{std::string(unit.guid()), best}];
-  ++assigned_[best];
+  ++assigned_[target_key(best, situation)];
 }
 
 }  // namespace tessra

@@ -46,7 +46,7 @@ class FireControl {
   std::vector<Role> roles_;
   int shooters_;
   ClientSettings settings_;
-  std::map<std::string, int, std::less<>> assigned_;             // contact id → units on it, of this decision
+  std::map<std::string, int, std::less<>> assigned_;             // unit behind a contact → units on it, of this decision
   std::map<std::pair<std::string, std::string>, int> attempts_;  // unit and contact → orders given
 };
 

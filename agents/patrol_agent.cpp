@@ -61,10 +61,13 @@ void PatrolAgent::initial(const Situation& situation) {
   const GeoPoint threat = threat_of(situation);
   const GeoPoint out{home.lon + (threat.lon - home.lon) / 3, home.lat + (threat.lat - home.lat) / 3};
   constexpr double kHalfWidth = 0.3;  // degrees
-  const GeoPoint zone[] = {{out.lon - kHalfWidth, out.lat - kHalfWidth},
-                           {out.lon - kHalfWidth, out.lat + kHalfWidth},
-                           {out.lon + kHalfWidth, out.lat + kHalfWidth},
-                           {out.lon + kHalfWidth, out.lat - kHalfWidth}};
+  // From the corner nearest to home on: nobody begins on the enemy's side of it.
+  const double east = threat.lon < home.lon ? -kHalfWidth : kHalfWidth;
+  const double north = threat.lat < home.lat ? -kHalfWidth : kHalfWidth;
+  const GeoPoint zone[] = {{out.lon - east, out.lat - north},
+                           {out.lon - east, out.lat + north},
+                           {out.lon + east, out.lat + north},
+                           {out.lon + east, out.lat - north}};
   PatrolMission::order_new(*_game_server, side, kBarrier, zone);
   for (const auto& [id, element] : situation.aircrafts()) {
     auto& unit = dynamic_cast<GameUnit&>(*element);
