@@ -13,7 +13,7 @@ namespace {
 
 Value read_file(const std::filesystem::path& path) {
   try {
-    return read_json_file(path);
+    return read_strict_json_file(path);
   } catch (const Error& error) {
     throw ScenarioError(error.what());
   }

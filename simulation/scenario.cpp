@@ -21,6 +21,7 @@ class ScenarioReader {
     file_.allow_only({"id", "title", "start", "duration", "visibility", "platforms", "sides", "agents"});
     read_head(path.parent_path());
     gather_ids();
+    check_agents();
     for (const CheckedJson& json : file_.list("sides")) scenario_->sides.push_back(read_side(json));
     if (scenario_->sides.empty()) file_.fail("sides: a scenario needs sides");
   }
@@ -50,6 +51,14 @@ class ScenarioReader {
       }
       for (const CheckedJson& group : side.list("groups")) add_id(group, all_ids_);
       for (const CheckedJson& mission : side.list("missions")) add_id(mission, all_ids_);
+    }
+  }
+
+  /// Who plays the scenario is its host's matter; that there are such sides and classes to look for is checked here.
+  void check_agents() const {
+    for (const auto& [side, agents] : file_.entries("agents")) {
+      if (!side_names_.contains(side)) agents.fail("the scenario has no such side");
+      for (const auto& [name, agent] : file_.at("agents").entries(side)) agent.text("class");
     }
   }
 

@@ -77,6 +77,7 @@ TEST(JsonRead, ReportsEveryFaultWithItsPlace) {
       {"[\"\xc3\xa9\xff\"]", "UTF-8", 4, 1, 5},
       {"[\"\xed\xa0\x80\"]", "UTF-8", 2, 1, 3},
       {"[\"\xe2\x82\"]", "UTF-8", 2, 1, 3},
+      {"\xef\xbb\xbf{}", "byte order mark", 0, 1, 1},
   };
   for (const Fault& fault : faults) {
     try {
@@ -297,6 +298,10 @@ TEST(JsonFile, IsWrittenWholeAndItsFaultsNameThePath) {
   EXPECT_THAT([&] { read_json_file(path); },
               ::testing::ThrowsMessage<JsonError>(
                   ::testing::AllOf(::testing::StartsWith(path.string()), ::testing::EndsWith("at line 2, column 1"))));
+  std::ofstream(path, std::ios::trunc) << "[{\"a\": 1, \"b\": {\"a\": 2}},\n {\"a\": 1, \"c\": 2, \"\\u0061\": 3}]";
+  EXPECT_EQ(read_json_file(path).as_list().at(1).to_text(), "{'a': 3, 'c': 2}");
+  EXPECT_THAT([&] { read_strict_json_file(path); },
+              ::testing::ThrowsMessage<JsonError>(path.string() + ": the key 'a' stands twice at line 2, column 18"));
   std::ofstream(path, std::ios::trunc).close();
   EXPECT_THROW(read_json_file(path), JsonError);
   for (const auto& unreadable : {folder, folder / "missing.json"}) {

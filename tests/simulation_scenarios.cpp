@@ -1,3 +1,7 @@
+#include <gmock/gmock.h>
+
+#include <fstream>
+
 #include "simulation_fixture.h"
 
 namespace tessra::sim {
@@ -48,6 +52,11 @@ TEST_F(ScenarioMistake, references_must_lead_somewhere) {
   unit_at(json_, 0, 0).erase("base");
   side(1).set("postures", Dict{{"green", 1}});
   EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].postures.green: is no other side");
+  side(1).erase("postures");
+  json_.set("agents", Dict{{"green", Dict{{"x", Dict{{"class", "idle"}}}}}});
+  EXPECT_EQ(mistake_in(json_), "broken.json: agents.green: the scenario has no such side");
+  json_.set("agents", Dict{{side(0).at("name"), Dict{{"x", Dict{{"clas", "idle"}}}}}});
+  EXPECT_THAT(mistake_in(json_), ::testing::EndsWith(".x.class: is missing"));
 }
 
 TEST_F(ScenarioMistake, ids_are_used_once_and_kept_apart_from_made_ones) {
@@ -75,6 +84,10 @@ TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
   } catch (const ScenarioError& error) {
     EXPECT_STREQ(error.what(), "bad.json: platforms.Raft.kind: 'raft' is not known here");
   }
+  std::ofstream(folder.path() / "bad.json") << R"({"platforms": {}, "sensors": {}, "platforms": {}})";
+  EXPECT_THAT([&] { Simulation::load(folder.write("broken.json", json_)); },
+              ::testing::ThrowsMessage<ScenarioError>(
+                  ::testing::EndsWith("bad.json: the key 'platforms' stands twice at line 1, column 34")));
   EXPECT_THROW(Simulation::load(folder.path() / "absent.json"), ScenarioError);
 }
 

@@ -3,6 +3,7 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "Tessra/base/json_read.h"
@@ -59,11 +60,13 @@ std::size_t first_pass_fault(std::string_view text, simdjson::error_code error) 
   }
 }
 
+enum class Keys { any, distinct };
+
 /// Walks a text that has the parser's padding behind it, value by value, and throws at the first fault.
 class FaultFinder {
  public:
-  FaultFinder(std::string_view text, ondemand::document& document, std::size_t max_depth)
-      : text_(text), document_(document), max_depth_(max_depth) {}
+  FaultFinder(std::string_view text, ondemand::document& document, std::size_t max_depth, Keys keys)
+      : text_(text), document_(document), max_depth_(max_depth), keys_(keys) {}
 
   void walk() {
     walk_any(document_, 0);
@@ -100,11 +103,15 @@ class FaultFinder {
   }
 
   void walk_dict(ondemand::object object, std::size_t depth) {
+    std::set<std::string> met;
     for (auto entry : object) {
       ondemand::field field = checked(std::move(entry));
-      const char* const key_begin = field.key().raw();
+      const std::size_t begin = field.key().raw() - text_.data() - 1;
       std::string_view key;
-      if (field.unescaped_key().get(key) != simdjson::SUCCESS) fail_text(key_begin - text_.data() - 1);
+      if (field.unescaped_key().get(key) != simdjson::SUCCESS) fail_text(begin);
+      if (keys_ == Keys::distinct && !met.emplace(key).second) {
+        fail_at(text_, begin, "the key '" + std::string(key) + "' stands twice");
+      }
       walk_any(field.value(), depth);
     }
   }
@@ -163,7 +170,17 @@ class FaultFinder {
   std::string_view text_;
   ondemand::document& document_;
   std::size_t max_depth_;
+  Keys keys_;
 };
+
+void walk(std::string_view text, std::size_t max_depth, Keys keys) {
+  const simdjson::padded_string padded(text);
+  ondemand::parser parser;
+  ondemand::document document;
+  const auto error = parser.iterate(padded).get(document);
+  if (error != simdjson::SUCCESS) fail_at(text, first_pass_fault(text, error), simdjson::error_message(error));
+  FaultFinder(padded, document, max_depth, keys).walk();
+}
 
 }  // namespace
 
@@ -175,13 +192,11 @@ void fail_at(std::string_view text, std::size_t offset, const std::string& what)
 }
 
 void report_json_fault(std::string_view text, std::size_t max_depth) {
-  const simdjson::padded_string padded(text);
-  ondemand::parser parser;
-  ondemand::document document;
-  const auto error = parser.iterate(padded).get(document);
-  if (error != simdjson::SUCCESS) fail_at(text, first_pass_fault(text, error), simdjson::error_message(error));
-  FaultFinder(padded, document, max_depth).walk();
+  if (text.starts_with("\xEF\xBB\xBF")) fail_at(text, 0, "the text begins with a byte order mark");
+  walk(text, max_depth, Keys::any);
   fail_at(text, 0, "a value beyond the limits");
 }
+
+void require_distinct_keys(std::string_view text, std::size_t max_depth) { walk(text, max_depth, Keys::distinct); }
 
 }  // namespace tessra

@@ -13,4 +13,7 @@ namespace tessra {
 /// places.
 [[noreturn]] void report_json_fault(std::string_view text, std::size_t max_depth);
 
+/// Throws `JsonError` for the first key of a faultless text that stands twice in its dictionary.
+void require_distinct_keys(std::string_view text, std::size_t max_depth);
+
 }  // namespace tessra

@@ -56,19 +56,35 @@ Value JsonReader::read(std::string_view text) {
 
 Value read_json(std::string_view text) { return JsonReader().read(text); }
 
-Value read_json_file(const std::filesystem::path& path) {
+namespace {
+
+/// Reads a file with `read`; what is wrong with its text names the file.
+template <class Read>
+Value read_file(const std::filesystem::path& path, Read&& read) {
   std::ifstream file(path, std::ios::binary);
   file.peek();  // a folder opens like a file and fails only when read
   if (!file.is_open() || file.bad()) throw Error("cannot read " + path.string());
   std::stringstream text;
   text << file.rdbuf();
   try {
-    return read_json(text.view());
+    return read(text.view());
   } catch (const JsonError& error) {
     const std::string what = error.what();
     const std::string place = with_place("", error.place);
     throw JsonError(path.string() + ": " + what.substr(0, what.size() - place.size()), error.place);
   }
+}
+
+}  // namespace
+
+Value read_json_file(const std::filesystem::path& path) { return read_file(path, read_json); }
+
+Value read_strict_json_file(const std::filesystem::path& path) {
+  return read_file(path, [](std::string_view text) {
+    Value value = read_json(text);
+    require_distinct_keys(text, JsonLimits().max_depth);
+    return value;
+  });
 }
 
 }  // namespace tessra

@@ -56,4 +56,8 @@ Value read_json(std::string_view text);
 /// Reads a file. Throws `JsonError` with the path in its message, or `Error` when the file cannot be read.
 Value read_json_file(const std::filesystem::path& path);
 
+/// Reads a file that people write: a key that stands twice in a dictionary is a fault as well, since one of its values
+/// would be lost.
+Value read_strict_json_file(const std::filesystem::path& path);
+
 }  // namespace tessra
