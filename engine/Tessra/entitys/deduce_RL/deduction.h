@@ -187,6 +187,9 @@ class Deduction : public Settings, public EpisodeState {
   /// Takes the record's live and position parts apart.
   SideView get_side_initial_situation(std::string_view side_name, const Dict& side_info,
                                       bool need_save_initial = false);
+  /// The sides the configuration plays of which the initial situation had nothing, in player order. Their agents see
+  /// an empty side, and a result that needs their score fails: worth a look after every `reset`.
+  std::vector<std::string> unreported_sides() const;
   /// Gives every player the table of the others.
   void set_all_side_data();
 

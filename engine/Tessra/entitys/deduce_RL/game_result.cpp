@@ -55,22 +55,25 @@ struct Scores {
   Value blue;
 };
 
-Value total_score(RuleAgentBase& player) { return player.get_attribute("TotalScore"); }
+Value total_score(std::string_view side, RuleAgentBase& player) {
+  if (player.has_attribute("TotalScore")) return player.get_attribute("TotalScore");
+  throw KeyError("side '" + std::string(side) + "' has no attribute 'TotalScore': the service has reported none");
+}
 
 Scores player_scores(const OrderedMap<std::shared_ptr<RuleAgentBase>>& players, const Dict& agent_names) {
   Scores scores;
   for (const auto& [side, player] : players) {
     if (side == kRedSide) {
-      scores.red = total_score(*player);
+      scores.red = total_score(side, *player);
     } else if (side == kBlueSide) {
-      scores.blue = total_score(*player);
+      scores.blue = total_score(side, *player);
     }
   }
   if (scores.red.is_none() != scores.blue.is_none()) {
     const std::string_view known = scores.red.is_none() ? kBlueSide : kRedSide;
     Value& missing = scores.red.is_none() ? scores.red : scores.blue;
     for (const auto& [side, player] : players) {
-      if (side != known) missing = total_score(*player);
+      if (side != known) missing = total_score(side, *player);
     }
     return scores;
   }
@@ -78,8 +81,8 @@ Scores player_scores(const OrderedMap<std::shared_ptr<RuleAgentBase>>& players, 
   for (auto [side, name] : agent_names) {
     if (!scores.red.is_none() && !scores.blue.is_none()) break;
     if (const auto* player = players.find(side.to_text())) {
-      if (position == 0) scores.red = total_score(**player);
-      if (position == 1) scores.blue = total_score(**player);
+      if (position == 0) scores.red = total_score(side.to_text(), **player);
+      if (position == 1) scores.blue = total_score(side.to_text(), **player);
     }
     ++position;
   }

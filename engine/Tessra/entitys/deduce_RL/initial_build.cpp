@@ -1,5 +1,7 @@
 #include <fmt/printf.h>
 
+#include <algorithm>
+
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
@@ -173,6 +175,17 @@ void Deduction::build_scenario(const Dict& situation_data, Dict& scen, const Dic
   if (situation_data.non_empty("Events")) scen.update(situation_data.at_dict("Events"));
   // Read here: what was merged into the scenario may have brought another one.
   create_element(cf::text_of(scen.at("ScenarioID")), scen, ElementType::Scenario);
+}
+
+std::vector<std::string> Deduction::unreported_sides() const {
+  std::vector<std::string> sides;
+  for (const auto& [side, player] : players) {
+    const bool is_reported = std::any_of(side_id2name.begin(), side_id2name.end(), [&, &own = player](const auto& it) {
+      return element_of(it.key) == own.get();
+    });
+    if (!is_reported) sides.emplace_back(side);
+  }
+  return sides;
 }
 
 void Deduction::set_all_side_data() {

@@ -27,8 +27,10 @@ GameServer::Factory find_backend(const std::string& scheme) {
   Backends& table = backends();
   const std::lock_guard lock(table.mutex);
   const auto found = table.factories.find(scheme);
-  if (found == table.factories.end()) throw Error("no service backend for the scheme '" + scheme + "' of server.url");
-  return found->second;
+  if (found != table.factories.end()) return found->second;
+  std::string known;
+  for (const auto& [other, factory] : table.factories) known += (known.empty() ? "" : ", ") + other;
+  throw Error("no service backend for the scheme '" + scheme + "' of server.url; there are: " + known);
 }
 
 }  // namespace
@@ -37,6 +39,14 @@ void GameServer::register_backend(std::string scheme, Factory factory) {
   Backends& table = backends();
   const std::lock_guard lock(table.mutex);
   table.factories.insert_or_assign(std::move(scheme), std::move(factory));
+}
+
+std::vector<std::string> GameServer::schemes() {
+  Backends& table = backends();
+  const std::lock_guard lock(table.mutex);
+  std::vector<std::string> names;
+  for (const auto& [scheme, factory] : table.factories) names.push_back(scheme);
+  return names;
 }
 
 std::shared_ptr<GameServer> GameServer::create(const Dict& section) {

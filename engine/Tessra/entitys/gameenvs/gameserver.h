@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Tessra/base/stop_event.h"
 #include "Tessra/base/value.h"
@@ -47,6 +48,8 @@ class GameServer {
   using Factory = std::function<std::shared_ptr<GameServer>(const Dict& section, std::string_view address)>;
   /// Adds or replaces the backend of a scheme. Safe from any thread.
   static void register_backend(std::string scheme, Factory factory);
+  /// The schemes that have a backend, sorted. Safe from any thread.
+  static std::vector<std::string> schemes();
 
   virtual ~GameServer() = default;
   GameServer(const GameServer&) = delete;
