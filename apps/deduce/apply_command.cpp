@@ -23,7 +23,8 @@ Dict apply_configuration(const ApplyOptions& options) {
   }
   for (const char* key : {"simulate", "server"}) child_section(config, key);
   if (config.find_dict("player") == nullptr) throw InputError(options.config + ": 'player' is missing");
-  checked_scenario(config, config);
+  checked_scenario(config, config, options.config);
+  check_recording(config.at_dict("server"));
   if (options.seed) config.at_dict("server").set("seed", *options.seed);
   if (!options.agents.empty()) config.at_dict("player").set("agent_path", agent_library_path(options.agents));
   return config;

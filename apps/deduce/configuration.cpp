@@ -7,6 +7,7 @@
 #include "Tessra/entitys/gameenvs/data_directory.h"
 #include "Tessra/entitys/gameenvs/embedded_server.h"
 #include "apps/deduce/configuration_checks.h"
+#include "apps/deduce/configuration_values.h"
 #include "apps/deduce/exit_status.h"
 
 namespace tessra::app {
@@ -17,10 +18,12 @@ Dict read_object(const std::filesystem::path& file) {
   if (std::filesystem::is_directory(file)) throw InputError("not a file: " + file.string());
   if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + file.string());
   try {
-    Value value = read_json_file(file);
+    Value value = read_strict_json_file(file);
     if (!value.is_dict()) throw InputError(file.string() + ": a JSON object is required");
     return value.as_dict();
-  } catch (const JsonError& error) {
+  } catch (const InputError&) {
+    throw;
+  } catch (const Error& error) {
     throw InputError(error.what());
   }
 }
@@ -57,6 +60,16 @@ void choose_agents(Dict config, const Dict& scenario) {
   }
 }
 
+/// What in a folder tells of a recording; empty when nothing does.
+std::string recorded_part(const std::filesystem::path& folder) {
+  std::error_code unreadable;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
+    std::string name = entry.path().filename().string();
+    if (name == "config.json" || name == "initial.json" || name.starts_with("episode-")) return name;
+  }
+  return "";
+}
+
 void add_agent_library(Dict config, const std::string& file) {
   List files{agent_library_path(file)};
   if (const Value* named = config.find("agent_libraries")) files.extend(named->as_list());
@@ -65,7 +78,23 @@ void add_agent_library(Dict config, const std::string& file) {
 
 }  // namespace
 
-Dict read_configuration(const std::filesystem::path& file) { return read_object(file); }
+Dict read_configuration(const std::filesystem::path& file) {
+  Dict config = read_object(file);
+  check_values(config, file.string());
+  return config;
+}
+
+void check_recording(const Dict& server) {
+  if (!server.contains("record")) return;
+  const std::filesystem::path folder = server.at("record").to_text();
+  if (folder.empty()) throw InputError("cannot record: no folder is named");
+  if (std::filesystem::exists(folder) && !std::filesystem::is_directory(folder)) {
+    throw InputError("cannot record: not a folder: " + folder.string());
+  }
+  if (const std::string part = recorded_part(folder); !part.empty()) {
+    throw InputError("cannot record: " + folder.string() + " holds another recording (" + part + ")");
+  }
+}
 
 Dict child_section(Dict parent, std::string_view key) {
   if (!parent.contains(key)) parent.set(key, Dict());
@@ -81,7 +110,7 @@ Dict engine_section(Dict config) {
   return section;
 }
 
-std::optional<Dict> checked_scenario(const Dict& config, const Dict& section) {
+std::optional<Dict> checked_scenario(const Dict& config, const Dict& section, const std::string& config_file) {
   const auto folder = scenario_folder(section.at_dict("server"));
   if (!folder) return std::nullopt;
   const Dict simulate = section.at_dict("simulate");
@@ -97,7 +126,7 @@ std::optional<Dict> checked_scenario(const Dict& config, const Dict& section) {
     throw InputError(error.what());
   }
   const Dict scenario = read_object(file);
-  check_sides(config, scenario);
+  check_sides(config, scenario, config_file);
   return scenario;
 }
 
@@ -118,8 +147,9 @@ Dict run_configuration(const RunOptions& options) {
   if (options.episodes) simulate.set("episodes", *options.episodes);
   if (!options.record.empty()) server.set("record", options.record);
   if (!options.agents.empty()) add_agent_library(config, options.agents);
+  check_recording(server);
   choose_scenario(options, simulate, server);
-  if (const auto scenario = checked_scenario(config, section)) choose_agents(config, *scenario);
+  if (const auto scenario = checked_scenario(config, section, options.config)) choose_agents(config, *scenario);
   return config;
 }
 

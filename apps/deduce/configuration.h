@@ -27,8 +27,11 @@ struct RunOptions {
 /// `InputError`.
 Dict run_configuration(const RunOptions& options);
 
-/// Reads a configuration file. Throws `InputError`.
+/// Reads a configuration file and checks its values. Throws `InputError`.
 Dict read_configuration(const std::filesystem::path& file);
+
+/// Throws `InputError` when `server.record` names no folder, or one that holds a recording: two must not be mixed.
+void check_recording(const Dict& server);
 
 /// The engine section of a standard-mode configuration, with `simulate` and `server` in it. Throws `InputError`.
 Dict engine_section(Dict config);
@@ -37,8 +40,9 @@ Dict engine_section(Dict config);
 Dict child_section(Dict parent, std::string_view key);
 
 /// The scenario file that a configuration plays, read and checked with the sides of its agents; none when its service
-/// is not the embedded one. Throws `InputError` for a scenario that is not there or has a mistake, naming the place.
-std::optional<Dict> checked_scenario(const Dict& config, const Dict& section);
+/// is not the embedded one. Throws `InputError` for a scenario that is not there or has a mistake, naming the place;
+/// `config_file` is what a mistake of the configuration names.
+std::optional<Dict> checked_scenario(const Dict& config, const Dict& section, const std::string& config_file);
 
 /// The absolute path of an agent library given on the command line. Throws `InputError` when there is no such file.
 std::string agent_library_path(const std::string& file);

@@ -6,7 +6,8 @@
 #include <numeric>
 #include <string_view>
 
-#include "Tessra/entitys/deduce_RL/settings.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "apps/deduce/configuration_keys.h"
 #include "apps/deduce/exit_status.h"
 
 namespace tessra::app {
@@ -14,16 +15,6 @@ namespace tessra::app {
 namespace {
 
 using Keys = std::vector<std::string_view>;
-
-const Keys kConfiguration = {"game_server", "rule_config", "agent_map", "agent_libraries", "is_ai_apply"};
-const Keys kSection = {"simulate", "server", "RL_agents", "logger", "agents_side"};
-const Keys kPlayer = {"agent_name", "player_side", "agent_id", "agent_path", "decision_time"};
-
-Keys simulate_names() {
-  Keys names;
-  for (const SimulateKey& entry : simulate_keys()) names.push_back(entry.key);
-  return names;
-}
 
 std::size_t edit_distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
@@ -74,41 +65,60 @@ void warn_of_nobody(const Dict& config, std::vector<std::string>& lines) {
 std::vector<std::string> configuration_warnings(const Dict& config) {
   std::vector<std::string> lines;
   const bool scheduled = config.non_empty("is_ai_apply");
-  Keys top = kConfiguration;
-  if (scheduled) {
-    top.insert(top.end(), kSection.begin(), kSection.end());
-    top.emplace_back("player");
-  }
+  Keys top = key_names(KeyPart::top);
+  const Keys of_section = key_names(KeyPart::section);
+  if (scheduled) top.insert(top.end(), of_section.begin(), of_section.end());
   warn_of_unknown(&config, "", top, lines);
   const Dict* section = scheduled ? &config : config.find_dict("game_server");
-  if (!scheduled) warn_of_unknown(section, "game_server.", kSection, lines);
-  if (section != nullptr) warn_of_unknown(section->find_dict("simulate"), "simulate.", simulate_names(), lines);
+  if (section == nullptr) return lines;
+  if (!scheduled) warn_of_unknown(section, "game_server.", of_section, lines);
+  warn_of_unknown(section->find_dict("simulate"), "simulate.", key_names(KeyPart::simulate), lines);
+  warn_of_unknown(section->find_dict("server"), "server.", key_names(KeyPart::server), lines);
+  if (const Dict* sides = section->find_dict("RL_agents")) {
+    for (auto [side, entry] : *sides) {
+      warn_of_unknown(entry.if_dict(), "RL_agents." + side.to_text() + ".", key_names(KeyPart::learning_side), lines);
+    }
+  }
   if (scheduled) {
-    warn_of_unknown(config.find_dict("player"), "player.", kPlayer, lines);
+    warn_of_unknown(config.find_dict("player"), "player.", key_names(KeyPart::player), lines);
     warn_of_nobody(config, lines);
   }
   return lines;
 }
 
-void check_sides(const Dict& config, const Dict& scenario) {
+void check_sides(const Dict& config, const Dict& scenario, const std::string& file) {
   Keys sides;
-  std::string listed;
-  for (const Value& side : scenario.at_list("sides")) {
-    sides.push_back(side.as_dict().at_text("name"));
-    listed += (listed.empty() ? "" : ", ") + std::string(sides.back());
-  }
-  const auto require = [&](const Value& side) {
+  for (const Value& side : scenario.at_list("sides")) sides.push_back(side.as_dict().at_text("name"));
+  const auto require = [&](const Value& side, const std::string& key) {
     if (std::ranges::find(sides, side.to_text()) != sides.end()) return;
-    throw InputError("the scenario has no side '" + side.to_text() + "'; there are: " + listed);
+    throw InputError(fmt::format("{}: {}: the scenario has no side '{}'; there are: {}", file, key, side.to_text(),
+                                 fmt::join(sides, ", ")));
   };
-  const Dict* section = config.non_empty("is_ai_apply") ? &config : config.find_dict("game_server");
-  for (const Dict* agents :
-       {config.find_dict("rule_config"), section != nullptr ? section->find_dict("RL_agents") : nullptr}) {
-    if (agents == nullptr) continue;
-    for (auto [side, entry] : *agents) require(side);
+  const bool scheduled = config.non_empty("is_ai_apply");
+  const Dict* section = scheduled ? &config : config.find_dict("game_server");
+  const std::string place = scheduled ? "" : "game_server.";
+  if (const Dict* agents = config.find_dict("rule_config")) {
+    for (auto [side, entry] : *agents) require(side, "rule_config." + side.to_text());
   }
-  const Dict* player = config.find_dict("player");
-  if (player != nullptr && player->contains("player_side")) require(player->at("player_side"));
+  if (const Dict* learners = section != nullptr ? section->find_dict("RL_agents") : nullptr) {
+    for (auto [side, entry] : *learners) {
+      const std::string key = place + "RL_agents." + side.to_text();
+      require(side, key);
+      const Value enemy = entry.as_dict().get("enemy");
+      if (enemy.truthy()) require(enemy, key + ".enemy");
+    }
+  }
+  const Dict* player = scheduled ? config.find_dict("player") : nullptr;
+  if (player != nullptr && player->contains("player_side")) require(player->at("player_side"), "player.player_side");
+}
+
+void check_reported_sides(const Deduction& engine) {
+  const std::vector<std::string> unknown = engine.unreported_sides();
+  if (unknown.empty()) return;
+  std::string known;
+  for (auto [side_id, name] : engine.side_id2name) known += (known.empty() ? "" : ", ") + name.to_text();
+  throw InputError(fmt::format("the service has no side '{}', which the configuration plays; it has: {}",
+                               fmt::join(unknown, "', '"), known));
 }
 
 }  // namespace tessra::app
