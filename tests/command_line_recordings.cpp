@@ -1,4 +1,6 @@
-// Recording and replaying on the command line.
+// Recording and replaying from the command line.
+
+#include <fmt/format.h>
 
 #include "Tessra/base/json_write.h"
 #include "support/command_line_fixture.h"
@@ -6,7 +8,19 @@
 namespace tessra::testing {
 namespace {
 
-TEST_F(CommandLine, recordings_replay_and_dump) {
+class Recordings : public CommandLine {
+ protected:
+  std::string episode(const std::string& file = "") const { return path("rec/episode-000001/" + file); }
+  /// Replays, and expects one line that says this.
+  void expect_refused(const std::string& arguments, int status, const std::string& says) {
+    const Output output = run("replay " + arguments);
+    EXPECT_EQ(output.status, status) << output.err;
+    EXPECT_THAT(output.err, HasSubstr(says));
+    EXPECT_EQ(std::count(output.err.begin(), output.err.end(), '\n'), 1) << output.err;
+  }
+};
+
+TEST_F(Recordings, replay_and_dump) {
   ASSERT_EQ(run("run --scenario skirmish --quiet --record " + path("rec")).status, 0);
   const Output output = run("replay " + path("rec") + " --dump " + path("dump.json"));
   EXPECT_EQ(output.status, 0) << output.err;
@@ -20,12 +34,48 @@ TEST_F(CommandLine, recordings_replay_and_dump) {
   EXPECT_TRUE(last.at("error").is_none());
   EXPECT_TRUE(last.at_dict("engine").at("deduce_is_end").is_true());
   EXPECT_THAT(write_json(last.at("elements")), HasSubstr("\"Name\":\"Red base\""));
+}
 
-  // A recording that was broken off ends with its last file.
-  std::filesystem::remove(path("rec/episode-000001/update-000003.json"));
-  const Output broken_off = run("replay " + path("rec"));
-  EXPECT_EQ(broken_off.status, 0) << broken_off.err;
-  EXPECT_THAT(broken_off.out, HasSubstr("2 updates played"));
+TEST_F(Recordings, what_is_damaged_is_told_in_a_line) {
+  ASSERT_EQ(run("run --scenario skirmish --quiet --record " + path("rec")).status, 0);
+  std::filesystem::rename(episode("update-000003.json"), path("third"));
+  const Output gap = run("replay " + path("rec") + " --dump " + path("dump.json"));
+  EXPECT_EQ(gap.out.substr(0, gap.out.find(',')), "2 updates played") << "what comes before is played";
+  EXPECT_EQ(read_json_file(path("dump.json")).as_list().size(), 3u);
+  expect_refused(path("rec"), 1, "update-000003.json is missing, update-000004.json is there");
+  for (const char* record : {"[]", "5", "null", "{\"Situation\""}) {
+    std::ofstream(episode("update-000003.json")) << record;
+    expect_refused(path("rec"), 1, "update-000003.json: ");
+  }
+  std::filesystem::rename(path("third"), episode("update-000003.json"));
+  for (int number = 5; std::filesystem::remove(episode(fmt::format("update-{:06}.json", number))); ++number) continue;
+  expect_refused(path("rec"), 1, "the recording breaks off: there is no update-000005.json");
+  std::ofstream(episode("initial.json")) << R"({"ScenarioInfo": {"Time": 0}, "Situation": {"SituationSides": {}}})";
+  expect_refused(path("rec"), 1, "initial.json: the episode does not start (reset answers -4): ");
+}
+
+TEST_F(Recordings, an_episode_is_chosen_and_a_folder_is_used_once) {
+  ASSERT_EQ(run("run --scenario skirmish --quiet --episodes 2 --record " + path("rec")).status, 0);
+  expect_refused(path("rec"), 2, "holds several episodes: 1, 2; choose one with --episode");
+  expect_refused(path("rec") + " --episode 3", 2, "has no episode 3; there are: 1, 2");
+  expect_refused(path("none"), 2, "no recording");
+  EXPECT_EQ(run("replay --episode 2 " + path("rec")).status, 0);
+
+  for (const std::string& used : {path("rec"), episode()}) {
+    const Output again = run("run --scenario skirmish --record " + used);
+    EXPECT_EQ(again.status, 2);
+    EXPECT_THAT(again.err, HasSubstr("holds another recording"));
+    EXPECT_THAT(again.out, IsEmpty());
+  }
+  EXPECT_EQ(run("run --scenario skirmish --record " + write("file", "")).status, 2);
+}
+
+TEST_F(Recordings, a_full_disk_names_the_file) {
+  // No file may grow beyond 4 KiB, which a situation does.
+  const Output output =
+      shell("trap '' XFSZ; ulimit -f 4; " TESSRA_DEDUCE " run --scenario skirmish --quiet --record " + path("rec"));
+  EXPECT_EQ(output.status, 1);
+  EXPECT_THAT(output.err, HasSubstr("cannot write " + episode("initial.json") + ": File too large\n"));
 }
 
 }  // namespace

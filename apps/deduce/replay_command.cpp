@@ -4,6 +4,8 @@
 #include <spdlog/logger.h>
 #include <spdlog/sinks/base_sink.h>
 
+#include <algorithm>
+#include <charconv>
 #include <fstream>
 #include <mutex>
 
@@ -35,6 +37,14 @@ class ReplayLearner : public Agent {
 class Collector : public spdlog::sinks::base_sink<std::mutex> {
  public:
   List take() { return std::exchange(messages_, List()); }
+  /// The last message of level error; empty when there is none.
+  std::string last_error() const {
+    std::string text;
+    for (const Value& message : messages_) {
+      if (message.as_dict().at("level").is_text("error")) text = message.as_dict().at_text("text");
+    }
+    return text;
+  }
 
  protected:
   void sink_it_(const spdlog::details::log_msg& message) override {
@@ -52,13 +62,37 @@ void set_classes(Dict agents, const Value& agent_class) {
   for (auto [name, entry] : agents) entry.as_dict().set("class", agent_class);
 }
 
+/// The numbers of the episodes below a folder, sorted.
+std::vector<std::int64_t> episodes_below(const std::filesystem::path& folder) {
+  constexpr std::string_view kPrefix = "episode-";
+  std::vector<std::int64_t> numbers;
+  std::error_code unreadable;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
+    const std::string name = entry.path().filename().string();
+    if (!name.starts_with(kPrefix) || !std::filesystem::is_regular_file(entry.path() / "initial.json")) continue;
+    std::int64_t number = 0;
+    const auto [end, error] = std::from_chars(name.data() + kPrefix.size(), name.data() + name.size(), number);
+    if (error == std::errc() && end == name.data() + name.size()) numbers.push_back(number);
+  }
+  std::ranges::sort(numbers);
+  return numbers;
+}
+
 /// The folder with the records: the one given, or an episode below it.
 std::filesystem::path episode_folder(const ReplayOptions& options) {
-  std::filesystem::path folder = options.folder;
+  const std::filesystem::path folder = options.folder;
   if (std::filesystem::is_regular_file(folder / "initial.json")) return folder;
-  std::filesystem::path below = folder / fmt::format("episode-{:06}", options.episode);
-  if (std::filesystem::is_regular_file(below / "initial.json")) return below;
-  throw InputError("no initial.json in " + folder.string() + " or " + below.string());
+  const std::vector<std::int64_t> episodes = episodes_below(folder);
+  if (episodes.empty()) throw InputError("no recording: no initial.json in " + folder.string() + " or below");
+  const std::string listed = fmt::format("{}", fmt::join(episodes, ", "));
+  if (!options.episode && episodes.size() > 1) {
+    throw InputError(folder.string() + " holds several episodes: " + listed + "; choose one with --episode");
+  }
+  const std::int64_t episode = options.episode.value_or(episodes.front());
+  if (std::ranges::find(episodes, episode) == episodes.end()) {
+    throw InputError(fmt::format("{} has no episode {}; there are: {}", folder.string(), episode, listed));
+  }
+  return folder / fmt::format("episode-{:06}", episode);
 }
 
 Dict replay_configuration(const std::filesystem::path& folder) {
@@ -97,20 +131,11 @@ class Replay {
   }
 
   int play() {
-    Value returned;
-    bool goes_on = attempt(
-        "initial",
-        [&] {
-          const int code = engine_->reset(1);
-          returned = code;
-          return code == 1;
-        },
-        returned);
-    for (int number = 1; goes_on; ++number) {
-      const std::filesystem::path file = recorded_update(folder_, number);
-      if (!std::filesystem::is_regular_file(file)) break;
-      goes_on = attempt(
-          file.stem().string(), [&] { return step(returned); }, returned);
+    bool goes_on = attempt("initial", [&](Value& returned) { return start(returned); });
+    int number = 1;
+    for (; goes_on && std::filesystem::is_regular_file(recorded_update(folder_, number)); ++number) {
+      goes_on =
+          attempt(recorded_update(folder_, number).stem().string(), [&](Value& returned) { return step(returned); });
     }
     if (dump_.is_open()) {
       dump_ << "\n]\n";
@@ -118,36 +143,75 @@ class Replay {
       if (!dump_) throw Error("the dump could not be written");
     }
     fmt::print("{} updates played, {} elements\n", updates_, engine_->elements.size());
+    if (goes_on) report_break(number);
     return failed_ ? kFailed : kPlayed;
   }
 
  private:
+  /// The episode's start; false when the initial situation cannot be played.
+  bool start(Value& returned) {
+    const int code = engine_->reset(1);
+    returned = code;
+    if (code == 1) return true;
+    const std::string message = messages_->last_error();
+    report("initial.json", fmt::format("the episode does not start (reset answers {}){}{}", code,
+                                       message.empty() ? "" : ": ", message));
+    return false;
+  }
+
   /// One step; false when it was the last.
   bool step(Value& returned) {
     const StepOutcome outcome = engine_->step(Dict());
+    ++updates_;
     if (const auto* result = std::get_if<BatResult>(&outcome)) {
       returned = result_dict(*result);
-      ++updates_;
       return false;
     }
     if (std::holds_alternative<int>(outcome)) returned = 1;
-    ++updates_;
     return true;
   }
 
+  /// Plays a record and writes its entry; false when nothing comes after it.
   template <class Work>
-  bool attempt(const std::string& record, Work&& work, Value& returned) {
-    returned = Value();
+  bool attempt(const std::string& record, Work&& work) {
+    Value returned;
     Value error;
     bool goes_on = false;
-    guarded([&] { goes_on = work(); },
+    guarded([&] { goes_on = work(returned); },
             [&](const std::exception_ptr& thrown) {
               error = error_text(thrown);
-              fmt::print(stderr, "error: {}: {}\n", record, trace_text(thrown));
-              failed_ = true;
+              report(record, error.to_text());
             });
     write_entry(record, returned, error);
     return goes_on;
+  }
+
+  /// There is no update of this number, though the episode has not ended.
+  void report_break(int number) {
+    const std::filesystem::path missing = recorded_update(folder_, number).filename();
+    const std::vector<std::string> later = updates_after(number);
+    report(folder_.string(), later.empty()
+                                 ? fmt::format("the recording breaks off: there is no {}, and no record "
+                                               "before it ends the episode",
+                                               missing.string())
+                                 : fmt::format("{} is missing, {} is there", missing.string(), later.front()));
+  }
+
+  /// The files of updates beyond a number, sorted.
+  std::vector<std::string> updates_after(int number) const {
+    std::vector<std::string> names;
+    const std::string missing = recorded_update(folder_, number).filename().string();
+    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+      std::string name = entry.path().filename().string();
+      if (name.starts_with("update-") && name.ends_with(".json") && name > missing) names.push_back(std::move(name));
+    }
+    std::ranges::sort(names);
+    return names;
+  }
+
+  void report(const std::string& place, const std::string& what) {
+    fmt::print(stderr, "error: {}: {}\n", place, what);
+    failed_ = true;
   }
 
   void write_entry(const std::string& record, const Value& returned, const Value& error) {

@@ -1,8 +1,10 @@
 #include "Tessra/base/json_write.h"
 
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <fstream>
+#include <system_error>
 #include <utility>
 
 #include "Tessra/base/json_read.h"
@@ -142,10 +144,11 @@ void write_json_file(const std::filesystem::path& path, const Value& value, Json
   std::filesystem::path partial = path;
   partial += ".partial";
   {
+    const std::string text = write_json(value, style);
     std::ofstream file(partial, std::ios::binary | std::ios::trunc);
-    file << write_json(value, style) << '\n';
+    file << text << '\n';
     file.flush();
-    if (!file) throw Error("cannot write " + path.string());
+    if (!file) throw Error("cannot write " + path.string() + ": " + std::generic_category().message(errno));
   }
   std::error_code failed;
   std::filesystem::rename(partial, path, failed);

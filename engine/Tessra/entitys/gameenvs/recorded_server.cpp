@@ -10,6 +10,15 @@ namespace tessra {
 
 namespace {
 
+/// A file of a recording, which holds an object whatever it is for.
+Value read_record(const std::filesystem::path& file) {
+  Value record = read_json_file(file);
+  if (!record.is_dict()) {
+    throw Error(fmt::format("{}: a record must be an object, is a {}", file.string(), kind_name(record.kind())));
+  }
+  return record;
+}
+
 class RecordedServer : public GameServer, private NetSdk, private ConnReq {
  public:
   explicit RecordedServer(std::filesystem::path folder) : folder_(std::move(folder)) {}
@@ -22,9 +31,9 @@ class RecordedServer : public GameServer, private NetSdk, private ConnReq {
   }
   Value get_scenarios() override { return List(); }
   Value load_scenario(const Value& /*name*/) override { return true; }
-  Value set_data_receive() override { return read_json_file(folder_ / "sides.json"); }
+  Value set_data_receive() override { return read_record(folder_ / "sides.json"); }
   void request_full_situation() override {}
-  Value get_init_situation() override { return read_json_file(folder_ / "initial.json"); }
+  Value get_init_situation() override { return read_record(folder_ / "initial.json"); }
 
   void add_command(std::string /*text*/) override {}
   bool need_do_package_command() override { return false; }
@@ -36,7 +45,7 @@ class RecordedServer : public GameServer, private NetSdk, private ConnReq {
     const std::filesystem::path file = recorded_update(folder_, updates_played_ + 1);
     if (!std::filesystem::is_regular_file(file)) throw Error("the recording breaks off: no " + file.string());
     ++updates_played_;
-    return read_json_file(file);
+    return read_record(file);
   }
   void simulate_end() override {}
   void update_simulate_timestamp(std::int64_t /*milliseconds*/) override {}
@@ -70,7 +79,9 @@ class Recorder : public ForwardingServer {
     if (!situation.truthy()) return situation;
     ++episode_;
     updates_ = 0;
-    std::filesystem::create_directories(episode_folder());
+    std::error_code failed;
+    std::filesystem::create_directories(episode_folder(), failed);
+    if (failed) throw Error("cannot write " + episode_folder().string() + ": " + failed.message());
     write_json_file(episode_folder() / "sides.json", sides_);
     write_json_file(episode_folder() / "initial.json", situation);
     return situation;
