@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "agents/sample_agents.h"
+#include "apps/deduce/agents_command.h"
 #include "apps/deduce/apply_command.h"
 #include "apps/deduce/check_command.h"
 #include "apps/deduce/exit_status.h"
@@ -81,6 +82,10 @@ int dispatch(int argc, char** argv) {
 
   CLI::App* scenarios_command = app.add_subcommand("scenarios", "List the shipped scenarios");
 
+  std::string agents_library;
+  CLI::App* agents_command = app.add_subcommand("agents", "List the agent classes a configuration can name");
+  agents_command->add_option("--agents", agents_library, "Agent library (.so) whose classes are listed, too");
+
   check_command_name(app, argc, argv);
   try {
     app.parse(argc, argv);
@@ -93,6 +98,7 @@ int dispatch(int argc, char** argv) {
   if (check_command->parsed()) return check_agent(check);
   if (results_command->parsed()) return list_results(results_json);
   if (scenarios_command->parsed()) return list_scenarios();
+  if (agents_command->parsed()) return list_agents(agents_library);
   return kWrongInput;
 }
 

@@ -4,18 +4,55 @@
 
 #include "Tessra/base/json_read.h"
 #include "Tessra/entitys/gameenvs/data_directory.h"
-#include "Tessra/entitys/gameenvs/gameserver.h"
+#include "Tessra/entitys/gameenvs/embedded_server.h"
 #include "apps/deduce/exit_status.h"
+#include "apps/deduce/results.h"
 
 namespace tessra::app {
 
-int list_scenarios() {
-  const auto service = GameServer::create(Dict{{"server", Dict()}});
-  for (const Value& name : service->get_scenarios().as_list()) {
-    const Value file = read_json_file(data_directory() / "scenarios" / (name.to_text() + ".json"));
-    fmt::print("{:<14} {}\n", name.to_text(), file.as_dict().get("title").to_text());
+namespace {
+
+/// The side's agents as its scenario file suggests them; empty for none.
+std::string agents_text(const Dict& scenario, const Value& side) {
+  const Dict* sides = scenario.find_dict("agents");
+  const Dict* agents = sides != nullptr ? sides->find_dict(side) : nullptr;
+  std::string text;
+  if (agents == nullptr) return text;
+  for (auto [name, entry] : *agents) {
+    text += fmt::format("{}{} ({})", text.empty() ? ", played by " : ", ", name.to_text(),
+                        entry.as_dict().at("class").to_text());
   }
-  return kPlayed;
+  return text;
+}
+
+void show(const std::string& name, const Dict& scenario) {
+  fmt::print("{:<14} {}, {}\n", name, scenario.at_text("title"), clock_text(scenario.at("duration").as_real()));
+  for (const Value& side : scenario.at_list("sides")) {
+    const List* units = side.as_dict().find_list("units");
+    const std::size_t count = units != nullptr ? units->size() : 0;
+    fmt::print("{:<14}   {}: {} unit{}{}\n", "", side.as_dict().at_text("name"), count, count == 1 ? "" : "s",
+               agents_text(scenario, side.as_dict().at("name")));
+  }
+}
+
+}  // namespace
+
+int list_scenarios() {
+  const std::filesystem::path folder = data_directory() / "scenarios";
+  const auto service = make_embedded_server(Dict{{"server", Dict()}}, folder.string());
+  int status = kPlayed;
+  for (const Value& name : service->get_scenarios().as_list()) {
+    const std::filesystem::path file = folder / (name.to_text() + ".json");
+    try {
+      check_scenario(file);
+    } catch (const Error& error) {
+      fmt::print(stderr, "error: {}\n", error.what());
+      status = kWrongInput;
+      continue;
+    }
+    show(name.to_text(), read_json_file(file).as_dict());
+  }
+  return status;
 }
 
 }  // namespace tessra::app

@@ -16,11 +16,12 @@ namespace tessra {
 /// Stands for a class of agents: its name, whether it learns, and how one is built.
 class AgentClass {
  public:
-  /// Describes the class `T`.
+  /// Describes the class `T`. `description` tells users in a line what its agents do.
   template <std::derived_from<Agent> T>
-  static std::shared_ptr<AgentClass> of(std::string name) {
+  static std::shared_ptr<AgentClass> of(std::string name, std::string description = "") {
     auto result = std::make_shared<AgentClass>();
     result->name_ = std::move(name);
+    result->description_ = std::move(description);
     if constexpr (requires { T::is_learn; }) result->is_learn_ = static_cast<bool>(T::is_learn);
     if constexpr (std::constructible_from<T, const AgentConf&>) {
       result->from_conf_ = [](const AgentConf& conf) { return std::make_shared<T>(conf); };
@@ -38,6 +39,8 @@ class AgentClass {
                                                   std::function<std::shared_ptr<Agent>(std::string side)> make);
 
   const std::string& name() const { return name_; }
+  /// May be empty.
+  const std::string& description() const { return description_; }
   bool is_learn() const { return is_learn_; }
   /// Whether one of its constructors takes a side.
   bool is_built_from_side() const { return from_side_ != nullptr; }
@@ -49,6 +52,7 @@ class AgentClass {
 
  private:
   std::string name_;
+  std::string description_;
   bool is_learn_ = false;
   std::function<std::shared_ptr<Agent>(const AgentConf&)> from_conf_;
   std::function<std::shared_ptr<Agent>(std::string)> from_side_;
@@ -69,8 +73,8 @@ class AgentRegistry {
   /// Adds or replaces the class of this name.
   void add(std::shared_ptr<AgentClass> agent_class);
   template <std::derived_from<Agent> T>
-  void add(std::string name) {
-    add(AgentClass::of<T>(std::move(name)));
+  void add(std::string name, std::string description = "") {
+    add(AgentClass::of<T>(std::move(name), std::move(description)));
   }
 
   /// Throws `UnknownAgentClass`.

@@ -8,7 +8,7 @@ namespace tessra {
 
 /// The number of the interface between programs and agent libraries. It grows with every change after which a library
 /// must be built anew: of `Agent`, of what agents are given, of the value tree.
-constexpr int kAgentInterface = 1;
+constexpr int kAgentInterface = 2;
 
 /// An agent library cannot be used; the text names the file and the reason.
 class AgentLibraryError : public Error {
