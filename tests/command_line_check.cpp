@@ -1,4 +1,4 @@
-// `check-agent` as its user meets it.
+// Checking agents from the command line.
 
 #include "support/command_line_fixture.h"
 
@@ -17,6 +17,21 @@ TEST_F(CommandLine, check_agent_says_in_plain_words_what_is_wrong) {
       {"mutinous", "- orders a unit that is not its own or no longer there: 'unit-"},
       {"slow", "- `step` takes longer than 0.01 s\n"},
       {"forgetful", "it keeps state over `reset`\n"},
+      {"reads-the-truth",
+       "- `step` calls `get_init_situation` of the service client: it reads the truth of all sides\n"},
+      {"takes-the-update", "- `step` calls `get_step_situation` of the service client: it takes the engine's update"},
+      {"ends-the-episode", "- `step` calls `simulate_end` of the service client: it ends the episode"},
+      {"looks-behind", "- `step` calls `inner` of the service client"},
+      {"orders-the-enemy", "- gives orders for side '蓝方', which is not its own\n"},
+      {"scores-itself", "- `update_constant_attribute` writes its own side's score (TotalScore)\n"},
+      // These end the process that checks.
+      {"exits", "- `step` ends the program, with status "},
+      {"exits-at-once", "- `step` ends the program, with status 0\n"},
+      {"ends-its-thread", "- the agent, after `step`, ends the program"},
+      {"crashes", "- `step` crashes: Aborted\n"},
+      {"never-returns", "- `step` does not return: it was given up after 0.5 s\n  in an ordinary episode"},
+      {"wavers", "  found at 0:00:00: `initial` throws"},
+      {"wavers", "- `step` crashes: "},
   };
   for (const auto& given : cases) {
     const Output output = run("check-agent --limit 0.01 --class " + given.agent_class + library());

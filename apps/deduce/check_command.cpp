@@ -5,6 +5,7 @@
 #include <spdlog/sinks/null_sink.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
 
 #include "Tessra/base/guard.h"
@@ -17,7 +18,7 @@
 #include "apps/deduce/checking_service.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
-#include "apps/deduce/results.h"
+#include "apps/deduce/watched_check.h"
 
 namespace tessra::app {
 
@@ -55,9 +56,8 @@ class CarryOn : public ProgramExit {
 
 class Check {
  public:
-  explicit Check(const CheckOptions& options)
-      : limit_(options.limit),
-        log_folder_(std::filesystem::temp_directory_path() / fmt::format("tessra-check-{}", ::getpid())) {
+  Check(const CheckOptions& options, std::filesystem::path log_folder, CheckProgress& progress)
+      : limit_(options.limit), log_folder_(std::move(log_folder)), progress_(progress) {
     try {
       if (!options.agents.empty()) load_agent_library(agent_library_path(options.agents));
       agent_class_ = AgentRegistry::instance().get(options.agent_class);
@@ -72,14 +72,15 @@ class Check {
     }
     GameServer::register_backend("checking", [this](const Dict& section, std::string_view) {
       const std::filesystem::path folder = data_directory() / "scenarios" / trial_->folder;
-      return service_ =
-                 std::make_shared<CheckingService>(make_embedded_server(section, folder.string()), std::string(kSideId),
-                                                   std::string(kSide), findings_, trial_->unnamed_contact);
+      return service_ = std::make_shared<CheckingService>(
+                 make_embedded_server(section, folder.string()),
+                 CheckingService::Watched{.side_id = std::string(kSideId),
+                                          .side_name = std::string(kSide),
+                                          .findings = &findings_,
+                                          .progress = &progress_,
+                                          .unnamed_contact = trial_->unnamed_contact});
     });
   }
-  ~Check() { std::filesystem::remove_all(log_folder_); }
-  Check(const Check&) = delete;
-  Check& operator=(const Check&) = delete;
 
   Findings run() {
     for (const Trial& trial : kTrials) {
@@ -99,7 +100,9 @@ class Check {
  private:
   void enter(const std::string& situation, const char* mode) {
     fmt::print("playing {}, {}\n", situation, mode);
+    std::fflush(stdout);
     findings_.enter(fmt::format("{}, {}", situation, mode));
+    progress_.enter(fmt::format("{}, {}", situation, mode));
   }
 
   /// Two episodes each; the second must not depend on the agent's having played the first.
@@ -170,7 +173,7 @@ class Check {
   Dict simulate() const { return {{"scenario", trial_->scenario}, {"decision_interval", 30}}; }
 
   Dict agents(bool fresh_each_episode) {
-    const AgentWatch watch{agent_class_, &findings_, limit_, fresh_each_episode};
+    const AgentWatch watch{agent_class_, &findings_, &progress_, limit_, fresh_each_episode};
     const Value checked(AgentClass::from_factory(
         "checked", [watch](std::string side) { return std::make_shared<CheckedAgent>(std::move(side), watch); }));
     return {{kSide, Dict{{"checked", Dict{{"class", checked}}}}}};
@@ -187,31 +190,27 @@ class Check {
 
   double limit_;
   std::filesystem::path log_folder_;
+  CheckProgress& progress_;
   std::shared_ptr<AgentClass> agent_class_;
   Findings findings_;
   const Trial* trial_ = kTrials;
   std::shared_ptr<CheckingService> service_;
 };
 
-void print(const Findings& findings) {
-  if (findings.all().empty()) {
-    fmt::print("\nnothing to say against it\n");
-    return;
-  }
-  fmt::print("\n{} finding{}:\n", findings.all().size(), findings.all().size() == 1 ? "" : "s");
-  for (const Findings::Finding& finding : findings.all()) {
-    fmt::print("- {}\n  {} time{}, first in {}, at {}\n", finding.text, finding.times, finding.times == 1 ? "" : "s",
-               finding.situation, clock_text(finding.time_elapsed));
-    if (!finding.example.empty()) fmt::print("  for example {}\n", finding.example);
-  }
-}
-
 }  // namespace
 
 int check_agent(const CheckOptions& options) {
-  const Findings findings = Check(options).run();
-  print(findings);
-  return findings.all().empty() ? kPlayed : kFailed;
+  const std::filesystem::path log_folder =
+      std::filesystem::temp_directory_path() / fmt::format("tessra-check-{}", ::getpid());
+  CheckProgress progress;
+  const int status = run_watched(progress, options.limit, [&] {
+    const Findings findings = Check(options, log_folder, progress).run();
+    findings.print_all();
+    progress.finish();
+    return findings.all().empty() ? kPlayed : kFailed;
+  });
+  std::filesystem::remove_all(log_folder);
+  return status;
 }
 
 }  // namespace tessra::app

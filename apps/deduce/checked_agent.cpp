@@ -4,6 +4,7 @@
 
 #include "Tessra/base/guard.h"
 #include "Tessra/base/seams.h"
+#include "Tessra/entitys/agent_base.h"
 #include "Tessra/entitys/situation.h"
 
 namespace tessra::app {
@@ -12,6 +13,7 @@ CheckedAgent::CheckedAgent(std::string side_name, AgentWatch watch)
     : Agent(std::move(side_name)), watch_(std::move(watch)), agent_(make()) {}
 
 std::shared_ptr<Agent> CheckedAgent::make() const {
+  const CheckProgress::Call call(*watch_.progress, "constructor", time_elapsed_);
   const AgentClass& agent_class = *watch_.agent_class;
   if (agent_class.is_learn()) return agent_class.make(AgentConf{1000, "torch", "", side, "RL-checked", "no"});
   return agent_class.make(side);
@@ -31,26 +33,38 @@ void CheckedAgent::call(const char* operation, const std::function<void(Agent&)>
 
   const auto clock = real_clock();
   const double start = clock->now();
-  guarded([&] { work(*agent_); },
-          [&](const std::exception_ptr& error) {
-            const std::string trace = trace_text(error);
-            watch_.findings->add(fmt::format("`{}` throws {}", operation, trace.substr(0, trace.find('\n'))),
-                                 time_elapsed_);
-          });
+  const Value score = own_score();
+  guarded(
+      [&] {
+        const CheckProgress::Call running(*watch_.progress, operation, time_elapsed_);
+        work(*agent_);
+      },
+      [&](const std::exception_ptr& error) {
+        const std::string trace = trace_text(error);
+        watch_.findings->add(fmt::format("`{}` throws {}", operation, trace.substr(0, trace.find('\n'))),
+                             time_elapsed_);
+      });
   if (clock->now() - start > watch_.limit) {
     watch_.findings->add(fmt::format("`{}` takes longer than {} s", operation, watch_.limit), time_elapsed_);
   }
+  if (own_score() == score) return;
+  watch_.findings->add(fmt::format("`{}` writes its own side's score (TotalScore)", operation), time_elapsed_);
+  player_->set_attribute("TotalScore", score);
 }
+
+Value CheckedAgent::own_score() const { return player_ != nullptr ? player_->attributes().get("TotalScore") : Value(); }
 
 void CheckedAgent::load_model() {
   call("load_model", [](Agent& agent) { agent.load_model(); });
 }
 
 void CheckedAgent::update_constant_attribute(RuleAgentBase& player) {
+  player_ = &player;
   call("update_constant_attribute", [&](Agent& agent) { agent.update_constant_attribute(player); });
 }
 
 void CheckedAgent::update_object_attribute(RuleAgentBase& player) {
+  player_ = &player;
   call("update_object_attribute", [&](Agent& agent) { agent.update_object_attribute(player); });
 }
 

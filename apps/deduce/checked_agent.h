@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "Tessra/entitys/agent_class.h"
+#include "apps/deduce/check_progress.h"
 #include "apps/deduce/findings.h"
 
 namespace tessra::app {
@@ -12,13 +13,14 @@ namespace tessra::app {
 struct AgentWatch {
   std::shared_ptr<AgentClass> agent_class;
   Findings* findings = nullptr;
+  CheckProgress* progress = nullptr;
   double limit = 1;  ///< seconds a call may take
   /// Replaces the agent at `reset` instead of calling its own, to see what a fresh one would do.
   bool fresh_each_episode = false;
 };
 
 /// Stands before an agent and passes every call on. What the agent throws becomes a finding and ends there, so that the
-/// episode goes on and shows more; so does a call that takes too long.
+/// episode goes on and shows more; so does a call that takes too long, and a score the agent writes for itself.
 class CheckedAgent : public Agent {
  public:
   CheckedAgent(std::string side_name, AgentWatch watch);
@@ -36,11 +38,13 @@ class CheckedAgent : public Agent {
 
  private:
   std::shared_ptr<Agent> make() const;
+  Value own_score() const;
   /// Hands on what the engine has set since, then calls; `work` gets the agent.
   void call(const char* operation, const std::function<void(Agent&)>& work);
 
   AgentWatch watch_;
   std::shared_ptr<Agent> agent_;
+  RuleAgentBase* player_ = nullptr;  // as last handed over; the engine's
   double time_elapsed_ = 0;
 };
 

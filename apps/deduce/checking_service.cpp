@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace tessra::app {
@@ -33,29 +34,40 @@ constexpr std::string_view kContact = "contact-unnamed";
 
 }  // namespace
 
-CheckingService::CheckingService(std::shared_ptr<GameServer> service, std::string side_id, std::string side_name,
-                                 Findings& findings, bool unnamed_contact)
-    : ForwardingServer(std::move(service)),
-      side_id_(std::move(side_id)),
-      side_name_(std::move(side_name)),
-      findings_(findings),
-      unnamed_contact_(unnamed_contact) {}
+CheckingService::CheckingService(std::shared_ptr<GameServer> service, Watched watched)
+    : ForwardingServer(std::move(service)), watched_(std::move(watched)) {}
+
+bool CheckingService::is_agents(const char* call, const char* what) {
+  const char* operation = watched_.progress->running();
+  if (operation == nullptr) return false;
+  watched_.findings->add(fmt::format("`{}` calls `{}` of the service client: {}", operation, call, what),
+                         time_elapsed());
+  return true;
+}
 
 Value CheckingService::load_scenario(const Value& name) {
+  if (is_agents("load_scenario")) return false;
   orders_.clear();
   advances_ = 0;
   return ForwardingServer::load_scenario(name);
 }
 
 void CheckingService::add_command(std::string text) {
-  if (text.find("SIDE='" + side_name_ + "'") == std::string::npos) {
-    findings_.add("gives an order that does not name its own side: " + text, time_elapsed());
+  const auto names = [&](const std::string& side) {
+    return text.find("'" + side + "'") != std::string::npos || text.find("\"" + side + "\"") != std::string::npos;
+  };
+  const auto other = std::ranges::find_if(other_sides_, names);
+  if (other != other_sides_.end()) {
+    watched_.findings->add("gives orders for side '" + *other + "', which is not its own", time_elapsed(), text);
+  } else if (text.find("SIDE='" + watched_.side_name + "'") == std::string::npos) {
+    watched_.findings->add("gives orders that do not name its own side", time_elapsed(), text);
   }
   orders_.push_back(text);
   ForwardingServer::add_command(std::move(text));
 }
 
 Value CheckingService::do_package_command() {
+  if (is_agents("do_package_command")) return Dict{{"message", "OK"}, {"resbin", ""}};
   Value answer = ForwardingServer::do_package_command();
   if (!answer.as_dict().at("message").is_text("Error")) return answer;
   std::istringstream reports{std::string(answer.as_dict().at_text("resbin"))};
@@ -69,25 +81,35 @@ void CheckingService::judge(const std::string& report) {
   const std::size_t behind_command = report.find("}): ", behind_number);
   const std::string reason = behind_command != std::string::npos ? report.substr(behind_command + 4) : report;
   if (reason.find("is no living unit of side") != std::string::npos) {
-    findings_.add("orders a unit that is not its own or no longer there: " + reason, time_elapsed());
+    watched_.findings->add("orders a unit that is not its own or no longer there: " + reason, time_elapsed());
   } else {
-    findings_.add("gives orders the service refuses: " + without_names(reason), time_elapsed(),
-                  report.substr(behind_number));
+    watched_.findings->add("gives orders the service refuses: " + without_names(reason), time_elapsed(),
+                           report.substr(behind_number));
   }
 }
 
 Value CheckingService::get_init_situation() {
+  if (is_agents("get_init_situation", "it reads the truth of all sides")) return last_record_.deep_copy();
   Value situation = ForwardingServer::get_init_situation();
-  if (const Dict* record = situation.if_dict()) {
-    start_ = record->at_dict("ScenarioInfo").at_real("StartTime");
-    time_ = record->at_dict("ScenarioInfo").at_real("Time");
-  }
+  if (const Dict* record = situation.if_dict()) learn(*record);
+  last_record_ = situation.deep_copy();
   return situation;
 }
 
+void CheckingService::learn(const Dict& record) {
+  const Dict info = record.at_dict("ScenarioInfo");
+  start_ = info.at_real("StartTime");
+  time_ = info.at_real("Time");
+  other_sides_.clear();
+  for (auto [side_id, side] : info.at_dict("SideInfo")) {
+    if (!side_id.is_text(watched_.side_id)) other_sides_.emplace_back(side.as_dict().at_text("Name"));
+  }
+}
+
 Value CheckingService::get_step_situation() {
-  constexpr int kAppears = 2;
-  constexpr int kVanishes = 4;
+  if (is_agents("get_step_situation", "it takes the engine's update and reads the truth of all sides")) {
+    return last_record_.deep_copy();
+  }
   Value situation = ForwardingServer::get_step_situation();
   const Dict* record = situation.if_dict();
   if (record == nullptr || record->contains("Crash")) return situation;
@@ -95,18 +117,84 @@ Value CheckingService::get_step_situation() {
     time_ = info->at_real("Time");
   }
   ++advances_;
-  if (!unnamed_contact_ || (advances_ != kAppears && advances_ != kVanishes)) return situation;
-  const Dict side = part(part(part(*record, "Situation"), "SituationSides"), side_id_);
+  if (watched_.unnamed_contact) show_unnamed_contact(*record);
+  last_record_ = situation.deep_copy();
+  return situation;
+}
+
+void CheckingService::show_unnamed_contact(const Dict& record) {
+  constexpr int kAppears = 2;
+  constexpr int kVanishes = 4;
+  if (advances_ != kAppears && advances_ != kVanishes) return;
+  const Dict side = part(part(part(record, "Situation"), "SituationSides"), watched_.side_id);
   const Dict real = part(side, "SideReal");
   if (advances_ == kAppears) {
     part(real, "Contacts").set(kContact, Dict());
-  } else {
-    Dict gone = part(part(real, "mapdel"), "Contacts");
-    List ids{kContact};
-    if (const List* others = gone.find_list("v")) ids.extend(*others);
-    gone.set("v", ids);
+    return;
   }
-  return situation;
+  Dict gone = part(part(real, "mapdel"), "Contacts");
+  List ids{kContact};
+  if (const List* others = gone.find_list("v")) ids.extend(*others);
+  gone.set("v", ids);
+}
+
+void CheckingService::simulate_end() {
+  if (!is_agents("simulate_end", "it ends the episode; `is_done` is how an agent asks for the end")) {
+    ForwardingServer::simulate_end();
+  }
+}
+
+void CheckingService::run_command(std::string_view text) {
+  if (!is_agents("run_command", "it runs a command past the package")) ForwardingServer::run_command(text);
+}
+
+void CheckingService::run_simulate() {
+  if (!is_agents("run_simulate")) ForwardingServer::run_simulate();
+}
+
+Value CheckingService::connect_server() {
+  return is_agents("connect_server") ? Value(true) : ForwardingServer::connect_server();
+}
+
+void CheckingService::check_clean_rooms() {
+  if (!is_agents("check_clean_rooms")) ForwardingServer::check_clean_rooms();
+}
+
+Value CheckingService::reset(int flag) { return is_agents("reset") ? Value(0) : ForwardingServer::reset(flag); }
+
+Value CheckingService::set_data_receive() {
+  is_agents("set_data_receive");  // harmless: it only tells the sides
+  return ForwardingServer::set_data_receive();
+}
+
+void CheckingService::request_full_situation() {
+  if (!is_agents("request_full_situation")) ForwardingServer::request_full_situation();
+}
+
+void CheckingService::update_simulate_timestamp(std::int64_t milliseconds) {
+  if (!is_agents("update_simulate_timestamp")) ForwardingServer::update_simulate_timestamp(milliseconds);
+}
+
+void CheckingService::connect_client(std::shared_ptr<StopEvent> stop) {
+  if (!is_agents("connect_client")) ForwardingServer::connect_client(std::move(stop));
+}
+
+void CheckingService::agent_error_message_output(std::string_view text) {
+  if (!is_agents("agent_error_message_output")) ForwardingServer::agent_error_message_output(text);
+}
+
+void CheckingService::update_step_interval(const Value& seconds) {
+  if (!is_agents("update_step_interval")) ForwardingServer::update_step_interval(seconds);
+}
+
+NetSdk& CheckingService::net_sdk() {
+  is_agents("net_sdk", "it can delete scenarios");
+  return ForwardingServer::net_sdk();
+}
+
+GameServer& CheckingService::inner() {
+  is_agents("inner", "it reaches for the service behind its client");
+  return ForwardingServer::inner();
 }
 
 }  // namespace tessra::app

@@ -5,36 +5,60 @@
 #include <vector>
 
 #include "Tessra/entitys/gameenvs/forwarding_server.h"
+#include "apps/deduce/check_progress.h"
 #include "apps/deduce/findings.h"
 
 namespace tessra::app {
 
-/// A service that watches the orders of one side's agent: those the service refuses become findings. Every other side
-/// must give none.
+/// A service that watches one side's agent: orders that the service refuses or that are not for its own side become
+/// findings, and so does everything else that the agent asks of its service client. That has no effect then: the
+/// episode goes on and shows more. Every other side must give no orders.
 class CheckingService : public ForwardingServer {
  public:
-  /// With `unnamed_contact` the side holds, from the second advance to the fourth, a contact of which nothing is known
-  /// but its id.
-  CheckingService(std::shared_ptr<GameServer> service, std::string side_id, std::string side_name, Findings& findings,
-                  bool unnamed_contact);
+  struct Watched {
+    std::string side_id, side_name;
+    Findings* findings = nullptr;
+    const CheckProgress* progress = nullptr;
+    /// The side holds, from the second advance to the fourth, a contact of which nothing is known but its id.
+    bool unnamed_contact = false;
+  };
+  CheckingService(std::shared_ptr<GameServer> service, Watched watched);
 
+  Value connect_server() override;
+  void check_clean_rooms() override;
+  Value reset(int flag) override;
   Value load_scenario(const Value& name) override;
+  Value set_data_receive() override;
+  void request_full_situation() override;
+  Value get_init_situation() override;
   void add_command(std::string text) override;
   Value do_package_command() override;
-  Value get_init_situation() override;
+  void run_command(std::string_view text) override;
+  void run_simulate() override;
   Value get_step_situation() override;
+  void simulate_end() override;
+  void update_simulate_timestamp(std::int64_t milliseconds) override;
+  void connect_client(std::shared_ptr<StopEvent> stop) override;
+  void agent_error_message_output(std::string_view text) override;
+  void update_step_interval(const Value& seconds) override;
+  NetSdk& net_sdk() override;
+  GameServer& inner() override;
 
   /// The orders of the last episode, in their order.
   const std::vector<std::string>& orders() const { return orders_; }
 
  private:
+  /// Whether the call comes from the agent instead of the engine, which is a finding.
+  bool is_agents(const char* call, const char* what = "that is the engine's to call");
   void judge(const std::string& report);
+  void learn(const Dict& record);
+  void show_unnamed_contact(const Dict& record);
   double time_elapsed() const { return (time_ - start_) / 1000; }
 
-  std::string side_id_, side_name_;
-  Findings& findings_;
-  bool unnamed_contact_;
+  Watched watched_;
+  std::vector<std::string> other_sides_;
   std::vector<std::string> orders_;
+  Value last_record_;  // as delivered; the engine changes its own
   int advances_ = 0;
   double start_ = 0, time_ = 0;  // milliseconds
 };

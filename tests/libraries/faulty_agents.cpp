@@ -1,12 +1,17 @@
 // Agents that each do one thing wrong.
 
+#include <pthread.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdlib>
 #include <set>
 #include <thread>
 
 #include "Tessra/base/error.h"
+#include "Tessra/entitys/agent_base.h"
 #include "Tessra/entitys/agent_library.h"
-#include "Tessra/entitys/gameenvs/gameserver.h"
+#include "Tessra/entitys/gameenvs/scheduling_client.h"
 #include "Tessra/entitys/gameunit.h"
 #include "Tessra/entitys/situation.h"
 
@@ -98,6 +103,35 @@ struct Forgetful : Faulty {
   bool started = false;
 };
 
+/// Does one thing at every step that is not an agent's to do.
+template <void (*kDeed)(Agent&)>
+struct Cheat : Faulty {
+  using Faulty::Faulty;
+  void step(double, const Situation&) override { kDeed(*this); }
+};
+void reads_the_truth(Agent& agent) { static_cast<void>(agent._game_server->get_init_situation().as_dict().size()); }
+void takes_the_update(Agent& agent) { static_cast<void>(agent._game_server->get_step_situation()); }
+void ends_the_episode(Agent& agent) { agent._game_server->simulate_end(); }
+void looks_behind(Agent& agent) { static_cast<void>(find_client<SchedulingClient>(*agent._game_server)); }
+void orders_the_enemy(Agent& agent) {
+  agent._game_server->add_command("SetSpeed({SIDE='蓝方', UNIT='blue-fighter-1', SPEED=200})");
+}
+void exits(Agent&) { std::exit(0); }
+void exits_at_once(Agent&) { ::_exit(0); }
+void ends_its_thread(Agent&) { ::pthread_exit(nullptr); }
+void crashes(Agent&) { std::abort(); }
+
+/// Throws first and crashes then.
+struct Wavers : Cheat<crashes> {
+  using Cheat::Cheat;
+  void initial(const Situation&) override { fail("initial"); }
+};
+
+struct ScoresItself : Faulty {
+  using Faulty::Faulty;
+  void update_constant_attribute(RuleAgentBase& player) override { player.set_attribute("TotalScore", 1000.0); }
+};
+
 }  // namespace
 
 TESSRA_AGENT_LIBRARY(registry) {
@@ -109,5 +143,16 @@ TESSRA_AGENT_LIBRARY(registry) {
   registry.add<Mutinous>("mutinous");
   registry.add<Slow>("slow");
   registry.add<NeverReturns>("never-returns");
-  registry.add<Forgetful>("forgetful");
+  registry.add<Forgetful>("forgetful", "does something once in its life");
+  registry.add<Cheat<reads_the_truth>>("reads-the-truth");
+  registry.add<Cheat<takes_the_update>>("takes-the-update");
+  registry.add<Cheat<ends_the_episode>>("ends-the-episode");
+  registry.add<Cheat<looks_behind>>("looks-behind");
+  registry.add<Cheat<orders_the_enemy>>("orders-the-enemy");
+  registry.add<Cheat<exits>>("exits");
+  registry.add<Cheat<exits_at_once>>("exits-at-once");
+  registry.add<Cheat<ends_its_thread>>("ends-its-thread");
+  registry.add<Cheat<crashes>>("crashes");
+  registry.add<Wavers>("wavers");
+  registry.add<ScoresItself>("scores-itself");
 }

@@ -41,7 +41,7 @@ class ForwardingServer : public GameServer {
   ConnReq& conn_req() override { return inner_->conn_req(); }
 
   /// The client behind this one.
-  GameServer& inner() { return *inner_; }
+  virtual GameServer& inner() { return *inner_; }
 
  private:
   void copy_attributes() {
