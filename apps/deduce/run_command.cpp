@@ -103,6 +103,9 @@ class Run {
     int code = 0;
     try {
       code = engine_->reset(episode);
+      if (code == 1) check_reported_sides(*engine_);
+    } catch (const InputError& error) {
+      return refuse(error);
     } catch (const UnknownAgentClass& error) {
       return refuse(error);
     } catch (const AgentLibraryError& error) {
