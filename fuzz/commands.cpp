@@ -9,7 +9,7 @@
 #include "Tessra/base/value.h"
 #include "Tessra/entitys/command_text.h"
 #include "fuzz/require.h"
-#include "simulation/command_script.h"
+#include "simulation/command_reader.h"
 #include "simulation/simulation.h"
 
 namespace {
@@ -91,7 +91,7 @@ void check_built_command(FuzzedDataProvider& bytes) {
     if (bytes.ConsumeBool()) add_argument(bytes, text, key, built);
   }
   try {
-    const sim::CommandCall call = sim::read_command(text.str(), {"Other", "PlotCourse"});
+    const sim::CommandCall call = sim::read_command(text.str());
     require(call.name == "PlotCourse", "the name comes through");
     require(call.arguments == built.arguments, "arguments come through: " + text.str());
   } catch (const sim::CommandError& error) {

@@ -23,7 +23,7 @@ const WeaponType* ordered_weapon(const World& world, const CommandArguments& arg
   const std::string name = arguments.text("WEAPON");
   const auto& weapons = world.scenario->catalog.weapons;
   const auto found = weapons.find(name);
-  if (found == weapons.end()) throw CommandError(fmt::format("there is no weapon '{}'", name));
+  if (found == weapons.end()) throw CommandError(fmt::format("there is no weapon '{}'", quoted_name(name)));
   return &found->second;
 }
 
@@ -39,7 +39,7 @@ void attack(World& world, const CommandArguments& arguments) {
   std::vector<std::size_t> units = ordered_units(world, arguments);
   const std::string id = arguments.text("CONTACT");
   const Contact* contact = find_contact(world, side, id);
-  if (contact == nullptr) throw CommandError(fmt::format("side holds no contact '{}'", id));
+  if (contact == nullptr) throw CommandError(fmt::format("side holds no contact '{}'", quoted_name(id)));
   if (is_friend(world, side, world.units[contact->target].side)) throw CommandError("CONTACT is a friend");
   const UnitKind kind = world.units[contact->target].platform->kind;
   const WeaponType* weapon = ordered_weapon(world, arguments);

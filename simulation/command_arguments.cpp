@@ -4,13 +4,13 @@
 
 #include <cmath>
 
+#include "Tessra/base/utf8.h"
 #include "Tessra/base/value.h"
+#include "simulation/order_limits.h"
 
 namespace tessra::sim {
 
 namespace {
-
-constexpr std::size_t kMaxPlaces = 200;
 
 bool is_listed(std::string_view names, std::string_view name) {
   const std::string padded = fmt::format(" {} ", names);
@@ -19,9 +19,13 @@ bool is_listed(std::string_view names, std::string_view name) {
 
 }  // namespace
 
+std::string quoted_name(std::string_view name) { return excerpt(name, kMaxQuotedName); }
+
 void CommandArguments::allow_only(std::string_view names) const {
   for (const auto& [name, value] : values_) {
-    if (!is_listed(names, name.as_text())) throw CommandError(fmt::format("unknown argument {}", name.as_text()));
+    if (!is_listed(names, name.as_text())) {
+      throw CommandError(fmt::format("unknown argument {}", quoted_name(name.as_text())));
+    }
   }
 }
 
@@ -66,6 +70,7 @@ const List& CommandArguments::list(std::string_view name) const {
 }
 
 std::vector<std::string> CommandArguments::texts(std::string_view name) const {
+  if (list(name).size() > kMaxTargets) throw CommandError(fmt::format("{} has more than {} texts", name, kMaxTargets));
   std::vector<std::string> texts;
   for (const Value& item : list(name)) {
     if (!item.is_string()) throw CommandError(fmt::format("{} must list texts", name));

@@ -4,10 +4,13 @@
 #include <string_view>
 #include <vector>
 
-#include "simulation/command_script.h"
+#include "simulation/command_reader.h"
 #include "simulation/geo.h"
 
 namespace tessra::sim {
+
+/// A name from an order as a reason quotes it: no more than its beginning.
+std::string quoted_name(std::string_view name);
 
 /// The arguments of one command. Reading one that is missing or does not fit throws `CommandError` naming it.
 class CommandArguments {
@@ -22,7 +25,7 @@ class CommandArguments {
   double number(std::string_view name, double least, double most) const;
   int whole_number(std::string_view name, int least, int most) const;
   bool boolean(std::string_view name) const;
-  std::vector<std::string> texts(std::string_view name) const;  ///< at least one
+  std::vector<std::string> texts(std::string_view name) const;  ///< 1 to 200
   std::vector<Place> places(std::string_view name) const;       ///< 1 to 200 of `{LON=, LAT=}`
 
  private:

@@ -1,5 +1,12 @@
 #include "simulation/commands.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "Tessra/base/utf8.h"
+#include "simulation/order_limits.h"
 #include "simulation/orders.h"
 
 namespace tessra::sim {
@@ -29,22 +36,92 @@ constexpr Command kCommands[] = {
     {"UnassignUnit", "SIDE UNIT", unassign_unit},
 };
 
-std::vector<std::string> command_names() {
-  std::vector<std::string> names;
-  for (const Command& command : kCommands) names.emplace_back(command.name);
-  return names;
+void run_command(World& world, const CommandCall& call) {
+  const auto* command = std::ranges::find_if(kCommands, [&](const Command& known) { return call.name == known.name; });
+  if (command == std::end(kCommands)) {
+    throw CommandError(fmt::format("there is no command '{}'", quoted_name(call.name)));
+  }
+  const CommandArguments arguments(call.arguments);
+  arguments.allow_only(command->arguments);
+  command->run(world, arguments);
+}
+
+/// What one side gave in a package.
+struct Share {
+  std::size_t orders = 0;
+  std::size_t first_fault = 0;  // of those that are too many
+};
+
+/// A package on its way through the world.
+class Package {
+ public:
+  explicit Package(World& world) : world_(world), shares_(world.sides.size() + 1) {}
+
+  void run(const std::string& text);
+  std::vector<CommandFault> take_faults();
+
+ private:
+  /// The side's, or the last one for texts of no side.
+  Share& share_of(std::string_view side);
+  void refuse(const std::string& text, const std::string& side, std::string reason) {
+    faults_.push_back({number_, excerpt(text, kMaxQuotedOrder), excerpt(side, kMaxNameBytes), std::move(reason)});
+  }
+
+  World& world_;
+  int number_ = 0;
+  std::vector<Share> shares_;
+  std::vector<CommandFault> faults_;
+};
+
+Share& Package::share_of(std::string_view side) {
+  const auto named = [&](const SideState& state) { return state.setup->name == side; };
+  return shares_[static_cast<std::size_t>(std::ranges::find_if(world_.sides, named) - world_.sides.begin())];
+}
+
+void Package::run(const std::string& text) {
+  ++number_;
+  std::optional<CommandCall> call;
+  std::string side, reason;
+  try {
+    call = read_command(text);
+    const Value named = call->arguments.get("SIDE");
+    if (named.is_string()) side = named.as_text();
+  } catch (const CommandError& error) {
+    reason = error.what();
+  }
+  Share& share = share_of(side);
+  if (++share.orders > kMaxPackageOrders) {
+    // One refusal for all of them: a flood of orders must not become a flood of refusals.
+    if (share.orders == kMaxPackageOrders + 1) {
+      share.first_fault = faults_.size();
+      refuse(text, side, "");
+    }
+    return;
+  }
+  try {
+    if (call) run_command(world_, *call);
+  } catch (const CommandError& error) {
+    reason = error.what();
+  }
+  if (!reason.empty()) refuse(text, side, std::move(reason));
+}
+
+std::vector<CommandFault> Package::take_faults() {
+  for (const Share& share : shares_) {
+    if (share.orders <= kMaxPackageOrders) continue;
+    faults_[share.first_fault].reason =
+        fmt::format("more than {} orders of a side in one package: this and {} more have no effect", kMaxPackageOrders,
+                    share.orders - kMaxPackageOrders - 1);
+  }
+  return std::move(faults_);
 }
 
 }  // namespace
 
-void run_command(World& world, const std::string& text) {
-  const CommandCall call = read_command(text, command_names());
-  const CommandArguments arguments(call.arguments);
-  for (const Command& command : kCommands) {
-    if (call.name != command.name) continue;
-    arguments.allow_only(command.arguments);
-    command.run(world, arguments);
-  }
+std::vector<CommandFault> run_package(World& world, const std::vector<std::string>& texts) {
+  Package package(world);
+  for (const std::string& text : texts) package.run(text);
+  return package.take_faults();
 }
 
 }  // namespace tessra::sim

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "simulation/simulation.h"
 #include "simulation/world.h"
 
 namespace tessra::sim {
 
-/// Reads one command text and carries it out. Throws `CommandError`, and then nothing has changed.
-void run_command(World& world, const std::string& text);
+/// Carries out a package of command texts, each as far as it is good; see `Simulation::execute`.
+std::vector<CommandFault> run_package(World& world, const std::vector<std::string>& texts);
 
 }  // namespace tessra::sim

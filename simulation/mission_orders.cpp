@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "simulation/order_limits.h"
 #include "simulation/orders.h"
 
 namespace tessra::sim {
@@ -15,12 +16,27 @@ void leave_mission(Unit& unit) {
   if (!unit.course_ordered && unit.attacks.empty()) set_course(unit, {});
 }
 
+void check_room(const SideState& side, const Mission& mission) {
+  if (side.missions.size() >= kMaxMissions) {
+    throw CommandError(fmt::format("the side has {} missions already, which is all it may have", kMaxMissions));
+  }
+  std::size_t places = mission.zone.size();
+  for (const Mission& held : side.missions) places += held.zone.size();
+  if (places > kMaxMissionPlaces) {
+    throw CommandError(fmt::format("the side's zones would have {} places, at most {}", places, kMaxMissionPlaces));
+  }
+}
+
 void add_mission(World& world, const CommandArguments& arguments, Mission mission) {
   SideState& side = world.sides[ordered_side(world, arguments)];
   mission.name = arguments.text("NAME");
-  if (find_mission_named(side, mission.name) != nullptr) {
-    throw CommandError(fmt::format("there is a mission '{}' already", mission.name));
+  if (mission.name.size() > kMaxNameBytes) {
+    throw CommandError(fmt::format("NAME is longer than {} bytes", kMaxNameBytes));
   }
+  if (find_mission_named(side, mission.name) != nullptr) {
+    throw CommandError(fmt::format("there is a mission '{}' already", quoted_name(mission.name)));
+  }
+  check_room(side, mission);
   mission.id = fmt::format("{}-mission#{}", side.setup->id, ++side.missions_made);
   side.missions.push_back(std::move(mission));
 }
@@ -28,7 +44,7 @@ void add_mission(World& world, const CommandArguments& arguments, Mission missio
 const Mission& ordered_mission(World& world, const CommandArguments& arguments, std::string_view argument) {
   const std::string name = arguments.text(argument);
   const Mission* mission = find_mission_named(world.sides[ordered_side(world, arguments)], name);
-  if (mission == nullptr) throw CommandError(fmt::format("there is no mission '{}'", name));
+  if (mission == nullptr) throw CommandError(fmt::format("there is no mission '{}'", quoted_name(name)));
   return *mission;
 }
 
@@ -43,7 +59,7 @@ void add_strike_mission(World& world, const CommandArguments& arguments) {
   const std::vector<std::string> targets = arguments.texts("TARGETS");
   for (const std::string& target : targets) {
     if (find_contact(world, side, target) == nullptr) {
-      throw CommandError(fmt::format("side holds no contact '{}'", target));
+      throw CommandError(fmt::format("side holds no contact '{}'", quoted_name(target)));
     }
   }
   add_mission(world, arguments, {"", "", MissionKind::strike, {}, targets});

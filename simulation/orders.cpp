@@ -34,7 +34,7 @@ WeaponControl control_named(const std::string& word) {
   if (word == "free") return WeaponControl::free;
   if (word == "tight") return WeaponControl::tight;
   if (word == "hold") return WeaponControl::hold;
-  throw CommandError(fmt::format("CONTROL must be free, tight or hold, is '{}'", word));
+  throw CommandError(fmt::format("CONTROL must be free, tight or hold, is '{}'", quoted_name(word)));
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ std::size_t ordered_side(const World& world, const CommandArguments& arguments) 
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
     if (world.sides[side].setup->name == name) return side;
   }
-  throw CommandError(fmt::format("there is no side '{}'", name));
+  throw CommandError(fmt::format("there is no side '{}'", quoted_name(name)));
 }
 
 std::vector<std::size_t> ordered_units(const World& world, const CommandArguments& arguments) {
@@ -55,7 +55,8 @@ std::vector<std::size_t> ordered_units(const World& world, const CommandArgument
   for (const Group& group : world.groups) {
     if (group.id == id && group.side == side && !group.members.empty()) return group.members;
   }
-  throw CommandError(fmt::format("'{}' is no living unit of side '{}'", id, world.sides[side].setup->name));
+  throw CommandError(
+      fmt::format("'{}' is no living unit of side '{}'", quoted_name(id), world.sides[side].setup->name));
 }
 
 void change_speed(World&, const CommandArguments& arguments) {

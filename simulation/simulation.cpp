@@ -4,7 +4,6 @@
 #include <system_error>
 
 #include "Tessra/base/value.h"
-#include "simulation/command_script.h"
 #include "simulation/commands.h"
 #include "simulation/dice.h"
 #include "simulation/records.h"
@@ -81,15 +80,7 @@ void Simulation::set_advance_seconds(int seconds) { impl_->advance_seconds = std
 Dict Simulation::step_situation() { return impl_->recorder.step(impl_->world); }
 
 std::vector<CommandFault> Simulation::execute(const std::vector<std::string>& commands) {
-  std::vector<CommandFault> faults;
-  for (std::size_t i = 0; i < commands.size(); ++i) {
-    try {
-      run_command(impl_->world, commands[i]);
-    } catch (const CommandError& error) {
-      faults.push_back({static_cast<int>(i) + 1, commands[i], error.what()});
-    }
-  }
-  return faults;
+  return run_package(impl_->world, commands);
 }
 
 void Simulation::end() { impl_->ending = true; }

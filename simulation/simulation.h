@@ -27,7 +27,8 @@ class ScenarioError : public Error {
 /// One command of a package that had no effect.
 struct CommandFault {
   int number;          ///< place in the package, counted from 1
-  std::string text;    ///< the command as it was given
+  std::string text;    ///< the command as it was given, of a long one the beginning
+  std::string side;    ///< its SIDE, empty when it has none or cannot be read
   std::string reason;  ///< what is wrong with it, for the agent's author
 };
 
@@ -73,7 +74,8 @@ class Simulation {
   /// What changed since the last record, with `IsEnd`, key messages and deletions. Handed over like the initial record.
   Dict step_situation();
 
-  /// Runs a package of command texts in order. Bad ones are returned and have no effect; the others take effect.
+  /// Runs a package of command texts in order. Bad ones are returned and have no effect; the others take effect. Of more
+  /// than a side may give in one package (`order_limits.h`) the first one too many is returned for all of them.
   std::vector<CommandFault> execute(const std::vector<std::string>& commands);
 
   /// Ends the episode with the next advance, which then moves nothing.

@@ -7,24 +7,13 @@
 #include <utility>
 
 #include "Tessra/base/json_read.h"
+#include "Tessra/base/utf8.h"
 
 namespace tessra {
 
 namespace ondemand = simdjson::ondemand;
 
 namespace {
-
-/// Offset of the first byte that begins no valid UTF-8 sequence; the text's size when there is none.
-std::size_t first_invalid_utf8(std::string_view text) {
-  for (std::size_t at = 0; at < text.size();) {
-    // The shortest piece from here that is valid is one character.
-    std::size_t length = 1;
-    while (length <= 4 && at + length <= text.size() && !simdjson::validate_utf8(text.data() + at, length)) ++length;
-    if (length > 4 || at + length > text.size()) return at;
-    at += length;
-  }
-  return text.size();
-}
 
 /// Offset where the strings of a text go wrong: the first control character that stands bare inside one, or the quote
 /// that opens one which never ends.

@@ -14,7 +14,7 @@ struct GeoPoint {
 };
 
 /// One command in the service's form, `Name({KEY='text', OTHER=1.5, …})`. Texts are escaped, never pasted, so that
-/// nothing an agent passes can become code.
+/// nothing an agent passes can become another order.
 class CommandText {
  public:
   explicit CommandText(std::string_view name);
