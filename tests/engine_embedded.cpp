@@ -33,7 +33,24 @@ TEST(Services, embedded_failures_are_those_the_engine_expects) {
   const Value refused = service->do_package_command();
   EXPECT_EQ(refused.as_dict().at("message"), Value("Error"));
   EXPECT_THAT(refused.as_dict().at("resbin").to_text(), ::testing::StartsWith("1: SetRadar("));
+  const Dict& entry = refused.as_dict().at_list("refused").at(0).as_dict();
+  EXPECT_EQ(entry.at("side"), Value("红方"));
+  EXPECT_EQ(refused.as_dict().at("resbin").to_text(),
+            "1: " + entry.at("command").to_text() + ": " + entry.at("reason").to_text());
   EXPECT_FALSE(service->need_do_package_command());
+}
+
+TEST(Services, the_embedded_one_plays_no_other_interval_than_it_is_told) {
+  Dict section = json("{'server': {}, 'simulate': {'decision_interval': 604800}}");
+  const auto service = make_embedded_server(section, kScenarios);
+  service->reset(0);
+  service->load_scenario("skirmish");
+  service->update_step_interval(45.0);
+  for (const Value& bad : {Value(0), Value(-1), Value(604'801), Value(std::int64_t{1} << 33), Value(0.5), Value(1e30)}) {
+    EXPECT_THROW(service->update_step_interval(bad), Error) << bad.to_text();
+    section.at_dict("simulate").set("decision_interval", bad);
+    EXPECT_THROW(make_embedded_server(section, kScenarios), Error) << bad.to_text();
+  }
 }
 
 class Episode : public ::testing::Test {

@@ -167,12 +167,32 @@ TEST_F(Step, an_agent_may_ask_for_the_end_in_training) {
   EXPECT_EQ(server->count("simulate_end"), 1);
 }
 
-TEST_F(Step, a_refused_package_is_reported) {
-  server->rules["do_package_command"] = [](int) { return Value(Dict{{"message", "Error"}, {"resbin", "1: 坏"}}); };
+TEST_F(Step, a_refused_package_is_reported_and_reaches_the_sides_agents) {
+  const Dict answers[] = {
+      json("{'message': 'Error', 'resbin': '1: 坏'}"),
+      json("{'message': 'Error', 'resbin': '', 'refused': [{'number': 1, 'side': '红方', 'command': 'x', 'reason': 'no'},"
+           " {'number': 2, 'command': 'y', 'reason': 'of no side'}, {'side': '绿方'}, {'side': 1}, 'z']}"),
+      json("{'message': 'Error', 'resbin': '1: a\\n2: b'}"),
+  };
+  server->rules["do_package_command"] = [&](int call) { return Value(answers[call - 1]); };
   start();
-  server->add_command("x");
-  engine().cmd_package();
+  const auto& refused = red().get_situation().refused_orders();
+  const auto send = [&] {
+    server->commands = {"x"};
+    engine().cmd_package();
+    return engine().orders_refused;
+  };
+  EXPECT_EQ(send(), 1);
   EXPECT_EQ(seams.console->printed.back(), "打包发送指令错误:1: 坏");
+  EXPECT_TRUE(refused.empty());
+  EXPECT_EQ(send(), 6);
+  ASSERT_EQ(refused.size(), 1U);
+  EXPECT_EQ(refused[0].command, "x");
+  EXPECT_EQ(refused[0].reason, "no");
+  server->commands.clear();
+  engine().cmd_package();
+  EXPECT_TRUE(refused.empty()) << "nothing was refused of the last decision";
+  EXPECT_EQ(send(), 8);
 }
 
 TEST_F(Step, errors_of_agents_reach_the_host_while_testing) {

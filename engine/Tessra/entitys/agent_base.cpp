@@ -99,6 +99,7 @@ void RuleAgentBase::reset() {
     *table = ElementTable();
   }
   units_of_name.clear();
+  refused_orders.clear();
   current_players.clear();
   scenario.reset();
   simulate_timestamp = 0;

@@ -82,6 +82,9 @@ class RuleAgentBase : public Element {
   ElementTable weapons;
   NamesIndex units_of_name;
 
+  /// Of the package that was sent last.
+  std::vector<RefusedOrder> refused_orders;
+
  private:
   /// The tables of units, in the order in which they are searched for names.
   std::array<const ElementTable*, 7> unit_tables() const;

@@ -38,6 +38,8 @@ Dict Situation::messages() const { return player_.get_dict("KeyMsg"); }
 Dict Situation::postures() const { return player_.get_dict("Postures"); }
 Dict Situation::friend_units() const { return player_.get_dict("friend_side_units"); }
 
+const std::vector<RefusedOrder>& Situation::refused_orders() const { return player_.refused_orders; }
+
 double Situation::time_elapsed() const { return player_.time_elapsed(); }
 const Value& Situation::duration() const { return player_.scenario_duration(); }
 

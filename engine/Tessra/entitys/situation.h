@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "Tessra/base/ordered_map.h"
 #include "Tessra/base/value.h"
@@ -12,6 +14,12 @@ class Element;
 class GameUnit;
 class Mission;
 class RuleAgentBase;
+
+/// An order without effect.
+struct RefusedOrder {
+  std::string command;  ///< its text, of a long one the beginning
+  std::string reason;   ///< what the service says is wrong with it
+};
 
 /// What an agent sees: its side's units, missions, contacts and messages, and what friends share. Everything refers
 /// to the player's tables; nothing is copied. Valid until the next episode starts.
@@ -50,6 +58,10 @@ class Situation {
   Dict postures() const;
   /// Friend side name → unit id → unit record.
   Dict friend_units() const;
+
+  /// What the service refused of the side's orders since the last package was sent: those of the decision before this
+  /// one. Empty when the service does not tell.
+  const std::vector<RefusedOrder>& refused_orders() const;
 
   /// Simulated seconds since the scenario's start, and the scenario's duration as the service gives it.
   double time_elapsed() const;

@@ -1,6 +1,8 @@
 #include <fmt/format.h>
 #include <fmt/printf.h>
 
+#include <algorithm>
+
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
 namespace tessra {
@@ -18,6 +20,30 @@ Dict take_action_records(Dict& action_dict, const std::string& agent_type) {
     own.set(id, record);
   }
   return own;
+}
+
+std::string text_under(const Dict& entry, std::string_view key) {
+  const Value text = entry.get(key);
+  return text.is_string() ? std::string(text.as_text()) : std::string();
+}
+
+/// Hands each player what was refused of its side's orders; returns how many orders were refused. A service that does
+/// not list them still reports each in a line.
+std::int64_t hand_out_refusals(const Dict& response, const OrderedMap<std::shared_ptr<RuleAgentBase>>& players) {
+  const Value refused = response.get("refused");
+  if (!refused.is_list()) {
+    const std::string_view lines = response.at_text("resbin");
+    return std::ranges::count(lines, '\n') + (lines.empty() || lines.ends_with('\n') ? 0 : 1);
+  }
+  for (const Value& item : refused.as_list()) {
+    const Dict* entry = item.if_dict();
+    if (entry == nullptr) continue;
+    const auto* player = players.find(text_under(*entry, "side"));
+    if (player != nullptr) {
+      (*player)->refused_orders.push_back({text_under(*entry, "command"), text_under(*entry, "reason")});
+    }
+  }
+  return static_cast<std::int64_t>(refused.as_list().size());
 }
 
 }  // namespace
@@ -50,10 +76,12 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
 }
 
 void Deduction::cmd_package() {
+  for (const auto& [side, player] : players) player->refused_orders.clear();
   if (!game->need_do_package_command()) return;
   const Value response = game->do_package_command();
   if (!response.as_dict().at("message").is_text("Error")) return;
   log_or_print(LogLevel::error, fmt::sprintf("打包发送指令错误:%s", response.as_dict().at_text("resbin")));
+  orders_refused += hand_out_refusals(response.as_dict(), players);
 }
 
 }  // namespace tessra

@@ -14,6 +14,23 @@ namespace tessra {
 
 namespace {
 
+/// A decision interval as the simulation takes it. Throws `Error` for what is none, instead of playing another one.
+int advance_seconds(const Value& seconds) {
+  constexpr std::int64_t kWeek = 604'800;
+  const std::int64_t whole = seconds.to_integer();
+  const bool cut = seconds.is_real() && seconds.as_real() != static_cast<double>(whole);
+  if (whole < 1 || whole > kWeek || cut) {
+    throw Error(fmt::format("a decision interval is 1 to {} whole seconds, not {}", kWeek, seconds.to_text()));
+  }
+  return static_cast<int>(whole);
+}
+
+Dict refusal(const sim::CommandFault& fault) {
+  Dict entry{{"number", fault.number}, {"command", fault.text}, {"reason", fault.reason}};
+  if (!fault.side.empty()) entry.set("side", fault.side);
+  return entry;
+}
+
 class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
  public:
   EmbeddedServer(std::filesystem::path folder, std::uint64_t seed, int advance_seconds)
@@ -59,10 +76,12 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
   Value do_package_command() override {
     const std::vector<std::string> package = std::exchange(commands_, {});
     std::string reports;
+    List refused;
     for (const sim::CommandFault& fault : loaded().execute(package)) {
       reports += fmt::format("{}{}: {}: {}", reports.empty() ? "" : "\n", fault.number, fault.text, fault.reason);
+      refused.push_back(refusal(fault));
     }
-    return Dict{{"message", reports.empty() ? "OK" : "Error"}, {"resbin", reports}};
+    return Dict{{"message", reports.empty() ? "OK" : "Error"}, {"resbin", reports}, {"refused", refused}};
   }
 
   void run_command(std::string_view text) override {
@@ -84,7 +103,7 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
   }
   void agent_error_message_output(std::string_view /*text*/) override {}
   void update_step_interval(const Value& seconds) override {
-    loaded().set_advance_seconds(static_cast<int>(seconds.to_integer()));
+    loaded().set_advance_seconds(advance_seconds(seconds));
   }
   NetSdk& net_sdk() override { return *this; }
   ConnReq& conn_req() override { return *this; }
@@ -128,7 +147,7 @@ std::shared_ptr<GameServer> make_embedded_server(const Dict& section, std::strin
   std::shared_ptr<GameServer> service = std::make_shared<EmbeddedServer>(
       address.empty() ? data_directory() / "scenarios" : std::filesystem::path(address),
       seed != nullptr ? static_cast<std::uint64_t>(seed->to_integer()) : 1,
-      interval != nullptr ? static_cast<int>(interval->to_integer()) : 30);
+      interval != nullptr ? advance_seconds(*interval) : 30);
   if (section.non_empty("is_ai_apply")) service = std::make_shared<SchedulingClient>(std::move(service), section);
   return service;
 }

@@ -79,7 +79,9 @@ class GameServer {
   virtual void add_command(std::string text) = 0;
   virtual bool need_do_package_command() = 0;
   /// Sends the queued commands. Returns a dictionary with `message` ("Error" on failure) and `resbin`, the reply as
-  /// UTF-8 text.
+  /// UTF-8 text, a line for each command that was refused. It may also have `refused`, a list of dictionaries with the
+  /// command's `number` in the package, its `side` (a name; absent when it cannot be read), the `command`, of a long
+  /// one its beginning, and the `reason`: they reach the side's agents.
   virtual Value do_package_command() = 0;
   /// Runs one command at once.
   virtual void run_command(std::string_view text) = 0;
