@@ -74,8 +74,8 @@ class Simulation {
   /// What changed since the last record, with `IsEnd`, key messages and deletions. Handed over like the initial record.
   Dict step_situation();
 
-  /// Runs a package of command texts in order. Bad ones are returned and have no effect; the others take effect. Of more
-  /// than a side may give in one package (`order_limits.h`) the first one too many is returned for all of them.
+  /// Runs a package of command texts in order. Bad ones are returned and have no effect; the others take effect. Of
+  /// more than a side may give in one package (`order_limits.h`) the first one too many is returned for all of them.
   std::vector<CommandFault> execute(const std::vector<std::string>& commands);
 
   /// Ends the episode with the next advance, which then moves nothing.

@@ -46,7 +46,8 @@ TEST(Services, the_embedded_one_plays_no_other_interval_than_it_is_told) {
   service->reset(0);
   service->load_scenario("skirmish");
   service->update_step_interval(45.0);
-  for (const Value& bad : {Value(0), Value(-1), Value(604'801), Value(std::int64_t{1} << 33), Value(0.5), Value(1e30)}) {
+  for (const Value& bad :
+       {Value(0), Value(-1), Value(604'801), Value(std::int64_t{1} << 33), Value(0.5), Value(1e30)}) {
     EXPECT_THROW(service->update_step_interval(bad), Error) << bad.to_text();
     section.at_dict("simulate").set("decision_interval", bad);
     EXPECT_THROW(make_embedded_server(section, kScenarios), Error) << bad.to_text();

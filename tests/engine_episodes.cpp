@@ -170,7 +170,8 @@ TEST_F(Step, an_agent_may_ask_for_the_end_in_training) {
 TEST_F(Step, a_refused_package_is_reported_and_reaches_the_sides_agents) {
   const Dict answers[] = {
       json("{'message': 'Error', 'resbin': '1: 坏'}"),
-      json("{'message': 'Error', 'resbin': '', 'refused': [{'number': 1, 'side': '红方', 'command': 'x', 'reason': 'no'},"
+      json("{'message': 'Error', 'resbin': '', 'refused': [{'number': 1, 'side': '红方', 'command': 'x', 'reason': "
+           "'no'},"
            " {'number': 2, 'command': 'y', 'reason': 'of no side'}, {'side': '绿方'}, {'side': 1}, 'z']}"),
       json("{'message': 'Error', 'resbin': '1: a\\n2: b'}"),
   };

@@ -102,9 +102,7 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
     throw Error("the embedded service has a scheduling client in AI-apply mode only");
   }
   void agent_error_message_output(std::string_view /*text*/) override {}
-  void update_step_interval(const Value& seconds) override {
-    loaded().set_advance_seconds(advance_seconds(seconds));
-  }
+  void update_step_interval(const Value& seconds) override { loaded().set_advance_seconds(advance_seconds(seconds)); }
   NetSdk& net_sdk() override { return *this; }
   ConnReq& conn_req() override { return *this; }
 
