@@ -46,9 +46,10 @@ std::string target_key(std::string_view contact_id, const Situation& situation) 
 bool is_target(const Dict& contact, const Situation& situation) {
   constexpr double kOldest = 300;  // seconds since it was last seen
   if (!contact.contains("Lon") || !contact.contains("Lat") || !contact.contains("Type")) return false;
-  constexpr int kFriendly = 1;
+  // Who is known and no enemy is left in peace.
+  constexpr int kHostile = 3;
   const Value* side = contact.find("Side");
-  if (side != nullptr && situation.postures().get(*side) == Value(kFriendly)) return false;
+  if (side != nullptr && situation.posture_toward(*side).value_or(kHostile) != kHostile) return false;
   const bool moves = contact.at("Type") != Value(int{kFacilityContact});
   return !moves || !contact.contains("Age") || contact.at_real("Age") <= kOldest;
 }

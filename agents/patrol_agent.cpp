@@ -10,7 +10,7 @@ namespace {
 std::vector<Role> patrol_roles() {
   return {
       {"Fighter", {kAircraftContact}, 150'000},
-      {"Strike aircraft", {kShipContact, kFacilityContact}, 200'000},
+      {"Strike aircraft", {kShipContact}, 200'000},
       {"Destroyer", {kShipContact, kSubmarineContact, kAircraftContact}, 120'000},
       {"Frigate", {kShipContact, kSubmarineContact, kAircraftContact}, 110'000},
       {"Missile boat", {kShipContact}, 120'000},

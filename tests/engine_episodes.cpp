@@ -309,6 +309,8 @@ TEST_F(Agents, action_records_go_to_the_first_learner_of_their_type) {
 }
 
 TEST_F(Agents, see_their_side_and_order_their_units) {
+  Dict sides = server->initial.as_dict().at_dict("ScenarioInfo").at_dict("SideInfo");
+  sides.at_dict("r").set("Postures", json("{'b': 3, 'g': 1}"));
   start();
   agent_of(red()).on_situation = [](const Situation& situation) {
     ASSERT_NE(situation.unit("a1"), nullptr);
@@ -316,6 +318,9 @@ TEST_F(Agents, see_their_side_and_order_their_units) {
     EXPECT_EQ(situation.unit("u9"), nullptr) << "not red's";
     EXPECT_TRUE(situation.contacts().contains("c1"));
     EXPECT_EQ(situation.duration(), Value(3600));
+    EXPECT_EQ(situation.posture_toward(situation.contacts().at_dict("c1").at("Side")), 3) << "by the name it shows";
+    EXPECT_EQ(situation.posture_toward("g"), 1);
+    EXPECT_EQ(situation.posture_toward("nobody"), std::nullopt);
     situation.unit("a1")->attack("c1'}) Evil({'", "Missile", 2);
     const GeoPoint course[] = {{1.5, -2.25}};
     situation.unit("s1")->plot_course(course);

@@ -102,6 +102,7 @@ void RuleAgentBase::reset() {
   refused_orders.clear();
   current_players.clear();
   scenario.reset();
+  side_names = Dict();
   simulate_timestamp = 0;
   time_elapsed_ = 0;
   simulate_time_.clear();

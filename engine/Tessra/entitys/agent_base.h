@@ -66,6 +66,8 @@ class RuleAgentBase : public Element {
   std::shared_ptr<AgentList> agents_list = std::make_shared<AgentList>();
   std::int64_t simulate_timestamp = 0;
   std::shared_ptr<Scenario> scenario;
+  /// Side id → side name, of all sides that the engine knows; shared with it.
+  Dict side_names;
 
   /// The other players by side name; not owned, filled on request of the host.
   OrderedMap<RuleAgentBase*> current_players;

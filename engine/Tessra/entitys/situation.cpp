@@ -36,6 +36,14 @@ std::shared_ptr<Mission> Situation::mission(std::string_view name) const {
 Dict Situation::contacts() const { return player_.get_dict("Contacts"); }
 Dict Situation::messages() const { return player_.get_dict("KeyMsg"); }
 Dict Situation::postures() const { return player_.get_dict("Postures"); }
+std::optional<std::int64_t> Situation::posture_toward(const Value& other) const {
+  const Dict codes = postures();
+  for (auto [side_id, code] : codes) {
+    if (side_id == other || player_.side_names.get(side_id) == other) return code.as_integer();
+  }
+  return std::nullopt;
+}
+
 Dict Situation::friend_units() const { return player_.get_dict("friend_side_units"); }
 
 const std::vector<RefusedOrder>& Situation::refused_orders() const { return player_.refused_orders; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,9 +54,11 @@ class Situation {
   Dict contacts() const;
   /// Message type → list of messages since the episode's start.
   Dict messages() const;
-  /// What the side thinks of the others: side id → 0 neutral, 1 friendly, 2 unfriendly, 3 hostile, 4 unknown. Empty
-  /// when the service does not tell. A contact's `Side` is such an id, once it is known.
+  /// What the side thinks of the others: side id → posture. Empty when the service does not tell.
   Dict postures() const;
+  /// What the side thinks of another, given by name or id (a contact's `Side`): 0 neutral, 1 friendly, 2 unfriendly,
+  /// 3 hostile, 4 unknown; none when the service does not tell.
+  std::optional<std::int64_t> posture_toward(const Value& other) const;
   /// Friend side name → unit id → unit record.
   Dict friend_units() const;
 

@@ -94,6 +94,8 @@ void Deduction::initial_all_units(const Dict& situation_data) {
     side_id2name.set(side_id, entry_dict(side_id, record).at("Name"));
   }
 
+  for (const auto& [side, player] : players) player->side_names = side_id2name;
+
   FriendViews friend_views;
   for (auto [side_id, side_situation] : situ.at_dict("SituationSides")) {
     const Value* side_name = side_id2name.find(side_id);
