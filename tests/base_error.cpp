@@ -92,9 +92,30 @@ TEST(Trace, ShowsTypeTextCausesAndTheStackOfOwnErrors) {
   EXPECT_THAT(trace,
               HasSubstr("\n  caused by std::runtime_error: no position\n  caused by tessra::KeyError: missing "));
   EXPECT_THAT(trace, testing::Not(HasSubstr("_ZN"))) << "names are shown as the source spells them";
+}
 
-  EXPECT_EQ(error_text(caught([] { throw 7; })), "unknown error");
-  EXPECT_EQ(trace_text(caught([] { throw 7; })), "int: unknown error");
+struct NoException {};
+
+TEST(Trace, ShowsTheValueOfWhatIsNoException) {
+  const struct {
+    void (*work)();
+    const char* text;
+    const char* trace;
+  } cases[] = {
+      {[] { throw 42; }, "int 42", "int: 42"},
+      {[] { throw -1.5; }, "double -1.5", "double: -1.5"},
+      {[] { throw true; }, "bool true", "bool: true"},
+      {[] { throw "lost"; }, "lost", "char const*: lost"},
+      {[] { throw std::string("lost"); }, "lost",
+       "std::__cxx11::basic_string<char, std::char_traits<char>, "
+       "std::allocator<char> >: lost"},
+      {[] { throw NoException(); }, "an error of type tessra::(anonymous namespace)::NoException",
+       "tessra::(anonymous namespace)::NoException"},
+  };
+  for (const auto& given : cases) {
+    EXPECT_EQ(error_text(caught(given.work)), given.text);
+    EXPECT_EQ(trace_text(caught(given.work)), given.trace);
+  }
 }
 
 TEST(Guard, HandsOverEveryErrorAndLetsTheProgramEnd) {

@@ -3,8 +3,12 @@
 #include <cxxabi.h>
 #include <execinfo.h>
 
+#include <fmt/format.h>
+
 #include <cstdlib>
 #include <memory>
+#include <optional>
+#include <type_traits>
 #include <typeinfo>
 
 namespace tessra {
@@ -36,13 +40,62 @@ std::string demangle(const char* symbol) {
   return status == 0 && name != nullptr ? name.get() : symbol;
 }
 
+namespace {
+
+/// The value of an error of exactly this type, as text; none when it is of another.
+template <class T>
+std::optional<std::string> thrown_text(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const T& value) {
+    if constexpr (std::is_convertible_v<T, std::string_view>) {
+      return std::string(value);
+    } else {
+      return fmt::format("{}", value);
+    }
+  } catch (...) {
+    return std::nullopt;
+  }
+}
+
+template <class... Types>
+std::optional<std::string> first_text(const std::exception_ptr& error) {
+  std::optional<std::string> text;
+  static_cast<void>(((text = thrown_text<Types>(error)) || ...));
+  return text;
+}
+
+std::optional<std::string> text_that_was_thrown(const std::exception_ptr& error) {
+  return first_text<std::string, std::string_view, const char*, char*>(error);
+}
+
+std::optional<std::string> number_that_was_thrown(const std::exception_ptr& error) {
+  return first_text<bool, char, short, unsigned short, int, unsigned, long, unsigned long, long long,
+                    unsigned long long, float, double>(error);
+}
+
+std::optional<std::string> thrown_value(const std::exception_ptr& error) {
+  const auto text = text_that_was_thrown(error);
+  return text ? text : number_that_was_thrown(error);
+}
+
+/// For the handler of an error that is no standard exception.
+std::string thrown_type() {
+  const std::type_info* type = abi::__cxa_current_exception_type();
+  return type != nullptr ? demangle(type->name()) : "unknown type";
+}
+
+}  // namespace
+
 std::string error_text(const std::exception_ptr& error) {
   try {
     std::rethrow_exception(error);
   } catch (const std::exception& e) {
     return e.what();
   } catch (...) {
-    return "unknown error";
+    if (const auto text = text_that_was_thrown(error)) return *text;
+    const auto number = number_that_was_thrown(error);
+    return number ? thrown_type() + " " + *number : "an error of type " + thrown_type();
   }
 }
 
@@ -82,8 +135,8 @@ std::string trace_text(const std::exception_ptr& error) {
   } catch (const std::exception& e) {
     append_cause(text, e);
   } catch (...) {
-    const std::type_info* type = abi::__cxa_current_exception_type();
-    text = type != nullptr ? demangle(type->name()) + ": unknown error" : "unknown error";
+    text = thrown_type();
+    if (const auto value = thrown_value(error)) text += ": " + *value;
   }
   return text;
 }

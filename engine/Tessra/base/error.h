@@ -47,6 +47,13 @@ class LimitError : public Error {
   using Error::Error;
 };
 
+/// What the program stands on failed: a file, a disk, a database. Neither an agent nor the service had a part in it.
+/// The text names the place.
+class SurroundingsError : public Error {
+ public:
+  using Error::Error;
+};
+
 /// Thrown by a replacement of the program's end so that tests and hosts can stay alive (see seams.h). It is no
 /// `std::exception` on purpose: no error guard of the engine intercepts it.
 struct ProgramEnd {
@@ -56,8 +63,22 @@ struct ProgramEnd {
 /// Readable form of a C++ type name.
 std::string demangle(const char* symbol);
 
-/// The text of an error: `what()` of a standard exception, "unknown error" for anything else.
+/// The text of an error: `what()` of a standard exception, a text that was thrown itself, a number with its type
+/// ("int 42"), else the type of what was thrown.
 std::string error_text(const std::exception_ptr& error);
+
+/// Whether the error is an `E`.
+template <class E>
+bool is_error(const std::exception_ptr& error) {
+  try {
+    if (error != nullptr) std::rethrow_exception(error);
+  } catch (const E&) {
+    return true;
+  } catch (...) {
+    return false;
+  }
+  return false;
+}
 
 /// Type, text, chain of causes (`std::nested_exception`) and, for an `Error`, the stack where it was made.
 std::string trace_text(const std::exception_ptr& error);

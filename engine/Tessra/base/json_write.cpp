@@ -141,18 +141,25 @@ std::string write_json(const Value& value, JsonStyle style) {
 }
 
 void write_json_file(const std::filesystem::path& path, const Value& value, JsonStyle style) {
+  const std::string text = write_json(value, style) + '\n';
+  const auto fail = [&](const std::string& reason) {
+    throw SurroundingsError("cannot write " + path.string() + ": " + reason);
+  };
   std::filesystem::path partial = path;
   partial += ".partial";
-  {
-    const std::string text = write_json(value, style);
-    std::ofstream file(partial, std::ios::binary | std::ios::trunc);
-    file << text << '\n';
-    file.flush();
-    if (!file) throw Error("cannot write " + path.string() + ": " + std::generic_category().message(errno));
+  errno = 0;
+  std::ofstream file(partial, std::ios::binary | std::ios::trunc);
+  file << text;
+  file.close();
+  if (!file) {
+    const std::string reason = std::generic_category().message(errno);
+    std::error_code ignored;
+    std::filesystem::remove(partial, ignored);
+    fail(reason);
   }
   std::error_code failed;
   std::filesystem::rename(partial, path, failed);
-  if (failed) throw Error("cannot write " + path.string() + ": " + failed.message());
+  if (failed) fail(failed.message());
 }
 
 }  // namespace tessra

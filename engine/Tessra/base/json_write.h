@@ -16,7 +16,7 @@ enum class JsonStyle { compact, pretty };
 std::string write_json(const Value& value, JsonStyle style = JsonStyle::compact);
 
 /// Writes the text and a line end to a file, through a neighbour that is renamed when complete, so that no reader
-/// ever sees half a file. Throws `Error` naming the path.
+/// ever sees half a file. Throws `SurroundingsError` naming the path.
 void write_json_file(const std::filesystem::path& path, const Value& value, JsonStyle style = JsonStyle::compact);
 
 }  // namespace tessra

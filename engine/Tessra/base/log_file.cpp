@@ -2,11 +2,13 @@
 
 #include <spdlog/details/os.h>
 
+#include <cerrno>
 #include <chrono>
 #include <fstream>
 #include <map>
 #include <mutex>
 #include <string>
+#include <system_error>
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -34,8 +36,10 @@ const char* level_name(spdlog::level::level_enum level) {
 
 class LogFile : public spdlog::sinks::sink {
  public:
-  explicit LogFile(const std::filesystem::path& path) : file_(path, std::ios::app | std::ios::binary) {
-    if (!file_) throw Error("cannot open the run log " + path.string());
+  explicit LogFile(std::filesystem::path path) : path_(std::move(path)) {
+    errno = 0;
+    file_.open(path_, std::ios::app | std::ios::binary);
+    if (!file_) fail("open");
   }
 
   void log(const spdlog::details::log_msg& message) override {
@@ -48,7 +52,9 @@ class LogFile : public spdlog::sinks::sink {
                     std::string_view(message.logger_name.data(), message.logger_name.size()), level_name(message.level),
                     std::string_view(message.payload.data(), message.payload.size()));
     const std::lock_guard lock(mutex_);
-    file_ << line << std::flush;
+    file_.clear();  // what failed once is tried again: there may be room by now
+    errno = 0;
+    if (!(file_ << line << std::flush)) fail("write");
   }
 
   void flush() override {
@@ -60,7 +66,13 @@ class LogFile : public spdlog::sinks::sink {
   void set_formatter(std::unique_ptr<spdlog::formatter>) override {}
 
  private:
+  [[noreturn]] void fail(const char* action) const {
+    throw SurroundingsError(
+        fmt::format("cannot {} the run log {}: {}", action, path_.string(), std::generic_category().message(errno)));
+  }
+
   std::mutex mutex_;
+  std::filesystem::path path_;
   std::ofstream file_;
 };
 
