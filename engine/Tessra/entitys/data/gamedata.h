@@ -35,6 +35,7 @@ struct BatResult {
 
 /// One row of the results database.
 struct SavedResult {
+  std::int64_t id;
   std::string saved_at;  ///< UTC, "2024-01-02 09:05:03"
   BatResult result;
 };
@@ -43,10 +44,11 @@ struct SavedResult {
 std::filesystem::path results_database(const std::filesystem::path& config_directory);
 
 /// Adds a result to the database, in one transaction; several processes may write at once. A round that was abandoned
-/// has none and adds nothing. Throws `Error` with the database's own text.
-void save_result(const std::optional<BatResult>& result, const std::filesystem::path& config_directory);
+/// has none and adds nothing. Returns the id of its row, 0 for none. Throws `SurroundingsError` with the database's own
+/// text.
+std::int64_t save_result(const std::optional<BatResult>& result, const std::filesystem::path& config_directory);
 
-/// All results, oldest first; none when there is no database yet. Throws `Error`.
+/// All results, oldest first; none when there is no database yet. Throws `SurroundingsError`.
 std::vector<SavedResult> load_results(const std::filesystem::path& config_directory);
 
 }  // namespace tessra

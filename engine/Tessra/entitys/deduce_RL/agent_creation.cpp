@@ -1,5 +1,6 @@
 #include <fmt/printf.h>
 
+#include "Tessra/entitys/agent_call.h"
 #include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/gameunit.h"
@@ -74,12 +75,14 @@ std::shared_ptr<Agent> Deduction::make_rule_agent(const std::string& side, const
                                                   std::int64_t& uid) {
   const auto agent_class = class_of(entry, name, side);
   if (agent_class->is_learn()) {
-    auto agent = agent_class->make(AgentConf{uid, "torch", "", side, "RL-" + name, "no"});
+    const AgentConf conf{uid, "torch", "", side, "RL-" + name, "no"};
+    auto agent = build(side, name, [&] { return agent_class->make(conf); });
     ++uid;
     return agent;
   }
   // A class that cannot be built from a side is passed over.
-  return agent_class->is_built_from_side() ? agent_class->make(side) : nullptr;
+  if (!agent_class->is_built_from_side()) return nullptr;
+  return build(side, name, [&] { return agent_class->make(side); });
 }
 
 void Deduction::config_learning_side(const std::string& side, const Dict& side_entry, std::int64_t& uid) {
@@ -91,8 +94,9 @@ void Deduction::config_learning_side(const std::string& side, const Dict& side_e
     for (auto [agent_type, entry] : *entries) {
       Dict settings = entry.as_dict();
       const std::string type = agent_type.to_text();
-      const auto agent =
-          class_of(settings, type, side)->make(AgentConf{uid, "torch", enemy_side, side, "RL-" + type, "no"});
+      const auto agent_class = class_of(settings, type, side);
+      const AgentConf conf{uid, "torch", enemy_side, side, "RL-" + type, "no"};
+      const auto agent = build(side, type, [&] { return agent_class->make(conf); });
       ++uid;
       equip_agent(*agent, settings, type, false);
       agent->agent_file_path = agent_file_path;
@@ -193,6 +197,7 @@ bool Deduction::rl_agents_load_model() {
   for (const auto& [side, player] : players) {
     for (const auto& agent : *player->agents_list) {
       if (agent->is_rule_agent) continue;
+      const AgentCall running(*agent, "load_model");
       agent->load_model();
       loaded = true;
     }

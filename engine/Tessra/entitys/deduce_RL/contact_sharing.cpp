@@ -35,6 +35,7 @@ void Deduction::for_each_friend(const FriendViews& views,
   for (const auto& [side, player] : players) {
     const Dict* info = sides_info.as_dict().find_dict(player->get_attribute("ID"));
     if (info == nullptr || !info->non_empty("Friend")) continue;
+    work_on(side);
     std::optional<FirstContacts> own;
     for (const Value& friend_id : info->at_list("Friend")) {
       const SideView* view = views.find(friend_id.to_text());

@@ -154,13 +154,17 @@ class Deduction : public Settings, public EpisodeState {
   /// is asked has no `TotalScore`.
   BatResult get_game_result(std::string_view error_side = "");
 
-  /// The call into an agent whose error reached the host from the last `reset` or `step`; `agent` is null when the
-  /// error was not an agent's.
+  /// Whose the error was that reached the host from the last `reset`, `step` or `normal_simulate`. `operation` is empty
+  /// when it was not an agent's; `side` then is the side whose part of the model was worked on, or empty.
   struct FailedCall {
-    std::shared_ptr<const Agent> agent;
+    std::shared_ptr<const Agent> agent;  ///< null too when the agent could not even be built
     const char* operation = "";
+    std::string side;
+    std::string agent_name;
   };
   const FailedCall& failed_call() const { return failed_call_; }
+  /// The failure for which `normal_simulate` ended the program; null when the end had none.
+  const std::exception_ptr& fatal_error() const { return fatal_error_; }
 
   // ---- The situation model: elements --------------------------------------------------------------------------
 
@@ -246,6 +250,11 @@ class Deduction : public Settings, public EpisodeState {
   void equip_agent(Agent& agent, Dict& entry, const std::string& agent_type, bool is_rule_agent);
   /// Calls into an agent; its error reaches the host, which can ask whose it was.
   void call_bare(const std::shared_ptr<Agent>& agent, const char* operation, const std::function<void()>& call);
+  /// Builds an agent; its constructor's error reaches the host in the same way.
+  std::shared_ptr<Agent> build(const std::string& side, const std::string& name,
+                               const std::function<std::shared_ptr<Agent>()>& make);
+  /// From here on an error is one of this side's part of the model; of none for an empty name.
+  void work_on(std::string_view side);
   /// Calls into an agent: bare while testing, else guarded, with the trace on standard error and the message in the
   /// log. False when the agent failed.
   bool call_agent(const std::shared_ptr<Agent>& agent, const char* operation, const std::function<void()>& call,
@@ -394,7 +403,8 @@ class Deduction : public Settings, public EpisodeState {
                         std::vector<std::string>& deleted);
 
   Seams seams_;
-  FailedCall failed_call_;           // the call that is running, or the one that failed
+  FailedCall failed_call_;  // the call that is running, or the one that failed
+  std::exception_ptr fatal_error_;
   Value game_value_;                 // the service client as elements carry it
   std::shared_ptr<Deduction> link_;  // does not own; agents' callbacks hold it weakly
 };

@@ -11,6 +11,7 @@
 #include "Tessra/base/stop_event.h"
 #include "Tessra/base/value.h"
 #include "Tessra/entitys/agent_base.h"
+#include "Tessra/entitys/data/gamedata.h"
 #include "Tessra/entitys/gameenvs/gameserver.h"
 #include "Tessra/entitys/scenario.h"
 
@@ -93,6 +94,9 @@ struct EpisodeState {
   std::string log_file_path;
   /// A step or command failure has been reported to the client; later ones are only logged.
   bool step_log_out = false;
+  /// The round's result as soon as there is one, and its row in the results database; 0 when it is not saved.
+  std::optional<BatResult> round_result;
+  std::int64_t saved_result = 0;
 };
 
 }  // namespace tessra

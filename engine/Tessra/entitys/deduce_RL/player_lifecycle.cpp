@@ -2,16 +2,29 @@
 #include <fmt/printf.h>
 
 #include "Tessra/base/guard.h"
+#include "Tessra/entitys/agent_call.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
 namespace tessra {
 
 void Deduction::call_bare(const std::shared_ptr<Agent>& agent, const char* operation,
                           const std::function<void()>& call) {
-  failed_call_ = {agent, operation};
+  failed_call_ = {agent, operation, agent->side, agent->agent_type};
+  const AgentCall running(*agent, operation);
   call();
   failed_call_ = {};
 }
+
+std::shared_ptr<Agent> Deduction::build(const std::string& side, const std::string& name,
+                                        const std::function<std::shared_ptr<Agent>()>& make) {
+  failed_call_ = {nullptr, "constructor", side, name};
+  const AgentCall running(side, name, failed_call_.operation);
+  auto agent = make();
+  failed_call_ = {};
+  return agent;
+}
+
+void Deduction::work_on(std::string_view side) { failed_call_ = {nullptr, "", std::string(side), ""}; }
 
 bool Deduction::call_agent(const std::shared_ptr<Agent>& agent, const char* operation,
                            const std::function<void()>& call, LogLevel level,
@@ -20,7 +33,11 @@ bool Deduction::call_agent(const std::shared_ptr<Agent>& agent, const char* oper
     call_bare(agent, operation, call);
     return true;
   }
-  return guarded(call, [&](const std::exception_ptr& error) {
+  const auto named_call = [&] {
+    const AgentCall running(*agent, operation);
+    call();
+  };
+  return guarded(named_call, [&](const std::exception_ptr& error) {
     ++calls_failed;
     seams_.console->print_error(trace_text(error));
     log_only(level, [&] { return message(error_text(error)); });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Tessra/base/folder.h"
 #include "Tessra/base/log_file.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
@@ -9,7 +10,7 @@ namespace tessra {
 
 void Deduction::config_log(Dict game_config) {
   const std::filesystem::path directory = seams_.config_directory / "log";
-  std::filesystem::create_directories(directory);
+  make_folder(directory);
   log_file_path = (directory / "command_delay.log").string();
 
   const auto output = log_file_output(log_file_path);

@@ -3,6 +3,7 @@
 #include <fmt/printf.h>
 
 #include "Tessra/base/guard.h"
+#include "Tessra/entitys/agent_call.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
 namespace tessra {
@@ -61,18 +62,23 @@ std::shared_ptr<RuleAgentBase> Deduction::scheduled_player() const {
 std::optional<BatResult> Deduction::end_round(Agent& agent) {
   log_only(LogLevel::info, [&] { return fmt::sprintf("当前推演时间:%ds, 推演结束", whole_number(time_elapsed)); });
   std::string error_side;
-  guarded([&] { agent.deduction_end(); },
-          [&](const std::exception_ptr& error) {
-            error_side = import_agent_side.to_text();
-            report_to_client("智能体'deduction_end'函数代码出错:%s.\n详情请查看-%s", error);
-            log_trace("智能体'deduction_end'函数代码出错:%s", error);
-            set_stop_signal();
-          });
+  guarded(
+      [&] {
+        const AgentCall running(agent, "deduction_end");
+        agent.deduction_end();
+      },
+      [&](const std::exception_ptr& error) {
+        error_side = import_agent_side.to_text();
+        report_to_client("智能体'deduction_end'函数代码出错:%s.\n详情请查看-%s", error);
+        log_trace("智能体'deduction_end'函数代码出错:%s", error);
+        set_stop_signal();
+      });
   cmd_package();
   return get_game_result(error_side);
 }
 
 Value Deduction::decision_interval_of(Agent& agent, const Value& client_interval) const {
+  const AgentCall running(agent, "agent_decision_time");
   const Value own = agent.agent_decision_time();
   log_only(LogLevel::info, [&] { return "选手配置控制决策间隔：决策间隔为" + own.to_text() + "s"; });
   return own.as_real() > client_interval.as_real() ? own : client_interval;
@@ -80,19 +86,30 @@ Value Deduction::decision_interval_of(Agent& agent, const Value& client_interval
 
 bool Deduction::decide(RuleAgentBase& player, Agent& agent, StepTimes& step_times) {
   const Situation& situation = player.get_situation();
-  agent.update_constant_attribute(player);
+  {
+    const AgentCall running(agent, "update_constant_attribute");
+    agent.update_constant_attribute(player);
+  }
   const double start = seams_.clock->now();
   if (!request_client_settings(agent)) return false;
-  guarded([&] { agent.info_extract(); },
-          [&](const std::exception_ptr& error) {
-            report_to_client("智能体'info_extract'函数代码出错:%s.\n详情请查看-%s", error);
-            log_trace("智能体'info_extract'函数代码出错:%s", error);
-          });
-  guarded([&] { agent.step(time_elapsed, situation); },
-          [&](const std::exception_ptr& error) {
-            report_once("智能体'step'函数代码出错:%s.\n详情请查看-%s.\n后续不再弹出提示！", error);
-            log_trace("智能体'step'函数代码出错:%s", error);
-          });
+  guarded(
+      [&] {
+        const AgentCall running(agent, "info_extract");
+        agent.info_extract();
+      },
+      [&](const std::exception_ptr& error) {
+        report_to_client("智能体'info_extract'函数代码出错:%s.\n详情请查看-%s", error);
+        log_trace("智能体'info_extract'函数代码出错:%s", error);
+      });
+  guarded(
+      [&] {
+        const AgentCall running(agent, "step");
+        agent.step(time_elapsed, situation);
+      },
+      [&](const std::exception_ptr& error) {
+        report_once("智能体'step'函数代码出错:%s.\n详情请查看-%s.\n后续不再弹出提示！", error);
+        log_trace("智能体'step'函数代码出错:%s", error);
+      });
   guarded([&] { cmd_package(); },
           [&](const std::exception_ptr& error) {
             report_once("智能体累积指令下达出错:%s.\n详情请查看-%s.\n后续不再弹出提示！", error);

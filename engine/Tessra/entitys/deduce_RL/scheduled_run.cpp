@@ -3,11 +3,14 @@
 #include <fmt/printf.h>
 
 #include "Tessra/base/guard.h"
+#include "Tessra/entitys/agent_call.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
 namespace tessra {
 
 RoundResults Deduction::normal_simulate() {
+  failed_call_ = {};
+  fatal_error_ = nullptr;
   main_exit_event = std::make_shared<StopEvent>();
   attempt_thrice([&] { game->connect_client(main_exit_event); }, "连接客户端错误:%s，再次请求！",
                  "连接客户端错误:%s，退出！");
@@ -27,13 +30,14 @@ RoundResults Deduction::normal_simulate() {
   cmd_package();
   log_only(LogLevel::info, "智能体initial函数执行完成");
 
-  std::optional<BatResult> result;
+  round_result.reset();
+  saved_result = 0;
   run_stage({[&] {
-               result = game_run_round();
-               if (save_result.truthy()) tessra::save_result(result, seams_.config_directory);
+               round_result = game_run_round();
+               if (save_result.truthy()) saved_result = tessra::save_result(round_result, seams_.config_directory);
              },
              "智能体决策step函数报错:%s.\n详情请查看-%s", "智能体决策step函数报错:%s"});
-  return {{current_round, result}};
+  return {{current_round, round_result}};
 }
 
 void Deduction::prepare(const Value& situation) {
@@ -71,6 +75,7 @@ void Deduction::prepare(const Value& situation) {
 
 void Deduction::run_stage(const Stage& stage) {
   guarded(stage.work, [&](const std::exception_ptr& error) {
+    fatal_error_ = error;
     report_to_client(stage.client_text, error);
     set_stop_signal();
     log_trace(stage.log_text, error);
@@ -86,6 +91,7 @@ void Deduction::attempt_thrice(const std::function<void()>& work, const char* re
       // Without a run log a failure is neither told nor waited for, and the run goes on after the last one.
       if (logger == nullptr) return;
       if (attempt == kAttempts) {
+        fatal_error_ = error;
         log_only(LogLevel::error, fmt::sprintf(exit_text, error_text(error)));
         end_program();
       }
@@ -99,12 +105,17 @@ void Deduction::player_apply_init() {
   for (const auto& [side, player] : players) {
     const Situation& situation = player->get_situation();
     for (const auto& agent : *player->agents_list) {
-      guarded([&] { agent->initial(situation); },
-              [&](const std::exception_ptr& error) {
-                report_to_client("智能体initial函数报错:%s.\n详情请查看-%s", error);
-                log_trace("智能体initial函数报错:%s", error);
-                end_program();
-              });
+      guarded(
+          [&] {
+            const AgentCall running(*agent, "initial");
+            agent->initial(situation);
+          },
+          [&](const std::exception_ptr& error) {
+            fatal_error_ = error;
+            report_to_client("智能体initial函数报错:%s.\n详情请查看-%s", error);
+            log_trace("智能体initial函数报错:%s", error);
+            end_program();
+          });
     }
   }
 }

@@ -8,11 +8,16 @@ namespace tessra {
 
 void Deduction::process_step_situation(const Value& update_data) {
   parse_update_situation(update_data);
+  work_on("");
   update_simulate_info();
   if (names_key.truthy()) {
-    for (const auto& [side, player] : players) player->update_units_of_names();
+    for (const auto& [side, player] : players) {
+      work_on(side);
+      player->update_units_of_names();
+    }
   }
   check_situation();
+  work_on("");
 }
 
 void Deduction::update_scenario_new(Dict situation_data) {
@@ -41,6 +46,7 @@ void Deduction::update_scenario_new(Dict situation_data) {
 
 void Deduction::check_situation() {
   for (const auto& [side, player] : players) {
+    work_on(side);
     for (auto [contact_id, contact] : player->get_dict("Contacts")) {
       const Dict& record = contact.as_dict();
       const bool has_type = record.contains(names::kType);

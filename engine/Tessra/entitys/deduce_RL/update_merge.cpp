@@ -26,6 +26,7 @@ void Deduction::parse_update_situation(const Value& situation_data) {
       merge_side(side_id, entry_dict(side_id, side_situation), scen, friend_views);
     }
     share_updated_contacts(friend_views);
+    work_on("");
   }
   update_scenario_new(update);
   parse_delete_situation(deletions);
@@ -42,6 +43,7 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
     if (is_friend) friend_views.set(side_id.to_text(), get_side_update_situation(side_name, side_situation));
     return;
   }
+  work_on(side_name);
   RuleAgentBase& player = **found;
   Dict side_part = part_or_empty(side_situation, "Side");
   Dict real_part = part_or_empty(side_situation, "SideReal");

@@ -33,8 +33,8 @@ Dict refusal(const sim::CommandFault& fault) {
 
 class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
  public:
-  EmbeddedServer(std::filesystem::path folder, std::uint64_t seed, int advance_seconds)
-      : folder_(std::move(folder)), seed_(seed), advance_seconds_(advance_seconds) {}
+  EmbeddedServer(std::filesystem::path folder, std::uint64_t seed, std::uint64_t first_episode, int advance_seconds)
+      : folder_(std::move(folder)), seed_(seed), episode_(first_episode - 1), advance_seconds_(advance_seconds) {}
 
   // Connecting cannot fail: the service is this process.
   Value connect_server() override { return true; }
@@ -121,8 +121,8 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
 
   std::filesystem::path folder_;
   std::uint64_t seed_;
+  std::uint64_t episode_;
   int advance_seconds_;
-  std::uint64_t episode_ = 0;
   Value scenario_name_;
   std::shared_ptr<const sim::Scenario> scenario_;
   std::optional<sim::Simulation> simulation_;
@@ -139,13 +139,16 @@ const sim::Simulation* simulation_of(GameServer& client) {
 }
 
 std::shared_ptr<GameServer> make_embedded_server(const Dict& section, std::string_view address) {
-  const Value* seed = section.at_dict("server").find("seed");
+  const Dict& server = section.at_dict("server");
+  const auto number = [&](const char* key) {
+    const Value* value = server.find(key);
+    return value != nullptr ? static_cast<std::uint64_t>(value->to_integer()) : 1;
+  };
   const Dict* simulate = section.find_dict("simulate");
   const Value* interval = simulate != nullptr ? simulate->find("decision_interval") : nullptr;
   std::shared_ptr<GameServer> service = std::make_shared<EmbeddedServer>(
-      address.empty() ? data_directory() / "scenarios" : std::filesystem::path(address),
-      seed != nullptr ? static_cast<std::uint64_t>(seed->to_integer()) : 1,
-      interval != nullptr ? advance_seconds(*interval) : 30);
+      address.empty() ? data_directory() / "scenarios" : std::filesystem::path(address), number("seed"),
+      number("first_episode"), interval != nullptr ? advance_seconds(*interval) : 30);
   if (section.non_empty("is_ai_apply")) service = std::make_shared<SchedulingClient>(std::move(service), section);
   return service;
 }

@@ -14,8 +14,8 @@ class Simulation;
 
 /// The backend "embedded:": the bundled simulation, in this process. `address` names a folder of scenario files;
 /// empty means the shipped ones. Reads `server.seed` (default 1) and `simulate.decision_interval` (simulated seconds
-/// of one advance, default 30). Each episode's seed is hashed from the base seed and the episode's number. In AI-apply
-/// mode a `SchedulingClient` stands in front of it.
+/// of one advance, default 30). Each episode's seed is hashed from the base seed and the episode's number, counted from
+/// `server.first_episode` (default 1). In AI-apply mode a `SchedulingClient` stands in front of it.
 std::shared_ptr<GameServer> make_embedded_server(const Dict& section, std::string_view address);
 
 /// Reads a scenario file as the bundled simulation would, for hosts that want to show its author's mistakes before they
