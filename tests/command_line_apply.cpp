@@ -1,29 +1,20 @@
-// One agent for a scheduling client, and the results it leaves.
+// One agent for a scheduling client.
 
 #include "support/command_line_fixture.h"
 
 namespace tessra::testing {
 namespace {
 
-TEST_F(CommandLine, apply_plays_the_example_and_saves_its_result) {
+TEST_F(CommandLine, apply_plays_the_example) {
   const Output output = run("apply --json --config " TESSRA_SOURCE_DIR "/scenarios/apply_strait.json");
   EXPECT_EQ(output.status, 0);
   EXPECT_THAT(output.err, IsEmpty());
   const Dict line = read_json(output.out).as_dict();
   EXPECT_EQ(line.at("red_name"), Value("patrol-1"));
   EXPECT_EQ(line.at("steps"), Value(180));
+  EXPECT_EQ(line.at("ended_by"), Value("duration"));
   EXPECT_THAT(read(path("config/log/command_delay.log")),
               HasSubstr(" - Apply - INFO - 当前推演时间:5400s, 推演结束\n"));
-
-  const Dict saved = read_json(run("results --json").out).as_dict();
-  EXPECT_EQ(saved.at("red_score"), line.at("red_score"));
-  EXPECT_EQ(saved.at("error_side"), Value(""));
-  const std::string config =
-      write("c.json", R"({"game_server": {"simulate": {"scenario": "skirmish", "save_result": true}, "server": {}}})");
-  run("run --quiet --episodes 2 --config " + config);
-  const std::string lines = run("results --json").out;
-  EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 3) << "both modes save";
-  EXPECT_THAT(run("results").out, HasSubstr("strike-1"));
 }
 
 TEST_F(CommandLine, apply_tells_what_went_wrong) {

@@ -1,5 +1,6 @@
 // Playing episodes from the command line.
 
+#include "simulation/simulation.h"
 #include "support/command_line_fixture.h"
 
 namespace tessra::testing {
@@ -33,14 +34,68 @@ TEST_F(CommandLine, options_beat_the_configuration_and_misspelt_keys_are_warned_
   EXPECT_THAT(read(path("log")), HasSubstr(" - deduce - INFO - 第1局,想定'skirmish'加载成功"));
 }
 
-TEST_F(CommandLine, an_agents_failure_names_side_agent_and_operation) {
-  const std::string config = write("c.json", R"({"game_server": {"simulate": {"scenario": "skirmish"}, "server": {}},
-    "rule_config": {"红方": {"x": {"class": "throws-ours"}}}})");
-  const Output output = run("run --config " + config + library());
-  EXPECT_EQ(output.status, 1);
-  EXPECT_THAT(output.err,
-              HasSubstr("agent 'x' of side '红方' failed in `step` at 0:00:00 of episode 1: no key 'plan'\n"));
-  EXPECT_THAT(output.err, HasSubstr("libfaulty_agents.so(")) << "the trace";
+TEST_F(CommandLine, json_says_how_an_episode_ended_for_every_side) {
+  const Dict line = read_json(run("run --scenario strait --json").out).as_dict();
+  EXPECT_EQ(line.at("ended_by"), Value("duration"));
+  EXPECT_FALSE(line.contains("beaten_side"));
+  EXPECT_EQ(line.at("winner"), Value(line.at_real("red_score") > line.at_real("blue_score") ? "red" : "blue"));
+  EXPECT_EQ(line.at_text("episode_seed"), std::to_string(sim::episode_seed(1, 1)));
+  const Dict sides = line.at_dict("sides");
+  ASSERT_EQ(sides.size(), 3u) << "the friend that nobody plays, too";
+  EXPECT_EQ(sides.at_dict("红方").at("score"), line.at("red_score"));
+  EXPECT_GE(sides.at_dict("绿方").at_integer("losses"), 0);
+  for (const char* count : {"orders_refused", "calls_failed"}) EXPECT_EQ(line.at(count), Value(0)) << count;
+
+  const Dict asked = read_json(run("run --json --config " + run_config("impatient") + library()).out).as_dict();
+  EXPECT_EQ(asked.at("ended_by"), Value("agent"));
+  EXPECT_THAT(run("run --config " + run_config("impatient") + library()).out, HasSubstr("  an agent's wish\n"));
+}
+
+TEST_F(CommandLine, one_episode_of_a_series_is_played_alone) {
+  const std::string series = run("run --scenario skirmish --json --episodes 3 --seed 7").out;
+  const Output last = run("run --scenario skirmish --json --episodes 1 --first-episode 3 --seed 7");
+  EXPECT_EQ(last.status, 0) << last.err;
+  EXPECT_EQ(read_json(last.out).as_dict().at("round"), Value(3));
+  EXPECT_THAT(series, EndsWith(last.out));
+  const std::string config = write("later.json", R"({"game_server": {
+      "simulate": {"scenario": "skirmish", "episodes": 2}, "server": {"first_episode": 2, "seed": 7}}})");
+  EXPECT_THAT(series, EndsWith(run("run --json --config " + config).out));
+}
+
+TEST_F(CommandLine, agents_that_fail_without_ending_the_run_are_counted) {
+  const std::string arguments = "run --config " + run_config("throws-ours", R"(, "testing": false)") + library();
+  const Output output = run(arguments);
+  EXPECT_EQ(output.status, 0);
+  EXPECT_EQ(output.err, "warning: agent 'x' of side '红方' in `step` failed: tessra::KeyError: no key 'plan'\n");
+  EXPECT_THAT(output.out, HasSubstr(" calls into agents failed; play with --log FILE to read which and why\n"));
+  EXPECT_GT(read_json(run(arguments + " --json").out).as_dict().at_integer("calls_failed"), 1);
+}
+
+TEST_F(CommandLine, progress_on_a_terminal_gives_way_to_what_is_written) {
+  const Output output = shell("script -qec '" TESSRA_DEDUCE " run --scenario strait --json --episodes 2' /dev/null");
+  EXPECT_THAT(output.out, HasSubstr("steps/s"));
+  std::istringstream lines(output.out);
+  int found = 0;
+  for (std::string line; std::getline(lines, line);) {
+    const auto json = line.find('{');
+    if (json == std::string::npos) continue;
+    ++found;
+    EXPECT_TRUE(json == 0 || line.substr(0, json).ends_with("\r\x1b[K")) << line;
+  }
+  EXPECT_EQ(found, 2);
+}
+
+TEST_F(CommandLine, a_stopped_run_says_how_far_it_came) {
+  const std::string program = std::string("timeout --preserve-status -k 1 -s INT 0.5 ") + TESSRA_DEDUCE + " run ";
+  const Output played = shell(program + "--scenario skirmish --episodes 1000000");
+  EXPECT_EQ(played.status, 130);
+  EXPECT_THAT(played.out, ::testing::ContainsRegex("\nred won [0-9]+, blue won [0-9]+ of [1-9][0-9]*\n$"));
+  EXPECT_THAT(played.err, ::testing::MatchesRegex("stopped after [1-9][0-9]* of 1000000\n"));
+
+  const Output stuck = shell(program + "--episodes 400 --config " + run_config("never-returns") + library());
+  EXPECT_EQ(stuck.status, 130);
+  EXPECT_EQ(stuck.err, "error: agent 'x' of side '红方' in `step` did not return\nstopped after 0 of 400\n");
+  EXPECT_EQ(stuck.out, "no episode was played to its end\n");
 }
 
 TEST_F(CommandLine, signals_end_a_run_within_a_second) {
@@ -54,6 +109,7 @@ TEST_F(CommandLine, signals_end_a_run_within_a_second) {
       {"apply --config " + apply_config("patrol", 1), "INT", 130},
       {"apply --config " + apply_config("patrol", 1), "TERM", 143},
       {"apply --config " + apply_config("never-returns", 30) + library(), "TERM", 143},
+      {"run --quiet --config " + run_config("never-returns") + library(), "TERM", 143},
   };
   for (const auto& given : cases) {
     // `timeout` passes the program's own status on, or kills it a second after the signal.

@@ -1,10 +1,9 @@
 #include "apps/deduce/agents_command.h"
 
-#include <fmt/format.h>
-
 #include "Tessra/entitys/agent_library.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
+#include "apps/deduce/output.h"
 
 namespace tessra::app {
 
@@ -17,7 +16,7 @@ int list_agents(const std::string& library) {
   }
   for (const std::string& name : registry.names()) {
     const auto agent_class = registry.get(name);
-    fmt::print("{:<14} {}{}\n", name, agent_class->description(), agent_class->is_learn() ? " (learns)" : "");
+    say("{:<14} {}{}\n", name, agent_class->description(), agent_class->is_learn() ? " (learns)" : "");
   }
   return kPlayed;
 }

@@ -1,15 +1,18 @@
 #include "apps/deduce/apply_command.h"
 
-#include <fmt/format.h>
+#include <spdlog/logger.h>
 
 #include "Tessra/base/guard.h"
+#include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/gameenvs/scheduling_client.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/exit_status.h"
-#include "apps/deduce/progress.h"
-#include "apps/deduce/results.h"
+#include "apps/deduce/failure.h"
+#include "apps/deduce/output.h"
+#include "apps/deduce/run_report.h"
+#include "apps/deduce/saved_runs.h"
 #include "apps/deduce/stop_signals.h"
 
 namespace tessra::app {
@@ -30,14 +33,26 @@ Dict apply_configuration(const ApplyOptions& options) {
   return config;
 }
 
+/// What the program makes of a failure that the engine ends it for; the engine's own status when it is none of its
+/// surroundings.
+int status_of(const std::exception_ptr& error, int status) {
+  if (is_error<AgentLibraryError>(error)) return kWrongInput;
+  return is_error<SurroundingsError>(error) ? static_cast<int>(kFailed) : status;
+}
+
 class Apply {
  public:
-  explicit Apply(const ApplyOptions& options) : options_(options), signals_(kGrace), progress_(!options.quiet) {
-    config_ = apply_configuration(options);
-    for (const std::string& line : configuration_warnings(config_)) fmt::print(stderr, "warning: {}\n", line);
+  explicit Apply(const ApplyOptions& options)
+      : options_(options), progress_(!options.quiet), config_(apply_configuration(options)) {
+    for (const std::string& line : configuration_warnings(config_)) tell("warning: {}\n", line);
+    // The engine adds the run log's file to it.
+    auto log = std::make_shared<spdlog::logger>("Apply");
+    log_failed_ = watch_log(*log, progress_);
+    config_.set("logger", log);
     Seams seams = default_seams();
     seams.exit = std::make_shared<EarlyEnd>(*this);
     engine_ = std::make_unique<Deduction>(config_, seams);
+    signals_.on_end([call = &AgentCall::of_this_thread()] { tell_unreturned(*call); });
     if (client_ = find_client<SchedulingClient>(*engine_->game); client_ != nullptr) connect();
   }
   ~Apply() { signals_.on_signal(nullptr); }
@@ -45,36 +60,33 @@ class Apply {
   Apply& operator=(const Apply&) = delete;
 
   int run() {
-    const double start = real_clock()->now();
+    start_ = real_clock()->now();
     progress_.start_episode(1, 1);
-    RoundResults results;
-    const bool ended = guarded([&] { results = engine_->normal_simulate(); },
-                               [&](const std::exception_ptr& error) {
-                                 progress_.clear();
-                                 fmt::print(stderr, "error: {}\n{}\n", error_text(error), trace_text(error));
-                               });
+    const bool ended =
+        guarded([&] { engine_->normal_simulate(); },
+                [&](const std::exception_ptr& error) {
+                  progress_.clear();
+                  tell_error(failure_text(*engine_, engine_->current_round, error), error, options_.trace);
+                });
     progress_.clear();
     if (signals_.received()) {
-      fmt::print(stderr, "interrupted at {}; run log: {}\n", clock_text(engine_->time_elapsed), engine_->log_file_path);
+      tell("interrupted at {}; run log: {}\n", clock_text(engine_->time_elapsed), engine_->log_file_path);
       return signals_.status();
     }
     if (!ended) return kFailed;
-    return report(results, real_clock()->now() - start);
+    const int status = report();
+    return status == kPlayed && *log_failed_ ? static_cast<int>(kFailed) : status;
   }
 
  private:
-  /// Time to end by the round's own rules after a signal, in seconds.
-  static constexpr double kGrace = 0.8;
-
   /// How the engine ends the program after a fatal failure.
   class EarlyEnd : public ProgramExit {
    public:
     explicit EarlyEnd(const Apply& run) : run_(run) {}
     [[noreturn]] void end(int status) override {
       run_.progress_.clear();
-      if (!run_.signals_.received())
-        fmt::print(stderr, "the run has ended early; see {}\n", run_.engine_->log_file_path);
-      real_exit()->end(run_.signals_.received() ? run_.signals_.status() : status);
+      const int own = run_.signals_.received() ? run_.signals_.status() : run_.end_early(status);
+      real_exit()->end(own);
       std::terminate();  // not reached
     }
 
@@ -82,40 +94,75 @@ class Apply {
     const Apply& run_;
   };
 
+  /// Says what really failed, where the client's texts do not, and shows the round's result if there is one already.
+  int end_early(int status) const {
+    const std::exception_ptr& error = engine_->fatal_error();
+    const int own = status_of(error, status);
+    const Deduction::FailedCall& failed = engine_->failed_call();
+    if (own != status || *failed.operation != '\0' || !failed.side.empty()) {
+      tell_error(failure_text(*engine_, engine_->current_round, error), error, options_.trace);
+    } else if (options_.trace && error != nullptr) {
+      tell("{}\n", trace_text(error));
+    }
+    tell("the run has ended early; see {}\n", engine_->log_file_path);
+    int shown = own;
+    guarded(
+        [&] {
+          if (engine_->round_result) show(episode());
+        },
+        [&](const std::exception_ptr& unshown) {
+          tell_error(error_text(unshown), unshown, options_.trace);
+          shown = kFailed;
+        });
+    return shown == kPlayed && *log_failed_ ? static_cast<int>(kFailed) : shown;
+  }
+
   void connect() {
     client_->on_error_text = [this](const std::string& text) {
       progress_.clear();
-      fmt::print(stderr, "{}\n", text);
+      tell("{}\n", text);
     };
     client_->on_decision = [this](std::int64_t decisions) { progress_.show(decisions, engine_->time_elapsed); };
     signals_.on_signal([client = client_] { client->stop(); });
   }
 
-  int report(const RoundResults& results, double wall_seconds) {
-    const auto& [round, result] = *results.begin();
-    if (!result) {
-      fmt::print(stderr, "error: the round was abandoned; see {}\n", engine_->log_file_path);
+  int report() const {
+    if (!engine_->round_result) {
+      tell("error: the round was abandoned; see {}\n", engine_->log_file_path);
       return kFailed;
     }
+    const PlayedEpisode played = episode();
+    show(played);
+    if (engine_->saved_result != 0) {
+      SavedRuns(default_seams().config_directory, run_info("apply", config_, played.seed))
+          .add(engine_->saved_result, played);
+    }
+    return played.result.error_side.empty() ? kPlayed : kFailed;
+  }
+
+  PlayedEpisode episode() const {
     const std::string agent_id = engine_->agent_id_from_client.to_text();
     const std::int64_t decisions = client_ != nullptr ? client_->agent_times(agent_id) : 0;
     const Dict server = config_.at_dict("server");
     const std::int64_t seed = server.contains("seed") ? server.at_integer("seed") : 1;
-    const PlayedEpisode episode{*result, decisions, seed, wall_seconds};
-    if (options_.json) {
-      fmt::print("{}\n", json_line(episode));
-    } else if (!options_.quiet) {
-      fmt::print("{}run log: {}\n", result_table({episode}), engine_->log_file_path);
-    }
-    return result->error_side.empty() ? kPlayed : kFailed;
+    return played_episode(*engine_, *engine_->round_result, decisions, seed, real_clock()->now() - start_);
+  }
+
+  void show(const PlayedEpisode& played) const {
+    RunReport report({options_.json, options_.quiet, engine_->log_file_path, 1}, progress_);
+    report.add(played);
+    report.end(false);
+    if (!options_.json && !options_.quiet) say("run log: {}\n", engine_->log_file_path);
   }
 
   ApplyOptions options_;
-  StopSignals signals_;
   Progress progress_;
+  StopSignals signals_;
   Dict config_;
+  std::shared_ptr<const std::atomic<bool>> log_failed_;
   std::unique_ptr<Deduction> engine_;
   SchedulingClient* client_ = nullptr;
+  double start_ = 0;
 };
 
 }  // namespace

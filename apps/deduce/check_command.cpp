@@ -18,6 +18,7 @@
 #include "apps/deduce/checking_service.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
+#include "apps/deduce/output.h"
 #include "apps/deduce/watched_check.h"
 
 namespace tessra::app {
@@ -99,7 +100,7 @@ class Check {
 
  private:
   void enter(const std::string& situation, const char* mode) {
-    fmt::print("playing {}, {}\n", situation, mode);
+    say("playing {}, {}\n", situation, mode);
     std::fflush(stdout);
     findings_.enter(fmt::format("{}, {}", situation, mode));
     progress_.enter(fmt::format("{}, {}", situation, mode));
@@ -110,7 +111,7 @@ class Check {
     enter("a second episode after `reset`", "standard mode");
     const std::vector<std::string> fresh = play_standard(2, true);
     if (play_standard(2, true) != fresh) {
-      fmt::print("  fresh agents decide differently each time: what `reset` keeps cannot be checked\n");
+      say("  fresh agents decide differently each time: what `reset` keeps cannot be checked\n");
       return;
     }
     if (play_standard(2, false) != fresh) {

@@ -1,7 +1,5 @@
 #include "apps/deduce/configuration.h"
 
-#include <fmt/format.h>
-
 #include "Tessra/base/json_read.h"
 #include "Tessra/entitys/agent_class.h"
 #include "Tessra/entitys/gameenvs/data_directory.h"
@@ -9,6 +7,7 @@
 #include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/configuration_values.h"
 #include "apps/deduce/exit_status.h"
+#include "apps/deduce/output.h"
 
 namespace tessra::app {
 
@@ -56,7 +55,7 @@ void choose_agents(Dict config, const Dict& scenario) {
   if (const Dict* agents = scenario.find_dict("agents")) {
     config.set("rule_config", *agents);
   } else {
-    fmt::print(stderr, "note: no agents; every side does what its missions say\n");
+    tell("note: no agents; every side does what its missions say\n");
   }
 }
 
@@ -144,6 +143,7 @@ Dict run_configuration(const RunOptions& options) {
   Dict simulate = section.at_dict("simulate");
   Dict server = section.at_dict("server");
   if (options.seed) server.set("seed", *options.seed);
+  if (options.first_episode) server.set("first_episode", *options.first_episode);
   if (options.episodes) simulate.set("episodes", *options.episodes);
   if (!options.record.empty()) server.set("record", options.record);
   if (!options.agents.empty()) add_agent_library(config, options.agents);

@@ -14,12 +14,14 @@ struct RunOptions {
   std::string scenario;  ///< a stem among the shipped scenarios, or a scenario file
   std::string config;
   std::optional<std::int64_t> episodes;
+  std::optional<std::int64_t> first_episode;  ///< number of the first one to play
   std::optional<std::int64_t> seed;
   std::string agents;  ///< agent library, beside those the configuration names
   std::string log;
   std::string record;
   bool json = false;
   bool quiet = false;
+  bool trace = false;  ///< show what is for developers when something fails
 };
 
 /// The game configuration of a run, standard mode: the file's, or an empty one, completed by the options. The scenario

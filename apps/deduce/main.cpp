@@ -1,12 +1,19 @@
 #include <CLI/CLI.hpp>
 
-#include <fmt/format.h>
+#include <cxxabi.h>
+
+#include <charconv>
+#include <limits>
+#include <optional>
+#include <sstream>
 
 #include "agents/sample_agents.h"
 #include "apps/deduce/agents_command.h"
 #include "apps/deduce/apply_command.h"
 #include "apps/deduce/check_command.h"
 #include "apps/deduce/exit_status.h"
+#include "apps/deduce/last_words.h"
+#include "apps/deduce/output.h"
 #include "apps/deduce/replay_command.h"
 #include "apps/deduce/results_command.h"
 #include "apps/deduce/run_command.h"
@@ -17,13 +24,42 @@ namespace {
 using namespace tessra;
 using namespace tessra::app;
 
-const CLI::Validator above_zero(
+/// The number that a text is from its first to its last character; none for anything else, and for what is too large.
+template <class Number>
+std::optional<Number> number_of(const std::string& text) {
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool whole_text = error == std::errc() && end == text.data() + text.size();
+  return whole_text ? std::optional(number) : std::nullopt;
+}
+
+// The parser itself would take what is too large for the largest number, and a leading zero for an octal one.
+std::string check_whole(std::string& text, std::int64_t least, const std::string& wanted) {
+  constexpr std::int64_t kMost = 1'000'000'000'000'000'000;
+  const auto number = number_of<std::int64_t>(text);
+  if (!number || *number < least || (least > 0 && *number > kMost)) return "must be " + wanted + ", is '" + text + "'";
+  text = std::to_string(*number);
+  return "";
+}
+
+const CLI::Validator above_zero([](std::string& text) { return check_whole(text, 1, "a whole number above 0"); },
+                                "COUNT");
+
+const CLI::Validator whole(
     [](std::string& text) {
-      const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-      const bool fits = digits && text.size() <= 18 && text.find_first_not_of('0') != std::string::npos;
-      return fits ? std::string() : "must be a whole number above 0, is '" + text + "'";
+      return check_whole(text, std::numeric_limits<std::int64_t>::min(), "a whole number of at most 64 bits");
     },
-    "COUNT");
+    "NUMBER");
+
+const CLI::Validator seconds(
+    [](std::string& text) {
+      const auto number = number_of<double>(text);
+      const bool fits = number && *number >= 0.001 && *number <= 3600;
+      return fits ? std::string() : "must be a number from 0.001 to 3600, is '" + text + "'";
+    },
+    "SECONDS");
+
+const CLI::Validator filled([](std::string& text) { return text.empty() ? "must not be empty" : ""; }, "TEXT");
 
 /// The first argument must name a command: the parser itself would only say that one is missing.
 void check_command_name(const CLI::App& app, int argc, char** argv) {
@@ -36,83 +72,138 @@ void check_command_name(const CLI::App& app, int argc, char** argv) {
   throw InputError("no command '" + std::string(argv[1]) + "'; there are: " + names);
 }
 
+CLI::App* add_run(CLI::App& app, RunOptions& run) {
+  CLI::App* command = app.add_subcommand("run", "Play episodes and show who won");
+  command->add_option("--scenario", run.scenario, "A shipped scenario's name, or a scenario file")->check(filled);
+  command->add_option("--config", run.config, "Configuration file (JSON)")->check(filled);
+  command->add_option("--episodes", run.episodes, "How many episodes to play")->transform(above_zero);
+  command->add_option("--first-episode", run.first_episode, "Number of the first one, to play some of a series again")
+      ->transform(above_zero);
+  command->add_option("--seed", run.seed, "Base seed; every episode's seed is made from it and its number")
+      ->transform(whole);
+  command->add_option("--agents", run.agents, "Agent library (.so) with classes the configuration names")
+      ->check(filled);
+  command->add_option("--log", run.log, "Append the run log to this file")->check(filled);
+  command->add_option("--record", run.record, "Keep every situation record below this folder")->check(filled);
+  command->add_flag("--json", run.json, "Print one JSON object per episode and nothing else");
+  command->add_flag("--quiet", run.quiet, "Show neither progress nor table");
+  command->add_flag("--trace", run.trace, "When something fails, show where in the code");
+  return command;
+}
+
+CLI::App* add_replay(CLI::App& app, ReplayOptions& replay) {
+  CLI::App* command = app.add_subcommand("replay", "Play recorded situations through the engine");
+  command->add_option("folder", replay.folder, "Folder written by 'run --record', or by hand")
+      ->required()
+      ->check(filled);
+  command->add_option("--episode", replay.episode, "Which episode, when the folder holds several")
+      ->transform(above_zero);
+  command->add_option("--dump", replay.dump, "Write the model after every record to this JSON file")->check(filled);
+  return command;
+}
+
+CLI::App* add_apply(CLI::App& app, ApplyOptions& apply) {
+  CLI::App* command = app.add_subcommand("apply", "Run one agent of one side for a scheduling client");
+  command->add_option("--config", apply.config, "Configuration file (JSON) with 'is_ai_apply'")
+      ->required()
+      ->check(filled);
+  command->add_option("--agents", apply.agents, "Agent library (.so) with the agent's class")->check(filled);
+  command->add_option("--seed", apply.seed, "Base seed of the bundled simulation")->transform(whole);
+  command->add_flag("--json", apply.json, "Print the result as one JSON object and nothing else");
+  command->add_flag("--quiet", apply.quiet, "Show neither progress nor table");
+  command->add_flag("--trace", apply.trace, "When something fails, show where in the code");
+  return command;
+}
+
+CLI::App* add_check(CLI::App& app, CheckOptions& check) {
+  CLI::App* command = app.add_subcommand("check-agent", "Play an agent through odd situations; say what is wrong");
+  command->add_option("--class", check.agent_class, "Registered name of the agent's class")->required()->check(filled);
+  command->add_option("--agents", check.agents, "Agent library (.so) with the class")->check(filled);
+  command->add_option("--limit", check.limit, "Seconds a call into the agent may take")
+      ->check(seconds)
+      ->capture_default_str();
+  return command;
+}
+
+CLI::App* add_results(CLI::App& app, ResultsOptions& results) {
+  CLI::App* command = app.add_subcommand("results", "List the saved results");
+  command->add_option("--run", results.run, "Only those of this run")->transform(above_zero);
+  command->add_option("--scenario", results.scenario, "Only those of this scenario")->check(filled);
+  command->add_option("--last", results.last, "Only the newest ones")->transform(above_zero);
+  command->add_flag("--json", results.json, "Print one JSON object per result");
+  return command;
+}
+
+/// What the parser has to say: help on standard output, mistakes on standard error.
+int end_parsing(const CLI::App& app, const CLI::ParseError& error) {
+  std::ostringstream out;
+  std::ostringstream err;
+  const int code = app.exit(error, out, err);
+  if (!out.str().empty()) say_text(out.str());
+  tell_text(err.str());
+  return code == 0 ? kPlayed : kWrongInput;
+}
+
 int dispatch(int argc, char** argv) {
   CLI::App app("Runs episodes of wargame scenarios with software agents.", "deduce");
   app.require_subcommand(1);
   app.set_version_flag("--version", "deduce " TESSRA_VERSION);
-
   RunOptions run;
-  CLI::App* run_command = app.add_subcommand("run", "Play episodes and show who won");
-  run_command->add_option("--scenario", run.scenario, "A shipped scenario's name, or a scenario file");
-  run_command->add_option("--config", run.config, "Configuration file (JSON)");
-  run_command->add_option("--episodes", run.episodes, "How many episodes to play")->check(above_zero);
-  run_command->add_option("--seed", run.seed, "Base seed; every episode's seed is made from it and its number");
-  run_command->add_option("--agents", run.agents, "Agent library (.so) with classes the configuration names");
-  run_command->add_option("--log", run.log, "Append the run log to this file");
-  run_command->add_option("--record", run.record, "Keep every situation record below this folder");
-  run_command->add_flag("--json", run.json, "Print one JSON object per episode and nothing else");
-  run_command->add_flag("--quiet", run.quiet, "Show neither progress nor table");
-
   ReplayOptions replay;
-  CLI::App* replay_command = app.add_subcommand("replay", "Play recorded situations through the engine");
-  replay_command->add_option("folder", replay.folder, "Folder written by 'run --record', or by hand")->required();
-  replay_command->add_option("--episode", replay.episode, "Which episode, when the folder holds several");
-  replay_command->add_option("--dump", replay.dump, "Write the model after every record to this JSON file");
-
   ApplyOptions apply;
-  CLI::App* apply_command = app.add_subcommand("apply", "Run one agent of one side for a scheduling client");
-  apply_command->add_option("--config", apply.config, "Configuration file (JSON) with 'is_ai_apply'")->required();
-  apply_command->add_option("--agents", apply.agents, "Agent library (.so) with the agent's class");
-  apply_command->add_option("--seed", apply.seed, "Base seed of the bundled simulation");
-  apply_command->add_flag("--json", apply.json, "Print the result as one JSON object and nothing else");
-  apply_command->add_flag("--quiet", apply.quiet, "Show neither progress nor table");
-
   CheckOptions check;
-  CLI::App* check_command =
-      app.add_subcommand("check-agent", "Play an agent through odd situations; say what is wrong");
-  check_command->add_option("--class", check.agent_class, "Registered name of the agent's class")->required();
-  check_command->add_option("--agents", check.agents, "Agent library (.so) with the class");
-  check_command->add_option("--limit", check.limit, "Seconds a call into the agent may take")
-      ->check(CLI::Range(0.001, 3600.0))
-      ->capture_default_str();
-
-  bool results_json = false;
-  CLI::App* results_command = app.add_subcommand("results", "List the saved results");
-  results_command->add_flag("--json", results_json, "Print one JSON object per result");
-
-  CLI::App* scenarios_command = app.add_subcommand("scenarios", "List the shipped scenarios");
+  ResultsOptions results;
+  const CLI::App* run_command = add_run(app, run);
+  const CLI::App* replay_command = add_replay(app, replay);
+  const CLI::App* apply_command = add_apply(app, apply);
+  const CLI::App* check_command = add_check(app, check);
+  const CLI::App* results_command = add_results(app, results);
+  const CLI::App* scenarios_command = app.add_subcommand("scenarios", "List the shipped scenarios");
 
   std::string agents_library;
   CLI::App* agents_command = app.add_subcommand("agents", "List the agent classes a configuration can name");
-  agents_command->add_option("--agents", agents_library, "Agent library (.so) whose classes are listed, too");
+  agents_command->add_option("--agents", agents_library, "Agent library (.so) whose classes are listed, too")
+      ->check(filled);
 
   check_command_name(app, argc, argv);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kPlayed : kWrongInput;
+    return end_parsing(app, error);
   }
   if (run_command->parsed()) return run_episodes(run);
   if (replay_command->parsed()) return replay_records(replay);
   if (apply_command->parsed()) return apply_agent(apply);
   if (check_command->parsed()) return check_agent(check);
-  if (results_command->parsed()) return list_results(results_json);
+  if (results_command->parsed()) return list_results(results);
   if (scenarios_command->parsed()) return list_scenarios();
   if (agents_command->parsed()) return list_agents(agents_library);
   return kWrongInput;
 }
 
+int run_program(int argc, char** argv) {
+  try {
+    const int status = dispatch(argc, argv);
+    say_text("");  // fails when something that was written before did
+    return status;
+  } catch (const InputError& error) {
+    tell("error: {}\n", error.what());
+    return kWrongInput;
+  } catch (const std::exception& error) {
+    tell("error: {}\n", error.what());
+    return kFailed;
+  } catch (const abi::__forced_unwind&) {
+    end_with_main_thread();
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  prepare_streams();
+  watch_for_sudden_end();
   register_sample_agents(AgentRegistry::instance());
-  try {
-    return dispatch(argc, argv);
-  } catch (const InputError& error) {
-    fmt::print(stderr, "error: {}\n", error.what());
-    return kWrongInput;
-  } catch (const std::exception& error) {
-    fmt::print(stderr, "error: {}\n", error.what());
-    return kFailed;
-  }
+  const int status = run_program(argc, argv);
+  end_is_expected();
+  return status;
 }

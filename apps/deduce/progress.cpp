@@ -1,9 +1,9 @@
 #include "apps/deduce/progress.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include "Tessra/base/seams.h"
+#include "apps/deduce/output.h"
 #include "apps/deduce/results.h"
 
 namespace tessra::app {
@@ -30,15 +30,13 @@ void Progress::show(std::int64_t steps, double simulated) {
   constexpr double kEvery = 0.1;  // wall-clock seconds
   if (!active_ || now() - shown_ < kEvery) return;
   shown_ = now();
-  fmt::print(stderr, "\r\x1b[Kepisode {}/{}  {}  {:.0f} steps/s", episode_, episodes_, clock_text(simulated),
-             static_cast<double>(steps) / (shown_ - started_ + 1e-9));
-  std::fflush(stderr);
+  tell("\r\x1b[Kepisode {}/{}  {}  {:.0f} steps/s", episode_, episodes_, clock_text(simulated),
+       static_cast<double>(steps) / (shown_ - started_ + 1e-9));
 }
 
 void Progress::clear() const {
   if (!active_) return;
-  fmt::print(stderr, "\r\x1b[K");
-  std::fflush(stderr);
+  tell_text("\r\x1b[K");
 }
 
 }  // namespace tessra::app

@@ -5,7 +5,7 @@
 namespace tessra::app {
 
 /// One line on a terminal that is written over and over: episode, simulated time, steps per second. Writes nothing
-/// when standard error is no terminal.
+/// when standard error is no terminal. Whoever writes something else clears it first.
 class Progress {
  public:
   explicit Progress(bool wanted);

@@ -5,9 +5,11 @@
 #include <spdlog/sinks/base_sink.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <fstream>
 #include <mutex>
+#include <system_error>
 
 #include "Tessra/base/guard.h"
 #include "Tessra/base/json_write.h"
@@ -16,6 +18,7 @@
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/model_dump.h"
+#include "apps/deduce/output.h"
 #include "apps/deduce/results.h"
 
 namespace tessra::app {
@@ -124,6 +127,7 @@ class Replay {
     engine_section(config).set("logger", log);
     engine_ = std::make_unique<Deduction>(config);
     if (!options.dump.empty()) {
+      dump_file_ = options.dump;
       dump_.open(options.dump, std::ios::binary | std::ios::trunc);
       if (!dump_) throw InputError("cannot write " + options.dump);
       dump_ << "[";
@@ -138,11 +142,12 @@ class Replay {
           attempt(recorded_update(folder_, number).stem().string(), [&](Value& returned) { return step(returned); });
     }
     if (dump_.is_open()) {
+      errno = 0;
       dump_ << "\n]\n";
       dump_.flush();
-      if (!dump_) throw Error("the dump could not be written");
+      if (!dump_) throw SurroundingsError("cannot write " + dump_file_ + ": " + std::generic_category().message(errno));
     }
-    fmt::print("{} updates played, {} elements\n", updates_, engine_->elements.size());
+    say("{} updates played, {} elements\n", updates_, engine_->elements.size());
     if (goes_on) report_break(number);
     return failed_ ? kFailed : kPlayed;
   }
@@ -210,7 +215,7 @@ class Replay {
   }
 
   void report(const std::string& place, const std::string& what) {
-    fmt::print(stderr, "error: {}: {}\n", place, what);
+    tell("error: {}: {}\n", place, what);
     failed_ = true;
   }
 
@@ -231,6 +236,7 @@ class Replay {
   std::filesystem::path folder_;
   std::shared_ptr<Collector> messages_ = std::make_shared<Collector>();
   std::unique_ptr<Deduction> engine_;
+  std::string dump_file_;
   std::ofstream dump_;
   bool first_ = true;
   bool failed_ = false;

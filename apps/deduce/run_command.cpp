@@ -1,10 +1,10 @@
 #include "apps/deduce/run_command.h"
 
-#include <fmt/format.h>
 #include <spdlog/logger.h>
 #include <spdlog/sinks/null_sink.h>
 #include <unistd.h>
 
+#include "Tessra/base/folder.h"
 #include "Tessra/base/guard.h"
 #include "Tessra/base/json_write.h"
 #include "Tessra/base/log_file.h"
@@ -12,8 +12,10 @@
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/exit_status.h"
-#include "apps/deduce/progress.h"
-#include "apps/deduce/results.h"
+#include "apps/deduce/failure.h"
+#include "apps/deduce/output.h"
+#include "apps/deduce/run_report.h"
+#include "apps/deduce/saved_runs.h"
 #include "apps/deduce/stop_signals.h"
 
 namespace tessra::app {
@@ -21,18 +23,21 @@ namespace tessra::app {
 namespace {
 
 /// The engine always gets a sink: without a log file one that drops everything, so that nothing is printed.
-LogSink make_log(const std::string& file) {
+std::shared_ptr<spdlog::logger> make_log(const std::string& file) {
   auto output = file.empty() ? std::make_shared<spdlog::sinks::null_sink_mt>() : log_file_output(file);
   auto log = std::make_shared<spdlog::logger>("deduce", std::move(output));
   log->set_level(spdlog::level::info);
   return log;
 }
 
+std::int64_t number_or_one(const Dict& section, std::string_view key) {
+  return section.contains(key) ? section.at_integer(key) : 1;
+}
+
 /// Before anything is played, so that no result is lost for want of a place.
 void require_writable(const std::filesystem::path& directory) {
-  std::error_code error;
-  std::filesystem::create_directories(directory, error);
-  if (!error && ::access(directory.c_str(), W_OK) == 0) return;
+  make_folder(directory);
+  if (::access(directory.c_str(), W_OK) == 0) return;
   throw InputError("results cannot be saved: the configuration directory " + directory.string() +
                    " (TESSRA_CONFIG) cannot be written");
 }
@@ -54,46 +59,66 @@ std::string_view reset_failure(int code) {
 
 class Run {
  public:
-  explicit Run(const RunOptions& options) : options_(options), progress_(!options.quiet) {
-    Dict config = run_configuration(options);
-    Dict section = engine_section(config);
-    for (const std::string& line : configuration_warnings(config)) fmt::print(stderr, "warning: {}\n", line);
-    episodes_ =
-        section.at_dict("simulate").contains("episodes") ? section.at_dict("simulate").at_integer("episodes") : 1;
-    seed_ = section.at_dict("server").contains("seed") ? section.at_dict("server").at_integer("seed") : 1;
-    if (!options.record.empty()) {
-      std::filesystem::create_directories(options.record);
-      write_json_file(std::filesystem::path(options.record) / "config.json", without_host_objects(config),
-                      JsonStyle::pretty);
-    }
-    if (section.at_dict("simulate").non_empty("save_result")) require_writable(default_seams().config_directory);
-    section.set("logger", make_log(options.log));
-    engine_ = std::make_unique<Deduction>(config);
-  }
+  explicit Run(const RunOptions& options) : Run(options, run_configuration(options)) {}
 
   int play() {
     int status = kPlayed;
     guarded([&] { status = play_episodes(); },
             [&](const std::exception_ptr& error) {
               progress_.clear();
-              report(error);
+              tell_error(failure_text(*engine_, episode_, error), error, options_.trace);
               status = kFailed;
             });
-    progress_.clear();
-    if (!options_.json && !options_.quiet && status != kWrongInput) fmt::print("{}", result_table(played_));
-    return signals_.received() ? signals_.status() : status;
+    if (status != kWrongInput) report_.end(signals_.received());
+    if (signals_.received()) return signals_.status();
+    return status == kPlayed && *log_failed_ ? static_cast<int>(kFailed) : status;
   }
 
  private:
+  Run(const RunOptions& options, const Dict& config)
+      : options_(options),
+        section_(engine_section(config)),
+        first_(number_or_one(section_.at_dict("server"), "first_episode")),
+        episodes_(number_or_one(section_.at_dict("simulate"), "episodes")),
+        seed_(number_or_one(section_.at_dict("server"), "seed")),
+        progress_(!options.quiet),
+        report_({options.json, options.quiet, options.log, episodes_}, progress_),
+        saved_runs_(default_seams().config_directory, run_info("run", section_, seed_)) {
+    for (const std::string& line : configuration_warnings(config)) tell("warning: {}\n", line);
+    if (!options.record.empty()) keep_configuration(config);
+    if (section_.at_dict("simulate").non_empty("save_result")) require_writable(default_seams().config_directory);
+    const auto log = make_log(options.log);
+    log_failed_ = watch_log(*log, progress_);
+    section_.set("logger", log);
+    Seams seams = default_seams();
+    seams.console = std::make_shared<FailureConsole>(progress_, options.trace);
+    engine_ = std::make_unique<Deduction>(config, seams);
+    signals_.on_end([this, call = &AgentCall::of_this_thread()] {
+      tell_unreturned(*call);
+      report_.end_without_waiting();
+    });
+  }
+
+  void keep_configuration(const Dict& config) const {
+    make_folder(options_.record);
+    write_json_file(std::filesystem::path(options_.record) / "config.json", without_host_objects(config),
+                    JsonStyle::pretty);
+  }
+
   int play_episodes() {
     int status = kPlayed;
-    for (std::int64_t episode = 1; episode <= episodes_ && !signals_.received(); ++episode) {
-      progress_.start_episode(episode, episodes_);
+    const std::int64_t last = first_ + episodes_ - 1;
+    for (std::int64_t episode = first_; episode <= last && !signals_.received(); ++episode) {
+      episode_ = episode;
+      progress_.start_episode(episode, last);
       if (const std::optional<int> failure = start(episode)) return *failure;
-      const std::optional<BatResult> result = play_steps();
-      if (!result) break;
-      if (engine_->save_result.truthy()) save_result(result, default_seams().config_directory);
-      if (!result->error_side.empty()) status = kFailed;
+      const std::optional<PlayedEpisode> played = play_steps();
+      if (!played) break;
+      report_.add(*played);
+      if (engine_->save_result.truthy()) {
+        saved_runs_.add(save_result(played->result, default_seams().config_directory), *played);
+      }
+      if (!played->result.error_side.empty()) status = kFailed;
     }
     return status;
   }
@@ -113,25 +138,26 @@ class Run {
     }
     if (code == 1) return std::nullopt;
     progress_.clear();
-    fmt::print(stderr, "error: episode {} did not start: {} ({})\n", episode, reset_failure(code), code);
+    tell("error: episode {} did not start: {} ({})\n", episode, reset_failure(code), code);
     return kFailed;
   }
 
   int refuse(const Error& error) {
     progress_.clear();
-    fmt::print(stderr, "error: {}\n", error.what());
+    tell("error: {}\n", error.what());
     return kWrongInput;
   }
 
   /// None when a signal came before the end.
-  std::optional<BatResult> play_steps() {
+  std::optional<PlayedEpisode> play_steps() {
     const auto clock = real_clock();
     const double start = clock->now();
     while (!signals_.received()) {
       const StepOutcome outcome = engine_->step(Dict());
       if (const auto* result = std::get_if<BatResult>(&outcome)) {
-        keep({*result, engine_->step_index, seed_, clock->now() - start});
-        return *result;
+        BatResult numbered = *result;  // the engine counts what it plays itself
+        numbered.current_round = episode_;
+        return played_episode(*engine_, numbered, engine_->step_index, seed_, clock->now() - start);
       }
       if (std::holds_alternative<std::monostate>(outcome)) throw Error("the service delivered no situation");
       progress_.show(engine_->step_index, engine_->time_elapsed);
@@ -139,33 +165,18 @@ class Run {
     return std::nullopt;
   }
 
-  /// Only the table at the end needs the episodes before; a run without it stays as small as it began.
-  void keep(const PlayedEpisode& episode) {
-    if (options_.json) {
-      fmt::print("{}\n", json_line(episode));
-    } else if (!options_.quiet) {
-      played_.push_back(episode);
-    }
-  }
-
-  void report(const std::exception_ptr& error) {
-    if (const auto& [agent, operation] = engine_->failed_call(); agent != nullptr) {
-      fmt::print(stderr, "error: agent '{}' of side '{}' failed in `{}` at {} of episode {}: {}\n", agent->agent_type,
-                 agent->Side(), operation, clock_text(engine_->time_elapsed), engine_->current_round,
-                 error_text(error));
-    } else {
-      fmt::print(stderr, "error: {}\n", error_text(error));
-    }
-    fmt::print(stderr, "{}\n", trace_text(error));
-  }
-
   RunOptions options_;
-  StopSignals signals_;
+  Dict section_;
+  std::int64_t first_;
+  std::int64_t episodes_;
+  std::int64_t seed_;
+  std::int64_t episode_ = 0;  // the one that is played
   Progress progress_;
-  std::int64_t episodes_ = 1;
-  std::int64_t seed_ = 1;
+  RunReport report_;
+  SavedRuns saved_runs_;
+  StopSignals signals_;  // goes before what its last action reads
+  std::shared_ptr<const std::atomic<bool>> log_failed_;
   std::unique_ptr<Deduction> engine_;
-  std::vector<PlayedEpisode> played_;
 };
 
 }  // namespace

@@ -1,11 +1,10 @@
 #include "apps/deduce/scenarios_command.h"
 
-#include <fmt/format.h>
-
 #include "Tessra/base/json_read.h"
 #include "Tessra/entitys/gameenvs/data_directory.h"
 #include "Tessra/entitys/gameenvs/embedded_server.h"
 #include "apps/deduce/exit_status.h"
+#include "apps/deduce/output.h"
 #include "apps/deduce/results.h"
 
 namespace tessra::app {
@@ -26,12 +25,12 @@ std::string agents_text(const Dict& scenario, const Value& side) {
 }
 
 void show(const std::string& name, const Dict& scenario) {
-  fmt::print("{:<14} {}, {}\n", name, scenario.at_text("title"), clock_text(scenario.at("duration").as_real()));
+  say("{:<14} {}, {}\n", name, scenario.at_text("title"), clock_text(scenario.at("duration").as_real()));
   for (const Value& side : scenario.at_list("sides")) {
     const List* units = side.as_dict().find_list("units");
     const std::size_t count = units != nullptr ? units->size() : 0;
-    fmt::print("{:<14}   {}: {} unit{}{}\n", "", side.as_dict().at_text("name"), count, count == 1 ? "" : "s",
-               agents_text(scenario, side.as_dict().at("name")));
+    say("{:<14}   {}: {} unit{}{}\n", "", side.as_dict().at_text("name"), count, count == 1 ? "" : "s",
+        agents_text(scenario, side.as_dict().at("name")));
   }
 }
 
@@ -46,7 +45,7 @@ int list_scenarios() {
     try {
       check_scenario(file);
     } catch (const Error& error) {
-      fmt::print(stderr, "error: {}\n", error.what());
+      tell("error: {}\n", error.what());
       status = kWrongInput;
       continue;
     }

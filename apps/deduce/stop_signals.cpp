@@ -3,7 +3,7 @@
 #include <csignal>
 #include <ctime>
 
-#include "Tessra/base/seams.h"
+#include "apps/deduce/output.h"
 
 namespace tessra::app {
 
@@ -11,6 +11,9 @@ namespace {
 
 /// Wakes the waiting thread when the object goes; nobody else sends it.
 constexpr int kWakeUp = SIGUSR1;
+
+/// Time to end by the program's own rules after a signal, in seconds.
+constexpr double kGrace = 0.8;
 
 /// The next signal of the set; 0 when the time is over first.
 int next_signal(const sigset_t& signals, std::optional<double> seconds) {
@@ -24,7 +27,7 @@ int next_signal(const sigset_t& signals, std::optional<double> seconds) {
 
 }  // namespace
 
-StopSignals::StopSignals(std::optional<double> grace) : grace_(grace) {
+StopSignals::StopSignals() {
   sigemptyset(&signals_);
   for (const int signal : {SIGINT, SIGTERM, kWakeUp}) sigaddset(&signals_, signal);
   ::pthread_sigmask(SIG_BLOCK, &signals_, &earlier_mask_);
@@ -47,6 +50,11 @@ void StopSignals::on_signal(std::function<void()> action) {
   if (signal_ != 0 && action_) action_();
 }
 
+void StopSignals::on_end(std::function<void()> action) {
+  const std::lock_guard lock(mutex_);
+  last_action_ = std::move(action);
+}
+
 int StopSignals::status() const {
   const std::lock_guard lock(mutex_);
   return signal_ != 0 ? 128 + signal_ : 0;
@@ -54,7 +62,7 @@ int StopSignals::status() const {
 
 void StopSignals::wait_for_signals() {
   while (true) {
-    const int signal = next_signal(signals_, received() ? grace_ : std::nullopt);
+    const int signal = next_signal(signals_, received() ? std::optional(kGrace) : std::nullopt);
     {
       const std::lock_guard lock(mutex_);
       if (ending_) return;
@@ -65,9 +73,18 @@ void StopSignals::wait_for_signals() {
         continue;
       }
     }
-    // A second signal, or the end of the grace period.
-    real_exit()->end(status());
+    end();  // a second signal, or the end of the grace period
   }
+}
+
+void StopSignals::end() {
+  std::function<void()> last;
+  {
+    const std::lock_guard lock(mutex_);
+    last = last_action_;
+  }
+  if (last) last();
+  end_process(status());
 }
 
 }  // namespace tessra::app

@@ -16,6 +16,7 @@
 
 #include "Tessra/base/seams.h"
 #include "apps/deduce/exit_status.h"
+#include "apps/deduce/output.h"
 #include "apps/deduce/results.h"
 
 namespace tessra::app {
@@ -28,10 +29,10 @@ namespace {
   try {
     status = work();
   } catch (const InputError& error) {
-    fmt::print(stderr, "error: {}\n", error.what());
+    tell("error: {}\n", error.what());
     status = kWrongInput;
   } catch (const std::exception& error) {
-    fmt::print(stderr, "error: {}\n", error.what());
+    tell("error: {}\n", error.what());
   }
   std::exit(status);
 }
@@ -80,9 +81,9 @@ class Watch {
   int tell(const std::string& what) {
     const char* last = progress_.last();
     const std::string call = fmt::format("`{}`", last != nullptr ? last : "loading");
-    fmt::print("- {} {}\n  in {}, at {}; the check ends here\n",
-               progress_.running() != nullptr ? call : "the agent, after " + call + ",", what, progress_.situation(),
-               clock_text(progress_.time_elapsed()));
+    say("- {} {}\n  in {}, at {}; the check ends here\n",
+        progress_.running() != nullptr ? call : "the agent, after " + call + ",", what, progress_.situation(),
+        clock_text(progress_.time_elapsed()));
     return kFailed;
   }
 

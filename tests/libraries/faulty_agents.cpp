@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <set>
 #include <thread>
@@ -120,6 +121,14 @@ void exits(Agent&) { std::exit(0); }
 void exits_at_once(Agent&) { ::_exit(0); }
 void ends_its_thread(Agent&) { ::pthread_exit(nullptr); }
 void crashes(Agent&) { std::abort(); }
+void exits_quickly(Agent&) { std::quick_exit(0); }
+void breaks_memory(Agent&) { std::raise(SIGSEGV); }
+double deeper(double depth) {  // NOLINT(misc-no-recursion): this is the fault
+  volatile char room[4096];
+  room[0] = static_cast<char>(depth);
+  return depth < 0 ? depth : deeper(depth + 1) + room[0];
+}
+void overflows(Agent&) { static_cast<void>(deeper(0)); }
 
 /// Throws first and crashes then.
 struct Wavers : Cheat<crashes> {
@@ -132,6 +141,38 @@ struct ScoresItself : Faulty {
   void update_constant_attribute(RuleAgentBase& player) override { player.set_attribute("TotalScore", 1000.0); }
 };
 
+struct ThrowsInConstructor : Faulty {
+  explicit ThrowsInConstructor(std::string side_name) : Faulty(std::move(side_name)) { throw 42; }
+};
+
+/// Puts into its side's tables what does not belong there.
+struct BreaksTables : Faulty {
+  using Faulty::Faulty;
+  void update_constant_attribute(RuleAgentBase& player) override { player.set_attribute("Contacts", 5); }
+};
+
+struct BreaksScore : Faulty {
+  using Faulty::Faulty;
+  void update_constant_attribute(RuleAgentBase& player) override { player.set_attribute("TotalScore", "much"); }
+};
+
+/// Asks for the end of the episode at once.
+struct Impatient : Faulty {
+  using Faulty::Faulty;
+  void step(double, const Situation&) override {}
+  bool is_done() override { return true; }
+};
+
+/// Crashes in the second episode.
+struct CrashesLater : Faulty {
+  using Faulty::Faulty;
+  void step(double, const Situation&) override {
+    if (episodes_ended > 0) std::raise(SIGSEGV);
+  }
+  void deduction_end() override { ++episodes_ended; }
+  int episodes_ended = 0;
+};
+
 }  // namespace
 
 TESSRA_AGENT_LIBRARY(registry) {
@@ -139,6 +180,14 @@ TESSRA_AGENT_LIBRARY(registry) {
   registry.add<ThrowsInStep>("throws-in-step");
   registry.add<ThrowsAtTheEnd>("throws-at-the-end");
   registry.add<ThrowsOurs>("throws-ours");
+  registry.add<ThrowsInConstructor>("throws-in-constructor");
+  registry.add<BreaksTables>("breaks-tables");
+  registry.add<BreaksScore>("breaks-score");
+  registry.add<Cheat<exits_quickly>>("exits-quickly");
+  registry.add<Cheat<breaks_memory>>("breaks-memory");
+  registry.add<Cheat<overflows>>("overflows");
+  registry.add<CrashesLater>("crashes-later");
+  registry.add<Impatient>("impatient");
   registry.add<Careless>("careless");
   registry.add<Mutinous>("mutinous");
   registry.add<Slow>("slow");

@@ -36,7 +36,7 @@ class CommandLine : public ::testing::Test {
 
   Output shell(const std::string& command) {
     const std::string err_file = path("stderr");
-    std::FILE* pipe = ::popen((command + " 2>" + err_file).c_str(), "r");
+    std::FILE* pipe = ::popen(("{ " + command + "\n} 2>" + err_file).c_str(), "r");
     Output output;
     std::array<char, 4096> buffer{};
     while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
@@ -65,6 +65,13 @@ class CommandLine : public ::testing::Test {
                  "agent_name": "a", "player_side": "红方", "decision_time": )" +
                      std::to_string(interval) + R"(}, "rule_config": {"红方": {"a": {"class": ")" + agent_class +
                      R"("}}}})");
+  }
+  /// A configuration for `run` on a small scenario: red is played by an agent "x" of this class. `simulate` may add
+  /// entries to that section, each with a comma in front.
+  std::string run_config(const std::string& agent_class, const std::string& simulate = "") const {
+    return write(agent_class + ".json", R"({"game_server": {"simulate": {"scenario": "skirmish")" + simulate +
+                                            R"(}, "server": {}}, "rule_config": {"红方": {"x": {"class": ")" +
+                                            agent_class + R"("}}}})");
   }
   static std::string library() { return " --agents " TESSRA_FAULTY_AGENTS; }
 
