@@ -89,7 +89,7 @@ TEST_F(Configuration, sides_are_looked_for_before_anything_is_played) {
 
 TEST_F(Configuration, a_side_the_service_does_not_have_is_named_at_the_start) {
   ASSERT_EQ(run("run --scenario skirmish --quiet --record " + path("rec")).status, 0);
-  const Output output = play("", R"("url": "records:)" + path("rec/episode-000001") + "\"",
+  const Output output = play(R"("load_scenario": false)", R"("url": "records:)" + path("rec/episode-000001") + "\"",
                              R"("rule_config": {"红方": {"x": {"class": "idle"}}, "黄方": {"x": {"class": "idle"}}})");
   EXPECT_EQ(output.status, 2);
   EXPECT_EQ(output.err, "error: the service has no side '黄方', which the configuration plays; it has: 红方, 蓝方\n");

@@ -50,6 +50,11 @@ TEST_F(Recordings, what_is_damaged_is_told_in_a_line) {
   std::filesystem::rename(path("third"), episode("update-000003.json"));
   for (int number = 5; std::filesystem::remove(episode(fmt::format("update-{:06}.json", number))); ++number) continue;
   expect_refused(path("rec"), 1, "the recording breaks off: there is no update-000005.json");
+  std::ofstream(episode("config.json")) << R"({"game_server": {}, "rule_config": {"红方": {"a": {}}}})";
+  EXPECT_THAT(run("replay " + path("rec")).out, HasSubstr("4 updates played")) << "only sides and names matter";
+  std::ofstream(episode("config.json")) << R"({"game_server": {}, "rule_config": {"红方": {"a": 1}}})";
+  expect_refused(path("rec"), 2, "config.json: ");
+  std::filesystem::remove(episode("config.json"));
   std::ofstream(episode("initial.json")) << R"({"ScenarioInfo": {"Time": 0}, "Situation": {"SituationSides": {}}})";
   expect_refused(path("rec"), 1, "initial.json: the episode does not start (reset answers -4): ");
 }

@@ -11,6 +11,7 @@
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/failure.h"
 #include "apps/deduce/output.h"
+#include "apps/deduce/recording.h"
 #include "apps/deduce/run_report.h"
 #include "apps/deduce/saved_runs.h"
 #include "apps/deduce/stop_signals.h"

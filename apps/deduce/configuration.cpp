@@ -8,24 +8,11 @@
 #include "apps/deduce/configuration_values.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/output.h"
+#include "apps/deduce/recording.h"
 
 namespace tessra::app {
 
 namespace {
-
-Dict read_object(const std::filesystem::path& file) {
-  if (std::filesystem::is_directory(file)) throw InputError("not a file: " + file.string());
-  if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + file.string());
-  try {
-    Value value = read_strict_json_file(file);
-    if (!value.is_dict()) throw InputError(file.string() + ": a JSON object is required");
-    return value.as_dict();
-  } catch (const InputError&) {
-    throw;
-  } catch (const Error& error) {
-    throw InputError(error.what());
-  }
-}
 
 /// The folder of scenario files the configuration leads to; none when its service is not the embedded one.
 std::optional<std::filesystem::path> scenario_folder(const Dict& server) {
@@ -59,16 +46,6 @@ void choose_agents(Dict config, const Dict& scenario) {
   }
 }
 
-/// What in a folder tells of a recording; empty when nothing does.
-std::string recorded_part(const std::filesystem::path& folder) {
-  std::error_code unreadable;
-  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
-    std::string name = entry.path().filename().string();
-    if (name == "config.json" || name == "initial.json" || name.starts_with("episode-")) return name;
-  }
-  return "";
-}
-
 void add_agent_library(Dict config, const std::string& file) {
   List files{agent_library_path(file)};
   if (const Value* named = config.find("agent_libraries")) files.extend(named->as_list());
@@ -77,22 +54,24 @@ void add_agent_library(Dict config, const std::string& file) {
 
 }  // namespace
 
-Dict read_configuration(const std::filesystem::path& file) {
-  Dict config = read_object(file);
-  check_values(config, file.string());
-  return config;
+Dict read_object_file(const std::filesystem::path& file) {
+  if (std::filesystem::is_directory(file)) throw InputError("not a file: " + file.string());
+  if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + file.string());
+  try {
+    Value value = read_strict_json_file(file);
+    if (!value.is_dict()) throw InputError(file.string() + ": a JSON object is required");
+    return value.as_dict();
+  } catch (const InputError&) {
+    throw;
+  } catch (const Error& error) {
+    throw InputError(error.what());
+  }
 }
 
-void check_recording(const Dict& server) {
-  if (!server.contains("record")) return;
-  const std::filesystem::path folder = server.at("record").to_text();
-  if (folder.empty()) throw InputError("cannot record: no folder is named");
-  if (std::filesystem::exists(folder) && !std::filesystem::is_directory(folder)) {
-    throw InputError("cannot record: not a folder: " + folder.string());
-  }
-  if (const std::string part = recorded_part(folder); !part.empty()) {
-    throw InputError("cannot record: " + folder.string() + " holds another recording (" + part + ")");
-  }
+Dict read_configuration(const std::filesystem::path& file) {
+  Dict config = read_object_file(file);
+  check_values(config, file.string());
+  return config;
 }
 
 Dict child_section(Dict parent, std::string_view key) {
@@ -124,7 +103,7 @@ std::optional<Dict> checked_scenario(const Dict& config, const Dict& section, co
   } catch (const Error& error) {
     throw InputError(error.what());
   }
-  const Dict scenario = read_object(file);
+  const Dict scenario = read_object_file(file);
   check_sides(config, scenario, config_file);
   return scenario;
 }

@@ -29,11 +29,11 @@ struct RunOptions {
 /// `InputError`.
 Dict run_configuration(const RunOptions& options);
 
+/// Reads a file that holds one object, in which no key may stand twice. Throws `InputError`.
+Dict read_object_file(const std::filesystem::path& file);
+
 /// Reads a configuration file and checks its values. Throws `InputError`.
 Dict read_configuration(const std::filesystem::path& file);
-
-/// Throws `InputError` when `server.record` names no folder, or one that holds a recording: two must not be mixed.
-void check_recording(const Dict& server);
 
 /// The engine section of a standard-mode configuration, with `simulate` and `server` in it. Throws `InputError`.
 Dict engine_section(Dict config);

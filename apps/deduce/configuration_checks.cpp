@@ -66,7 +66,8 @@ std::vector<std::string> configuration_warnings(const Dict& config) {
   std::vector<std::string> lines;
   const bool scheduled = config.non_empty("is_ai_apply");
   Keys top = key_names(KeyPart::top);
-  const Keys of_section = key_names(KeyPart::section);
+  Keys of_section = key_names(KeyPart::section);
+  if (!scheduled) std::erase(of_section, "player");
   if (scheduled) top.insert(top.end(), of_section.begin(), of_section.end());
   warn_of_unknown(&config, "", top, lines);
   const Dict* section = scheduled ? &config : config.find_dict("game_server");

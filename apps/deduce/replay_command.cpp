@@ -4,9 +4,7 @@
 #include <spdlog/logger.h>
 #include <spdlog/sinks/base_sink.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <fstream>
 #include <mutex>
 #include <system_error>
@@ -19,6 +17,7 @@
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/model_dump.h"
 #include "apps/deduce/output.h"
+#include "apps/deduce/recording.h"
 #include "apps/deduce/results.h"
 
 namespace tessra::app {
@@ -65,42 +64,9 @@ void set_classes(Dict agents, const Value& agent_class) {
   for (auto [name, entry] : agents) entry.as_dict().set("class", agent_class);
 }
 
-/// The numbers of the episodes below a folder, sorted.
-std::vector<std::int64_t> episodes_below(const std::filesystem::path& folder) {
-  constexpr std::string_view kPrefix = "episode-";
-  std::vector<std::int64_t> numbers;
-  std::error_code unreadable;
-  for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
-    const std::string name = entry.path().filename().string();
-    if (!name.starts_with(kPrefix) || !std::filesystem::is_regular_file(entry.path() / "initial.json")) continue;
-    std::int64_t number = 0;
-    const auto [end, error] = std::from_chars(name.data() + kPrefix.size(), name.data() + name.size(), number);
-    if (error == std::errc() && end == name.data() + name.size()) numbers.push_back(number);
-  }
-  std::ranges::sort(numbers);
-  return numbers;
-}
-
-/// The folder with the records: the one given, or an episode below it.
-std::filesystem::path episode_folder(const ReplayOptions& options) {
-  const std::filesystem::path folder = options.folder;
-  if (std::filesystem::is_regular_file(folder / "initial.json")) return folder;
-  const std::vector<std::int64_t> episodes = episodes_below(folder);
-  if (episodes.empty()) throw InputError("no recording: no initial.json in " + folder.string() + " or below");
-  const std::string listed = fmt::format("{}", fmt::join(episodes, ", "));
-  if (!options.episode && episodes.size() > 1) {
-    throw InputError(folder.string() + " holds several episodes: " + listed + "; choose one with --episode");
-  }
-  const std::int64_t episode = options.episode.value_or(episodes.front());
-  if (std::ranges::find(episodes, episode) == episodes.end()) {
-    throw InputError(fmt::format("{} has no episode {}; there are: {}", folder.string(), episode, listed));
-  }
-  return folder / fmt::format("episode-{:06}", episode);
-}
-
-Dict replay_configuration(const std::filesystem::path& folder) {
-  const bool own = std::filesystem::is_regular_file(folder / "config.json");
-  Dict config = read_configuration((own ? folder : folder.parent_path()) / "config.json");
+/// The configuration beside the records, made fit to play them. Its values are not checked: most play no part.
+Dict replay_configuration(const std::filesystem::path& folder, const std::filesystem::path& file) {
+  Dict config = read_object_file(file);
   Dict section = engine_section(config);
   section.at_dict("simulate").set("load_scenario", false);
   section.at_dict("server").set("url", "records:" + folder.string());
@@ -120,12 +86,8 @@ Dict replay_configuration(const std::filesystem::path& folder) {
 
 class Replay {
  public:
-  explicit Replay(const ReplayOptions& options) : folder_(episode_folder(options)) {
-    Dict config = replay_configuration(folder_);
-    auto log = std::make_shared<spdlog::logger>("replay", messages_);
-    log->set_level(spdlog::level::info);
-    engine_section(config).set("logger", log);
-    engine_ = std::make_unique<Deduction>(config);
+  explicit Replay(const ReplayOptions& options) : folder_(episode_folder(options.folder, options.episode)) {
+    make_engine();
     if (!options.dump.empty()) {
       dump_file_ = options.dump;
       dump_.open(options.dump, std::ios::binary | std::ios::trunc);
@@ -153,6 +115,22 @@ class Replay {
   }
 
  private:
+  void make_engine() {
+    const bool own = std::filesystem::is_regular_file(folder_ / "config.json");
+    const std::filesystem::path file = (own ? folder_ : folder_.parent_path()) / "config.json";
+    auto log = std::make_shared<spdlog::logger>("replay", messages_);
+    log->set_level(spdlog::level::info);
+    try {
+      Dict config = replay_configuration(folder_, file);
+      engine_section(config).set("logger", log);
+      engine_ = std::make_unique<Deduction>(config);
+    } catch (const InputError&) {
+      throw;
+    } catch (const Error& error) {
+      throw InputError(file.string() + ": " + error.what());
+    }
+  }
+
   /// The episode's start; false when the initial situation cannot be played.
   bool start(Value& returned) {
     const int code = engine_->reset(1);
@@ -194,24 +172,12 @@ class Replay {
   /// There is no update of this number, though the episode has not ended.
   void report_break(int number) {
     const std::filesystem::path missing = recorded_update(folder_, number).filename();
-    const std::vector<std::string> later = updates_after(number);
+    const std::vector<std::string> later = updates_after(folder_, number);
     report(folder_.string(), later.empty()
                                  ? fmt::format("the recording breaks off: there is no {}, and no record "
                                                "before it ends the episode",
                                                missing.string())
                                  : fmt::format("{} is missing, {} is there", missing.string(), later.front()));
-  }
-
-  /// The files of updates beyond a number, sorted.
-  std::vector<std::string> updates_after(int number) const {
-    std::vector<std::string> names;
-    const std::string missing = recorded_update(folder_, number).filename().string();
-    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
-      std::string name = entry.path().filename().string();
-      if (name.starts_with("update-") && name.ends_with(".json") && name > missing) names.push_back(std::move(name));
-    }
-    std::ranges::sort(names);
-    return names;
   }
 
   void report(const std::string& place, const std::string& what) {
