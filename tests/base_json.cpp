@@ -301,7 +301,7 @@ TEST(JsonFile, IsWrittenWholeAndItsFaultsNameThePath) {
   std::ofstream(path, std::ios::trunc) << "[{\"a\": 1, \"b\": {\"a\": 2}},\n {\"a\": 1, \"c\": 2, \"\\u0061\": 3}]";
   EXPECT_EQ(read_json_file(path).as_list().at(1).to_text(), "{'a': 3, 'c': 2}");
   EXPECT_THAT([&] { read_strict_json_file(path); },
-              ::testing::ThrowsMessage<JsonError>(path.string() + ": the key 'a' stands twice at line 2, column 18"));
+              ::testing::ThrowsMessage<JsonError>(path.string() + ": the key 'a' stands twice at line 2, column 19"));
   std::ofstream(path, std::ios::trunc).close();
   EXPECT_THROW(read_json_file(path), JsonError);
   for (const auto& unreadable : {folder, folder / "missing.json"}) {

@@ -5,7 +5,6 @@
 #include <spdlog/sinks/null_sink.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 
 #include "Tessra/base/guard.h"
@@ -101,7 +100,6 @@ class Check {
  private:
   void enter(const std::string& situation, const char* mode) {
     say("playing {}, {}\n", situation, mode);
-    std::fflush(stdout);
     findings_.enter(fmt::format("{}, {}", situation, mode));
     progress_.enter(fmt::format("{}, {}", situation, mode));
   }

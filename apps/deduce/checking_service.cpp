@@ -2,8 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <optional>
 #include <sstream>
+
+#include "simulation/command_reader.h"
 
 namespace tessra::app {
 
@@ -30,6 +32,16 @@ std::string without_names(const std::string& reason) {
   return result;
 }
 
+/// The side that an order is for, empty when it names none; nothing for what is no order and is refused as such.
+std::optional<std::string> side_of(const std::string& text) {
+  try {
+    const Value side = sim::read_command(text).arguments.get("SIDE");
+    return side.is_none() ? "" : side.to_text();
+  } catch (const sim::CommandError&) {
+    return std::nullopt;
+  }
+}
+
 constexpr std::string_view kContact = "contact-unnamed";
 
 }  // namespace
@@ -53,14 +65,11 @@ Value CheckingService::load_scenario(const Value& name) {
 }
 
 void CheckingService::add_command(std::string text) {
-  const auto names = [&](const std::string& side) {
-    return text.find("'" + side + "'") != std::string::npos || text.find("\"" + side + "\"") != std::string::npos;
-  };
-  const auto other = std::ranges::find_if(other_sides_, names);
-  if (other != other_sides_.end()) {
-    watched_.findings->add("gives orders for side '" + *other + "', which is not its own", time_elapsed(), text);
-  } else if (text.find("SIDE='" + watched_.side_name + "'") == std::string::npos) {
+  const std::optional<std::string> side = side_of(text);
+  if (side && side->empty()) {
     watched_.findings->add("gives orders that do not name its own side", time_elapsed(), text);
+  } else if (side && *side != watched_.side_name) {
+    watched_.findings->add("gives orders for side '" + *side + "', which is not its own", time_elapsed(), text);
   }
   orders_.push_back(text);
   ForwardingServer::add_command(std::move(text));
@@ -91,19 +100,12 @@ void CheckingService::judge(const std::string& report) {
 Value CheckingService::get_init_situation() {
   if (is_agents("get_init_situation", "it reads the truth of all sides")) return last_record_.deep_copy();
   Value situation = ForwardingServer::get_init_situation();
-  if (const Dict* record = situation.if_dict()) learn(*record);
+  if (const Dict* record = situation.if_dict()) {
+    start_ = record->at_dict("ScenarioInfo").at_real("StartTime");
+    time_ = record->at_dict("ScenarioInfo").at_real("Time");
+  }
   last_record_ = situation.deep_copy();
   return situation;
-}
-
-void CheckingService::learn(const Dict& record) {
-  const Dict info = record.at_dict("ScenarioInfo");
-  start_ = info.at_real("StartTime");
-  time_ = info.at_real("Time");
-  other_sides_.clear();
-  for (auto [side_id, side] : info.at_dict("SideInfo")) {
-    if (!side_id.is_text(watched_.side_id)) other_sides_.emplace_back(side.as_dict().at_text("Name"));
-  }
 }
 
 Value CheckingService::get_step_situation() {

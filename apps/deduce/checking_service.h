@@ -51,12 +51,10 @@ class CheckingService : public ForwardingServer {
   /// Whether the call comes from the agent instead of the engine, which is a finding.
   bool is_agents(const char* call, const char* what = "that is the engine's to call");
   void judge(const std::string& report);
-  void learn(const Dict& record);
   void show_unnamed_contact(const Dict& record);
   double time_elapsed() const { return (time_ - start_) / 1000; }
 
   Watched watched_;
-  std::vector<std::string> other_sides_;
   std::vector<std::string> orders_;
   Value last_record_;  // as delivered; the engine changes its own
   int advances_ = 0;

@@ -5,11 +5,11 @@
 #include <algorithm>
 
 #include "Tessra/base/json_write.h"
+#include "Tessra/base/utf8.h"
 #include "Tessra/entitys/agent_class.h"
 #include "Tessra/entitys/gameenvs/gameserver.h"
 #include "apps/deduce/configuration_keys.h"
 #include "apps/deduce/exit_status.h"
-#include "apps/deduce/shortened.h"
 
 namespace tessra::app {
 
@@ -19,7 +19,7 @@ constexpr const char* kAgentEntry = "an object with \"class\"";
 
 /// A value as its file has it, shortened.
 std::string found_text(const Value& value) {
-  return shortened(value.kind() == Kind::host ? "a host object" : write_json(value), 60);
+  return excerpt(value.kind() == Kind::host ? "a host object" : write_json(value), 60);
 }
 
 bool all(const List& list, bool (Value::*is)() const) {
@@ -93,7 +93,7 @@ class ValueCheck {
 
  private:
   [[noreturn]] void fail(const std::string& place, std::string_view expected, std::string_view found) const {
-    throw InputError(fmt::format("{}: {}: expected {}, found {}", file_, place, expected, found));
+    throw InputError(fmt::format("{}: {}: expected {}, found {}", file_, excerpt(place, 200), expected, found));
   }
 
   void part(KeyPart part, const Dict& dict, const std::string& place) {

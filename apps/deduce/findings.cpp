@@ -1,10 +1,10 @@
 #include "apps/deduce/findings.h"
 
 #include <algorithm>
-#include <cstdio>
+
+#include "Tessra/base/utf8.h"
 #include "apps/deduce/output.h"
 #include "apps/deduce/results.h"
-#include "apps/deduce/shortened.h"
 
 namespace tessra::app {
 
@@ -14,9 +14,8 @@ void Findings::add(const std::string& text, double time_elapsed, const std::stri
     ++known->times;
     return;
   }
-  findings_.push_back({text, 1, situation_, time_elapsed, shortened(example, 200)});
+  findings_.push_back({text, 1, situation_, time_elapsed, excerpt(example, 200)});
   say("  found at {}: {}\n", clock_text(time_elapsed), text);
-  std::fflush(stdout);
 }
 
 void Findings::print_all() const {

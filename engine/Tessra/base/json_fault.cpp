@@ -99,7 +99,7 @@ class FaultFinder {
       std::string_view key;
       if (field.unescaped_key().get(key) != simdjson::SUCCESS) fail_text(begin);
       if (keys_ == Keys::distinct && !met.emplace(key).second) {
-        fail_at(text_, begin, "the key '" + std::string(key) + "' stands twice");
+        fail_at(text_, begin, "the key '" + excerpt(key, 60) + "' stands twice");
       }
       walk_any(field.value(), depth);
     }
