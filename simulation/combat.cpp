@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "simulation/scoring.h"
 #include "simulation/tracking.h"
@@ -25,8 +26,10 @@ void take_weapon(Unit& unit, const WeaponType* type) {
   }
 }
 
+/// A shot is noticed when the shooter is in view; from elsewhere a weapon comes unseen.
 void raise_alarm(World& world, std::size_t target, std::size_t attacker) {
-  if (!world.units[target].alive) return;
+  const Contact* shooter = contact_on(std::as_const(world), world.units[target].side, attacker);
+  if (!world.units[target].alive || shooter == nullptr || !is_fresh(world, *shooter)) return;
   const std::size_t group = world.units[target].group;
   for (std::size_t index = 0; index < world.units.size(); ++index) {
     Unit& unit = world.units[index];

@@ -222,6 +222,19 @@ TEST(Fog, the_strait_tells_neither_the_others_order_nor_wars_elsewhere) {
   }
 }
 
+TEST(Fog, a_shot_from_out_of_sight_changes_nothing_before_it_arrives) {
+  const auto scenario = [](bool with_submarine) {
+    List blue{free_unit("boat", "Missile boat", 20, 150.24)};
+    if (with_submarine) blue.push_back(free_unit("deep", "Submarine", 20, 149.77));
+    return scenario_json({unit_json("ship", "Destroyer", 20, 150, {{"radar", true}})}, blue, 2000);
+  };
+  Simulation simulation = play(scenario(true), 300);
+  simulation.advance();
+  EXPECT_GT(unit_of(simulation, "deep").shots_fired, 0) << "a torpedo is on its way for a quarter of an hour";
+  EXPECT_GT(unit_of(simulation, "ship").shots_fired, 0) << "the ship fires back at the boat that it sees";
+  EXPECT_EQ(seen_by("red", scenario(true), 1, 8), seen_by("red", scenario(false), 1, 8));
+}
+
 TEST(Fog, a_loss_is_known_to_who_could_see_it_and_to_who_did_it) {
   // Red's boat is shot by blue's ship; green holds a contact on it from the start and is too far away to see.
   Dict json = scenario_json({unit_json("boat", "Missile boat", 20, 150), unit_json("port", "Port", 20.01, 150)},

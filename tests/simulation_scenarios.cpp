@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cmath>
 #include <fstream>
 
 #include "simulation_fixture.h"
@@ -89,6 +91,29 @@ TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
               ::testing::ThrowsMessage<ScenarioError>(
                   ::testing::EndsWith("bad.json: the key 'platforms' stands twice at line 1, column 34")));
   EXPECT_THROW(Simulation::load(folder.path() / "absent.json"), ScenarioError);
+}
+
+TEST(Scenarios, the_two_shores_of_the_strait_mirror_each_other) {
+  const Simulation strait = play_shipped("strait", 30);
+  const auto& sides = strait.world().scenario->sides;
+  constexpr double kMirror = 2 * 150;  // degrees east
+  ASSERT_EQ(sides[0].units.size(), sides[1].units.size());
+  for (std::size_t i = 0; i < sides[0].units.size(); ++i) {
+    const UnitSetup& red = sides[0].units[i];
+    const UnitSetup& blue = sides[1].units[i];
+    EXPECT_EQ(red.platform, blue.platform) << red.id;
+    EXPECT_EQ(red.place.lat, blue.place.lat) << red.id;
+    EXPECT_NEAR(red.place.lon + blue.place.lon, kMirror, 1e-9) << red.id;
+    EXPECT_TRUE(red.control == blue.control && red.radar == blue.radar && red.at_base == blue.at_base) << red.id;
+  }
+  ASSERT_EQ(sides[0].missions.size(), sides[1].missions.size());
+  for (std::size_t i = 0; i < sides[0].missions.size(); ++i) {
+    const auto& red = sides[0].missions[i].zone;
+    const auto& blue = sides[1].missions[i].zone;
+    EXPECT_TRUE(std::ranges::equal(red, blue, [](Place a, Place b) {
+      return a.lat == b.lat && std::abs(a.lon + b.lon - kMirror) < 1e-9;
+    })) << sides[0].missions[i].name;
+  }
 }
 
 TEST(Scenarios, shipped_ones_are_found_and_load) {

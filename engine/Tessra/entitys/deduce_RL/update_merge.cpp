@@ -86,8 +86,8 @@ void Deduction::merge_units(std::string_view side_name, SideView& view, cf::Adop
       // Nobody reads the record again: it ends while it is near, instead of being fetched for that once more.
       if (adopt == cf::Adopt::shared) info = Value();
     } else if (crt_delete_units.contains(unit_id.to_text())) {
-      const Dict& record = entry_dict(unit_id, info);
       log_only(LogLevel::info, [&] {
+        const Dict& record = entry_dict(unit_id, info);
         const std::string first_key = record.empty() ? "No" : (*record.begin()).key.to_text();
         return fmt::sprintf("更新态势出错！推演中在推演方-%s-单元-%s删除后又有信息-%s-收到!", side_name,
                             unit_id.to_text(), first_key);
