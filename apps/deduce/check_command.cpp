@@ -205,7 +205,6 @@ int check_agent(const CheckOptions& options) {
   const int status = run_watched(progress, options.limit, [&] {
     const Findings findings = Check(options, log_folder, progress).run();
     findings.print_all();
-    progress.finish();
     return findings.all().empty() ? kPlayed : kFailed;
   });
   std::filesystem::remove_all(log_folder);

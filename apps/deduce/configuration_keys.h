@@ -34,8 +34,8 @@ enum class KeyKind {
 /// A key of the configuration as users may write it.
 struct ConfigurationKey {
   KeyPart part;
-  std::string_view name;
   KeyKind kind;
+  std::string_view name;
   std::string_view fallback;  ///< what holds without the key, as JSON; empty: nothing
   std::string_view meaning;
   double least = -std::numeric_limits<double>::infinity();

@@ -15,7 +15,7 @@ namespace tessra::app {
 
 namespace {
 
-constexpr const char* kAgentEntry = "an object with \"class\"";
+constexpr const char* kAgentEntry = R"(an object with "class")";
 
 /// A value as its file has it, shortened.
 std::string found_text(const Value& value) {
@@ -51,12 +51,11 @@ bool has_kind(KeyKind kind, const Value& value) {
     case KeyKind::texts:
       return value.is_list() && all(value.as_list(), &Value::is_string);
     case KeyKind::object:
-      return value.is_dict();
-    case KeyKind::objects:
+    case KeyKind::objects:  // what stands in these is looked at one by one
     case KeyKind::rule_agents:
     case KeyKind::learning_sides:
     case KeyKind::agents:
-      return value.is_dict();  // what stands in them is looked at one by one
+      return value.is_dict();
     case KeyKind::agent_class:
       return value.is_string() || value.if_host<AgentClass>() != nullptr;
     case KeyKind::host:
@@ -121,7 +120,7 @@ class ValueCheck {
                 [this](const Dict& side, const std::string& at) { agents(side, at); });
         break;
       case KeyKind::learning_sides:
-        entries(value.as_dict(), place, "an object with \"enemy\" and \"agents\"",
+        entries(value.as_dict(), place, R"(an object with "enemy" and "agents")",
                 [this](const Dict& side, const std::string& at) { part(KeyPart::learning_side, side, at + "."); });
         break;
       default:

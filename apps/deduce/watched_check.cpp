@@ -23,7 +23,7 @@ namespace tessra::app {
 
 namespace {
 
-[[noreturn]] void check(const std::function<int()>& work) {
+[[noreturn]] void check(CheckProgress& progress, const std::function<int()>& work) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // who watches may be killed
   int status = kFailed;
   try {
@@ -34,6 +34,7 @@ namespace {
   } catch (const std::exception& error) {
     tell("error: {}\n", error.what());
   }
+  progress.finish();
   std::exit(status);
 }
 
@@ -74,8 +75,7 @@ class Watch {
   int judge(int state) {
     if (WIFSIGNALED(state)) return tell(fmt::format("crashes: {}", ::strsignal(WTERMSIG(state))));
     const int status = WEXITSTATUS(state);
-    const bool ended_early = !progress_.finished() && (progress_.running() != nullptr || status == kPlayed);
-    return ended_early ? tell(fmt::format("ends the program, with status {}", status)) : status;
+    return progress_.finished() ? status : tell(fmt::format("ends the program, with status {}", status));
   }
 
   int tell(const std::string& what) {
@@ -101,7 +101,7 @@ int run_watched(CheckProgress& progress, double limit, const std::function<int()
   std::fflush(nullptr);  // or both processes would write what is waiting
   const pid_t process = ::fork();
   if (process < 0) throw Error(fmt::format("no process for the check: {}", std::strerror(errno)));
-  if (process == 0) check(work);
+  if (process == 0) check(progress, work);
   return Watch(progress, limit, process).wait();
 }
 
