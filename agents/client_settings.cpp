@@ -25,9 +25,9 @@ bool ClientSettings::allows_unit(std::string_view id, const Value& name) const {
   return units_.empty() || units_.contains(id) || units_.contains(name.to_text());
 }
 
-bool ClientSettings::allows_target(std::string_view contact_id, const Dict& contact) const {
-  return targets_.empty() || targets_.contains(contact_id) || targets_.contains(contact.get("Name").to_text()) ||
-         targets_.contains(contact.get("ActualUnitID").to_text());
+bool ClientSettings::allows_target(const Contact& contact) const {
+  return targets_.empty() || targets_.contains(contact.id()) || targets_.contains(contact.name().value_or("")) ||
+         targets_.contains(contact.actual_unit().value_or(""));
 }
 
 }  // namespace tessra

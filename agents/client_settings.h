@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "Tessra/base/value.h"
+#include "Tessra/entitys/contact.h"
 
 namespace tessra {
 
@@ -18,7 +19,7 @@ class ClientSettings {
   explicit ClientSettings(const Value& client_info);
 
   bool allows_unit(std::string_view id, const Value& name) const;
-  bool allows_target(std::string_view contact_id, const Dict& contact) const;
+  bool allows_target(const Contact& contact) const;
   /// 0 when the user set none.
   double decision_interval() const { return decision_interval_; }
 

@@ -1,13 +1,16 @@
 #include "agents/fire_control.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
-#include <set>
+
+#include "Tessra/entitys/geo.h"
 
 namespace tessra {
 
 namespace {
+
+// An attack may be dropped on the way, when its contact has been lost: a few orders without effect are enough.
+constexpr int kMostAttempts = 3;
 
 /// The contacts a unit is ordered against, by id.
 Dict target_list(GameUnit& unit) {
@@ -16,42 +19,12 @@ Dict target_list(GameUnit& unit) {
   return targets != nullptr ? *targets : Dict();
 }
 
-/// The contact types the unit has a loaded weapon against.
-std::set<std::int64_t> contact_types_in_reach(GameUnit& unit) {
-  std::set<std::int64_t> types;
-  for (auto [mount_id, mount] : unit.get_dict("Mounts")) {
-    const Dict* records = mount.as_dict().find_dict("WeaponRecs");
-    if (records == nullptr) continue;
-    for (auto [record_id, record] : *records) {
-      if (!record.as_dict().non_empty("CurrentLoad")) continue;
-      for (const Value& type : record.as_dict().at_list("Targets")) types.insert(type.as_integer());
-    }
-  }
-  return types;
-}
-
 /// What tells targets apart: the unit behind a contact, since a side may hold a friend's contact on it beside its own.
-std::string target_key(std::string_view contact_id, const Dict& contact) {
-  const Value unit = contact.get("ActualUnitID");
-  return unit.truthy() ? unit.to_text() : std::string(contact_id);
-}
+std::string target_key(const Contact& contact) { return std::string(contact.actual_unit().value_or(contact.id())); }
 
-std::string target_key(std::string_view contact_id, const Situation& situation) {
-  const Dict contacts = situation.contacts();
-  const Dict* contact = contacts.find_dict(contact_id);
-  return contact != nullptr ? target_key(contact_id, *contact) : std::string(contact_id);
-}
-
-/// Whether the contact is, or may be, an enemy whose place is known.
-bool is_target(const Dict& contact, const Situation& situation) {
+bool is_fresh(const Contact& contact) {
   constexpr double kOldest = 300;  // seconds since it was last seen
-  if (!contact.contains("Lon") || !contact.contains("Lat") || !contact.contains("Type")) return false;
-  // Who is known and no enemy is left in peace.
-  constexpr int kHostile = 3;
-  const Value* side = contact.find("Side");
-  if (side != nullptr && situation.posture_toward(*side).value_or(kHostile) != kHostile) return false;
-  const bool moves = contact.at("Type") != Value(int{kFacilityContact});
-  return !moves || !contact.contains("Age") || contact.at_real("Age") <= kOldest;
+  return contact.type() == ContactType::facility || contact.age().value_or(0) <= kOldest;
 }
 
 template <class Visit>
@@ -64,15 +37,8 @@ void for_each_unit(const Situation& situation, Visit&& visit) {
 
 }  // namespace
 
-double distance_between(GeoPoint a, GeoPoint b) {
-  constexpr double kMetresPerDegree = 111'195;  // on a sphere of 6371 km
-  const double radians = (a.lat + b.lat) / 2 * 3.14159265358979 / 180;
-  return kMetresPerDegree * std::hypot((a.lon - b.lon) * std::cos(radians), a.lat - b.lat);
-}
-
 const Role* FireControl::role_of(const GameUnit& unit) const {
-  const Value class_name = unit.attributes().get("ClassName");
-  const auto role = std::ranges::find_if(roles_, [&](const Role& r) { return class_name.is_text(r.class_name); });
+  const auto role = std::ranges::find(roles_, unit.platform(), &Role::class_name);
   return role != roles_.end() ? &*role : nullptr;
 }
 
@@ -82,47 +48,65 @@ void FireControl::free_weapons(const Situation& situation) const {
   });
 }
 
+void FireControl::give_up_what_was_refused(const Situation& situation) {
+  for (const RefusedOrder& refused : situation.refused_orders()) {
+    for (auto& [order, attempts] : attempts_) {
+      const std::string names = "UNIT='" + order.first + "', CONTACT='" + order.second + "'";
+      if (refused.command.find(names) != std::string::npos) attempts = kMostAttempts;
+    }
+  }
+}
+
+std::vector<Contact> FireControl::targets_in(const Situation& situation) const {
+  std::vector<Contact> targets = situation.contact_list();
+  std::erase_if(targets, [&](const Contact& contact) {
+    const bool usable = contact.position() && contact.type() && is_fresh(contact) && situation.may_be_enemy(contact);
+    return !usable || !settings_.allows_target(contact);
+  });
+  return targets;
+}
+
 void FireControl::engage(const Situation& situation) {
+  give_up_what_was_refused(situation);
   assigned_.clear();
   std::vector<std::pair<GameUnit*, const Role*>> free_units;
   for_each_unit(situation, [&](GameUnit& unit) {
     const Dict targets = target_list(unit);
-    for (auto [contact_id, order] : targets) ++assigned_[target_key(contact_id.to_text(), situation)];
+    for (auto [contact_id, order] : targets) {
+      const auto contact = situation.contact(contact_id.as_text());
+      ++assigned_[contact ? target_key(*contact) : contact_id.to_text()];
+    }
     const Role* role = role_of(unit);
     const bool allowed = settings_.allows_unit(unit.guid(), unit.attributes().get("Name"));
     if (role != nullptr && targets.empty() && allowed) free_units.emplace_back(&unit, role);
   });
-  for (const auto& [unit, role] : free_units) engage_unit(*unit, *role, situation);
+  const std::vector<Contact> targets = targets_in(situation);
+  for (const auto& [unit, role] : free_units) engage_unit(*unit, *role, targets);
 }
 
-void FireControl::engage_unit(GameUnit& unit, const Role& role, const Situation& situation) {
-  // A contact a friend has lost stays in the picture and cannot be attacked: a few orders without effect are enough.
-  constexpr int kMostAttempts = 3;
-  const std::set<std::int64_t> types = contact_types_in_reach(unit);
-  if (types.empty()) return;
-  std::string best;
-  std::size_t best_rank = role.targets.size();
+void FireControl::engage_unit(GameUnit& unit, const Role& role, const std::vector<Contact>& targets) {
+  std::vector<ContactType> wanted = role.targets;  // in the order of preference
+  std::erase_if(wanted, [&](ContactType type) { return unit.weapon_reach(type) <= 0; });
+  if (wanted.empty()) return;
+  const Contact* best = nullptr;
+  auto best_rank = wanted.end();
   double best_distance = std::numeric_limits<double>::infinity();
-  for (auto [contact_id, record] : situation.contacts()) {
-    const Dict& contact = record.as_dict();
-    if (!is_target(contact, situation) || assigned_[target_key(contact_id.to_text(), contact)] >= shooters_) continue;
-    if (!settings_.allows_target(contact_id.to_text(), contact)) continue;
-    if (attempts_[{std::string(unit.guid()), contact_id.to_text()}] >= kMostAttempts) continue;
-    const std::int64_t type = contact.at("Type").to_integer();
-    if (!types.contains(type)) continue;
-    const auto wanted = std::ranges::find(role.targets, type);
-    const auto rank = static_cast<std::size_t>(wanted - role.targets.begin());
-    const double distance = distance_between(unit.position(), {contact.at_real("Lon"), contact.at_real("Lat")});
-    if (rank == role.targets.size() || distance > role.reach) continue;
-    if (rank > best_rank || (rank == best_rank && distance >= best_distance)) continue;
-    best = contact_id.to_text();
+  for (const Contact& contact : targets) {
+    const std::string id(contact.id());
+    const auto rank = std::ranges::find(wanted, *contact.type());
+    if (rank == wanted.end() || rank > best_rank || assigned_[target_key(contact)] >= shooters_) continue;
+    const auto attempts = attempts_.find({std::string(unit.guid()), id});
+    if (attempts != attempts_.end() && attempts->second >= kMostAttempts) continue;
+    const double distance = distance_between(unit.position(), *contact.position());
+    if (distance > role.reach || (rank == best_rank && distance >= best_distance)) continue;
+    best = &contact;
     best_rank = rank;
     best_distance = distance;
   }
-  if (best.empty()) return;
-  unit.attack(best);
-  ++attempts_[{std::string(unit.guid()), best}];
-  ++assigned_[target_key(best, situation)];
+  if (best == nullptr) return;
+  unit.attack(best->id());
+  ++attempts_[{std::string(unit.guid()), std::string(best->id())}];
+  ++assigned_[target_key(*best)];
 }
 
 }  // namespace tessra

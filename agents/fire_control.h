@@ -11,14 +11,11 @@
 
 namespace tessra {
 
-/// The contact types the service reports are its unit codes.
-enum ContactType : int { kAircraftContact = 1, kShipContact = 2, kSubmarineContact = 3, kFacilityContact = 4 };
-
 /// What a class of units is used against.
 struct Role {
   std::string_view class_name;
-  std::vector<int> targets;  ///< contact types, the most wanted first
-  double reach = 0;          ///< how far it goes for a target, metres
+  std::vector<ContactType> targets;  ///< the most wanted first
+  double reach = 0;                  ///< how far it goes for a target, metres
 };
 
 /// Gives armed units without a target the nearest contact their role is meant for. Shared by the sample agents, which
@@ -40,8 +37,11 @@ class FireControl {
   void reset() { attempts_.clear(); }
 
  private:
-  void engage_unit(GameUnit& unit, const Role& role, const Situation& situation);
+  void give_up_what_was_refused(const Situation& situation);
+  void engage_unit(GameUnit& unit, const Role& role, const std::vector<Contact>& targets);
   const Role* role_of(const GameUnit& unit) const;
+  /// The contacts that are, or may be, enemies whose place is known, and that the user allows.
+  std::vector<Contact> targets_in(const Situation& situation) const;
 
   std::vector<Role> roles_;
   int shooters_;
@@ -49,8 +49,5 @@ class FireControl {
   std::map<std::string, int, std::less<>> assigned_;             // unit behind a contact → units on it, of this decision
   std::map<std::pair<std::string, std::string>, int> attempts_;  // unit and contact → orders given
 };
-
-/// Ground distance in metres; flat-earth, good enough to choose between targets.
-double distance_between(GeoPoint a, GeoPoint b);
 
 }  // namespace tessra

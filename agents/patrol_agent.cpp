@@ -8,15 +8,16 @@ namespace tessra {
 namespace {
 
 std::vector<Role> patrol_roles() {
+  using enum ContactType;
   return {
-      {"Fighter", {kAircraftContact}, 150'000},
-      {"Strike aircraft", {kShipContact}, 200'000},
-      {"Destroyer", {kShipContact, kSubmarineContact, kAircraftContact}, 120'000},
-      {"Frigate", {kShipContact, kSubmarineContact, kAircraftContact}, 110'000},
-      {"Missile boat", {kShipContact}, 120'000},
-      {"Submarine", {kShipContact, kSubmarineContact}, 60'000},
-      {"Coastal missile battery", {kShipContact}, 170'000},
-      {"Sea patrol aircraft", {kSubmarineContact}, 80'000},
+      {"Fighter", {aircraft}, 150'000},
+      {"Strike aircraft", {ship}, 200'000},
+      {"Destroyer", {ship, submarine, aircraft}, 120'000},
+      {"Frigate", {ship, submarine, aircraft}, 110'000},
+      {"Missile boat", {ship}, 120'000},
+      {"Submarine", {ship, submarine}, 60'000},
+      {"Coastal missile battery", {ship}, 170'000},
+      {"Sea patrol aircraft", {submarine}, 80'000},
   };
 }
 
@@ -38,11 +39,11 @@ GeoPoint home_of(const Situation& situation) {
 GeoPoint threat_of(const Situation& situation) {
   GeoPoint middle;
   double count = 0;
-  for (auto [id, record] : situation.contacts()) {
-    const Dict& contact = record.as_dict();
-    if (!contact.contains("Lon") || !contact.contains("Lat")) continue;
-    middle.lon += contact.at_real("Lon");
-    middle.lat += contact.at_real("Lat");
+  for (const Contact& contact : situation.contact_list()) {
+    const auto place = contact.position();
+    if (!place) continue;
+    middle.lon += place->lon;
+    middle.lat += place->lat;
     ++count;
   }
   return count > 0 ? GeoPoint{middle.lon / count, middle.lat / count} : home_of(situation);
@@ -72,7 +73,7 @@ void PatrolAgent::initial(const Situation& situation) {
   for (const auto& [id, element] : situation.aircrafts()) {
     auto& unit = dynamic_cast<GameUnit&>(*element);
     const bool allowed = fire_control_.settings().allows_unit(unit.guid(), unit.attributes().get("Name"));
-    if (allowed && unit.attributes().get("ClassName").is_text("Fighter")) unit.assign_to_mission(kBarrier);
+    if (allowed && unit.platform() == "Fighter") unit.assign_to_mission(kBarrier);
   }
 }
 

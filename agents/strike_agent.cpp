@@ -5,15 +5,16 @@ namespace tessra {
 namespace {
 
 std::vector<Role> strike_roles() {
+  using enum ContactType;
   return {
-      {"Strike aircraft", {kFacilityContact, kShipContact}, 400'000},
-      {"Fighter", {kAircraftContact}, 200'000},
-      {"Destroyer", {kShipContact, kSubmarineContact, kAircraftContact}, 130'000},
-      {"Frigate", {kShipContact, kSubmarineContact, kAircraftContact}, 120'000},
-      {"Missile boat", {kShipContact}, 120'000},
-      {"Submarine", {kShipContact, kSubmarineContact}, 60'000},
-      {"Coastal missile battery", {kShipContact}, 170'000},
-      {"Sea patrol aircraft", {kSubmarineContact}, 80'000},
+      {"Strike aircraft", {facility, ship}, 400'000},
+      {"Fighter", {aircraft}, 200'000},
+      {"Destroyer", {ship, submarine, aircraft}, 130'000},
+      {"Frigate", {ship, submarine, aircraft}, 120'000},
+      {"Missile boat", {ship}, 120'000},
+      {"Submarine", {ship, submarine}, 60'000},
+      {"Coastal missile battery", {ship}, 170'000},
+      {"Sea patrol aircraft", {submarine}, 80'000},
   };
 }
 

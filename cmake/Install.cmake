@@ -2,9 +2,10 @@
 # and hosts with find_package(tessra).
 include(CMakePackageConfigHelpers)
 
-install(TARGETS tessra EXPORT tessraTargets LIBRARY DESTINATION lib)
-install(TARGETS deduce RUNTIME DESTINATION bin)
+install(TARGETS tessra tessra_sample_agents EXPORT tessraTargets LIBRARY DESTINATION lib ARCHIVE DESTINATION lib)
+install(TARGETS deduce training_loop RUNTIME DESTINATION bin)
 install(DIRECTORY engine/Tessra DESTINATION include FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY agents DESTINATION include/tessra_samples FILES_MATCHING PATTERN "*.h" PATTERN library EXCLUDE)
 install(DIRECTORY scenarios DESTINATION share/tessra)
 install(EXPORT tessraTargets NAMESPACE tessra:: DESTINATION lib/cmake/tessra)
 

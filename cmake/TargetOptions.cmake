@@ -8,6 +8,14 @@ function(tessra_target_options target)
   # The library's own functions are not meant to be replaced from outside: it calls them directly.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
+  # Mistakes with memory shall end the program, not be of use to somebody. Sanitizers see more than fortified functions.
+  target_compile_options(${target} PRIVATE -fstack-protector-strong)
+  target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
+  if(NOT TESSRA_SANITIZE)
+    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+  endif()
+  target_compile_definitions(${target} PRIVATE
+    $<$<OR:$<CONFIG:Debug>,$<BOOL:${TESSRA_SANITIZE}>>:_GLIBCXX_ASSERTIONS>)
   if(TESSRA_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

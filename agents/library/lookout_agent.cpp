@@ -1,5 +1,5 @@
-// An agent library with one class, "lookout": it looks at what its side does not know yet and lets its units defend
-// themselves. Small, so that you can see what an agent is made of.
+// An agent library with one class, "lookout": it looks at what its side does not know yet, lets its units defend
+// themselves, and brings home what was hit. Small, so that you can see what an agent is made of.
 
 #include <algorithm>
 #include <set>
@@ -9,6 +9,7 @@
 #include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/gameunit.h"
 #include "Tessra/entitys/situation.h"
+#include "Tessra/entitys/unit_watch.h"
 
 namespace {
 
@@ -25,26 +26,36 @@ class LookoutAgent : public tessra::Agent {
 
   // Every decision: one aircraft for each contact that is only seen so far, once per contact.
   void step(double /*time_elapsed*/, const tessra::Situation& situation) override {
+    withdraw_what_was_hit(situation);
     std::vector<std::string> scouts = scouts_of(situation);
-    for (const auto& [contact_id, record] : situation.contacts()) {
-      const tessra::Dict& contact = record.as_dict();
+    for (const tessra::Contact& contact : situation.contact_list()) {
       if (scouts.empty()) return;
-      if (!is_unknown(contact) || !looked_at_.insert(contact_id.to_text()).second) continue;
-      const tessra::GeoPoint place[] = {{contact.at_real("Lon"), contact.at_real("Lat")}};
+      if (!is_unknown(contact) || !looked_at_.insert(std::string(contact.id())).second) continue;
+      const tessra::GeoPoint place[] = {*contact.position()};
       situation.unit(scouts.back())->plot_course(place);
       scouts.pop_back();
     }
   }
 
   // The agent lives on; the episode does not.
-  void reset() override { looked_at_.clear(); }
+  void reset() override {
+    looked_at_.clear();
+    watch_.reset();
+  }
 
  private:
-  // Records hold what is known: ask before you read.
-  static bool is_unknown(const tessra::Dict& contact) {
+  // Records hold what is known: an accessor of what is not is empty.
+  static bool is_unknown(const tessra::Contact& contact) {
     constexpr int kClassKnown = 3;
-    if (!contact.contains("Lon") || !contact.contains("Lat")) return false;
-    return !contact.contains("IDStatus") || contact.at_integer("IDStatus") < kClassKnown;
+    return contact.position() && contact.id_status().value_or(0) < kClassKnown;
+  }
+
+  void withdraw_what_was_hit(const tessra::Situation& situation) {
+    for (const auto& hit : watch_.observe(situation).hits) {
+      const auto unit = situation.unit(hit.id);
+      // An order that cannot be carried out is refused: only what has a base can go home.
+      if (unit->attributes().non_empty("BaseID")) unit->return_to_base();
+    }
   }
 
   // A scheduling client's user may say which units are ours to order (`units`, a list of ids).
@@ -61,6 +72,7 @@ class LookoutAgent : public tessra::Agent {
   }
 
   std::set<std::string> looked_at_;
+  tessra::UnitWatch watch_;
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "Tessra/entitys/gameunit.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "Tessra/entitys/gameenvs/gameserver.h"
@@ -52,6 +53,13 @@ std::optional<std::string>& creation_key() {
   return key;
 }
 
+template <class Visit>
+void for_each_record(const Dict& holder, const KeyRef& table, Visit&& visit) {
+  const Dict* records = holder.find_dict(table);
+  if (records == nullptr) return;
+  for (const auto& [id, record] : *records) visit(record.as_dict());
+}
+
 }  // namespace
 
 void GameUnit::set_key(std::string_view side_name) { creation_key() = side_name; }
@@ -68,6 +76,32 @@ double GameUnit::real(const KeyRef& name) const {
 }
 
 GeoPoint GameUnit::position() const { return {real("Lon"), real("Lat")}; }
+
+std::string_view GameUnit::platform() const {
+  const Value* name = attributes().find("ClassName");
+  return name != nullptr && name->is_string() ? name->as_text() : std::string_view();
+}
+
+double GameUnit::weapon_reach(ContactType target) const {
+  const Value code = static_cast<int>(target);
+  double reach = 0;
+  for_each_record(attributes(), "Mounts", [&](const Dict& mount) {
+    for_each_record(mount, "WeaponRecs", [&](const Dict& weapon) {
+      const List* targets = weapon.find_list("Targets");
+      if (!weapon.non_empty("CurrentLoad") || !weapon.contains("Range") || targets == nullptr) return;
+      if (std::ranges::find(*targets, code) != targets->end()) reach = std::max(reach, weapon.at_real("Range"));
+    });
+  });
+  return reach;
+}
+
+double GameUnit::sensor_reach() const {
+  double reach = 0;
+  for_each_record(attributes(), "Sensors", [&](const Dict& sensor) {
+    if (sensor.non_empty("Active") && sensor.contains("Range")) reach = std::max(reach, sensor.at_real("Range"));
+  });
+  return reach;
+}
 
 CommandText GameUnit::command(std::string_view name) const {
   CommandText text(name);

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "Tessra/entitys/command_text.h"
+#include "Tessra/entitys/contact.h"
 #include "Tessra/entitys/element.h"
 
 namespace tessra {
@@ -35,6 +36,13 @@ class GameUnit : public Element {
   /// Metres per second, and damage in per cent, as last reported.
   double speed() const { return real("Speed"); }
   double damage() const { return real("Damage"); }
+  /// Its platform, such as "Fighter"; empty when the service does not tell.
+  std::string_view platform() const;
+
+  /// How far its loaded weapons reach against what is of this type, in metres; 0 when none is made for it.
+  double weapon_reach(ContactType target) const;
+  /// How far the farthest of its sensors reaches, of those that are switched on, in metres.
+  double sensor_reach() const;
 
   /// Replaces the course; an empty one lets the unit hold its heading.
   void plot_course(std::span<const GeoPoint> course);

@@ -34,6 +34,27 @@ std::shared_ptr<Mission> Situation::mission(std::string_view name) const {
 }
 
 Dict Situation::contacts() const { return player_.get_dict("Contacts"); }
+std::vector<Contact> Situation::contact_list() const {
+  const Dict records = contacts();
+  std::vector<Contact> list;
+  list.reserve(records.size());
+  for (const auto& [id, record] : records) list.emplace_back(id, record.as_dict());
+  return list;
+}
+
+std::optional<Contact> Situation::contact(std::string_view id) const {
+  const Dict records = contacts();
+  const Dict* record = records.find_dict(id);
+  if (record == nullptr) return {};
+  return Contact(Value(id), *record);
+}
+
+bool Situation::may_be_enemy(const Contact& contact) const {
+  constexpr int kHostile = 3;
+  const auto side = contact.side();
+  return !side || posture_toward(*side).value_or(kHostile) == kHostile;
+}
+
 Dict Situation::messages() const { return player_.get_dict("KeyMsg"); }
 Dict Situation::postures() const { return player_.get_dict("Postures"); }
 std::optional<std::int64_t> Situation::posture_toward(const Value& other) const {

@@ -8,6 +8,7 @@
 
 #include "Tessra/base/ordered_map.h"
 #include "Tessra/base/value.h"
+#include "Tessra/entitys/contact.h"
 
 namespace tessra {
 
@@ -52,6 +53,11 @@ class Situation {
   /// Contact id → contact (`Name`, `Type`, `Lon`, `Lat`, `ActualUnitID`, `IDStatus`, `Age`, …), friends' included. A
   /// friend's contact stays here after the friend has lost it: its `Age` then stands still, and an attack is refused.
   Dict contacts() const;
+  /// The same, with their fields by name; the contact with this id, empty when there is none.
+  std::vector<Contact> contact_list() const;
+  std::optional<Contact> contact(std::string_view id) const;
+  /// False when it is known to be of a side that this one does not hold for hostile.
+  bool may_be_enemy(const Contact& contact) const;
   /// Message type → list of messages since the episode's start.
   Dict messages() const;
   /// What the side thinks of the others: side id → posture. Empty when the service does not tell.

@@ -30,7 +30,7 @@ std::filesystem::path data_directory() {
   for (const char* place : {"../share/tessra", "../../.."}) {
     std::filesystem::path folder = (library / place).lexically_normal();
     if (std::filesystem::is_directory(folder / "scenarios")) return folder;
-    tried += " " + folder.string();
+    tried.append(" ").append(folder.string());
   }
   throw Error("no data folder with scenarios found; set TESSRA_DATA. Tried:" + tried);
 }
