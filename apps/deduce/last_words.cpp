@@ -94,7 +94,7 @@ void end_with_main_thread() {
   const char* last = main_call->text();
   put_line(*last != '\0' ? last : "code outside any agent", "pthread_exit");
   std::fflush(nullptr);
-  std::_Exit(kFailed);
+  std::_Exit(::getpid() == process ? kFailed : kPlayed);  // a forked process ends as it would have
 }
 
 }  // namespace tessra::app

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "Tessra/base/folder.h"
 #include "Tessra/base/json_read.h"
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/gameenvs/forwarding_server.h"
@@ -79,9 +80,7 @@ class Recorder : public ForwardingServer {
     if (!situation.truthy()) return situation;
     ++episode_;
     updates_ = 0;
-    std::error_code failed;
-    std::filesystem::create_directories(episode_folder(), failed);
-    if (failed) throw Error("cannot write " + episode_folder().string() + ": " + failed.message());
+    make_folder(episode_folder());
     write_json_file(episode_folder() / "sides.json", sides_);
     write_json_file(episode_folder() / "initial.json", situation);
     return situation;
