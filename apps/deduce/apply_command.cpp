@@ -105,7 +105,7 @@ class Apply {
     } else if (options_.trace && error != nullptr) {
       tell("{}\n", trace_text(error));
     }
-    tell("the run has ended early; see {}\n", engine_->log_file_path);
+    if (!engine_->round_result) tell("the run has ended early; see {}\n", engine_->log_file_path);
     int shown = own;
     guarded(
         [&] {

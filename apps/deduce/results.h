@@ -27,8 +27,8 @@ struct PlayedEpisode {
   std::int64_t seed;  ///< the run's base seed
   double wall_seconds;
   std::optional<std::uint64_t> episode_seed = std::nullopt;  ///< the episode's own
-  std::string ended_by = "";     ///< "duration", "loss" (of a side) or "agent" (one asked for it)
-  std::string beaten_side = "";  ///< whose loss it was
+  std::string ended_by = {};     ///< "duration", "loss" (of a side) or "agent" (one asked for it)
+  std::string beaten_side = {};  ///< whose loss it was
   std::vector<SideOutcome> sides = {};
   std::int64_t orders_refused = 0;
   std::int64_t calls_failed = 0;
