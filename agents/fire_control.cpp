@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <tuple>
 
 #include "Tessra/entitys/geo.h"
 
@@ -23,8 +24,20 @@ Dict target_list(GameUnit& unit) {
 std::string target_key(const Contact& contact) { return std::string(contact.actual_unit().value_or(contact.id())); }
 
 bool is_fresh(const Contact& contact) {
-  constexpr double kOldest = 300;  // seconds since it was last seen
+  // Seconds since it was last seen. Contacts are lost after 300, and that of a friend stays here as it was last.
+  constexpr double kOldest = 240;
   return contact.type() == ContactType::facility || contact.age().value_or(0) <= kOldest;
+}
+
+/// Leaves of several contacts on one unit, a friend's beside the own, the best: an attack goes by what its contact
+/// says.
+void keep_best_contacts(std::vector<Contact>& targets) {
+  const auto quality = [](const Contact& contact) {
+    return std::tuple(target_key(contact), contact.age().value_or(0), contact.uncertainty().value_or(0));
+  };
+  std::ranges::sort(targets, {}, quality);
+  const auto others = std::ranges::unique(targets, {}, target_key);
+  targets.erase(others.begin(), others.end());
 }
 
 template <class Visit>
@@ -52,7 +65,10 @@ void FireControl::give_up_what_was_refused(const Situation& situation) {
   for (const RefusedOrder& refused : situation.refused_orders()) {
     for (auto& [order, attempts] : attempts_) {
       const std::string names = "UNIT='" + order.first + "', CONTACT='" + order.second + "'";
-      if (refused.command.find(names) != std::string::npos) attempts = kMostAttempts;
+      if (refused.command.find(names) == std::string::npos) continue;
+      attempts = kMostAttempts;
+      // A friend's contact stays in the side's table when the friend has lost it: nobody else need try.
+      if (refused.reason.find("holds no contact") != std::string::npos) lost_contacts_.insert(order.second);
     }
   }
 }
@@ -61,8 +77,9 @@ std::vector<Contact> FireControl::targets_in(const Situation& situation) const {
   std::vector<Contact> targets = situation.contact_list();
   std::erase_if(targets, [&](const Contact& contact) {
     const bool usable = contact.position() && contact.type() && is_fresh(contact) && situation.may_be_enemy(contact);
-    return !usable || !settings_.allows_target(contact);
+    return !usable || lost_contacts_.contains(contact.id()) || !settings_.allows_target(contact);
   });
+  keep_best_contacts(targets);
   return targets;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,7 +35,10 @@ class FireControl {
   /// Orders the attacks for this decision.
   void engage(const Situation& situation);
   /// Forgets the episode.
-  void reset() { attempts_.clear(); }
+  void reset() {
+    attempts_.clear();
+    lost_contacts_.clear();
+  }
 
  private:
   void give_up_what_was_refused(const Situation& situation);
@@ -46,8 +50,9 @@ class FireControl {
   std::vector<Role> roles_;
   int shooters_;
   ClientSettings settings_;
-  std::map<std::string, int, std::less<>> assigned_;             // unit behind a contact → units on it, of this decision
+  std::map<std::string, int, std::less<>> assigned_;  // unit behind a contact → units on it, of this decision
   std::map<std::pair<std::string, std::string>, int> attempts_;  // unit and contact → orders given
+  std::set<std::string, std::less<>> lost_contacts_;             // that the service knows no more
 };
 
 }  // namespace tessra

@@ -3,9 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "simulation/scoring.h"
+#include "simulation/sensing.h"
 #include "simulation/tracking.h"
 
 namespace tessra::sim {
@@ -26,10 +26,11 @@ void take_weapon(Unit& unit, const WeaponType* type) {
   }
 }
 
-/// A shot is noticed when the shooter is in view; from elsewhere a weapon comes unseen.
+/// A shot is noticed when the shooter is known and within sight at that moment; from elsewhere a weapon comes unseen.
 void raise_alarm(World& world, std::size_t target, std::size_t attacker) {
-  const Contact* shooter = contact_on(std::as_const(world), world.units[target].side, attacker);
-  if (!world.units[target].alive || shooter == nullptr || !is_fresh(world, *shooter)) return;
+  const std::size_t side = world.units[target].side;
+  if (!world.units[target].alive || contact_on(world, side, attacker) == nullptr) return;
+  if (!has_in_reach(world, side, world.units[attacker])) return;
   const std::size_t group = world.units[target].group;
   for (std::size_t index = 0; index < world.units.size(); ++index) {
     Unit& unit = world.units[index];
@@ -106,8 +107,8 @@ bool seeks(const World& world, const Shot& shot) {
 void arrive(World& world, const Shot& shot, bool found) {
   if (found) {
     strike(world, shot);
-  } else if (!world.units[shot.target].alive) {
-    forget_contact(world, shot.side, shot.target);  // there is nothing left there, and it saw that
+  } else if (world.units[shot.target].platform->kind == UnitKind::facility) {
+    forget_contact(world, shot.side, shot.target);  // what cannot be elsewhere is gone; anything else may have moved on
   }
 }
 

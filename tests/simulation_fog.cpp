@@ -26,7 +26,7 @@ Seen seen_by_all(const Dict& scenario, std::uint64_t seed, int advances, const O
     const Dict* sides = situation != nullptr ? situation->find_dict("SituationSides") : nullptr;
     for (const SideState& side : simulation.world().sides) {
       const std::string& id = side.setup->id;
-      seen[id] += (sides != nullptr ? write_json(sides->get(id)) : "") + "\n";
+      seen[id] += (sides != nullptr && sides->contains(id) ? write_json(sides->at(id)) : "") + "\n";
     }
   };
   note(simulation.initial_situation());
@@ -224,7 +224,7 @@ TEST(Fog, the_strait_tells_neither_the_others_order_nor_wars_elsewhere) {
 
 TEST(Fog, a_shot_from_out_of_sight_changes_nothing_before_it_arrives) {
   const auto scenario = [](bool with_submarine) {
-    List blue{free_unit("boat", "Missile boat", 20, 150.24)};
+    List blue{free_unit("boat", "Missile boat", 20, 150.24), unit_json("keeper", "Coastal missile battery", -60, 0)};
     if (with_submarine) blue.push_back(free_unit("deep", "Submarine", 20, 149.77));
     return scenario_json({unit_json("ship", "Destroyer", 20, 150, {{"radar", true}})}, blue, 2000);
   };
@@ -233,6 +233,24 @@ TEST(Fog, a_shot_from_out_of_sight_changes_nothing_before_it_arrives) {
   EXPECT_GT(unit_of(simulation, "deep").shots_fired, 0) << "a torpedo is on its way for a quarter of an hour";
   EXPECT_GT(unit_of(simulation, "ship").shots_fired, 0) << "the ship fires back at the boat that it sees";
   EXPECT_EQ(seen_by("red", scenario(true), 1, 8), seen_by("red", scenario(false), 1, 8));
+}
+
+TEST(Fog, a_known_battery_that_fires_from_out_of_sight_is_not_noticed) {
+  const auto scenario = [](const char* control) {
+    const Dict tight{{"radar", true}, {"control", "tight"}};
+    Dict json =
+        scenario_json({unit_json("ship", "Destroyer", 20, 150, tight),
+                       unit_json("bomber", "Strike aircraft", 20, 150.01, {{"height", 100}})},
+                      {unit_json("battery", "Coastal missile battery", 20, 150.6, {{"control", control}})}, 2000);
+    side_of(json, "red").set("known", List{"battery"});
+    side_of(json, "red").set("groups", List{Dict{{"id", "g"}, {"name", "G"}, {"members", List{"ship", "bomber"}}}});
+    side_of(json, "blue").set("known", List{"ship"});
+    return json;
+  };
+  Simulation simulation = play(scenario("free"), 60);
+  simulation.advance();
+  EXPECT_GT(unit_of(simulation, "battery").shots_fired, 0);
+  EXPECT_EQ(seen_by("red", scenario("free"), 1, 3), seen_by("red", scenario("hold"), 1, 3));
 }
 
 TEST(Fog, a_loss_is_known_to_who_could_see_it_and_to_who_did_it) {
