@@ -13,7 +13,8 @@ namespace tessra {
 ///
 /// The end of the program (`ProgramEnd`) and the forced unwinding of a cancelled thread are no errors and pass
 /// through. `on_error` runs outside the handler, so what it throws reaches the caller like any other error. This is
-/// the one place of the system that catches everything; agents may throw whatever they like.
+/// the one place of the system that stops whatever is thrown, and agents may throw whatever they like; what looks at a
+/// stopped error later (error.h) throws it again to itself alone.
 template <class Work, class OnError>
 bool guarded(Work&& work, OnError&& on_error) {
   std::exception_ptr error;

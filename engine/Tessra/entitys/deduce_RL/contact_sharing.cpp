@@ -44,6 +44,7 @@ void Deduction::for_each_friend(const FriendViews& views,
       visit({side, *player, *own, friend_id, side_id2name.at(friend_id)}, *view);
     }
   }
+  work_on("");
 }
 
 void Deduction::share_initial_contacts(const FriendViews& views) {

@@ -68,6 +68,7 @@ void Deduction::delete_in_side(const Value& side_id, const Dict& record, Deletio
   if (const Dict* side = filled(record, "Side")) delete_in_basic_part(**player, *side, pass);
   if (const Dict* real = filled(record, "SideReal")) delete_in_live_part(**player, *real, pass);
   if (const Dict* positions = filled(record, "SidePosition")) delete_by_positions(**player, *positions, pass);
+  work_on("");
 }
 
 // ---- Side -------------------------------------------------------------------------------------------------------

@@ -58,6 +58,7 @@ void Deduction::check_situation() {
       });
     }
   }
+  work_on("");
 }
 
 }  // namespace tessra
