@@ -77,8 +77,7 @@ TEST_F(Recordings, an_episode_is_chosen_and_a_folder_is_used_once) {
 
 TEST_F(Recordings, a_full_disk_names_the_file) {
   // No file may grow beyond 4 KiB, which a situation does.
-  const Output output =
-      shell("ulimit -f 4; " TESSRA_DEDUCE " run --scenario skirmish --quiet --record " + path("rec"));
+  const Output output = shell("ulimit -f 4; " TESSRA_DEDUCE " run --scenario skirmish --quiet --record " + path("rec"));
   EXPECT_EQ(output.status, 1);
   EXPECT_EQ(output.err, "error: cannot write " + episode("initial.json") + ": File too large\n");
 }
