@@ -137,7 +137,8 @@ void train(int episodes, int seed) {
   register_sample_agents(AgentRegistry::instance());
   Deduction engine(configuration(seed));
   Bandit bandit;
-  Gains trying, learned;
+  Gains trying;
+  Gains learned;
   for (int episode = 1; episode <= episodes; ++episode) {
     const std::size_t choice = bandit.choose(episode);
     const double gain = play(engine, episode, kPolicies[choice]);

@@ -81,7 +81,8 @@ Share& Package::share_of(std::string_view side) {
 void Package::run(const std::string& text) {
   ++number_;
   std::optional<CommandCall> call;
-  std::string side, reason;
+  std::string side;
+  std::string reason;
   try {
     call = read_command(text);
     const Value named = call->arguments.get("SIDE");

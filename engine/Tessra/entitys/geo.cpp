@@ -18,7 +18,9 @@ double distance_between(GeoPoint from, GeoPoint to) {
 }
 
 double bearing_between(GeoPoint from, GeoPoint to) {
-  double metres = 0, there = 0, arrival = 0;
+  double metres = 0;
+  double there = 0;
+  double arrival = 0;
   earth().Inverse(from.lat, from.lon, to.lat, to.lon, metres, there, arrival);
   return metres > 0 ? std::fmod(there + 360, 360) : 0;
 }
