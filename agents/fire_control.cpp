@@ -36,8 +36,8 @@ void keep_best_contacts(std::vector<Contact>& targets) {
     return std::tuple(target_key(contact), contact.age().value_or(0), contact.uncertainty().value_or(0));
   };
   std::ranges::sort(targets, {}, quality);
-  const auto others = std::ranges::unique(targets, {}, target_key);
-  targets.erase(others.begin(), others.end());
+  const auto same = [](const Contact& a, const Contact& b) { return target_key(a) == target_key(b); };
+  targets.erase(std::unique(targets.begin(), targets.end(), same), targets.end());
 }
 
 template <class Visit>
