@@ -11,11 +11,13 @@ function(tessra_target_options target)
   # Mistakes with memory shall end the program, not be of use to somebody. Sanitizers see more than fortified functions.
   target_compile_options(${target} PRIVATE -fstack-protector-strong)
   target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now)
-  if(NOT TESSRA_SANITIZE)
-    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+  if(TESSRA_SANITIZE)
+    target_compile_definitions(${target} PRIVATE _GLIBCXX_ASSERTIONS)
+  else()
+    target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+    target_compile_options(${target} PRIVATE
+      $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
   endif()
-  target_compile_definitions(${target} PRIVATE
-    $<$<OR:$<CONFIG:Debug>,$<BOOL:${TESSRA_SANITIZE}>>:_GLIBCXX_ASSERTIONS>)
   if(TESSRA_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
