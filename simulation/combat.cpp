@@ -90,7 +90,7 @@ void strike(World& world, const Shot& shot) {
   ++world.hits;
   const double done = std::min(shot.type->damage, target.platform->damage_points - target.damage);
   target.damage += done;
-  if (Contact* contact = contact_on(world, shot.side, shot.target)) contact->damage_done += done;
+  world.sides[shot.side].damage_done[target.key] += done;
   book_damage(world, target, done, shot.side);
   if (target.damage >= target.platform->damage_points) destroy_unit(world, shot.target, shot.side);
 }
@@ -108,7 +108,7 @@ void arrive(World& world, const Shot& shot, bool found) {
   if (found) {
     strike(world, shot);
   } else if (world.units[shot.target].platform->kind == UnitKind::facility) {
-    forget_contact(world, shot.side, shot.target);  // what cannot be elsewhere is gone; anything else may have moved on
+    learn_of_loss(world, shot.side, shot.target);  // what cannot be elsewhere is gone; anything else may have moved on
   }
 }
 

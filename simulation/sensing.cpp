@@ -47,7 +47,7 @@ void look_at(World& world, const Unit& unit, std::size_t sensor_place, std::size
   const Way way = way_between(unit.motion.place, target.motion.place);
   if (way.metres > reach) return;
   if (!world.dice.happens(sensor.chance, Luck::look, world.now, {unit.key, sensor_place, target.key})) return;
-  if (!target.alive) return forget_contact(world, unit.side, index);
+  if (!target.alive) return learn_of_loss(world, unit.side, index);
   const Look look{unit, sensor_place, index, way, reach};
   renew_contact(world, look);
   note_detection(world, look);

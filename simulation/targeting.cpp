@@ -28,8 +28,13 @@ double damage_on_the_way(const World& world, std::size_t side, const Contact& co
 /// Damage that a target can still take, as far as the side can tell: of what it does not know the class, one hit of the
 /// unit's weapon is thought to be enough.
 double damage_needed(const World& world, const Unit& unit, const Contact& contact) {
-  const Platform& platform = *world.units[contact.target].platform;
-  if (contact.id_status >= kClassKnown) return std::max(platform.damage_points - contact.damage_done, 0.0);
+  const Unit& target = world.units[contact.target];
+  const Platform& platform = *target.platform;
+  if (contact.id_status >= kClassKnown) {
+    const auto& damage = world.sides[unit.side].damage_done;
+    const auto done = damage.find(target.key);
+    return std::max(platform.damage_points - (done != damage.end() ? done->second : 0), 0.0);
+  }
   const WeaponRecord* record = choose_weapon(unit, platform.kind);
   return record != nullptr ? record->type->damage : 0;
 }

@@ -55,7 +55,6 @@ struct Unit {
   std::string name;
   std::size_t side;
   const Platform* platform;
-  bool alive = true;
 
   Motion motion;
   SpherePoint sphere{};  ///< of `motion.place`
@@ -63,28 +62,29 @@ struct Unit {
   std::optional<double> ordered_speed;
   std::vector<Place> course;  ///< waypoints still ahead
   std::optional<Leg> leg;     ///< toward the first of them
-  bool course_ordered = false;
   double fuel = 0;
 
   std::size_t base = kNobody;
   std::size_t group = kNobody;
-  bool at_base = false;
-  bool returning = false;
-  int ready_at = 0;  ///< tick at which the base is done with it
-
   std::string mission;
   std::size_t next_corner = 0;
-  WeaponControl control = WeaponControl::tight;
   std::vector<AttackOrder> attacks;
   std::size_t attacker = kNobody;  ///< unit that last fired at it
   int attacked_at = 0;
   int next_shot = 0;
   int shots_fired = 0;
+  int ready_at = 0;  ///< tick at which the base is done with it
 
   double damage = 0;
-  bool radar_on = false;
   std::vector<Mount> mounts;
   int records_made = 0;
+  WeaponControl control = WeaponControl::tight;
+
+  bool alive = true;
+  bool at_base = false;
+  bool returning = false;
+  bool course_ordered = false;
+  bool radar_on = false;
 };
 
 /// A weapon on its way.

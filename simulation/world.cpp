@@ -119,8 +119,9 @@ int posture_of(const World& world, std::size_t from, std::size_t toward) {
 const Contact* find_contact(const World& world, std::size_t side, std::string_view contact_id) {
   for (std::size_t holder = 0; holder < world.sides.size(); ++holder) {
     if (!is_friend(world, holder, side)) continue;
-    for (const auto& [target, contact] : world.sides[holder].contacts) {
-      if (contact.id == contact_id) return &contact;
+    for (const auto& [key, contact] : world.sides[holder].contacts) {
+      if (contact.id != contact_id) continue;
+      return world.sides[side].known_lost.contains(key) ? nullptr : &contact;
     }
   }
   return nullptr;
@@ -170,19 +171,22 @@ Contact& add_contact(World& world, std::size_t side, std::size_t target) {
   contact.target = target;
   contact.last_seen = contact.in_view_since = world.now;
   contact.seen = unit.motion;
+  state.damage_done.erase(unit.key);  // it may have been repaired while nobody looked
   world.new_contacts.emplace_back(side, contact.id);
   return state.contacts.emplace(unit.key, std::move(contact)).first->second;
 }
 
-void forget_contact(World& world, std::size_t side, std::size_t target) {
-  world.sides[side].contacts.erase(world.units[target].key);
+void learn_of_loss(World& world, std::size_t side, std::size_t target) {
+  const std::uint64_t key = world.units[target].key;
+  world.sides[side].contacts.erase(key);
+  world.sides[side].known_lost.insert(key);
 }
 
 void destroy_unit(World& world, std::size_t index, std::size_t by) {
   Unit& unit = world.units[index];
   if (!unit.alive) return;
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
-    if (side == by || has_in_reach(world, side, unit)) forget_contact(world, side, index);
+    if (side == by || has_in_reach(world, side, unit)) learn_of_loss(world, side, index);
   }
   unit.alive = false;
   unit.radar_on = false;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,13 +19,12 @@ namespace tessra::sim {
 /// What a side knows about a unit of another side.
 struct Contact {
   std::string id;
-  std::size_t target;      ///< index of the actual unit
-  int id_status = 1;       ///< 1 seen, 2 side known, 3 class known, 4 name known
-  int last_seen = 0;       ///< tick
-  int in_view_since = 0;   ///< tick
-  Motion seen;             ///< as last measured
-  double error = 0;        ///< standard deviation of the place, metres
-  double damage_done = 0;  ///< by weapons of the side, which are seen to hit
+  std::size_t target;     ///< index of the actual unit
+  int id_status = 1;      ///< 1 seen, 2 side known, 3 class known, 4 name known
+  int last_seen = 0;      ///< tick
+  int in_view_since = 0;  ///< tick
+  Motion seen;            ///< as last measured
+  double error = 0;       ///< standard deviation of the place, metres
 };
 
 struct Mission {
@@ -37,7 +37,9 @@ struct Mission {
 
 struct SideState {
   const SideSetup* setup;
-  std::map<std::uint64_t, Contact> contacts = {};  ///< by the key of the actual unit
+  std::map<std::uint64_t, Contact> contacts = {};    ///< by the key of the actual unit
+  std::map<std::uint64_t, double> damage_done = {};  ///< by the side's own weapons, by the key of the unit hit
+  std::set<std::uint64_t> known_lost = {};           ///< keys of the units that the side knows to be destroyed
   std::vector<Mission> missions = {};
   double score = 0;
   int units_lost = 0;
@@ -97,7 +99,8 @@ inline bool is_hostile(const World& world, std::size_t from, std::size_t toward)
   return from != toward && posture_of(world, from, toward) == 3;
 }
 
-/// A contact of the side or of a side friendly toward it; null when nobody holds it.
+/// A contact of the side or of a side friendly toward it; null when nobody holds it, or the side knows better: a friend
+/// may not have noticed that the unit is destroyed.
 const Contact* find_contact(const World& world, std::size_t side, std::string_view contact_id);
 
 /// A mission of the side by id or by name; null when there is none.
@@ -113,7 +116,8 @@ Contact* contact_on(World& world, std::size_t side, std::size_t target);
 const Contact* contact_on(const World& world, std::size_t side, std::size_t target);
 /// Makes a contact of the side on a unit, where there is none.
 Contact& add_contact(World& world, std::size_t side, std::size_t target);
-void forget_contact(World& world, std::size_t side, std::size_t target);
+/// Lets the side know that a unit is destroyed.
+void learn_of_loss(World& world, std::size_t side, std::size_t target);
 
 /// Destroys a unit with all that stands on it and books the losses. `by` is the side whose weapon did it, or `kNobody`.
 /// That side knows, and so do those who had the unit in a sensor's reach; the others' contacts stay.

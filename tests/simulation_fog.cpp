@@ -269,6 +269,23 @@ TEST(Fog, a_loss_is_known_to_who_could_see_it_and_to_who_did_it) {
   EXPECT_EQ(simulation.world().sides[2].contacts.count(unit_of(simulation, "boat").key), 1U);
 }
 
+TEST(Fog, who_destroys_by_a_friends_contact_knows_and_the_friend_does_not) {
+  Dict json = scenario_json(
+      {unit_json("bomber", "Strike aircraft", 20.6, 150)},
+      {unit_json("station", "Radar station", 20, 150), unit_json("keeper", "Missile boat", -60, 0)}, 2000);
+  json.find_list("sides")->push_back(Dict{{"id", "green"},
+                                          {"name", "绿方"},
+                                          {"known", List{"station"}},
+                                          {"postures", Dict{{"red", 1}}},
+                                          {"units", List{unit_json("far", "Port", 30, 150)}}});
+  Simulation simulation = play(json, 1);
+  order(simulation, "Attack({SIDE='红方',UNIT='<bomber>',CONTACT='green-contact#1',QUANTITY=4})");
+  while (unit_of(simulation, "station").alive && !simulation.ended()) simulation.advance();
+  ASSERT_FALSE(unit_of(simulation, "station").alive);
+  EXPECT_EQ(find_contact(simulation.world(), 0, "green-contact#1"), nullptr);
+  EXPECT_NE(find_contact(simulation.world(), 2, "green-contact#1"), nullptr);
+}
+
 TEST(Fog, contacts_become_better_in_view) {
   const auto contact_after = [](int seconds, std::uint64_t seed) {
     Simulation simulation = play(scenario_json({unit_json("ship", "Destroyer", 20, 150, {{"radar", true}})},
