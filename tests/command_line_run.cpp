@@ -46,6 +46,11 @@ TEST_F(CommandLine, json_says_how_an_episode_ended_for_every_side) {
   EXPECT_GE(sides.at_dict("绿方").at_integer("losses"), 0);
   EXPECT_EQ(line.at("calls_failed"), Value(0));
 
+  const std::string alone = "run --config " + run_config("patrol");
+  EXPECT_THAT(run(alone).out,
+              ::testing::ContainsRegex("red: x   blue: \\(nobody\\)(.|\n)*  none (.|\n)*red won 0, blue won 0 "));
+  EXPECT_EQ(read_json(run(alone + " --json").out).as_dict().at("winner"), Value("none"));
+
   const Dict asked = read_json(run("run --json --config " + run_config("impatient") + library()).out).as_dict();
   EXPECT_EQ(asked.at("ended_by"), Value("agent"));
   EXPECT_THAT(run("run --config " + run_config("impatient") + library()).out, HasSubstr("  an agent's wish\n"));

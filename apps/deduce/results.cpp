@@ -76,7 +76,10 @@ std::string clock_text(double seconds) {
   return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
 }
 
+std::string camp_text(const std::string& name) { return name.empty() ? "(nobody)" : name; }
+
 std::string_view winner_of(const BatResult& result) {
+  if (result.red_name.empty() || result.blue_name.empty()) return "none";
   const double red = result.red_score.as_real();
   const double blue = result.blue_score.as_real();
   return red == blue ? "draw" : red > blue ? "red" : "blue";
@@ -131,7 +134,7 @@ std::string end_text(const PlayedEpisode& episode) {
 }  // namespace
 
 std::string table_head(const BatResult& first) {
-  return fmt::format("red: {}   blue: {}\n\n", first.red_name, first.blue_name) +
+  return fmt::format("red: {}   blue: {}\n\n", camp_text(first.red_name), camp_text(first.blue_name)) +
          fmt::format(kHead, "episode", "red score", "blue score", "winner", "time", "steps", "wall s", "ended by");
 }
 

@@ -42,7 +42,10 @@ PlayedEpisode played_episode(const Deduction& engine, const BatResult& result, s
 /// Simulated seconds as hours, minutes and seconds: "1:30:00".
 std::string clock_text(double seconds);
 
-/// "red", "blue" or "draw".
+/// A camp's name as tables show it: "(nobody)" for one that the configuration does not play.
+std::string camp_text(const std::string& name);
+
+/// "red", "blue" or "draw"; "none" when a camp is nobody's.
 std::string_view winner_of(const BatResult& result);
 
 /// The episode as one line of JSON, without the line's end.

@@ -51,8 +51,8 @@ std::string table_row(const RunResult& result) {
   // Scores are numbers of whatever kind the service gave.
   std::string row =
       fmt::format(kRow, run ? std::to_string(run->id) : "-", result.saved.saved_at, run ? run->info.scenario : "-",
-                  run ? std::to_string(run->info.seed) : "-", played.current_round, played.red_name,
-                  fmt::format("{:.1f}", played.red_score.as_real()), played.blue_name,
+                  run ? std::to_string(run->info.seed) : "-", played.current_round, camp_text(played.red_name),
+                  fmt::format("{:.1f}", played.red_score.as_real()), camp_text(played.blue_name),
                   fmt::format("{:.1f}", played.blue_score.as_real()), played.error_side);
   row.erase(row.find_last_not_of(" \n") + 1);
   return row + "\n";
