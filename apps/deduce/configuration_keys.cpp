@@ -33,7 +33,7 @@ constexpr ConfigurationKey kKeys[] = {
     {simulate, boolean, "load_scenario", "true", "whether an episode start loads the scenario"},
     {simulate, text, "scenario", "\"\"", "the scenario's name on the service; `deduce run` plays `strait` without one"},
     {simulate, boolean, "scen_check", "true", "check that the scenario exists before loading it"},
-    {simulate, whole, "episodes", "1", "how many episodes; read by the command line, not by the engine", 1},
+    {simulate, whole, "episodes", "1", "how many episodes; read by the command line, not by the engine", 1, kMostEpisodes},
     {simulate, whole, "compression", "1", "speed index", 0},
     {simulate, boolean, "need_compression", "true", "whether an episode start sets the speed"},
     {simulate, whole, "decision_interval", "30", "simulated seconds between decisions; the bundled simulation advances by it", 1, kWeek},
@@ -52,7 +52,7 @@ constexpr ConfigurationKey kKeys[] = {
     {server, flag, "continuous", "0", "converted to an integer; not consulted"},
     {server, flag, "cplus_server", "false", "true when its integer is 1; not consulted"},
     {server, whole, "seed", "1", "base seed of the bundled simulation"},
-    {server, whole, "first_episode", "1", "number of the first episode that is played, which with the base seed decides its luck", 1},
+    {server, whole, "first_episode", "1", "number of the first episode that is played, which with the base seed decides its luck", 1, kMostEpisodes},
     {server, text, "record", "", "keep every situation record below this folder, which must hold no other recording"},
     {server, objects, "agent_settings", "{}", "AI-apply mode: agent id → settings the scheduling client holds for it at the start"},
 

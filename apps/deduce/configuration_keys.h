@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <limits>
 #include <span>
 #include <string>
@@ -30,6 +31,9 @@ enum class KeyKind {
   host,   ///< an object of the host program
   hosts,  ///< name → such an object
 };
+
+/// The most episodes, and the highest number of one: far beyond any run, and their sum fits.
+inline constexpr std::int64_t kMostEpisodes = 1'000'000'000;
 
 /// A key of the configuration as users may write it.
 struct ConfigurationKey {

@@ -11,6 +11,7 @@
 #include "apps/deduce/agents_command.h"
 #include "apps/deduce/apply_command.h"
 #include "apps/deduce/check_command.h"
+#include "apps/deduce/configuration_keys.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/last_words.h"
 #include "apps/deduce/output.h"
@@ -34,20 +35,22 @@ std::optional<Number> number_of(const std::string& text) {
 }
 
 // The parser itself would take what is too large for the largest number, and a leading zero for an octal one.
-std::string check_whole(std::string& text, std::int64_t least, const std::string& wanted) {
-  constexpr std::int64_t kMost = 1'000'000'000'000'000'000;
+std::string check_whole(std::string& text, std::int64_t least, std::int64_t most, const std::string& wanted) {
   const auto number = number_of<std::int64_t>(text);
-  if (!number || *number < least || (least > 0 && *number > kMost)) return "must be " + wanted + ", is '" + text + "'";
+  if (!number || *number < least || *number > most) return "must be a whole number " + wanted + ", is '" + text + "'";
   text = std::to_string(*number);
   return "";
 }
 
-const CLI::Validator above_zero([](std::string& text) { return check_whole(text, 1, "a whole number above 0"); },
-                                "COUNT");
+/// Counts and numbers of episodes, runs and results.
+const CLI::Validator count(
+    [](std::string& text) { return check_whole(text, 1, kMostEpisodes, "from 1 to " + std::to_string(kMostEpisodes)); },
+    "COUNT");
 
 const CLI::Validator whole(
     [](std::string& text) {
-      return check_whole(text, std::numeric_limits<std::int64_t>::min(), "a whole number of at most 64 bits");
+      using Limits = std::numeric_limits<std::int64_t>;
+      return check_whole(text, Limits::min(), Limits::max(), "of at most 64 bits");
     },
     "NUMBER");
 
@@ -76,9 +79,9 @@ CLI::App* add_run(CLI::App& app, RunOptions& run) {
   CLI::App* command = app.add_subcommand("run", "Play episodes and show who won");
   command->add_option("--scenario", run.scenario, "A shipped scenario's name, or a scenario file")->check(filled);
   command->add_option("--config", run.config, "Configuration file (JSON)")->check(filled);
-  command->add_option("--episodes", run.episodes, "How many episodes to play")->transform(above_zero);
+  command->add_option("--episodes", run.episodes, "How many episodes to play")->transform(count);
   command->add_option("--first-episode", run.first_episode, "Number of the first one, to play some of a series again")
-      ->transform(above_zero);
+      ->transform(count);
   command->add_option("--seed", run.seed, "Base seed; every episode's seed is made from it and its number")
       ->transform(whole);
   command->add_option("--agents", run.agents, "Agent library (.so) with classes the configuration names")
@@ -96,8 +99,7 @@ CLI::App* add_replay(CLI::App& app, ReplayOptions& replay) {
   command->add_option("folder", replay.folder, "Folder written by 'run --record', or by hand")
       ->required()
       ->check(filled);
-  command->add_option("--episode", replay.episode, "Which episode, when the folder holds several")
-      ->transform(above_zero);
+  command->add_option("--episode", replay.episode, "Which episode, when the folder holds several")->transform(count);
   command->add_option("--dump", replay.dump, "Write the model after every record to this JSON file")->check(filled);
   return command;
 }
@@ -127,9 +129,9 @@ CLI::App* add_check(CLI::App& app, CheckOptions& check) {
 
 CLI::App* add_results(CLI::App& app, ResultsOptions& results) {
   CLI::App* command = app.add_subcommand("results", "List the saved results");
-  command->add_option("--run", results.run, "Only those of this run")->transform(above_zero);
+  command->add_option("--run", results.run, "Only those of this run")->transform(count);
   command->add_option("--scenario", results.scenario, "Only those of this scenario")->check(filled);
-  command->add_option("--last", results.last, "Only the newest ones")->transform(above_zero);
+  command->add_option("--last", results.last, "Only the newest ones")->transform(count);
   command->add_flag("--json", results.json, "Print one JSON object per result");
   return command;
 }
