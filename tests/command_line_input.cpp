@@ -5,6 +5,8 @@
 namespace tessra::testing {
 namespace {
 
+using ::testing::StartsWith;
+
 TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
   const std::string bad_json = write("bad.json", "{\n  \"game_server\": [}\n");
   const struct {
@@ -30,6 +32,8 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
       {"run --config ''", "--config: must not be empty"},
       {"run --log ''", "--log: must not be empty"},
       {"run --nonsense", "nonsense"},
+      {"", "no command ''; there are: run, replay, "},
+      {"check-agent", "--class is required"},
       {"rnu", "no command 'rnu'"},
       {"run --config " + write("side.json", R"({"rule_config": {"nobody": {"x": {"class": "idle"}}}})"),
        "no side 'nobody'; there are: 红方, 蓝方, 绿方"},
@@ -48,7 +52,9 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
   for (const auto& given : cases) {
     const Output output = run(given.arguments);
     EXPECT_EQ(output.status, 2) << given.arguments;
+    EXPECT_THAT(output.err, StartsWith("error: ")) << given.arguments;
     EXPECT_THAT(output.err, HasSubstr(given.says)) << given.arguments;
+    EXPECT_EQ(std::count(output.err.begin(), output.err.end(), '\n'), 1) << output.err;
     EXPECT_THAT(output.out, IsEmpty());
   }
   EXPECT_EQ(run("--help").status, 0);

@@ -66,13 +66,14 @@ const CLI::Validator filled([](std::string& text) { return text.empty() ? "must 
 
 /// The first argument must name a command: the parser itself would only say that one is missing.
 void check_command_name(const CLI::App& app, int argc, char** argv) {
-  if (argc < 2 || argv[1][0] == '-') return;
+  const std::string given = argc < 2 ? "" : argv[1];
+  if (given.starts_with('-')) return;
   std::string names;
   for (const CLI::App* command : app.get_subcommands({})) {
-    if (command->get_name() == argv[1]) return;
+    if (command->get_name() == given) return;
     names += (names.empty() ? "" : ", ") + command->get_name();
   }
-  throw InputError("no command '" + std::string(argv[1]) + "'; there are: " + names);
+  throw InputError("no command '" + given + "'; there are: " + names);
 }
 
 CLI::App* add_run(CLI::App& app, RunOptions& run) {
@@ -136,14 +137,13 @@ CLI::App* add_results(CLI::App& app, ResultsOptions& results) {
   return command;
 }
 
-/// What the parser has to say: help on standard output, mistakes on standard error.
+/// What the parser has to say: help and version on standard output. Throws `InputError` for a mistake.
 int end_parsing(const CLI::App& app, const CLI::ParseError& error) {
+  if (error.get_exit_code() != 0) throw InputError(error.what());
   std::ostringstream out;
-  std::ostringstream err;
-  const int code = app.exit(error, out, err);
-  if (!out.str().empty()) say_text(out.str());
-  tell_text(err.str());
-  return code == 0 ? kPlayed : kWrongInput;
+  app.exit(error, out, out);
+  say_text(out.str());
+  return kPlayed;
 }
 
 int dispatch(int argc, char** argv) {
