@@ -88,6 +88,11 @@ TEST_F(CommandLine, output_that_cannot_be_written_is_told) {
     EXPECT_EQ(closed.status, 1) << command;
     EXPECT_EQ(closed.err, "error: cannot write standard output: it is closed\n") << command;
   }
+  run("run --json --config " + run_config("patrol", R"(, "save_result": true)") + " >/dev/full");
+  const std::string saved = run("results").out;
+  EXPECT_EQ(std::count(saved.begin(), saved.end(), '\n'), 1 + 4) << "three of apply, one of run";
+  EXPECT_THAT(saved, Not(HasSubstr("\n    -  "))) << "each has its run, though it was not shown";
+
   const Output broken = shell("{ " + std::string(TESSRA_DEDUCE) + " run --scenario skirmish --episodes 3 --json; " +
                               "echo $? >" + path("status") + "; } | head -1");
   EXPECT_EQ(std::count(broken.out.begin(), broken.out.end(), '\n'), 1);

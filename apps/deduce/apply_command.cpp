@@ -109,7 +109,7 @@ class Apply {
     int shown = own;
     guarded(
         [&] {
-          if (engine_->round_result) show(episode());
+          if (engine_->round_result && !note_and_show(episode())) shown = kFailed;
         },
         [&](const std::exception_ptr& unshown) {
           tell_error(error_text(unshown), unshown, options_.trace);
@@ -133,12 +133,22 @@ class Apply {
       return kFailed;
     }
     const PlayedEpisode played = episode();
+    const bool noted = note_and_show(played);
+    return noted && played.result.error_side.empty() ? kPlayed : kFailed;
+  }
+
+  /// Notes first where a saved result came from: a standard output that cannot be written does not cost it. False when
+  /// it could not be noted.
+  bool note_and_show(const PlayedEpisode& played) const {
+    const bool noted = guarded(
+        [&] {
+          if (engine_->saved_result == 0) return;
+          SavedRuns(default_seams().config_directory, run_info("apply", config_, played.seed))
+              .add(engine_->saved_result, played);
+        },
+        [&](const std::exception_ptr& error) { tell_error(error_text(error), error, options_.trace); });
     show(played);
-    if (engine_->saved_result != 0) {
-      SavedRuns(default_seams().config_directory, run_info("apply", config_, played.seed))
-          .add(engine_->saved_result, played);
-    }
-    return played.result.error_side.empty() ? kPlayed : kFailed;
+    return noted;
   }
 
   PlayedEpisode episode() const {

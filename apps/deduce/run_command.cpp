@@ -65,8 +65,7 @@ class Run {
     int status = kPlayed;
     guarded([&] { status = play_episodes(); },
             [&](const std::exception_ptr& error) {
-              progress_.clear();
-              tell_error(failure_text(*engine_, episode_, error), error, options_.trace);
+              tell_failure(error);
               status = kFailed;
             });
     if (status != kWrongInput) report_.end(signals_.received());
@@ -114,13 +113,27 @@ class Run {
       if (const std::optional<int> failure = start(episode)) return *failure;
       const std::optional<PlayedEpisode> played = play_steps();
       if (!played) break;
-      report_.add(*played);
-      if (engine_->save_result.truthy()) {
-        saved_runs_.add(save_result(played->result, default_seams().config_directory), *played);
-      }
+      if (!save_and_show(*played)) return kFailed;
       if (!played->result.error_side.empty()) status = kFailed;
     }
     return status;
+  }
+
+  /// Saved first: a standard output that cannot be written costs no result. False when it could not be saved.
+  bool save_and_show(const PlayedEpisode& played) {
+    const bool saved = guarded(
+        [&] {
+          if (!engine_->save_result.truthy()) return;
+          saved_runs_.add(save_result(played.result, default_seams().config_directory), played);
+        },
+        [&](const std::exception_ptr& error) { tell_failure(error); });
+    report_.add(played);
+    return saved;
+  }
+
+  void tell_failure(const std::exception_ptr& error) {
+    progress_.clear();
+    tell_error(failure_text(*engine_, episode_, error), error, options_.trace);
   }
 
   /// Starts an episode; the exit status when that fails.
