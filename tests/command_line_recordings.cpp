@@ -65,6 +65,9 @@ TEST_F(Recordings, an_episode_is_chosen_and_a_folder_is_used_once) {
   expect_refused(path("rec") + " --episode 3", 2, "has no episode 3; there are: 1, 2");
   expect_refused(path("none"), 2, "no recording");
   EXPECT_EQ(run("replay --episode 2 " + path("rec")).status, 0);
+  const std::string dump = path("rec") + " --episode 1 --dump ";
+  expect_refused(dump + "/dev/full", 1, "error: cannot write /dev/full: No space left on device\n");
+  expect_refused(dump + path("no/x"), 2, "error: cannot write " + path("no/x") + ": No such file or directory\n");
 
   for (const std::string& used : {path("rec"), episode()}) {
     const Output again = run("run --scenario skirmish --record " + used);

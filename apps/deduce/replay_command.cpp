@@ -90,9 +90,10 @@ class Replay {
     make_engine();
     if (!options.dump.empty()) {
       dump_file_ = options.dump;
+      errno = 0;
       dump_.open(options.dump, std::ios::binary | std::ios::trunc);
-      if (!dump_) throw InputError("cannot write " + options.dump);
-      dump_ << "[";
+      if (!dump_) throw InputError(unwritable());
+      write("[");
     }
   }
 
@@ -103,12 +104,7 @@ class Replay {
       goes_on =
           attempt(recorded_update(folder_, number).stem().string(), [&](Value& returned) { return step(returned); });
     }
-    if (dump_.is_open()) {
-      errno = 0;
-      dump_ << "\n]\n";
-      dump_.flush();
-      if (!dump_) throw SurroundingsError("cannot write " + dump_file_ + ": " + std::generic_category().message(errno));
-    }
+    if (dump_.is_open()) write("\n]\n");
     say("{} updates played, {} elements\n", updates_, engine_->elements.size());
     if (goes_on) report_break(number);
     return failed_ ? kFailed : kPlayed;
@@ -195,8 +191,19 @@ class Replay {
                      {"elements", dump_elements(*engine_)},
                      {"players", dump_players(*engine_)},
                      {"engine", dump_engine(*engine_)}};
-    dump_ << (first_ ? "\n" : ",\n") << write_json(entry);
+    write((first_ ? "\n" : ",\n") + write_json(entry));
     first_ = false;
+  }
+
+  /// Handed over at once, while the system's reason for a failure is known.
+  void write(std::string_view text) {
+    errno = 0;
+    dump_ << text << std::flush;
+    if (!dump_) throw SurroundingsError(unwritable());
+  }
+
+  std::string unwritable() const {
+    return "cannot write " + dump_file_ + ": " + std::generic_category().message(errno);
   }
 
   std::filesystem::path folder_;
