@@ -38,6 +38,7 @@ TEST_F(Configuration, a_wrong_value_is_told_with_its_key_what_is_expected_and_wh
       {"", R"("seed": [1])", "", "server.seed: expected a whole number, found [1]"},
       {"", R"("url": "tcp:host")", "",
        R"(server.url: expected a URL with one of the schemes embedded:, records:, found "tcp:host")"},
+      {"", R"("url": "records:/nonexist")", "", "error: no recording: no initial.json in /nonexist or below"},
       {"", R"("agent_settings": {"x": 1})", "", "server.agent_settings.x: expected an object, found 1"},
       {"", "", R"("rule_config": {"红方": {"a": "patrol"}})",
        R"(c.json: rule_config.红方.a: expected an object with "class", found "patrol")"},
@@ -91,7 +92,7 @@ TEST_F(Configuration, sides_are_looked_for_before_anything_is_played) {
 
 TEST_F(Configuration, a_side_the_service_does_not_have_is_named_at_the_start) {
   ASSERT_EQ(run("run --scenario skirmish --quiet --record " + path("rec")).status, 0);
-  const Output output = play(R"("load_scenario": false)", R"("url": "records:)" + path("rec/episode-000001") + "\"",
+  const Output output = play("", R"("url": "records:)" + path("rec") + "\"",
                              R"("rule_config": {"红方": {"x": {"class": "idle"}}, "黄方": {"x": {"class": "idle"}}})");
   EXPECT_EQ(output.status, 2);
   EXPECT_EQ(output.err, "error: the service has no side '黄方', which the configuration plays; it has: 红方, 蓝方\n");

@@ -128,6 +128,7 @@ Dict run_configuration(const RunOptions& options) {
   if (!options.agents.empty()) add_agent_library(config, options.agents);
   check_recording(server);
   choose_scenario(options, simulate, server);
+  choose_recording(simulate, server);
   if (const auto scenario = checked_scenario(config, section, options.config)) choose_agents(config, *scenario);
   return config;
 }

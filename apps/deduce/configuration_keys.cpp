@@ -30,7 +30,7 @@ constexpr ConfigurationKey kKeys[] = {
 
     {simulate, whole, "process_id", "null", "id of the worker process, named in messages and results"},
     {simulate, boolean, "main_client", "true", "only a main client sets the simulation speed"},
-    {simulate, boolean, "load_scenario", "true", "whether an episode start loads the scenario"},
+    {simulate, boolean, "load_scenario", "true", "whether an episode start loads the scenario; `deduce run` takes it as false with `records:`"},
     {simulate, text, "scenario", "\"\"", "the scenario's name on the service; `deduce run` plays `strait` without one"},
     {simulate, boolean, "scen_check", "true", "check that the scenario exists before loading it"},
     {simulate, whole, "episodes", "1", "how many episodes; read by the command line, not by the engine", 1, kMostEpisodes},
@@ -47,7 +47,7 @@ constexpr ConfigurationKey kKeys[] = {
     {simulate, boolean, "only_situation", "false", "not consulted"},
     {simulate, boolean, "save_result", "false", "save the result of each scheduled round; `deduce run` saves each episode's"},
 
-    {server, text, "url", "\"embedded:\"", "the service: `embedded:` the shipped scenarios, `embedded:DIR` those of a folder, `records:DIR` a recorded episode, or a scheme a host registered"},
+    {server, text, "url", "\"embedded:\"", "the service: `embedded:` the shipped scenarios, `embedded:DIR` those of a folder, `records:DIR` a recorded episode (`replay.md`), or a scheme a host registered"},
     {server, any, "room_id", "null", "room on the service"},
     {server, flag, "continuous", "0", "converted to an integer; not consulted"},
     {server, flag, "cplus_server", "false", "true when its integer is 1; not consulted"},

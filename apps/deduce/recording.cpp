@@ -63,13 +63,23 @@ std::filesystem::path episode_folder(const std::filesystem::path& folder, std::o
                                  ? fmt::format("{}", fmt::join(episodes, ", "))
                                  : fmt::format("{} of {} to {}", episodes.size(), episodes.front(), episodes.back());
   if (!chosen && episodes.size() > 1) {
-    throw InputError(folder.string() + " holds several episodes: " + listed + "; choose one with --episode");
+    throw InputError(folder.string() + " holds several episodes: " + listed +
+                     "; choose one with --episode (replay) or give its own folder");
   }
   const std::int64_t episode = chosen.value_or(episodes.front());
   if (std::ranges::find(episodes, episode) == episodes.end()) {
     throw InputError(fmt::format("{} has no episode {}; there are: {}", folder.string(), episode, listed));
   }
   return folder / episode_name(episode);
+}
+
+void choose_recording(Dict simulate, Dict server) {
+  constexpr std::string_view kScheme = "records:";
+  const std::string url = server.contains("url") ? server.at("url").to_text() : "";
+  if (!url.starts_with(kScheme)) return;
+  const std::filesystem::path folder = url.substr(kScheme.size());
+  server.set("url", std::string(kScheme) + episode_folder(folder, std::nullopt).string());
+  simulate.set("load_scenario", false);
 }
 
 std::vector<std::string> updates_after(const std::filesystem::path& folder, int number) {

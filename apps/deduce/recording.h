@@ -17,6 +17,10 @@ void check_recording(const Dict& server);
 /// `InputError`.
 std::filesystem::path episode_folder(const std::filesystem::path& folder, std::optional<std::int64_t> chosen);
 
+/// Where the configuration's service is a recording: leads the URL to the one episode of its folder, and leaves no
+/// scenario to be loaded. Throws `InputError`.
+void choose_recording(Dict simulate, Dict server);
+
 /// The files of an episode's updates beyond a number, sorted.
 std::vector<std::string> updates_after(const std::filesystem::path& folder, int number);
 
