@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <optional>
-#include <sstream>
 
 #include "simulation/command_reader.h"
 
@@ -78,22 +77,18 @@ void CheckingService::add_command(std::string text) {
 Value CheckingService::do_package_command() {
   if (is_agents("do_package_command")) return Dict{{"message", "OK"}, {"resbin", ""}};
   Value answer = ForwardingServer::do_package_command();
-  if (!answer.as_dict().at("message").is_text("Error")) return answer;
-  std::istringstream reports{std::string(answer.as_dict().at_text("resbin"))};
-  for (std::string report; std::getline(reports, report);) judge(report);
+  for (const Value& refusal : answer.as_dict().at_list("refused")) judge(refusal.as_dict());
   return answer;
 }
 
-// A report is "number: command: reason".
-void CheckingService::judge(const std::string& report) {
-  const std::size_t behind_number = report.find(": ") + 2;
-  const std::size_t behind_command = report.find("}): ", behind_number);
-  const std::string reason = behind_command != std::string::npos ? report.substr(behind_command + 4) : report;
+void CheckingService::judge(const Dict& refusal) {
+  const std::string command(refusal.at_text("command"));
+  const std::string reason(refusal.at_text("reason"));
   if (reason.find("is no living unit of side") != std::string::npos) {
     watched_.findings->add("orders a unit that is not its own or no longer there: " + reason, time_elapsed());
   } else {
     watched_.findings->add("gives orders the service refuses: " + without_names(reason), time_elapsed(),
-                           report.substr(behind_number));
+                           command + ": " + reason);
   }
 }
 
