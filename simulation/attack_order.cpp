@@ -8,16 +8,6 @@ namespace tessra::sim {
 
 namespace {
 
-bool carries(const Unit& unit, UnitKind target, const WeaponType* wanted) {
-  // What stands at its base is rearmed before it leaves.
-  if (!unit.at_base) return choose_weapon(unit, target, wanted) != nullptr;
-  return std::any_of(unit.platform->mounts.begin(), unit.platform->mounts.end(), [&](const MountType& mount) {
-    return std::any_of(mount.loads.begin(), mount.loads.end(), [&](const MountType::Load& load) {
-      return load.weapon->targets.has(target) && (wanted == nullptr || load.weapon == wanted);
-    });
-  });
-}
-
 const WeaponType* ordered_weapon(const World& world, const CommandArguments& arguments) {
   if (!arguments.has("WEAPON")) return nullptr;
   const std::string name = arguments.text("WEAPON");

@@ -86,16 +86,6 @@ const Contact* attacker_in_reach(const World& world, const Unit& unit) {
   return best.contact;
 }
 
-bool has_weapon_type(const Unit& unit, UnitKind target) {
-  if (!unit.at_base) return choose_weapon(unit, target) != nullptr;
-  for (const MountType& mount : unit.platform->mounts) {
-    for (const MountType::Load& load : mount.loads) {
-      if (load.weapon->targets.has(target)) return true;
-    }
-  }
-  return false;
-}
-
 void attack(const World& world, Unit& unit, const Contact& contact) {
   const WeaponRecord* record = choose_weapon(unit, world.units[contact.target].platform->kind);
   if (record != nullptr) unit.attacks.push_back({contact.id, record->type, record->type->salvo, true});
@@ -107,7 +97,7 @@ const Contact* next_strike_target(const World& world, const Unit& unit, const Mi
   Candidate best;
   for (const std::string& id : mission.targets) {
     const Contact* contact = find_contact(world, unit.side, id);
-    if (contact == nullptr || !has_weapon_type(unit, world.units[contact->target].platform->kind)) continue;
+    if (contact == nullptr || !carries(unit, world.units[contact->target].platform->kind)) continue;
     const double distance = distance_between(unit.motion.place, contact->seen.place);
     if (distance < best.distance) best = {contact, distance};
   }
@@ -119,7 +109,7 @@ void drop_hopeless_attacks(const World& world, Unit& unit) {
     const Contact* contact = find_contact(world, unit.side, order.contact);
     if (contact == nullptr) return true;
     const UnitKind kind = world.units[contact->target].platform->kind;
-    if (unit.at_base && unit.ready_at > 0) return !has_weapon_type(unit, kind);
+    if (unit.at_base && unit.ready_at > 0) return !carries(unit, kind);
     if (order.own_decision && unit.control == WeaponControl::hold) return true;
     return choose_weapon(unit, kind, order.weapon) == nullptr;
   });

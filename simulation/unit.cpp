@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace tessra::sim {
 
 double top_speed(const Unit& unit) {
@@ -34,6 +36,15 @@ const WeaponRecord* choose_weapon(const Unit& unit, UnitKind target, const Weapo
     }
   }
   return best;
+}
+
+bool carries(const Unit& unit, UnitKind target, const WeaponType* wanted) {
+  if (!unit.at_base) return choose_weapon(unit, target, wanted) != nullptr;
+  return std::ranges::any_of(unit.platform->mounts, [&](const MountType& mount) {
+    return std::ranges::any_of(mount.loads, [&](const MountType::Load& load) {
+      return load.weapon->targets.has(target) && (wanted == nullptr || load.weapon == wanted);
+    });
+  });
 }
 
 }  // namespace tessra::sim

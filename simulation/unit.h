@@ -128,4 +128,8 @@ void rearm(Unit& unit);
 /// when there is none.
 const WeaponRecord* choose_weapon(const Unit& unit, UnitKind target, const WeaponType* wanted = nullptr);
 
+/// Whether the unit has a weapon against a kind of target, of the wanted type if one is named; at its base also one
+/// that it gets there before it leaves.
+bool carries(const Unit& unit, UnitKind target, const WeaponType* wanted = nullptr);
+
 }  // namespace tessra::sim

@@ -68,12 +68,12 @@ TEST_F(Configuration, sides_are_looked_for_before_anything_is_played) {
   const struct {
     std::string arguments, says;
   } cases[] = {
-      {"run --config " + write("enemy.json", R"({"game_server": {"RL_agents": {"红方": {"enemy": "黄方"}}}})"),
-       "enemy.json: game_server.RL_agents.红方.enemy: the scenario has no side '黄方'; there are: 红方, 蓝方, 绿方"},
-      {"apply --config " + write("enemy2.json", apply + R"("player": {}, "RL_agents": {"红方": {"enemy": "黄方"}}})"),
-       "enemy2.json: RL_agents.红方.enemy: the scenario has no side '黄方'"},
-      {"apply --config " + write("side.json", apply + R"("player": {"agent_name": "a", "player_side": "黄方"}})"),
-       "side.json: player.player_side: the scenario has no side '黄方'"},
+      {"run --config " + write("enemy.json", R"({"game_server": {"RL_agents": {"红方": {"enemy": "紫方"}}}})"),
+       "enemy.json: game_server.RL_agents.红方.enemy: the scenario has no side '紫方'; there are: 红方, 蓝方, 绿方, 黄方"},
+      {"apply --config " + write("enemy2.json", apply + R"("player": {}, "RL_agents": {"红方": {"enemy": "紫方"}}})"),
+       "enemy2.json: RL_agents.红方.enemy: the scenario has no side '紫方'"},
+      {"apply --config " + write("side.json", apply + R"("player": {"agent_name": "a", "player_side": "紫方"}})"),
+       "side.json: player.player_side: the scenario has no side '紫方'"},
       {"apply --config " + write("no_side.json", apply + R"("player": {"agent_name": "a"}})"),
        "no_side.json: player.player_side: expected"},
       {"apply --config " + write("time.json", apply + R"("player": {"decision_time": -1}})"),
@@ -93,9 +93,9 @@ TEST_F(Configuration, sides_are_looked_for_before_anything_is_played) {
 TEST_F(Configuration, a_side_the_service_does_not_have_is_named_at_the_start) {
   ASSERT_EQ(run("run --scenario skirmish --quiet --record " + path("rec")).status, 0);
   const Output output = play("", R"("url": "records:)" + path("rec") + "\"",
-                             R"("rule_config": {"红方": {"x": {"class": "idle"}}, "黄方": {"x": {"class": "idle"}}})");
+                             R"("rule_config": {"红方": {"x": {"class": "idle"}}, "紫方": {"x": {"class": "idle"}}})");
   EXPECT_EQ(output.status, 2);
-  EXPECT_EQ(output.err, "error: the service has no side '黄方', which the configuration plays; it has: 红方, 蓝方\n");
+  EXPECT_EQ(output.err, "error: the service has no side '紫方', which the configuration plays; it has: 红方, 蓝方\n");
 }
 
 TEST_F(Configuration, misspelt_keys_of_the_server_are_warned_of) {

@@ -36,7 +36,7 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
       {"check-agent", "--class is required"},
       {"rnu", "no command 'rnu'"},
       {"run --config " + write("side.json", R"({"rule_config": {"nobody": {"x": {"class": "idle"}}}})"),
-       "no side 'nobody'; there are: 红方, 蓝方, 绿方"},
+       "no side 'nobody'; there are: 红方, 蓝方, 绿方, 黄方"},
       {"run --config " + write("class.json", R"({"rule_config": {"红方": {"x": {"class": "nosuch"}}}})"),
        "no agent class 'nosuch'; there are: idle"},
       {"run --scenario " + write("bad_scenario.json", R"({"id": "x", "units_oops": 1})"), "units_oops"},

@@ -95,8 +95,13 @@ TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
 
 TEST(Scenarios, the_two_shores_of_the_strait_mirror_each_other) {
   const Simulation strait = play_shipped("strait", 30);
-  const auto& sides = strait.world().scenario->sides;
   constexpr double kMirror = 2 * 150;  // degrees east
+  std::vector<SideSetup> sides(2);     // each shore with its friend's island
+  for (std::size_t side = 0; side < 4; ++side) {
+    const SideSetup& setup = strait.world().scenario->sides[side];
+    for (const UnitSetup& unit : setup.units) sides[side % 2].units.push_back(unit);
+    for (const MissionSetup& mission : setup.missions) sides[side % 2].missions.push_back(mission);
+  }
   ASSERT_EQ(sides[0].units.size(), sides[1].units.size());
   for (std::size_t i = 0; i < sides[0].units.size(); ++i) {
     const UnitSetup& red = sides[0].units[i];
