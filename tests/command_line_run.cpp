@@ -41,7 +41,7 @@ TEST_F(CommandLine, json_says_how_an_episode_ended_for_every_side) {
   EXPECT_EQ(line.at("winner"), Value(line.at_real("red_score") > line.at_real("blue_score") ? "red" : "blue"));
   EXPECT_EQ(line.at_text("episode_seed"), std::to_string(sim::episode_seed(1, 1)));
   const Dict sides = line.at_dict("sides");
-  ASSERT_EQ(sides.size(), 3u) << "the friend that nobody plays, too";
+  ASSERT_EQ(sides.size(), 4u) << "the friend that nobody plays, too";
   EXPECT_EQ(sides.at_dict("红方").at("score"), line.at("red_score"));
   EXPECT_GE(sides.at_dict("绿方").at_integer("losses"), 0);
   EXPECT_EQ(line.at("calls_failed"), Value(0));
