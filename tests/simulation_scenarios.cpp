@@ -132,8 +132,10 @@ TEST(Scenarios, shipped_ones_are_found_and_load) {
 TEST(Scenarios, friends_are_the_sides_that_are_friendly_toward_a_side) {
   const Dict sides = play_shipped("strait", 30).sides_info();
   EXPECT_EQ(sides.at_dict("side-1"), (Dict{{"Name", "红方"}, {"Friend", List{"side-3"}}}));
-  EXPECT_EQ(sides.at_dict("side-2").at_list("Friend").size(), 0U);
+  EXPECT_EQ(sides.at_dict("side-2").at_list("Friend"), List{"side-4"});
   EXPECT_EQ(sides.at_dict("side-3").at_list("Friend"), List{"side-1"});
+  const Dict skirmish = play_shipped("skirmish", 30).sides_info();
+  EXPECT_TRUE(skirmish.at_dict("side-1").at_list("Friend").empty());
 }
 
 }  // namespace
