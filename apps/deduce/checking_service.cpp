@@ -119,7 +119,7 @@ Value CheckingService::get_step_situation() {
   return situation;
 }
 
-void CheckingService::show_unnamed_contact(const Dict& record) {
+void CheckingService::show_unnamed_contact(const Dict& record) const {
   constexpr int kAppears = 2;
   constexpr int kVanishes = 4;
   if (advances_ != kAppears && advances_ != kVanishes) return;

@@ -51,7 +51,7 @@ class CheckingService : public ForwardingServer {
   /// Whether the call comes from the agent instead of the engine, which is a finding.
   bool is_agents(const char* call, const char* what = "that is the engine's to call");
   void judge(const Dict& refusal);
-  void show_unnamed_contact(const Dict& record);
+  void show_unnamed_contact(const Dict& record) const;
   double time_elapsed() const { return (time_ - start_) / 1000; }
 
   Watched watched_;

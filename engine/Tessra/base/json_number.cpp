@@ -64,7 +64,8 @@ JsonNumber read_short(std::string_view text, bool is_negative) {
   const bool are_digits = (((digits + each<Word>(0x80 - 10)) | digits) & each<Word>(0x80)) == 0;
   const bool is_bare = is_real & ((fraction == 0) | (fraction == size - 1));
   // Behind a single digit stands what ends the number: beyond the text, and readable.
-  const bool is_padded = (text.data()[0] == '0') & is_digit(text.data()[1]);
+  const char* const first = text.data();
+  const bool is_padded = (first[0] == '0') & is_digit(first[1]);
   if (!are_digits | is_bare | is_padded) return {};
   const std::uint64_t number = number_of(digits);
   const double real = static_cast<double>(static_cast<std::int64_t>(number)) / kPowersOfTen[fraction];
