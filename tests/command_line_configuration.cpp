@@ -69,7 +69,8 @@ TEST_F(Configuration, sides_are_looked_for_before_anything_is_played) {
     std::string arguments, says;
   } cases[] = {
       {"run --config " + write("enemy.json", R"({"game_server": {"RL_agents": {"红方": {"enemy": "紫方"}}}})"),
-       "enemy.json: game_server.RL_agents.红方.enemy: the scenario has no side '紫方'; there are: 红方, 蓝方, 绿方, 黄方"},
+       "enemy.json: game_server.RL_agents.红方.enemy: the scenario has no side '紫方'; there are: 红方, 蓝方, 绿方, "
+       "黄方"},
       {"apply --config " + write("enemy2.json", apply + R"("player": {}, "RL_agents": {"红方": {"enemy": "紫方"}}})"),
        "enemy2.json: RL_agents.红方.enemy: the scenario has no side '紫方'"},
       {"apply --config " + write("side.json", apply + R"("player": {"agent_name": "a", "player_side": "紫方"}})"),
