@@ -1,7 +1,7 @@
 // The engine on real backends: the bundled simulation, and records of it.
 
 #include "Tessra/base/json_write.h"
-#include "Tessra/entitys/gameenvs/embedded_server.h"
+#include "services/embedded_server.h"
 #include "Tessra/entitys/gameunit.h"
 #include "apps/deduce/model_dump.h"
 #include "simulation/simulation.h"

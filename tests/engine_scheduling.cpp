@@ -6,7 +6,7 @@
 
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/agent_library.h"
-#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "services/scheduling_client.h"
 #include "agents/sample_agents.h"
 #include "support/engine_fixture.h"
 

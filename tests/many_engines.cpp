@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "Tessra/base/log_file.h"
-#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "services/scheduling_client.h"
 #include "support/embedded_episode.h"
 #include "support/fake_seams.h"
 #include "support/record_play.h"

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "Tessra/base/json_read.h"
-#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "services/scheduling_client.h"
 #include "support/engine_fixture.h"
 #include "support/record_mutator.h"
 #include "support/record_play.h"

@@ -5,7 +5,7 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "services/scheduling_client.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/exit_status.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Tessra/entitys/gameenvs/forwarding_server.h"
+#include "services/forwarding_server.h"
 #include "apps/deduce/check_progress.h"
 #include "apps/deduce/findings.h"
 

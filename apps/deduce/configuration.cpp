@@ -2,8 +2,8 @@
 
 #include "Tessra/base/json_read.h"
 #include "Tessra/entitys/agent_class.h"
-#include "Tessra/entitys/gameenvs/data_directory.h"
-#include "Tessra/entitys/gameenvs/embedded_server.h"
+#include "services/data_directory.h"
+#include "services/embedded_server.h"
 #include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/configuration_values.h"
 #include "apps/deduce/exit_status.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "Tessra/entitys/gameenvs/recorded_server.h"
+#include "services/recorded_server.h"
 #include "apps/deduce/exit_status.h"
 
 namespace tessra::app {

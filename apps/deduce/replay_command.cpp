@@ -12,7 +12,7 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "Tessra/entitys/gameenvs/recorded_server.h"
+#include "services/recorded_server.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/model_dump.h"

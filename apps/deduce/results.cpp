@@ -6,7 +6,7 @@
 
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "Tessra/entitys/gameenvs/embedded_server.h"
+#include "services/embedded_server.h"
 #include "simulation/records.h"
 #include "simulation/simulation.h"
 #include "simulation/world.h"

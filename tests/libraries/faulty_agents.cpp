@@ -12,7 +12,7 @@
 #include "Tessra/base/error.h"
 #include "Tessra/entitys/agent_base.h"
 #include "Tessra/entitys/agent_library.h"
-#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "services/scheduling_client.h"
 #include "Tessra/entitys/gameunit.h"
 #include "Tessra/entitys/situation.h"
 

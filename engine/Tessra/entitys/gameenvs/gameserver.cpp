@@ -3,19 +3,14 @@
 #include <map>
 #include <mutex>
 
-#include "Tessra/entitys/gameenvs/embedded_server.h"
-#include "Tessra/entitys/gameenvs/recorded_server.h"
-
 namespace tessra {
 
 namespace {
 
 struct Backends {
   std::mutex mutex;
-  std::map<std::string, GameServer::Factory, std::less<>> factories = {
-      {"embedded", make_embedded_server},
-      {"records", make_recorded_server},
-  };
+  std::map<std::string, GameServer::Factory> factories;
+  std::map<std::string, GameServer::Layer> layers;
 };
 
 Backends& backends() {
@@ -33,12 +28,24 @@ GameServer::Factory find_backend(const std::string& scheme) {
   throw Error("no service backend for the scheme '" + scheme + "' of server.url; there are: " + known);
 }
 
+std::map<std::string, GameServer::Layer> all_layers() {
+  Backends& table = backends();
+  const std::lock_guard lock(table.mutex);
+  return table.layers;
+}
+
 }  // namespace
 
 void GameServer::register_backend(std::string scheme, Factory factory) {
   Backends& table = backends();
   const std::lock_guard lock(table.mutex);
   table.factories.insert_or_assign(std::move(scheme), std::move(factory));
+}
+
+void GameServer::register_layer(std::string key, Layer layer) {
+  Backends& table = backends();
+  const std::lock_guard lock(table.mutex);
+  table.layers.insert_or_assign(std::move(key), std::move(layer));
 }
 
 std::vector<std::string> GameServer::schemes() {
@@ -55,7 +62,9 @@ std::shared_ptr<GameServer> GameServer::create(const Dict& section) {
   const auto colon = url.find(':');
   if (colon == std::string::npos) throw Error("server.url has no scheme: '" + url + "'");
   auto client = find_backend(url.substr(0, colon))(section, std::string_view(url).substr(colon + 1));
-  if (server.contains("record")) client = record_situations(std::move(client), section);
+  for (const auto& [key, layer] : all_layers()) {
+    if (server.contains(key)) client = layer(std::move(client), section);
+  }
   return client;
 }
 

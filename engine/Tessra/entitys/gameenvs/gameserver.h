@@ -48,6 +48,11 @@ class GameServer {
   using Factory = std::function<std::shared_ptr<GameServer>(const Dict& section, std::string_view address)>;
   /// Adds or replaces the backend of a scheme. Safe from any thread.
   static void register_backend(std::string scheme, Factory factory);
+  /// Puts a client of its own in front of another one, which it passes calls on to.
+  using Layer = std::function<std::shared_ptr<GameServer>(std::shared_ptr<GameServer> client, const Dict& section)>;
+  /// From now on `create` puts this layer in front of the backend where the section has `server.<key>`. Layers stand in
+  /// the order of their keys, the last one outermost. Safe from any thread.
+  static void register_layer(std::string key, Layer layer);
   /// The schemes that have a backend, sorted. Safe from any thread.
   static std::vector<std::string> schemes();
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Tessra/entitys/gameenvs/forwarding_server.h"
+#include "services/forwarding_server.h"
 
 namespace tessra {
 

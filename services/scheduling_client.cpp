@@ -1,4 +1,4 @@
-#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "services/scheduling_client.h"
 
 #include "Tessra/base/json_read.h"
 #include "Tessra/base/json_write.h"

@@ -1,4 +1,4 @@
-#include "Tessra/entitys/gameenvs/embedded_server.h"
+#include "services/embedded_server.h"
 
 #include <fmt/format.h>
 
@@ -6,8 +6,8 @@
 #include <optional>
 #include <vector>
 
-#include "Tessra/entitys/gameenvs/data_directory.h"
-#include "Tessra/entitys/gameenvs/scheduling_client.h"
+#include "services/data_directory.h"
+#include "services/scheduling_client.h"
 #include "simulation/simulation.h"
 
 namespace tessra {

@@ -1,4 +1,4 @@
-#include "Tessra/entitys/gameenvs/data_directory.h"
+#include "services/data_directory.h"
 
 #include <dlfcn.h>
 

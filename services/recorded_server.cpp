@@ -1,11 +1,11 @@
-#include "Tessra/entitys/gameenvs/recorded_server.h"
+#include "services/recorded_server.h"
 
 #include <fmt/format.h>
 
 #include "Tessra/base/folder.h"
 #include "Tessra/base/json_read.h"
 #include "Tessra/base/json_write.h"
-#include "Tessra/entitys/gameenvs/forwarding_server.h"
+#include "services/forwarding_server.h"
 
 namespace tessra {
 
