@@ -1,5 +1,7 @@
 #include "agents/patrol_agent.h"
 
+#include <optional>
+
 #include "Tessra/entitys/gameenvs/gameserver.h"
 #include "Tessra/entitys/patrolmission.h"
 
@@ -21,42 +23,49 @@ std::vector<Role> patrol_roles() {
   };
 }
 
+/// The middle of some places; good for the size of a theatre, not across the date line.
+class Middle {
+ public:
+  void add(const GeoPoint& place) {
+    sum_.lon += place.lon;
+    sum_.lat += place.lat;
+    ++count_;
+  }
+  std::optional<GeoPoint> point() const {
+    return count_ > 0 ? std::optional(GeoPoint{sum_.lon / count_, sum_.lat / count_}) : std::nullopt;
+  }
+
+ private:
+  GeoPoint sum_;
+  double count_ = 0;
+};
+
 /// The middle of the side's facilities: what there is to protect.
 GeoPoint home_of(const Situation& situation) {
-  GeoPoint middle;
-  double count = 0;
+  Middle middle;
   for (const auto& [id, element] : situation.facilitys()) {
-    const GeoPoint place = dynamic_cast<const GameUnit&>(*element).position();
-    middle.lon += place.lon;
-    middle.lat += place.lat;
-    ++count;
+    middle.add(dynamic_cast<const GameUnit&>(*element).position());
   }
-  if (count > 0) middle = {middle.lon / count, middle.lat / count};
-  return middle;
+  return middle.point().value_or(GeoPoint());
 }
 
 /// Where the enemy is: the middle of the contacts known at the start, or home when there are none.
 GeoPoint threat_of(const Situation& situation) {
-  GeoPoint middle;
-  double count = 0;
+  Middle middle;
   for (const Contact& contact : situation.contact_list()) {
-    const auto place = contact.position();
-    if (!place) continue;
-    middle.lon += place->lon;
-    middle.lat += place->lat;
-    ++count;
+    if (const auto place = contact.position()) middle.add(*place);
   }
-  return count > 0 ? GeoPoint{middle.lon / count, middle.lat / count} : home_of(situation);
+  return middle.point().value_or(home_of(situation));
 }
 
 constexpr std::string_view kBarrier = "Barrier";
 
 }  // namespace
 
-PatrolAgent::PatrolAgent(std::string side_name) : Agent(std::move(side_name)), fire_control_(patrol_roles(), 2) {}
+PatrolAgent::PatrolAgent(std::string side_name) : FightingAgent(std::move(side_name), patrol_roles(), 2) {}
 
 void PatrolAgent::initial(const Situation& situation) {
-  fire_control_.free_weapons(situation);
+  FightingAgent::initial(situation);
   // A barrier across the line between home and the threat, a third of the way out.
   const GeoPoint home = home_of(situation);
   const GeoPoint threat = threat_of(situation);
@@ -72,11 +81,9 @@ void PatrolAgent::initial(const Situation& situation) {
   PatrolMission::order_new(*_game_server, side, kBarrier, zone);
   for (const auto& [id, element] : situation.aircrafts()) {
     auto& unit = dynamic_cast<GameUnit&>(*element);
-    const bool allowed = fire_control_.settings().allows_unit(unit.guid(), unit.attributes().get("Name"));
+    const bool allowed = settings().allows_unit(unit.guid(), unit.attributes().get("Name"));
     if (allowed && unit.platform() == "Fighter") unit.assign_to_mission(kBarrier);
   }
 }
-
-void PatrolAgent::step(double /*time_elapsed*/, const Situation& situation) { fire_control_.engage(situation); }
 
 }  // namespace tessra

@@ -20,10 +20,6 @@ std::vector<Role> strike_roles() {
 
 }  // namespace
 
-StrikeAgent::StrikeAgent(std::string side_name) : Agent(std::move(side_name)), fire_control_(strike_roles(), 2) {}
-
-void StrikeAgent::initial(const Situation& situation) { fire_control_.free_weapons(situation); }
-
-void StrikeAgent::step(double /*time_elapsed*/, const Situation& situation) { fire_control_.engage(situation); }
+StrikeAgent::StrikeAgent(std::string side_name) : FightingAgent(std::move(side_name), strike_roles(), 2) {}
 
 }  // namespace tessra

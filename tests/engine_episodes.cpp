@@ -201,10 +201,10 @@ TEST_F(Step, errors_of_agents_reach_the_host_while_testing) {
   start();
   agent_of(blue()).throws_in = "step";
   EXPECT_THROW(engine().step(Dict()), std::runtime_error);
-  EXPECT_EQ(engine().failed_call().agent->agent_type, "strike-1");
+  EXPECT_EQ(engine().failed_call.agent->agent_type, "strike-1");
   server->rules["reset"] = [](int) -> std::optional<Value> { throw std::runtime_error("lost"); };
   EXPECT_THROW(engine().reset(2), std::runtime_error);
-  EXPECT_EQ(engine().failed_call().agent, nullptr) << "this time it was the service";
+  EXPECT_EQ(engine().failed_call.agent, nullptr) << "this time it was the service";
 }
 
 TEST_F(Step, errors_of_agents_become_results_otherwise) {

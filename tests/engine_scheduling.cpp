@@ -96,7 +96,7 @@ TEST_F(Client, errors_of_a_library_are_caught_by_their_type) {
   Deduction trainer(standard, seams.seams());
   ASSERT_EQ(trainer.reset(1), 1);
   EXPECT_THROW(trainer.step(Dict()), KeyError);
-  EXPECT_EQ(trainer.failed_call().agent->agent_type, "a");
+  EXPECT_EQ(trainer.failed_call.agent->agent_type, "a");
 }
 
 TEST_F(Client, settings_reach_the_agent_at_its_next_decision) {

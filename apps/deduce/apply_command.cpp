@@ -97,9 +97,9 @@ class Apply {
 
   /// Says what really failed, where the client's texts do not, and shows the round's result if there is one already.
   int end_early(int status) const {
-    const std::exception_ptr& error = engine_->fatal_error();
+    const std::exception_ptr& error = engine_->fatal_error;
     const int own = status_of(error, status);
-    const Deduction::FailedCall& failed = engine_->failed_call();
+    const FailedCall& failed = engine_->failed_call;
     if (own != status || *failed.operation != '\0' || !failed.side.empty()) {
       tell_error(failure_text(*engine_, engine_->current_round, error), error, options_.trace);
     } else if (options_.trace && error != nullptr) {

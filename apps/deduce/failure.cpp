@@ -14,7 +14,7 @@ void tell_error(const std::string& text, const std::exception_ptr& error, bool t
 }
 
 std::string failure_text(const Deduction& engine, std::int64_t episode, const std::exception_ptr& error) {
-  const Deduction::FailedCall& failed = engine.failed_call();
+  const FailedCall& failed = engine.failed_call;
   const std::string when = fmt::format("at {} of episode {}", clock_text(engine.time_elapsed), episode);
   if (*failed.operation != '\0') {
     return fmt::format("agent '{}' of side '{}' failed in `{}` {}: {}", failed.agent_name, failed.side,

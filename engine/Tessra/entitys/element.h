@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -43,16 +42,17 @@ class Element {
   /// counts. Throws `KeyError` naming class and attribute when there is neither.
   Value get_attribute(const KeyRef& name);
   void set_attribute(const KeyRef& name, Value value) {
-    if (name.is(names::kName)) names_set_.fetch_add(1, std::memory_order_relaxed);
+    if (renamed_ != nullptr && name.is(names::kName)) *renamed_ = true;
     attributes_.set(name, std::move(value));
   }
   /// `get_attribute` as a dictionary. Throws `KindError` naming the attribute when it is none.
   Dict get_dict(const KeyRef& name);
 
-  /// How often a `Name` was set by `set_attribute` in this process. Indexes by name compare it with what they knew.
-  static std::uint64_t names_set() { return names_set_.load(std::memory_order_relaxed); }
+  /// From now on `*renamed` becomes true when `set_attribute` sets the `Name`: an index by name must look again.
+  void watch_name(std::shared_ptr<bool> renamed) { renamed_ = std::move(renamed); }
 
-  /// Everything stored, in the order it was stored first. Who writes a `Name` here does so past the indexes by name.
+  /// Everything stored, in the order it was stored first. A `Name` written here is not noticed by the indexes
+  /// by name.
   Dict& attributes() { return attributes_; }
   const Dict& attributes() const { return attributes_; }
 
@@ -69,10 +69,9 @@ class Element {
   void initialise_attributes(const Value& name, const Value& side, tessra::ElementType type);
 
  private:
-  static inline std::atomic<std::uint64_t> names_set_ = 0;
-
   Value guid_;
   Dict attributes_;
+  std::shared_ptr<bool> renamed_;
 };
 
 }  // namespace tessra

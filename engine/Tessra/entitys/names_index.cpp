@@ -39,7 +39,7 @@ void NamesIndex::note_renamed(const Element& unit) {
 }
 
 void NamesIndex::refresh(std::span<const ElementTable* const> tables) {
-  if (stale_ || names_set_ != Element::names_set()) return rebuild(tables);
+  if (stale_ || *is_renamed_) return rebuild(tables);
   // Names first: a renamed unit may be among those that go, and is no longer known after that.
   for (const Element* unit : renamed_) {
     const auto known = places_.find(unit);
@@ -62,39 +62,13 @@ void NamesIndex::refresh(std::span<const ElementTable* const> tables) {
 void NamesIndex::rebuild(std::span<const ElementTable* const> tables) {
   clear();
   stale_ = false;
-  names_set_ = Element::names_set();
-  std::size_t units = 0;
-  for (const ElementTable* table : tables) units += table->size();
-  places_.reserve(units);
-  holders_.reserve(units);
   for (std::size_t table = 0; table < tables.size(); ++table) {
-    std::vector<const std::shared_ptr<Element>*> of_table;
-    of_table.reserve(tables[table]->size());
-    for (const auto& [guid, unit] : *tables[table]) of_table.push_back(&unit);
-    insert_all(of_table, table);
-  }
-}
-
-void NamesIndex::insert_all(std::span<const std::shared_ptr<Element>* const> units, std::size_t table) {
-  // Units lie far apart: some are fetched, and their names are read, before the first of them is inserted.
-  constexpr std::size_t kTogether = 16;
-  std::vector<Holders::Sought> sought;
-  while (!units.empty()) {
-    const auto some = units.first(std::min(kTogether, units.size()));
-    for (const auto* unit : some) __builtin_prefetch(unit->get());
-    Value names[kTogether];
-    sought.clear();
-    for (std::size_t at = 0; at < some.size(); ++at) {
-      names[at] = name_of(**some[at]);
-      if (names[at].is_string()) sought.push_back({names[at].as_text(), KeyRef(names[at]).hash()});
-    }
-    holders_.fetch(sought);
-    for (std::size_t at = 0; at < some.size(); ++at) insert(*some[at], names[at], next_order(table));
-    units = units.subspan(some.size());
+    for (const auto& [guid, unit] : *tables[table]) insert(unit, name_of(*unit), next_order(table));
   }
 }
 
 void NamesIndex::insert(const std::shared_ptr<Element>& unit, const Value& name, Order order) {
+  unit->watch_name(is_renamed_);
   if (!name.truthy()) {
     stale_ = true;  // it may get a name later, and its place must be found then
     places_.erase(unit.get());

@@ -18,9 +18,9 @@ using ElementTable = OrderedMap<std::shared_ptr<Element>>;
 /// A side's units by name, as they were at the last `refresh`. The last of equal names wins: the one that stands last
 /// in the last table.
 ///
-/// Going through every unit at every update would cost more than the update itself. So the player notes which units
-/// came, went or changed their name, and only those are looked at. Per name the index keeps all units that have it,
-/// ordered by where they stand in the side tables, so that the next one is known when one goes.
+/// Building it anew at every update would take longer than the update itself (docs/performance.md). So the player notes
+/// which units came, went or changed their name, and only those are looked at. Per name the index keeps all units that
+/// have it, ordered by where they stand in the side tables, so that the next one is known when one goes.
 class NamesIndex {
  public:
   /// Null when no unit has the name.
@@ -67,7 +67,6 @@ class NamesIndex {
 
   void note(Change change, std::size_t table, std::shared_ptr<Element> unit);
   void rebuild(std::span<const ElementTable* const> tables);
-  void insert_all(std::span<const std::shared_ptr<Element>* const> units, std::size_t table);
   void insert(const std::shared_ptr<Element>& unit, const Value& name, Order order);
   std::shared_ptr<Element> take_out(const Place& place);
   Order next_order(std::size_t table) { return Order{table} << 56 | ++last_number_; }
@@ -78,7 +77,7 @@ class NamesIndex {
   std::vector<const Element*> renamed_;
   Order last_number_ = 0;
   bool stale_ = true;
-  std::uint64_t names_set_ = 0;  // names set by hand, as of the last refresh
+  std::shared_ptr<bool> is_renamed_ = std::make_shared<bool>(false);  // a unit got its name from an agent
 };
 
 }  // namespace tessra

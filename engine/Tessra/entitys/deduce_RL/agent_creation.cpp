@@ -2,7 +2,8 @@
 
 #include "Tessra/entitys/agent_call.h"
 #include "Tessra/entitys/agent_library.h"
-#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/agent_calls.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 #include "Tessra/entitys/gameunit.h"
 
 namespace tessra {
@@ -30,28 +31,6 @@ void Deduction::add_agents_side(const Value& rl_config, const Value& rule_config
 
 // ---- Construction -----------------------------------------------------------------------------------------------
 
-void Deduction::config_agent(const Value& rule_agents_config, const Value& rl_agent_configs) {
-  load_agent_libraries();
-  std::int64_t uid = 1000;
-  for (auto [side, entries] : rule_agents_config.as_dict()) {
-    auto list = std::make_shared<AgentList>();
-    const std::string side_name = side.to_text();
-    const GameUnit::CreationKey key(side_name);
-    for (auto [agent_name, entry] : entries.as_dict()) {
-      Dict settings = entry.as_dict();
-      const auto agent = make_rule_agent(side_name, agent_name.to_text(), settings, uid);
-      if (agent == nullptr) continue;
-      equip_agent(*agent, settings, agent_name.to_text(), true);
-      list->push_back(agent);
-    }
-    agents.set(side_name, list);
-  }
-  for (auto [side, entry] : rl_agent_configs.as_dict()) {
-    config_learning_side(side.to_text(), entry.as_dict(), uid);
-  }
-  select_agent();
-}
-
 namespace {
 
 std::shared_ptr<AgentClass> class_of(const Dict& entry, const std::string& name, const std::string& side) {
@@ -59,33 +38,39 @@ std::shared_ptr<AgentClass> class_of(const Dict& entry, const std::string& name,
   return agent_class_of(entry.at("class"));
 }
 
-}  // namespace
+/// Builds the agents of a configuration and numbers those that learn.
+class AgentMaker {
+ public:
+  AgentMaker(Deduction& engine, std::weak_ptr<Deduction> link) : engine_(engine), link_(std::move(link)) {}
 
-// Here and not at construction, so that a library that cannot be used is a failure of the agents' creation.
-void Deduction::load_agent_libraries() {
-  if (const Value* files = config.find("agent_libraries")) {
-    for (const Value& file : files->as_list()) load_agent_library(file.as_text());
+  void make_rule_side(const std::string& side, const Dict& entries);
+  void make_learning_side(const std::string& side, const Dict& side_entry);
+
+ private:
+  std::shared_ptr<Agent> make_rule_agent(const std::string& side, const std::string& name, const Dict& entry);
+  std::shared_ptr<Agent> make_learner(const AgentClass& agent_class, const std::string& side, const std::string& name,
+                                      const std::string& enemy_side);
+  void equip(Agent& agent, Dict& entry, const std::string& agent_type, bool is_rule_agent) const;
+
+  Deduction& engine_;
+  std::weak_ptr<Deduction> link_;
+  std::int64_t uid_ = 1000;
+};
+
+void AgentMaker::make_rule_side(const std::string& side, const Dict& entries) {
+  auto list = std::make_shared<AgentList>();
+  const GameUnit::CreationKey key(side);
+  for (auto [agent_name, entry] : entries) {
+    Dict settings = entry.as_dict();
+    const auto agent = make_rule_agent(side, agent_name.to_text(), settings);
+    if (agent == nullptr) continue;
+    equip(*agent, settings, agent_name.to_text(), true);
+    list->push_back(agent);
   }
-  // A client's path may also lead to something that only the agent itself can read.
-  const std::string path = agent_file_path.to_text();
-  if (path.ends_with(".so")) load_agent_library(path);
+  engine_.agents.set(side, list);
 }
 
-std::shared_ptr<Agent> Deduction::make_rule_agent(const std::string& side, const std::string& name, const Dict& entry,
-                                                  std::int64_t& uid) {
-  const auto agent_class = class_of(entry, name, side);
-  if (agent_class->is_learn()) {
-    const AgentConf conf{uid, "torch", "", side, "RL-" + name, "no"};
-    auto agent = build(side, name, [&] { return agent_class->make(conf); });
-    ++uid;
-    return agent;
-  }
-  // A class that cannot be built from a side is passed over.
-  if (!agent_class->is_built_from_side()) return nullptr;
-  return build(side, name, [&] { return agent_class->make(side); });
-}
-
-void Deduction::config_learning_side(const std::string& side, const Dict& side_entry, std::int64_t& uid) {
+void AgentMaker::make_learning_side(const std::string& side, const Dict& side_entry) {
   auto list = std::make_shared<AgentList>();
   const GameUnit::CreationKey key(side);
   const Value enemy = side_entry.get("enemy");
@@ -94,26 +79,39 @@ void Deduction::config_learning_side(const std::string& side, const Dict& side_e
     for (auto [agent_type, entry] : *entries) {
       Dict settings = entry.as_dict();
       const std::string type = agent_type.to_text();
-      const auto agent_class = class_of(settings, type, side);
-      const AgentConf conf{uid, "torch", enemy_side, side, "RL-" + type, "no"};
-      const auto agent = build(side, type, [&] { return agent_class->make(conf); });
-      ++uid;
-      equip_agent(*agent, settings, type, false);
-      agent->agent_file_path = agent_file_path;
+      const auto agent = make_learner(*class_of(settings, type, side), side, type, enemy_side);
+      equip(*agent, settings, type, false);
+      agent->agent_file_path = engine_.agent_file_path;
       list->push_back(agent);
     }
   }
-  if (const auto* earlier = agents.find(side)) {
+  if (const auto* earlier = engine_.agents.find(side)) {
     (*earlier)->insert((*earlier)->end(), list->begin(), list->end());
   } else {
-    agents.set(side, list);
+    engine_.agents.set(side, list);
   }
 }
 
-void Deduction::equip_agent(Agent& agent, Dict& entry, const std::string& agent_type, bool is_rule_agent) {
-  const std::weak_ptr<Deduction> link = link_;
+std::shared_ptr<Agent> AgentMaker::make_rule_agent(const std::string& side, const std::string& name,
+                                                   const Dict& entry) {
+  const auto agent_class = class_of(entry, name, side);
+  if (agent_class->is_learn()) return make_learner(*agent_class, side, name, "");
+  // A class that cannot be built from a side gives no agent.
+  if (!agent_class->is_built_from_side()) return nullptr;
+  return build_agent(engine_, side, name, [&] { return agent_class->make(side); });
+}
+
+std::shared_ptr<Agent> AgentMaker::make_learner(const AgentClass& agent_class, const std::string& side,
+                                                const std::string& name, const std::string& enemy_side) {
+  const AgentConf conf{uid_, "torch", enemy_side, side, "RL-" + name, "no"};
+  auto agent = build_agent(engine_, side, name, [&] { return agent_class.make(conf); });
+  ++uid_;
+  return agent;
+}
+
+void AgentMaker::equip(Agent& agent, Dict& entry, const std::string& agent_type, bool is_rule_agent) const {
   // An agent may outlive the engine; what it calls then throws instead of reaching into nothing.
-  const auto engine = [link] {
+  const auto engine = [link = link_] {
     auto alive = link.lock();
     if (alive == nullptr) throw Error("the engine of this agent has ended");
     return alive;
@@ -125,12 +123,33 @@ void Deduction::equip_agent(Agent& agent, Dict& entry, const std::string& agent_
     engine()->agent_add_unit(unit_id, std::move(unit));
   };
   agent.get_command_check = [engine](std::string_view unit_guid) { return engine()->get_command_check(unit_guid); };
-  agent.log = logger;
-  agent._game_server = game;
+  agent.log = engine_.logger;
+  agent._game_server = engine_.game;
   entry.erase("class");
   agent.client_info = entry;
   agent.agent_type = agent_type;
   agent.is_rule_agent = is_rule_agent;
+}
+
+// Here and not at the engine's construction, so that a library that cannot be used is a failure of the agents'
+// creation.
+void load_agent_libraries(const Settings& settings) {
+  if (const Value* files = settings.config.find("agent_libraries")) {
+    for (const Value& file : files->as_list()) load_agent_library(file.as_text());
+  }
+  // A client's path may also lead to something that only the agent itself can read.
+  const std::string path = settings.agent_file_path.to_text();
+  if (path.ends_with(".so")) load_agent_library(path);
+}
+
+}  // namespace
+
+void Deduction::config_agent(const Value& rule_agents_config, const Value& rl_agent_configs) {
+  load_agent_libraries(*this);
+  AgentMaker maker(*this, link_);
+  for (auto [side, entries] : rule_agents_config.as_dict()) maker.make_rule_side(side.to_text(), entries.as_dict());
+  for (auto [side, entry] : rl_agent_configs.as_dict()) maker.make_learning_side(side.to_text(), entry.as_dict());
+  select_agent();
 }
 
 void Deduction::select_agent() {
@@ -187,7 +206,7 @@ void Deduction::rl_agents_config_id() {
 void Deduction::agent_reset() {
   for (const auto& [side, player] : players) {
     player->reset();
-    for (const auto& agent : *player->agents_list) call_bare(agent, "reset", [&] { agent->reset(); });
+    for (const auto& agent : *player->agents_list) call_bare(*this, agent, "reset", [&] { agent->reset(); });
   }
 }
 
@@ -211,7 +230,7 @@ std::int64_t Deduction::read_decision_time() {
   try {
     return player.at("decision_time").to_integer();
   } catch (const Error&) {
-    log_only(LogLevel::warning, "决策间隔未设置, 按照默认决策间隔处理：决策间隔为30s");
+    log_only(*this, LogLevel::warning, "决策间隔未设置, 按照默认决策间隔处理：决策间隔为30s");
     return kDefault;
   }
 }

@@ -3,7 +3,8 @@
 
 #include <algorithm>
 
-#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/agent_calls.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 
 namespace tessra {
 
@@ -54,7 +55,7 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
     const Situation& situation = player->get_situation();
     for (const auto& agent : *player->agents_list) {
       const std::string name = agent->agent_type;
-      call_bare(agent, "update_constant_attribute", [&, &own = *player] { agent->update_constant_attribute(own); });
+      show_player(*this, agent, *player);
       const Dict records = agent->is_rule_agent ? Dict() : take_action_records(action_dict, name);
       const double start = seams_.clock->now();
       const auto decide = [&] {
@@ -65,7 +66,7 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
         }
       };
       const char* operation = agent->is_rule_agent ? "step" : "step_rl";
-      const bool succeeded = call_agent(agent, operation, decide, LogLevel::info, [&](const auto& error) {
+      const bool succeeded = call_agent(*this, agent, operation, decide, LogLevel::info, [&](const auto& error) {
         return fmt::format("智能体初始化代码出错, 推演方: {}, 智能体名:{} 错误信息:{}", agent->Side(), name, error);
       });
       if (!succeeded) return get_game_result(agent->Side());
@@ -80,7 +81,7 @@ void Deduction::cmd_package() {
   if (!game->need_do_package_command()) return;
   const Value response = game->do_package_command();
   if (!response.as_dict().at("message").is_text("Error")) return;
-  log_or_print(LogLevel::error, fmt::sprintf("打包发送指令错误:%s", response.as_dict().at_text("resbin")));
+  log_or_print(*this, LogLevel::error, fmt::sprintf("打包发送指令错误:%s", response.as_dict().at_text("resbin")));
   orders_refused += hand_out_refusals(response.as_dict(), players);
 }
 

@@ -5,6 +5,7 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "Tessra/entitys/deduce_RL/deletion_entries.h"
+#include "Tessra/entitys/deduce_RL/element_lookup.h"
 
 namespace tessra {
 
@@ -130,12 +131,12 @@ void Deduction::parse_delete_events(const Value& events_data) {
   if (!events_data.truthy()) return;
   const Dict& events = events_data.as_dict();
   for_each_deletion(events, [&](const Value& name, const List& ids) {
-    if (name.is_text("SimEvents")) remove_stored(known_scenario(), name, ids);
+    if (name.is_text("SimEvents")) remove_stored(known_scenario(*this), name, ids);
   });
   for (const std::string_view table : {"EventTriggers", "EventConditions", "EventActions", "SimEvents"}) {
     const Dict* record = events.find_dict(table);
     if (record == nullptr || !record->contains("mapdel")) continue;
-    if (Dict* own = stored_table(known_scenario(), table)) remove_inner_ids(*own, *record);
+    if (Dict* own = stored_table(known_scenario(*this), table)) remove_inner_ids(*own, *record);
   }
 }
 

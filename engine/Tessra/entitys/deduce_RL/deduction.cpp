@@ -3,18 +3,13 @@
 #include <spdlog/logger.h>
 
 #include "Tessra/entitys/ai_apply_config.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 
 namespace tessra {
 
 std::atomic<bool> FIRST_TEST = false;
 
 Seams default_seams() { return {real_clock(), real_console(), real_exit(), GLOBAL_CONFIG_PATH()}; }
-
-Deduction::Deduction(Dict game_config, Seams seams)
-    : seams_(std::move(seams)), link_(this, [](Deduction*) { /* the host owns the engine */ }) {
-  config = game_config;
-  config_values(std::move(game_config));
-}
 
 namespace {
 
@@ -49,9 +44,21 @@ void take(const Dict& section, std::string_view key, Value& attribute) {
   if (const Value* value = section.find(key)) attribute = *value;
 }
 
+/// The agent that a scheduling client chose.
+void take_choice(Settings& settings, const Dict& player) {
+  if (const Value* name = player.find("agent_name")) {
+    settings.agent_names_from_client = *name;
+    settings.import_agent_side = player.at("player_side");
+  }
+  take(player, "agent_id", settings.agent_id_from_client);
+  take(player, "agent_path", settings.agent_file_path);
+}
+
 }  // namespace
 
-void Deduction::config_values(Dict game_config) {
+Deduction::Deduction(Dict game_config, Seams seams)
+    : seams_(std::move(seams)), link_(this, [](Deduction*) { /* the host owns the engine */ }) {
+  config = game_config;
   is_ai_apply = game_config.non_empty("is_ai_apply");
   Dict section = is_ai_apply ? game_config : game_config.at_dict("game_server");
 
@@ -74,14 +81,8 @@ void Deduction::config_values(Dict game_config) {
     logger = sink->as_host<spdlog::logger>();
   }
   if (is_ai_apply) {
-    const Dict player = section.at_dict("player");
-    if (const Value* name = player.find("agent_name")) {
-      agent_names_from_client = *name;
-      import_agent_side = player.at("player_side");
-    }
-    take(player, "agent_id", agent_id_from_client);
-    take(player, "agent_path", agent_file_path);
-    config_log(game_config);
+    take_choice(*this, section.at_dict("player"));
+    open_run_log(*this, game_config);
   }
   game = GameServer::create(section);
   game_value_ = Value(game);

@@ -6,7 +6,8 @@
 #include <algorithm>
 
 #include "Tessra/base/guard.h"
-#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/element_lookup.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 
 namespace tessra {
 
@@ -44,25 +45,31 @@ bool is_side_table(const Value& name) {
   return name.is_string() && std::ranges::find(kTables, name.as_text()) != std::end(kTables);
 }
 
-void append(std::vector<std::string>& deleted, const List& ids) {
-  for (const Value& id : ids) deleted.push_back(id.to_text());
-}
+/// The items of one side.
+class ListDeletion {
+ public:
+  ListDeletion(Deduction& engine, RuleAgentBase& player) : engine_(engine), player_(player) {}
 
-}  // namespace
+  void run(const List& items) {
+    for (const Value& item : items) delete_item(item.as_dict());
+    for (const std::string& id : deleted_) engine_.elements.erase(id);
+  }
 
-void Deduction::delete_elements(const Value& side_del_data, RuleAgentBase& player_obj) {
-  guarded(
-      [&] {
-        std::vector<std::string> deleted;
-        for (const Value& item : side_del_data.as_list()) delete_item(item.as_dict(), player_obj, deleted);
-        for (const std::string& id : deleted) elements.erase(id);
-      },
-      [&](const std::exception_ptr& error) {
-        log_or_print(LogLevel::error, fmt::format("删除信息失败:{}", error_text(error)));
-      });
-}
+ private:
+  void delete_item(const Dict& item);
+  void delete_missions(const Value& category, const List& ids);
+  void delete_units(const Value& category, const List& ids);
+  void delete_side_attributes(const Value& attribute, const List& ids);
+  void note_deleted(const List& ids) {
+    for (const Value& id : ids) deleted_.push_back(id.to_text());
+  }
 
-void Deduction::delete_item(const Dict& item, RuleAgentBase& player, std::vector<std::string>& deleted) {
+  Deduction& engine_;
+  RuleAgentBase& player_;
+  std::vector<std::string> deleted_;  // leave the registry at the end, and not at all when an item fails
+};
+
+void ListDeletion::delete_item(const Dict& item) {
   const Value& struct_type = item.at("StructType");
   const std::int64_t type = struct_type.is_number() ? struct_type.to_integer() : 0;
   if (type < kMissions || type > kContacts || struct_type != Value(type)) return;
@@ -74,31 +81,31 @@ void Deduction::delete_item(const Dict& item, RuleAgentBase& player, std::vector
     if (ids.empty()) continue;  // touches nothing, asks for nothing
     switch (type) {
       case kMissions:
-        delete_item_missions(name, ids, player, deleted);
+        delete_missions(name, ids);
         break;
       case kSimEvents:
-        remove_required(known_scenario().get_dict("SimEvents"), ids);
+        remove_required(known_scenario(engine_).get_dict("SimEvents"), ids);
         break;
       case kEventTriggers:
-        remove_of_type(known_scenario(), "EventTriggers", name, ids);
+        remove_of_type(known_scenario(engine_), "EventTriggers", name, ids);
         break;
       case kEventConditions:
-        remove_of_type(known_scenario(), "EventConditions", name, ids);
+        remove_of_type(known_scenario(engine_), "EventConditions", name, ids);
         break;
       case kEventActions:
-        remove_of_type(known_scenario(), "EventActions", name, ids);
+        remove_of_type(known_scenario(engine_), "EventActions", name, ids);
         break;
       case kNonActiveUnits:
-        remove_of_type(known_scenario(), "THNonActiveUnitColl", name, ids);
+        remove_of_type(known_scenario(engine_), "THNonActiveUnitColl", name, ids);
         break;
       case kUnits:
-        delete_item_units(name, ids, player, deleted);
+        delete_units(name, ids);
         break;
       case kSideAttributes:
-        delete_item_side(name, ids, player, deleted);
+        delete_side_attributes(name, ids);
         break;
       case kContacts:
-        if (name.is_text("Contacts")) remove_required(player.get_dict("Contacts"), ids);
+        if (name.is_text("Contacts")) remove_required(player_.get_dict("Contacts"), ids);
         break;
       default:
         break;
@@ -106,43 +113,50 @@ void Deduction::delete_item(const Dict& item, RuleAgentBase& player, std::vector
   }
 }
 
-void Deduction::delete_item_missions(const Value& category, const List& ids, RuleAgentBase& player,
-                                     std::vector<std::string>& deleted) {
-  append(deleted, ids);
+void ListDeletion::delete_missions(const Value& category, const List& ids) {
+  note_deleted(ids);
   const ElementType* type = classname2element(category);
   for (const Value& id : ids) {
-    const std::string name = elements.at(id.to_text())->get_attribute("Name").to_text();
+    const std::string name = engine_.elements.at(id.to_text())->get_attribute("Name").to_text();
     if (type != nullptr) {
-      player.delete_element(id.to_text(), *type, name);
+      player_.delete_element(id.to_text(), *type, name);
     } else {
-      log_or_print(LogLevel::error, fmt::sprintf("出错！类型-%s-没有在定义类型中!", category.to_text()));
+      log_or_print(engine_, LogLevel::error, fmt::sprintf("出错！类型-%s-没有在定义类型中!", category.to_text()));
     }
   }
 }
 
-void Deduction::delete_item_units(const Value& category, const List& ids, RuleAgentBase& player,
-                                  std::vector<std::string>& deleted) {
-  append(deleted, ids);
+void ListDeletion::delete_units(const Value& category, const List& ids) {
+  note_deleted(ids);
   const ElementType* type = classname2element(category);
   for (const Value& id : ids) {
     if (type != nullptr) {
-      player.delete_element(id.to_text(), *type);
+      player_.delete_element(id.to_text(), *type);
     } else {
-      log_or_print(LogLevel::error, fmt::sprintf("出错！删除单元，类型-%s-没有在定义类型中!", category.to_text()));
+      log_or_print(engine_, LogLevel::error,
+                   fmt::sprintf("出错！删除单元，类型-%s-没有在定义类型中!", category.to_text()));
     }
   }
 }
 
-void Deduction::delete_item_side(const Value& attribute, const List& ids, RuleAgentBase& player,
-                                 std::vector<std::string>& deleted) {
+void ListDeletion::delete_side_attributes(const Value& attribute, const List& ids) {
   if (is_side_table(attribute)) {
-    remove_required(player.get_dict(attribute), ids);
+    remove_required(player_.get_dict(attribute), ids);
   } else if (attribute.is_text("ActiveUnitsInfo")) {
-    append(deleted, ids);
+    note_deleted(ids);
     for (const Value& id : ids) {
-      if (auto* const unit = element_of(id)) player.delete_element(id.to_text(), unit->element_type());
+      if (auto* const unit = element_of(engine_, id)) player_.delete_element(id.to_text(), unit->element_type());
     }
   }
+}
+
+}  // namespace
+
+void Deduction::delete_elements(const Value& side_del_data, RuleAgentBase& player_obj) {
+  guarded([&] { ListDeletion(*this, player_obj).run(side_del_data.as_list()); },
+          [&](const std::exception_ptr& error) {
+            log_or_print(*this, LogLevel::error, fmt::format("删除信息失败:{}", error_text(error)));
+          });
 }
 
 }  // namespace tessra

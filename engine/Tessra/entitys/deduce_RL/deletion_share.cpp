@@ -3,7 +3,6 @@
 // copied out first. The functions below follow the pass part by part: each returns the share of one kind of record.
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {
@@ -37,14 +36,14 @@ Dict deletions(const Dict& record) {
 template <Share of_entry>
 Dict table(const Dict& records) {
   Dict share;
-  visit_fetched(records, fetch_held, [&share](const Value& id, const Value& record) {
+  for (auto [id, record] : records) {
     const Dict* dict = record.if_dict();
     if (dict == nullptr || id.is_name(names::kMapdel)) {
       share.set(id, record.deep_copy(Texts::shared));
     } else if (const Dict left = of_entry(*dict); !left.empty()) {
       share.set(id, left);
     }
-  });
+  }
   return share;
 }
 

@@ -4,8 +4,10 @@
 #include "Tessra/base/pool.h"
 #include "Tessra/entitys/aircraft.h"
 #include "Tessra/entitys/cargomission.h"
-#include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/element_lookup.h"
+#include "Tessra/entitys/deduce_RL/element_merge.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 #include "Tessra/entitys/facility.h"
 #include "Tessra/entitys/ferrymission.h"
 #include "Tessra/entitys/field_names.h"
@@ -73,80 +75,86 @@ const KindRow* row_of(const KindRow (&rows)[kCount], ElementType type) {
   return nullptr;
 }
 
-}  // namespace
+/// What every element is made from.
+struct Creation {
+  Deduction& engine;
+  const Value& client;  // the service client
+  const Value& guid;
+  std::string_view side_name;
+};
 
-bool Deduction::create_element(const Value& guid, Value info_dict, ElementType element_type,
-                               std::string_view side_name) {
-  if (element_type == ElementType::Scenario) return create_scenario(guid, std::move(info_dict));
-  if (element_type == ElementType::Side) return create_side(guid, std::move(info_dict), side_name);
-  if (row_of(kMissionKinds, element_type) != nullptr)
-    return create_mission(guid, std::move(info_dict), element_type, side_name);
-  if (row_of(kUnitKinds, element_type) != nullptr)
-    return create_unit(guid, std::move(info_dict), element_type, side_name);
-  return false;
-}
-
-bool Deduction::create_scenario(const Value& guid, Value info_dict) {
-  auto scenario = std::make_shared<Scenario>(guid, "scenario", "ALL_SIDE");
-  set_element_info(*scenario, std::move(info_dict));
-  elements.set(guid, scenario);
-  scenario->set_attribute(names::kGameServer, game_value_);
-  scenario_obj = std::move(scenario);
+bool create_scenario(const Creation& given, Value info_dict) {
+  auto scenario = std::make_shared<Scenario>(given.guid, "scenario", "ALL_SIDE");
+  given.engine.set_element_info(*scenario, std::move(info_dict));
+  given.engine.elements.set(given.guid, scenario);
+  scenario->set_attribute(names::kGameServer, given.client);
+  given.engine.scenario_obj = std::move(scenario);
   return true;
 }
 
-bool Deduction::create_side(const Value& guid, Value info_dict, std::string_view side_name) {
-  if (const auto* player = players.find(side_name)) {
-    elements.set(guid, *player);
-    set_element_info(**player, std::move(info_dict));
+bool create_side(const Creation& given, Value info_dict) {
+  if (const auto* player = given.engine.players.find(given.side_name)) {
+    given.engine.elements.set(given.guid, *player);
+    given.engine.set_element_info(**player, std::move(info_dict));
   } else {
-    log_or_print(LogLevel::error, fmt::sprintf("创建推演方-%s-无对应智能体!", side_name));
+    log_or_print(given.engine, LogLevel::error, fmt::sprintf("创建推演方-%s-无对应智能体!", given.side_name));
   }
   return true;
 }
 
-bool Deduction::create_mission(const Value& guid, Value info_dict, ElementType type, std::string_view side_name) {
-  const MissionKind& kind = *row_of(kMissionKinds, type);
-  const auto* player = players.find(side_name);
+bool create_mission(const Creation& given, const MissionKind& kind, Value info_dict) {
+  const auto* player = given.engine.players.find(given.side_name);
   if (player == nullptr) return false;
   const Value name = info_dict.as_dict().get(names::kName);
   if (!name.truthy()) {
-    log_or_print(LogLevel::error, kind.no_name);
+    log_or_print(given.engine, LogLevel::error, kind.no_name);
     return true;
   }
-  const std::shared_ptr<Element> mission = kind.make(guid, name, side_name);
-  mission->set_attribute(names::kGameServer, game_value_);
+  const std::shared_ptr<Element> mission = kind.make(given.guid, name, given.side_name);
+  mission->set_attribute(names::kGameServer, given.client);
   if (const auto* strike = dynamic_cast<const StrikeMission*>(mission.get())) {
-    strike->escort().set(names::kGameServer, game_value_);
+    strike->escort().set(names::kGameServer, given.client);
   }
-  set_element_info(*mission, std::move(info_dict));
+  given.engine.set_element_info(*mission, std::move(info_dict));
   (*player)->missions_obj.set(cf::text_of(name), mission);
-  elements.set(guid, mission);
+  given.engine.elements.set(given.guid, mission);
   return true;
 }
 
-bool Deduction::create_unit(const Value& guid, Value info_dict, ElementType type, std::string_view side_name) {
-  const UnitKind& kind = *row_of(kUnitKinds, type);
+bool create_unit(const Creation& given, const UnitKind& kind, Value info_dict) {
   const Value* name = info_dict.as_dict().find(names::kName);
-  const auto* player = players.find(side_name);
+  const auto* player = given.engine.players.find(given.side_name);
   if (player == nullptr) {
-    log_or_print(LogLevel::error, fmt::sprintf(kind.no_side, name != nullptr ? name->to_text() : "", side_name));
+    log_or_print(given.engine, LogLevel::error,
+                 fmt::sprintf(kind.no_side, name != nullptr ? name->to_text() : "", given.side_name));
     return true;
   }
   if (name == nullptr || !name->truthy()) {
-    log_or_print(LogLevel::error, fmt::sprintf(kind.no_name, guid.as_text()));
+    log_or_print(given.engine, LogLevel::error, fmt::sprintf(kind.no_name, given.guid.as_text()));
     return true;
   }
   std::shared_ptr<Element> unit;
   {
-    const GameUnit::CreationKey key(side_name);
-    unit = kind.make(guid, *name, side_name);
+    const GameUnit::CreationKey key(given.side_name);
+    unit = kind.make(given.guid, *name, given.side_name);
   }
-  unit->set_attribute(names::kGameServer, game_value_);
-  set_element_info(*unit, std::move(info_dict));
-  (*player)->add_unit(guid, type, unit);
-  elements.set(guid, unit);
+  unit->set_attribute(names::kGameServer, given.client);
+  given.engine.set_element_info(*unit, std::move(info_dict));
+  (*player)->add_unit(given.guid, kind.type, unit);
+  given.engine.elements.set(given.guid, unit);
   return true;
+}
+
+}  // namespace
+
+bool Deduction::create_element(const Value& guid, Value info_dict, ElementType element_type,
+                               std::string_view side_name) {
+  const Creation given{*this, game_value_, guid, side_name};
+  if (element_type == ElementType::Scenario) return create_scenario(given, std::move(info_dict));
+  if (element_type == ElementType::Side) return create_side(given, std::move(info_dict));
+  if (const auto* kind = row_of(kMissionKinds, element_type)) return create_mission(given, *kind, std::move(info_dict));
+  if (const auto* kind = row_of(kUnitKinds, element_type)) return create_unit(given, *kind, std::move(info_dict));
+  return false;
 }
 
 namespace {
@@ -158,6 +166,11 @@ void merge_attribute(const Value& name, Value& attribute, const Value& fresh, cf
   } else {
     attribute = cf::adopted(fresh, adopt);
   }
+}
+
+/// Tells the players that the element's name may be another one.
+void note_renamed(const EpisodeState& engine, const Element& element) {
+  for (const auto& [side, player] : engine.players) player->units_of_name.note_renamed(element);
 }
 
 std::string unknown_attribute(const Element& element, const Value& name, const Value& value) {
@@ -173,7 +186,7 @@ void Deduction::set_element_info(Element& element_obj, Value info_dict) {
       if (element_obj.may_have_attribute(name)) {
         element_obj.set_attribute(name, value);
       } else if (!name.is_name(names::kMapdel)) {
-        log_only(LogLevel::error,
+        log_only(*this, LogLevel::error,
                  [&, &name = name, &value = value] { return unknown_attribute(element_obj, name, value); });
       }
     }
@@ -181,37 +194,36 @@ void Deduction::set_element_info(Element& element_obj, Value info_dict) {
   }
   if (Dict* info = info_dict.if_dict()) {
     element_obj.attributes().update(std::move(*info));
-    note_renamed(element_obj);
+    note_renamed(*this, element_obj);
   } else {
-    log_only(LogLevel::error, "info_dict is not a dict");
+    log_only(*this, LogLevel::error, "info_dict is not a dict");
   }
 }
 
-void Deduction::update_element_info(Element& element_obj, const Dict& info_dict, cf::Adopt adopt) {
-  Dict& attributes = element_obj.attributes();
-  if (info_dict.contains(names::kName)) note_renamed(element_obj);
-  attributes.merge(info_dict, [&](const Value& name, Value* stored, const Value& value) {
+void Deduction::update_element_info(Element& element_obj, const Dict& info_dict) {
+  merge_element_info(*this, element_obj, info_dict, cf::Adopt::shared);
+}
+
+void merge_element_info(Deduction& engine, Element& element, const Dict& info, cf::Adopt adopt) {
+  if (info.contains(names::kName)) note_renamed(engine, element);
+  element.attributes().merge(info, [&](const Value& name, Value* stored, const Value& value) {
     if (stored != nullptr) {
       merge_attribute(name, *stored, value, adopt);
-    } else if (element_obj.has_attribute(name)) {
+    } else if (element.has_attribute(name)) {
       // Its default may be a dictionary, which is stored when it is read.
-      Value attribute = element_obj.get_attribute(name);
+      Value attribute = element.get_attribute(name);
       merge_attribute(name, attribute, value, adopt);
-      element_obj.set_attribute(name, attribute);
-    } else if (element_obj.may_have_attribute(name)) {
-      element_obj.set_attribute(name, cf::adopted(value, adopt));
+      element.set_attribute(name, attribute);
+    } else if (element.may_have_attribute(name)) {
+      element.set_attribute(name, cf::adopted(value, adopt));
     } else if (!name.is_name(names::kMapdel)) {
-      log_only(LogLevel::error, [&] { return unknown_attribute(element_obj, name, value); });
+      log_only(engine, LogLevel::error, [&] { return unknown_attribute(element, name, value); });
     }
   });
 }
 
-void Deduction::note_renamed(const Element& element) {
-  for (const auto& [side, player] : players) player->units_of_name.note_renamed(element);
-}
-
 void Deduction::delete_element(std::string_view guid) {
-  Element* element = find_element(guid);
+  Element* element = find_element(*this, guid);
   if (element == nullptr) return;
   const ElementType type = element->element_type();
   const auto* player = players.find(element->get_attribute(names::kSide).to_text());
@@ -221,41 +233,6 @@ void Deduction::delete_element(std::string_view guid) {
   }
   const std::string name = element->get_attribute(names::kName).to_text();
   for (const std::string& removed : (*player)->delete_element(guid, type, name)) elements.erase(removed);
-}
-
-namespace {
-
-Element* pointer(const std::shared_ptr<Element>* found) { return found != nullptr ? found->get() : nullptr; }
-
-}  // namespace
-
-Element* Deduction::find_element(std::string_view guid) const { return pointer(elements.find(guid)); }
-
-Element* Deduction::element_of(const Value& id) const {
-  if (!id.is_string()) return find_element(std::string_view(id.to_text()));
-  return pointer(elements.find(id.as_text(), KeyRef(id).hash()));
-}
-
-std::vector<Element*> Deduction::elements_of(const Dict& table, const std::vector<Element*>& known) const {
-  std::vector<Element*> result;
-  std::vector<std::size_t> unknown;
-  std::vector<ElementTable::Sought> ids;
-  result.reserve(table.size());
-  for (auto [id, entry] : table) {
-    const std::size_t place = table.place(entry);
-    result.push_back(place < known.size() ? known[place] : nullptr);
-    if (result.back() != nullptr) continue;
-    if (id.is_string()) {
-      unknown.push_back(result.size() - 1);
-      ids.push_back({id.as_text(), KeyRef(id).hash()});
-    } else {
-      result.back() = element_of(id);
-    }
-  }
-  const auto found = elements.find_all(ids);
-  for (std::size_t at = 0; at < found.size(); ++at) result[unknown[at]] = pointer(found[at]);
-  for (const Element* element : result) __builtin_prefetch(element);
-  return result;
 }
 
 }  // namespace tessra

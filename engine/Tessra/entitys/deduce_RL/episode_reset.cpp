@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 
 namespace tessra {
 
@@ -19,30 +19,99 @@ enum ResetCode {
 
 enum RoomFlag { kSucceeded = 0, kFailed = 1, kNewRoom = 2 };
 
+void report_finished_episode(Deduction& engine, double start) {
+  const double total = start - *engine.train_start_time;
+  const std::int64_t episode_seconds = whole_number(start - engine.last_round_start_time.value());
+  const std::int64_t average = whole_number(total / static_cast<double>(engine.current_round));
+  if (engine.process_id.is_none()) {
+    log_or_print(engine, LogLevel::info,
+                 fmt::sprintf("第%d局结束, 当前局耗时:%ds, 总耗时:%ds, 平均每局耗时:%ds.", engine.current_round,
+                              episode_seconds, whole_number(total), average));
+  } else {
+    log_or_print(engine, LogLevel::info,
+                 fmt::sprintf("进程:%d, 第%d局结束, 当前局耗时:%ds, 总耗时:%ds, 平均每局耗时:%ds.",
+                              whole_number(engine.process_id), engine.current_round, episode_seconds,
+                              whole_number(total), average));
+  }
+}
+
+bool connect_once(Deduction& engine) {
+  if (!engine.connect_result.is_none()) return true;
+  engine.connect_result = engine.init_connect_server();
+  if (engine.connect_result.is_none()) return false;
+  engine.game->check_clean_rooms();
+  return true;
+}
+
+bool is_room_reset_due(Deduction& engine, std::int64_t round) {
+  if (!engine.reset_episodes.is_number()) throw KindError("simulate.reset_episodes must be a number");
+  const double every = engine.reset_episodes.as_real();
+  if (every == 0) throw ConversionError("simulate.reset_episodes is zero");
+  return std::fmod(static_cast<double>(round), every) == 0;
+}
+
+void clear_episode(Deduction& engine) {
+  engine.deduce_is_end = false;
+  engine.simulate_time.clear();
+  engine.time_elapsed = 0;
+  engine.agent_reset();
+  engine.crt_delete_units = TextSet();
+  engine.elements = ElementTable();
+  engine.scenario_obj = nullptr;
+  engine.side_id2name = Dict();
+  engine.step_index = 0;
+  engine.orders_refused = 0;
+  engine.calls_failed = 0;
+  engine.start_game_time_elapsed.reset();
+}
+
+bool open_scenario(Deduction& engine) {
+  if (engine.scen_check.truthy() && !engine.scenario_exists(engine.scenario_name)) {
+    log_or_print(engine, LogLevel::info,
+                 engine.process_id.is_none()
+                     ? fmt::sprintf("想定'%s'加载失败,请检查想定文件是否存在!", engine.scenario_name.to_text())
+                     : fmt::sprintf("想定'%s'加载失败,进程%d,请检查想定文件是否存在!", engine.scenario_name.to_text(),
+                                    whole_number(engine.process_id)));
+    return false;
+  }
+  if (engine.load_scenario(engine.scenario_name)) return true;
+  engine.error_room_flag = kFailed;
+  return false;
+}
+
+void open_data_channel(Deduction& engine) {
+  const Value received = engine.game->set_data_receive();
+  // Taken as it is: what is wrong in it fails where the build reads it. What is no table is asked for again.
+  if (!engine.sides_info.is_dict()) engine.need_set_friend_side = true;
+  if (!engine.sides_info.is_dict() || !engine.sides_info.truthy()) engine.sides_info = received;
+  if (engine.need_set_friend_side) engine.init_friend_sides();
+  engine.game->request_full_situation();
+}
+
 }  // namespace
 
 int Deduction::reset(std::int64_t round) {
-  failed_call_ = {};
+  failed_call = {};
   const double start = seams_.clock->now();
   if (!train_start_time) train_start_time = start;
-  if (current_round > 1) report_finished_episode(start);
+  if (current_round > 1) report_finished_episode(*this, start);
   last_round_start_time = start;
   ++current_round;
 
-  if (!connect_once()) return kNoConnection;
-  if (error_room_flag != kNewRoom && round > 1 && is_room_reset_due(round)) error_room_flag = kNewRoom;
+  if (!connect_once(*this)) return kNoConnection;
+  if (error_room_flag != kNewRoom && round > 1 && is_room_reset_due(*this, round)) error_room_flag = kNewRoom;
   const Value reset_result = game->reset(error_room_flag);
   if (reset_result == Value(-1)) {
-    log_or_print(LogLevel::info, "推演服务连接失败，再次连接!");
+    log_or_print(*this, LogLevel::info, "推演服务连接失败，再次连接!");
     error_room_flag = kFailed;
     return kRoomFailed;
   }
   room_id = game->room_id;
-  if (round >= 0) clear_episode();
-  if (load_scen.truthy() && !open_scenario()) return kNoScenario;
+  if (round >= 0) clear_episode(*this);
+  if (load_scen.truthy() && !open_scenario(*this)) return kNoScenario;
 
   const bool open_channel = reset_result == Value(2) || init_connect_data;
-  if (open_channel) open_data_channel();
+  if (open_channel) open_data_channel(*this);
   const Value situation = game->get_init_situation();
   if (!situation.truthy()) {
     error_room_flag = kNewRoom;
@@ -62,72 +131,6 @@ int Deduction::reset(std::int64_t round) {
   cmd_package();
   error_room_flag = kSucceeded;
   return kReady;
-}
-
-void Deduction::report_finished_episode(double start) {
-  const double total = start - *train_start_time;
-  const std::int64_t episode_seconds = whole_number(start - last_round_start_time.value());
-  const std::int64_t average = whole_number(total / static_cast<double>(current_round));
-  if (process_id.is_none()) {
-    log_or_print(LogLevel::info, fmt::sprintf("第%d局结束, 当前局耗时:%ds, 总耗时:%ds, 平均每局耗时:%ds.",
-                                              current_round, episode_seconds, whole_number(total), average));
-  } else {
-    log_or_print(LogLevel::info,
-                 fmt::sprintf("进程:%d, 第%d局结束, 当前局耗时:%ds, 总耗时:%ds, 平均每局耗时:%ds.",
-                              whole_number(process_id), current_round, episode_seconds, whole_number(total), average));
-  }
-}
-
-bool Deduction::connect_once() {
-  if (!connect_result.is_none()) return true;
-  connect_result = init_connect_server();
-  if (connect_result.is_none()) return false;
-  game->check_clean_rooms();
-  return true;
-}
-
-bool Deduction::is_room_reset_due(std::int64_t round) const {
-  if (!reset_episodes.is_number()) throw KindError("simulate.reset_episodes must be a number");
-  const double every = reset_episodes.as_real();
-  if (every == 0) throw ConversionError("simulate.reset_episodes is zero");
-  return std::fmod(static_cast<double>(round), every) == 0;
-}
-
-void Deduction::clear_episode() {
-  deduce_is_end = false;
-  simulate_time.clear();
-  time_elapsed = 0;
-  agent_reset();
-  crt_delete_units = TextSet();
-  elements = ElementTable();
-  scenario_obj = nullptr;
-  side_id2name = Dict();
-  step_index = 0;
-  orders_refused = 0;
-  calls_failed = 0;
-  start_game_time_elapsed.reset();
-}
-
-bool Deduction::open_scenario() {
-  if (scen_check.truthy() && !scenario_exists(scenario_name)) {
-    log_or_print(LogLevel::info, process_id.is_none()
-                                     ? fmt::sprintf("想定'%s'加载失败,请检查想定文件是否存在!", scenario_name.to_text())
-                                     : fmt::sprintf("想定'%s'加载失败,进程%d,请检查想定文件是否存在!",
-                                                    scenario_name.to_text(), whole_number(process_id)));
-    return false;
-  }
-  if (load_scenario(scenario_name)) return true;
-  error_room_flag = kFailed;
-  return false;
-}
-
-void Deduction::open_data_channel() {
-  const Value received = game->set_data_receive();
-  // Taken as it is: what is wrong in it fails where the build reads it. What is no table is asked for again.
-  if (!sides_info.is_dict()) need_set_friend_side = true;
-  if (!sides_info.is_dict() || !sides_info.truthy()) sides_info = received;
-  if (need_set_friend_side) init_friend_sides();
-  game->request_full_situation();
 }
 
 }  // namespace tessra

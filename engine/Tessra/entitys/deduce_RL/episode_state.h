@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -22,6 +23,17 @@ struct TextHash {
   std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
 };
 using TextSet = std::unordered_set<std::string, TextHash, std::equal_to<>>;
+
+/// An agent's call that failed, or a part of the model that could not be worked on.
+struct FailedCall {
+  /// Null when it was not an agent's, or when the agent could not even be built.
+  std::shared_ptr<const Agent> agent;
+  /// As the agent's author knows it; empty when it was not an agent's.
+  const char* operation = "";
+  /// The agent's, or the one whose part of the model was worked on; empty for none.
+  std::string side;
+  std::string agent_name;
+};
 
 /// What the engine knows of the running episode, and what it keeps between episodes.
 struct EpisodeState {
@@ -52,6 +64,13 @@ struct EpisodeState {
   /// Since the episode started: orders the service refused, and calls into agents that failed and were only logged.
   std::int64_t orders_refused = 0;
   std::int64_t calls_failed = 0;
+
+  // Failures.
+
+  /// Whose the error was that reached the host from the last `reset`, `step` or `normal_simulate`.
+  FailedCall failed_call;
+  /// The failure for which `normal_simulate` ended the program; null when the end had none.
+  std::exception_ptr fatal_error;
 
   // The situation model.
 

@@ -1,19 +1,11 @@
 #include "Tessra/entitys/deduce_RL/first_contacts.h"
 
 #include <algorithm>
-#include <span>
-#include <vector>
 
 #include "Tessra/entitys/deduce_RL/record_parts.h"
-#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {
-
-const Value* unit_of(const Value& contact) {
-  const Dict* fields = contact.if_dict();
-  return fields != nullptr ? fields->find(names::kActualUnitID) : nullptr;
-}
 
 const Dict* FirstContacts::on(const Value& unit_id) {
   if (!is_noted_) note_all();
@@ -33,8 +25,7 @@ const Dict* FirstContacts::on(const Value& unit_id) {
 void FirstContacts::merge(const Value& contact_id, Dict& contact, const Dict& fresh) {
   contact.update(fresh);
   if (!is_noted_ || !fresh.contains(names::kActualUnitID)) return;
-  const Value& merged = contacts_.at(contact_id);
-  note(merged, unit_of(merged));
+  note(contacts_.at(contact_id));
 }
 
 void FirstContacts::adopt(const Value& contact_id, const Value& contact) {
@@ -44,7 +35,7 @@ void FirstContacts::adopt(const Value& contact_id, const Value& contact) {
   if (contacts_.place(adopted) < end_) {
     note_all();
   } else {
-    note(adopted, unit_of(adopted));
+    note(adopted);
   }
 }
 
@@ -52,24 +43,15 @@ void FirstContacts::note_all() {
   is_noted_ = true;
   end_ = 0;
   notes_.reset(contacts_.size());
-  std::vector<const Value*> units;
-  std::size_t at = 0;
-  const auto fetch = [&](std::span<const Visited> some) {
-    units.clear();
-    at = 0;
-    for (const auto& [contact_id, contact] : some) {
-      units.push_back(unit_of(contact));
-      if (units.back() != nullptr) units.back()->fetch_held();
-    }
-  };
-  visit_together(contacts_, fetch,
-                 [&](const Value& /*contact_id*/, const Value& contact) { note(contact, units[at++]); });
+  for (auto [contact_id, contact] : contacts_) note(contact);
 }
 
-void FirstContacts::note(const Value& contact, const Value* unit_id) {
+void FirstContacts::note(const Value& contact) {
   const std::size_t place = contacts_.place(contact);
   end_ = std::max(end_, place + 1);
-  if (!contact.is_dict()) {
+  const Dict* fields = contact.if_dict();
+  const Value* unit_id = fields != nullptr ? fields->find(names::kActualUnitID) : nullptr;
+  if (fields == nullptr) {
     is_odd_ = true;
   } else if (unit_id != nullptr && unit_id->is_string()) {
     notes_.add(KeyRef(*unit_id).hash(), static_cast<std::uint32_t>(place));

@@ -5,15 +5,12 @@
 
 namespace tessra {
 
-/// The id of the unit that a contact is on; null when it does not tell, or is no contact.
-const Value* unit_of(const Value& contact);
-
 /// A side's first contact on each unit, in the order of its contact table, while friends share their contacts with it.
 ///
-/// Asking for every contact of a friend by walking the table would take the product of both numbers. So at the first
-/// question the table is walked once, and noted where a contact on a unit may stand. From then on the side's contacts
-/// must be changed through `merge` and `adopt` alone. A note that is no longer true does no harm: what is found by it
-/// is looked at.
+/// Walking the table for every contact of a friend would take the product of both numbers. So at the first question the
+/// table is walked once, and the place of each contact is noted under its unit. From then on the side's contacts must
+/// be changed through `merge` and `adopt` alone. A contact that has turned to another unit leaves a stale note, which
+/// is harmless: every answer is checked against the contact itself.
 class FirstContacts {
  public:
   /// `contacts` is the side's own table, shared.
@@ -30,7 +27,7 @@ class FirstContacts {
 
  private:
   void note_all();
-  void note(const Value& contact, const Value* unit_id);
+  void note(const Value& contact);
   const Dict* look_for(const Value& unit_id) const;
 
   Dict contacts_;

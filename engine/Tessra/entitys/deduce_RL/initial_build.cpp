@@ -3,16 +3,19 @@
 #include <algorithm>
 
 #include "Tessra/base/guard.h"
-#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/commonfunction.h"
+#include "Tessra/entitys/deduce_RL/agent_calls.h"
+#include "Tessra/entitys/deduce_RL/contact_sharing.h"
+#include "Tessra/entitys/deduce_RL/element_lookup.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
-#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {
 
 bool Deduction::process_init_situation(const Value& situation) {
   if (!has_sides(situation)) {
-    log_or_print(LogLevel::error, fmt::sprintf("推演第%d局处理初始化态势失败，收到态势为空！", current_round));
+    log_or_print(*this, LogLevel::error, fmt::sprintf("推演第%d局处理初始化态势失败，收到态势为空！", current_round));
     return false;
   }
   const bool built = guarded(
@@ -21,7 +24,7 @@ bool Deduction::process_init_situation(const Value& situation) {
         initial_all_units(situation.as_dict());
       },
       [&](const std::exception_ptr& error) {
-        log_or_print(LogLevel::error,
+        log_or_print(*this, LogLevel::error,
                      fmt::sprintf("推演第%d局处理初始化态势失败，错误:%s！", current_round, error_text(error)));
       });
   if (!built) return false;
@@ -33,7 +36,8 @@ bool Deduction::process_init_situation(const Value& situation) {
     player->set_scenario_duration(scenario_obj->get_attribute("Duration"));
   }
   const auto total = static_cast<std::int64_t>(elements.size()) - static_cast<std::int64_t>(players.size()) - 1;
-  log_or_print(LogLevel::info, fmt::sprintf("推演第%d局处理初始化态势完成, 单元和任务总数:%d", current_round, total));
+  log_or_print(*this, LogLevel::info,
+               fmt::sprintf("推演第%d局处理初始化态势完成, 单元和任务总数:%d", current_round, total));
   return true;
 }
 
@@ -87,6 +91,68 @@ void Deduction::init_friend_sides() {
   need_set_friend_side = false;
 }
 
+namespace {
+
+/// Texts stay shared: nobody can change one.
+SideView copy_of(const SideView& view) {
+  return {view.units.deep_copy(Texts::shared), view.contacts.deep_copy(Texts::shared)};
+}
+
+void build_units(Deduction& engine, std::string_view side_name, Dict& units) {
+  for (auto [unit_id, info] : units) {
+    entry_dict(unit_id, info).set(names::kId, unit_id);
+    const Value* code = info.as_dict().find(names::kUnitType);
+    if (code == nullptr) continue;
+    if (const auto type = unit_element_type(*code)) {
+      engine.create_element(cf::text_of(unit_id), std::move(info), *type, side_name);
+    } else {
+      log_or_print(engine, LogLevel::error,
+                   fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-未知UnitType值:%d!", unit_id.to_text(), side_name,
+                                whole_number(*code)));
+    }
+  }
+}
+
+void build_side(Deduction& engine, const Value& side_id, const std::string& side_name, const Dict& side_situation,
+                const Dict& scen, FriendViews& friend_views) {
+  if (!side_situation.non_empty("Side")) {
+    throw Error(fmt::sprintf("初始全量态势，推演方-%s-的Side没有有效值", side_id.to_text()));
+  }
+  if (!side_situation.non_empty("SideReal")) {
+    throw Error(fmt::sprintf("初始全量态势，推演方-%s-的SideReal没有有效值", side_id.to_text()));
+  }
+  Dict side_part = side_situation.at_dict("Side");
+  Dict real_part = side_situation.at_dict("SideReal");
+
+  SideView view = engine.get_side_initial_situation(side_name, side_situation, true);
+  if (engine.friend_side_set.contains(side_id.to_text())) friend_views.set(side_id.to_text(), copy_of(view));
+  take_missions(side_part, [&](const Value& guid, Value& info, ElementType type) {
+    engine.create_element(cf::text_of(guid), std::move(info), type, side_name);
+  });
+  build_units(engine, side_name, view.units);
+
+  side_part.erase("ActiveUnitsInfo");
+  real_part.erase("ActiveUnits");
+  real_part.erase("Contacts");
+  side_part.update(real_part);
+  side_part.set("Contacts", view.contacts);
+  if (const Dict* descriptor = side_descriptor(scen, side_id)) side_part.update(*descriptor);
+  if (side_situation.non_empty("SideVitalChange")) side_part.update(side_situation.at_dict("SideVitalChange"));
+  side_part.set(names::kId, side_id);
+  engine.create_element(cf::text_of(side_id), side_part, ElementType::Side, side_name);
+}
+
+void build_scenario(Deduction& engine, const Dict& situation_data, Dict& scen, const Dict& situ) {
+  if (!scen.contains("ScenarioID")) return;
+  scen.erase("SideInfo");
+  if (const Dict* info = situ.find_dict("SituationInfo")) scen.update(*info);
+  if (situation_data.non_empty("Events")) scen.update(situation_data.at_dict("Events"));
+  // Read here: what was merged into the scenario may have brought another one.
+  engine.create_element(cf::text_of(scen.at("ScenarioID")), scen, ElementType::Scenario);
+}
+
+}  // namespace
+
 void Deduction::initial_all_units(const Dict& situation_data) {
   Dict scen = situation_data.at_dict("ScenarioInfo");
   const Dict situ = situation_data.at_dict("Situation");
@@ -101,89 +167,21 @@ void Deduction::initial_all_units(const Dict& situation_data) {
     const Value* side_name = side_id2name.find(side_id);
     if (side_name == nullptr) continue;
     if (agents_side_config.contains(*side_name)) {
-      build_side(side_id, side_name->to_text(), entry_dict(side_id, side_situation), scen, friend_views);
+      build_side(*this, side_id, side_name->to_text(), entry_dict(side_id, side_situation), scen, friend_views);
     } else if (friend_side_set.contains(side_id.to_text())) {
       friend_views.set(side_id.to_text(),
                        get_side_initial_situation(side_name->to_text(), entry_dict(side_id, side_situation)));
     }
   }
-  share_initial_contacts(friend_views);
-  build_scenario(situation_data, scen, situ);
-}
-
-void Deduction::build_side(const Value& side_id, const std::string& side_name, const Dict& side_situation,
-                           const Dict& scen, FriendViews& friend_views) {
-  if (!side_situation.non_empty("Side")) {
-    throw Error(fmt::sprintf("初始全量态势，推演方-%s-的Side没有有效值", side_id.to_text()));
-  }
-  if (!side_situation.non_empty("SideReal")) {
-    throw Error(fmt::sprintf("初始全量态势，推演方-%s-的SideReal没有有效值", side_id.to_text()));
-  }
-  Dict side_part = side_situation.at_dict("Side");
-  Dict real_part = side_situation.at_dict("SideReal");
-
-  SideView view = get_side_initial_situation(side_name, side_situation, true);
-  if (friend_side_set.contains(side_id.to_text())) friend_views.set(side_id.to_text(), view.deep_copy());
-  build_missions(side_name, side_part);
-  build_units(side_name, view.units);
-
-  side_part.erase("ActiveUnitsInfo");
-  real_part.erase("ActiveUnits");
-  real_part.erase("Contacts");
-  side_part.update(real_part);
-  side_part.set("Contacts", view.contacts);
-  if (const Dict* descriptor = side_descriptor(scen, side_id)) side_part.update(*descriptor);
-  if (side_situation.non_empty("SideVitalChange")) side_part.update(side_situation.at_dict("SideVitalChange"));
-  side_part.set(names::kId, side_id);
-  create_element(cf::text_of(side_id), side_part, ElementType::Side, side_name);
-}
-
-void Deduction::build_missions(std::string_view side_name, Dict& side_part) {
-  Dict* by_category = side_part.find_dict("Missions");
-  if (by_category == nullptr) return;
-  for (auto [category, missions] : *by_category) {
-    const ElementType* type = classname2element(category);
-    if (type == nullptr) continue;
-    for (auto [guid, info] : entry_dict(category, missions)) {
-      flatten_mission(entry_dict(guid, info));
-      create_element(cf::text_of(guid), std::move(info), *type, side_name);
-    }
-  }
-  side_part.erase("Missions");
-}
-
-void Deduction::build_units(std::string_view side_name, Dict& units) {
-  const auto fetch = [this](const Value& unit_id, const Value& info) {
-    fetch_held(unit_id, info);
-    elements.fetch_slot(KeyRef(unit_id).hash());
-  };
-  visit_fetched(units, fetch, [&](const Value& unit_id, Value& info) {
-    entry_dict(unit_id, info).set(names::kId, unit_id);
-    const Value* code = info.as_dict().find(names::kUnitType);
-    if (code == nullptr) return;
-    if (const auto type = unit_element_type(*code)) {
-      create_element(cf::text_of(unit_id), std::move(info), *type, side_name);
-    } else {
-      log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-未知UnitType值:%d!",
-                                                 unit_id.to_text(), side_name, whole_number(*code)));
-    }
-  });
-}
-
-void Deduction::build_scenario(const Dict& situation_data, Dict& scen, const Dict& situ) {
-  if (!scen.contains("ScenarioID")) return;
-  scen.erase("SideInfo");
-  if (const Dict* info = situ.find_dict("SituationInfo")) scen.update(*info);
-  if (situation_data.non_empty("Events")) scen.update(situation_data.at_dict("Events"));
-  // Read here: what was merged into the scenario may have brought another one.
-  create_element(cf::text_of(scen.at("ScenarioID")), scen, ElementType::Scenario);
+  share_initial_contacts(*this, friend_views);
+  build_scenario(*this, situation_data, scen, situ);
 }
 
 std::vector<std::string> Deduction::unreported_sides() const {
   std::vector<std::string> sides;
   for (const auto& [side, player] : players) {
     const bool is_reported = std::any_of(side_id2name.begin(), side_id2name.end(), [&, &own = player](const auto& it) {
-      return element_of(it.key) == own.get();
+      return element_of(*this, it.key) == own.get();
     });
     if (!is_reported) sides.emplace_back(side);
   }

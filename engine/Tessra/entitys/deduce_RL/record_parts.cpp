@@ -24,12 +24,31 @@ const Dict* side_descriptor(const Dict& scenario_info, const KeyRef& side_id) {
   return sides != nullptr ? sides->find_dict(side_id) : nullptr;
 }
 
-void flatten_mission(Dict& mission_info) {
-  const Dict* found = mission_info.find_dict("Mission");
+namespace {
+
+void flatten_mission(Dict& info) {
+  const Dict* found = info.find_dict("Mission");
   if (found == nullptr) return;
   const Dict inner = *found;
-  mission_info.update(inner);
-  mission_info.erase("Mission");
+  info.update(inner);
+  info.erase("Mission");
+}
+
+}  // namespace
+
+void take_missions(Dict& side_part,
+                   const std::function<void(const Value& guid, Value& info, ElementType type)>& visit) {
+  Dict* by_category = side_part.find_dict("Missions");
+  if (by_category == nullptr) return;
+  for (auto [category, missions] : *by_category) {
+    const ElementType* type = classname2element(category);
+    if (type == nullptr) continue;
+    for (auto [guid, info] : entry_dict(category, missions)) {
+      flatten_mission(entry_dict(guid, info));
+      visit(guid, info, *type);
+    }
+  }
+  side_part.erase("Missions");
 }
 
 std::optional<ElementType> unit_element_type(const Value& code) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "Tessra/base/value.h"
@@ -28,8 +29,8 @@ bool has_sides(const Value& situation);
 /// The scenario's descriptor of a side, or null.
 const Dict* side_descriptor(const Dict& scenario_info, const KeyRef& side_id);
 
-/// Merges a mission's inner record into the mission's info and drops it.
-void flatten_mission(Dict& mission_info);
+/// Takes the missions out of a side's basic part and visits each, its inner record merged into it.
+void take_missions(Dict& side_part, const std::function<void(const Value& guid, Value& info, ElementType type)>& visit);
 
 /// The element type of a `UnitType` code; none for a code that stands for no unit.
 std::optional<ElementType> unit_element_type(const Value& code);

@@ -6,6 +6,7 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/commonfunction.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 
 namespace tessra {
 
@@ -32,7 +33,7 @@ bool Deduction::scenario_exists(const Value& name) {
 
 bool Deduction::load_scenario(const Value& name) {
   if (!name.truthy()) {
-    log_only(LogLevel::info, "无需加载想定");
+    log_only(*this, LogLevel::info, "无需加载想定");
     return true;
   }
   const double start = seams_.clock->now();
@@ -41,18 +42,18 @@ bool Deduction::load_scenario(const Value& name) {
     const bool answered = guarded(
         [&] { loaded = game->load_scenario(name).is_true(); },
         [&](const std::exception_ptr& error) {
-          log_or_print(LogLevel::error, fmt::sprintf("加载想定-%s-出错:%s!", name.to_text(), error_text(error)));
+          log_or_print(*this, LogLevel::error, fmt::sprintf("加载想定-%s-出错:%s!", name.to_text(), error_text(error)));
         });
     if (loaded) break;
-    if (answered) log_or_print(LogLevel::error, fmt::sprintf("加载想定-%s-失败!", name.to_text()));
+    if (answered) log_or_print(*this, LogLevel::error, fmt::sprintf("加载想定-%s-失败!", name.to_text()));
     seams_.clock->wait(1);
   }
   const double seconds = seams_.clock->now() - start;
   if (!loaded) {
-    log_only(LogLevel::info, "加载想定失败!");
+    log_only(*this, LogLevel::info, "加载想定失败!");
     return false;
   }
-  log_only(LogLevel::info, [&] {
+  log_only(*this, LogLevel::info, [&] {
     const auto line =
         fmt::sprintf("第%d局,想定'%s'加载成功,加载想定耗时:%.1lfs", current_round, name.to_text(), seconds);
     return process_id.is_none() ? line : fmt::sprintf("进程:%d,", whole_number(process_id)) + line;

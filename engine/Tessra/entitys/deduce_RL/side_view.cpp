@@ -1,12 +1,16 @@
 // A side's record comes in three parts: basic information (`Side`), the live state (`SideReal`) and positions
 // (`SidePosition`). The operations here join them per unit and per contact into the view that agents receive. The view
 // shares its dictionaries with the record, so joining changes the record: it extends some of them and empties others.
+//
+// An initial record is complete, and what is missing in it is reported. An update carries what changed: parts may be
+// missing, and only a unit or contact that is new to the side must come with everything it needs.
 
 #include <fmt/printf.h>
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/element_lookup.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
-#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 
 namespace tessra {
@@ -22,6 +26,17 @@ std::optional<Dict> take_active_unit(Dict& live) {
   return inner;
 }
 
+/// A unit without a type is a group where groups stand; elsewhere that is a mistake, which `report` tells.
+template <class Report>
+void default_unit_type(Dict& unit, const Value& category, const Report& report) {
+  if (unit.contains(names::kUnitType)) return;
+  if (category.is_text("Group")) {
+    unit.set(names::kUnitType, 0);
+  } else {
+    report();
+  }
+}
+
 /// The sides of contacts arrive as ids and are shown as names; an unknown id stays as it is.
 void name_contact_sides(Dict& contacts, const Dict& side_id2name) {
   for (auto [contact_id, contact] : contacts) {
@@ -31,216 +46,203 @@ void name_contact_sides(Dict& contacts, const Dict& side_id2name) {
   }
 }
 
-/// Makes room for the units of all categories. From then on their places stay what they are.
-void make_room(const Dict& active, Dict& units) {
-  std::size_t most = units.size();
-  for (auto [category, live_table] : active) {
-    if (const Dict* table = live_table.if_dict()) most += table->size();
-  }
-  units.reserve(most);
-}
-
 std::string contact_name(const Dict& contact) {
   const Value* name = contact.find("Name");
   return name != nullptr ? name->to_text() : "No Name";
 }
 
-}  // namespace
+/// What both joins know of the side.
+class SideJoin {
+ public:
+  SideJoin(Deduction& engine, std::string_view side_name, const Dict& side_info)
+      : engine_(engine),
+        side_name_(side_name),
+        basic_(part_or_empty(side_info, "Side")),
+        real_(part_or_empty(side_info, "SideReal")),
+        position_(part_or_empty(side_info, "SidePosition")) {
+    if (const Dict* units = basic_.find_dict("ActiveUnitsInfo")) view_.units = *units;
+  }
+
+ protected:
+  /// Visits the live records of each category of units: `visit(category, table)`.
+  template <class Visit>
+  void for_each_category(Visit&& visit) {
+    Dict* active = real_.find_dict("ActiveUnits");
+    if (active == nullptr) return;
+    for (auto [category, table] : *active) {
+      if (classname2element(category) != nullptr) visit(category, entry_dict(category, table));
+    }
+  }
+  template <class... Arguments>
+  void report(const char* form, const Arguments&... arguments) const {
+    log_or_print(engine_, LogLevel::error, fmt::sprintf(form, arguments...));
+  }
+
+  Deduction& engine_;
+  std::string_view side_name_;
+  Dict basic_, real_, position_;
+  SideView view_;
+};
 
 // ---- Initial situation ------------------------------------------------------------------------------------------
 
-SideView Deduction::get_side_initial_situation(std::string_view side_name, const Dict& side_info,
-                                               bool need_save_initial) {
-  const Dict side = part_or_empty(side_info, "Side");
-  Dict real = part_or_empty(side_info, "SideReal");
-  const Dict position = part_or_empty(side_info, "SidePosition");
+class InitialJoin : private SideJoin {
+ public:
+  using SideJoin::SideJoin;
 
-  SideView view;
-  if (const Dict* basic = side.find_dict("ActiveUnitsInfo")) view.units = *basic;
-  if (Dict* active = real.find_dict("ActiveUnits")) {
-    if (need_save_initial) make_room(*active, init_units);
-    for (auto [category, live_table] : *active) {
-      if (classname2element(category) == nullptr) continue;
-      join_initial_category({side_name, category, entry_dict(category, live_table), position, need_save_initial},
-                            view.units);
+  SideView run(bool save_positions) {
+    for_each_category([&](const Value& category, Dict& live) { join_category(category, live, save_positions); });
+    if (real_.non_empty("Contacts")) {
+      view_.contacts = real_.at_dict("Contacts");
+      if (const Dict* places = position_.find_dict("Contacts")) join_contacts(*places);
     }
+    name_contact_sides(view_.contacts, engine_.side_id2name);
+    return view_;
   }
-  if (real.non_empty("Contacts")) {
-    view.contacts = real.at_dict("Contacts");
-    if (const Dict* places = position.find_dict("Contacts")) join_initial_contacts(side_name, *places, view.contacts);
-  }
-  name_contact_sides(view.contacts, side_id2name);
-  return view;
-}
 
-void Deduction::join_initial_category(const InitialCategory& given, Dict& units) {
-  Dict positions;
-  if (const Dict* found = given.position.find_dict(given.category)) {
-    positions = *found;
-  } else {
-    log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！类别-%s-在推演方-%s-实时动态信息中存在但没有位置!",
-                                               given.category.to_text(), given.side_name));
+ private:
+  void join_category(const Value& category, Dict& live_table, bool save_positions) {
+    Dict* places = position_.find_dict(category);
+    if (places == nullptr) {
+      report("初始化态势出错！类别-%s-在推演方-%s-实时动态信息中存在但没有位置!", category.to_text(), side_name_);
+    }
+    for (auto [unit_id, record] : live_table) {
+      Value* known = view_.units.find(unit_id);
+      if (known == nullptr) {
+        report("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!", unit_id.to_text(), side_name_);
+        continue;
+      }
+      Dict& unit = entry_dict(unit_id, *known);
+      Dict live = std::move(entry_dict(unit_id, record));
+      if (auto inner = take_active_unit(live)) unit.update(*std::move(inner));
+      if (Value* place = places != nullptr ? places->find(unit_id) : nullptr) {
+        join_position(category, unit_id, unit, entry_dict(unit_id, *place), save_positions);
+      } else {
+        report("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有位置!", unit_id.to_text(), side_name_);
+      }
+      unit.update(std::move(live));
+    }
   }
-  const std::vector<Value*> places = positions.find_all(given.live_table);
-  std::size_t at = 0;
-  const auto join = [&](const Value& unit_id, Value& live_record, Value* known) {
-    Value* const place = places[at++];
-    if (known == nullptr) {
-      log_or_print(LogLevel::error,
-                   fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
-                                unit_id.to_text(), given.side_name));
-      return;
-    }
-    Dict& unit = entry_dict(unit_id, *known);
-    Dict live = std::move(entry_dict(unit_id, live_record));
-    if (auto inner = take_active_unit(live)) unit.update(*std::move(inner));
-    if (place != nullptr) {
-      join_initial_position(given, unit_id, unit, entry_dict(unit_id, *place));
-    } else {
-      log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
-                                                 unit_id.to_text(), given.side_name));
-    }
-    unit.update(std::move(live));
-  };
-  visit_found(given.live_table, units.find_all(given.live_table), join);
-}
 
-void Deduction::join_initial_position(const InitialCategory& given, const Value& unit_id, Dict& unit, Dict& place) {
-  unit.update(place);
-  if (!unit.contains(names::kUnitType)) {
-    if (given.category.is_text("Group")) {
-      unit.set(names::kUnitType, 0);
-    } else {
-      log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！类别-%s-单元-%s-在推演方-%s-没有UnitType!",
-                                                 given.category.to_text(), unit_id.to_text(), given.side_name));
-    }
+  void join_position(const Value& category, const Value& unit_id, Dict& unit, Dict& place, bool save_position) {
+    unit.update(place);
+    default_unit_type(unit, category, [&] {
+      report("初始化态势出错！类别-%s-单元-%s-在推演方-%s-没有UnitType!", category.to_text(), unit_id.to_text(),
+             side_name_);
+    });
+    if (!save_position) return;
+    const bool moves = category.is_text("Aircraft") || category.is_text("Ship") || category.is_text("Submarine");
+    place.set("Type", moves ? 1 : 0);
+    engine_.init_units.set(unit_id, place);
   }
-  if (!given.save_position) return;
-  const bool moves =
-      given.category.is_text("Aircraft") || given.category.is_text("Ship") || given.category.is_text("Submarine");
-  place.set("Type", moves ? 1 : 0);
-  init_units.set(unit_id, place);
-}
 
-void Deduction::join_initial_contacts(std::string_view side_name, const Dict& places, Dict& contacts) {
-  for (auto [contact_id, contact] : contacts) {
-    if (const Dict* place = places.find_dict(contact_id)) {
-      entry_dict(contact_id, contact).update(*place);
-    } else {
-      log_or_print(LogLevel::error, fmt::sprintf("初始化态势出错！情报-%s-在推演方-%s-实时动态信息中存在但没有位置!",
-                                                 contact_name(entry_dict(contact_id, contact)), side_name));
+  void join_contacts(const Dict& places) {
+    for (auto [contact_id, contact] : view_.contacts) {
+      if (const Dict* place = places.find_dict(contact_id)) {
+        entry_dict(contact_id, contact).update(*place);
+      } else {
+        report("初始化态势出错！情报-%s-在推演方-%s-实时动态信息中存在但没有位置!",
+               contact_name(entry_dict(contact_id, contact)), side_name_);
+      }
     }
   }
-}
+};
 
 // ---- Update situation -------------------------------------------------------------------------------------------
 
-SideView Deduction::get_side_update_situation(std::string_view side_name, const Dict& side_info,
-                                              const Dict* crt_contacts) {
-  const Dict side = part_or_empty(side_info, "Side");
-  Dict real = part_or_empty(side_info, "SideReal");
-  Dict position = part_or_empty(side_info, "SidePosition");
+class UpdateJoin : private SideJoin {
+ public:
+  using SideJoin::SideJoin;
 
-  SideView view;
-  if (const Dict* basic = side.find_dict("ActiveUnitsInfo")) view.units = *basic;
-  if (Dict* active = real.find_dict("ActiveUnits")) {
-    make_room(*active, view.units);
-    for (auto [category, live_table] : *active) {
-      if (classname2element(category) == nullptr) continue;
-      join_update_category({side_name, category, entry_dict(category, live_table), position, crt_contacts != nullptr},
-                           view);
-    }
+  SideView run(const Dict* current_contacts) {
+    for_each_category(
+        [&](const Value& category, Dict& live) { join_category(category, live, current_contacts != nullptr); });
+    join_positions();
+    if (real_.non_empty("Contacts")) view_.contacts = real_.at_dict("Contacts");
+    if (Dict* places = position_.find_dict("Contacts")) join_contacts(*places, current_contacts);
+    name_contact_sides(view_.contacts, engine_.side_id2name);
+    return view_;
   }
-  join_update_positions(position, view.units);
-  if (real.non_empty("Contacts")) view.contacts = real.at_dict("Contacts");
-  if (Dict* places = position.find_dict("Contacts")) {
-    join_update_contacts(side_name, *places, crt_contacts, view.contacts);
-  }
-  name_contact_sides(view.contacts, side_id2name);
-  return view;
-}
 
-void Deduction::join_update_category(const UpdateCategory& given, SideView& view) {
-  Dict& units = view.units;
-  const Dict* positions = given.position.find_dict(given.category);
-  std::vector<Element*> known;
-  if (given.may_be_new) known = elements_of(given.live_table);
-  std::size_t at = 0;
-  visit_fetched(given.live_table, fetch_held, [&](const Value& unit_id, Value& live_record) {
-    Element* const element = given.may_be_new ? known[at++] : nullptr;
-    const bool is_new = given.may_be_new && element == nullptr;
-    const auto note_known = [&](const Value& entry) {
-      if (element == nullptr) return;
-      view.known.resize(std::max(view.known.size(), units.place(entry) + 1));
-      view.known[units.place(entry)] = element;
-    };
-    Dict live = std::move(entry_dict(unit_id, live_record));
-    if (Value* entry = units.find(unit_id)) {
-      note_known(*entry);
-      Dict& unit = entry_dict(unit_id, *entry);
-      if (auto inner = take_active_unit(live)) unit.update(*std::move(inner));
-      if (is_new && (positions == nullptr || !positions->contains(unit_id))) {
-        log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有位置!",
-                                                   unit_id.to_text(), given.side_name));
-      }
-      unit.update(std::move(live));
-      if (is_new) default_unit_type(given, unit_id, unit);
-    } else if (is_new) {
-      log_or_print(LogLevel::error,
-                   fmt::sprintf("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
-                                unit_id.to_text(), given.side_name));
-    } else if (auto inner = take_active_unit(live)) {
-      inner->update(std::move(live));
-      note_known(units.set(unit_id, *std::move(inner)));
-    } else {
-      note_known(units.set(unit_id, std::move(live)));
-    }
-  });
-}
-
-void Deduction::default_unit_type(const UpdateCategory& given, const Value& unit_id, Dict& unit) {
-  if (unit.contains(names::kUnitType)) return;
-  if (given.category.is_text("Group")) {
-    unit.set(names::kUnitType, 0);
-  } else {
-    log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！新单元-%s-类别-%s-在推演方-%s-没有UnitType!",
-                                               unit_id.to_text(), given.category.to_text(), given.side_name));
-  }
-}
-
-void Deduction::join_update_positions(Dict& position, Dict& units) {
-  const auto fetch_unit = [&units](const Value& unit_id, const Value& /*place*/) {
-    if (const Dict* unit = fields_of(units.find(unit_id))) unit->fetch();
-  };
-  for (auto [category, table] : position) {
-    if (category.is_text("Contacts") || category.is_name(names::kMapdel)) continue;
-    visit_fetched(entry_dict(category, table), fetch_unit, [&](const Value& unit_id, Value& place) {
-      if (Dict* unit = units.find_dict(unit_id)) {
-        unit->update(std::move(entry_dict(unit_id, place)));
+ private:
+  void join_category(const Value& category, Dict& live_table, bool may_be_new) {
+    std::vector<Element*> known;
+    if (may_be_new) known = elements_of(engine_, live_table);
+    std::size_t at = 0;
+    for (auto [unit_id, record] : live_table) {
+      const bool is_new = may_be_new && known[at++] == nullptr;
+      Dict live = std::move(entry_dict(unit_id, record));
+      if (Value* entry = view_.units.find(unit_id)) {
+        Dict& unit = entry_dict(unit_id, *entry);
+        if (auto inner = take_active_unit(live)) unit.update(*std::move(inner));
+        if (is_new) require_position(category, unit_id);
+        unit.update(std::move(live));
+        if (is_new) require_type(category, unit_id, unit);
+      } else if (is_new) {
+        report("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有基本信息!", unit_id.to_text(), side_name_);
       } else {
-        units.set(unit_id, place);
+        Dict unit;
+        if (auto inner = take_active_unit(live)) unit.update(*std::move(inner));
+        unit.update(std::move(live));
+        view_.units.set(unit_id, std::move(unit));
       }
+    }
+  }
+
+  void require_position(const Value& category, const Value& unit_id) const {
+    const Dict* places = position_.find_dict(category);
+    if (places != nullptr && places->contains(unit_id)) return;
+    report("更新态势出错！新单元-%s-在推演方-%s-实时动态信息中存在但没有位置!", unit_id.to_text(), side_name_);
+  }
+
+  void require_type(const Value& category, const Value& unit_id, Dict& unit) const {
+    default_unit_type(unit, category, [&] {
+      report("更新态势出错！新单元-%s-类别-%s-在推演方-%s-没有UnitType!", unit_id.to_text(), category.to_text(),
+             side_name_);
     });
   }
+
+  void join_positions() {
+    for (auto [category, table] : position_) {
+      if (category.is_text("Contacts") || category.is_name(names::kMapdel)) continue;
+      for (auto [unit_id, place] : entry_dict(category, table)) {
+        if (Dict* unit = view_.units.find_dict(unit_id)) {
+          unit->update(std::move(entry_dict(unit_id, place)));
+        } else {
+          view_.units.set(unit_id, place);
+        }
+      }
+    }
+  }
+
+  void join_contacts(Dict& places, const Dict* current_contacts) {
+    if (current_contacts != nullptr) {
+      for (auto [contact_id, contact] : view_.contacts) {
+        if (current_contacts->contains(contact_id) || places.contains(contact_id)) continue;
+        report("更新态势出错！新情报-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
+               contact_name(entry_dict(contact_id, contact)), side_name_);
+      }
+    }
+    for (auto [contact_id, place] : places) {
+      if (Dict* contact = view_.contacts.find_dict(contact_id)) {
+        contact->update(std::move(entry_dict(contact_id, place)));
+      } else {
+        view_.contacts.set(contact_id, place);
+      }
+    }
+  }
+};
+
+}  // namespace
+
+SideView Deduction::get_side_initial_situation(std::string_view side_name, const Dict& side_info,
+                                               bool need_save_initial) {
+  return InitialJoin(*this, side_name, side_info).run(need_save_initial);
 }
 
-void Deduction::join_update_contacts(std::string_view side_name, Dict& places, const Dict* crt_contacts,
-                                     Dict& contacts) {
-  if (crt_contacts != nullptr) {
-    for (auto [contact_id, contact] : contacts) {
-      if (crt_contacts->contains(contact_id) || places.contains(contact_id)) continue;
-      log_or_print(LogLevel::error,
-                   fmt::sprintf("更新态势出错！新情报-%s-在推演方-%s-实时动态信息中存在但没有基本信息!",
-                                contact_name(entry_dict(contact_id, contact)), side_name));
-    }
-  }
-  for (auto [contact_id, place] : places) {
-    if (Dict* contact = contacts.find_dict(contact_id)) {
-      contact->update(std::move(entry_dict(contact_id, place)));
-    } else {
-      contacts.set(contact_id, place);
-    }
-  }
+SideView Deduction::get_side_update_situation(std::string_view side_name, const Dict& side_info,
+                                              const Dict* crt_contacts) {
+  return UpdateJoin(*this, side_name, side_info).run(crt_contacts);
 }
 
 }  // namespace tessra

@@ -1,6 +1,7 @@
 #include <fmt/printf.h>
 
-#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/deduce_RL/agent_calls.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
 #include "Tessra/entitys/field_names.h"
 
@@ -8,16 +9,16 @@ namespace tessra {
 
 void Deduction::process_step_situation(const Value& update_data) {
   parse_update_situation(update_data);
-  work_on("");
+  work_on(*this, "");
   update_simulate_info();
   if (names_key.truthy()) {
     for (const auto& [side, player] : players) {
-      work_on(side);
+      work_on(*this, side);
       player->update_units_of_names();
     }
   }
   check_situation();
-  work_on("");
+  work_on(*this, "");
 }
 
 void Deduction::update_scenario_new(Dict situation_data) {
@@ -46,19 +47,19 @@ void Deduction::update_scenario_new(Dict situation_data) {
 
 void Deduction::check_situation() {
   for (const auto& [side, player] : players) {
-    work_on(side);
+    work_on(*this, side);
     for (auto [contact_id, contact] : player->get_dict("Contacts")) {
       const Dict& record = contact.as_dict();
       const bool has_type = record.contains(names::kType);
       if (has_type && record.contains(names::kLon)) continue;
-      log_only(LogLevel::error, [&, &own = *player, &id = contact_id] {
+      log_only(*this, LogLevel::error, [&, &own = *player, &id = contact_id] {
         const Value* name = record.find("Name");
         return fmt::sprintf("side:%s, contact id:%s name:%s no %s!", own.get_attribute("Side").to_text(), id.to_text(),
                             name != nullptr ? name->to_text() : "no-name", has_type ? "Lon" : "Type");
       });
     }
   }
-  work_on("");
+  work_on(*this, "");
 }
 
 }  // namespace tessra

@@ -1,60 +1,60 @@
 #include <fmt/printf.h>
 
-#include "Tessra/entitys/deduce_RL/deduction.h"
+#include "Tessra/entitys/commonfunction.h"
+#include "Tessra/entitys/deduce_RL/agent_calls.h"
+#include "Tessra/entitys/deduce_RL/contact_sharing.h"
+#include "Tessra/entitys/deduce_RL/element_lookup.h"
+#include "Tessra/entitys/deduce_RL/element_merge.h"
+#include "Tessra/entitys/deduce_RL/key_messages.h"
+#include "Tessra/entitys/deduce_RL/messages.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
-#include "Tessra/entitys/deduce_RL/table_walks.h"
 #include "Tessra/entitys/field_names.h"
 #include "Tessra/entitys/gameenvs/utils.h"
 
 namespace tessra {
 
-void Deduction::parse_update_situation(const Value& situation_data) {
-  if (!situation_data.truthy()) return;
-  const Dict& update = situation_data.as_dict();
-  if (update.non_empty("IsEnd")) {
-    log_only(LogLevel::info, "receive end situation!");
-    deduce_is_end = true;
-  }
-  const Dict deletions = deletion_share(update);
+namespace {
 
-  const Dict scen = part_or_empty(update, "ScenarioInfo");
-  const Dict situ = part_or_empty(update, "Situation");
-  Dict side_situations = part_or_empty(situ, "SituationSides");
-  if (!side_situations.empty()) {
-    FriendViews friend_views;
-    for (auto [side_id, side_situation] : side_situations) {
-      merge_side(side_id, entry_dict(side_id, side_situation), scen, friend_views);
-    }
-    share_updated_contacts(friend_views);
-    work_on("");
-  }
-  update_scenario_new(update);
-  parse_delete_situation(deletions);
-}
+/// Merges the sides of one update, and keeps what their friends are to see of them.
+class SideMerge {
+ public:
+  SideMerge(Deduction& engine, const Dict& scenario_info) : engine_(engine), scenario_info_(scenario_info) {}
 
-void Deduction::merge_side(const Value& side_id, const Dict& side_situation, const Dict& scen,
-                           FriendViews& friend_views) {
-  const Value* known_name = side_id2name.find(side_id);
+  void run(const Value& side_id, const Dict& side_situation);
+  const FriendViews& friend_views() const { return friend_views_; }
+
+ private:
+  void merge_units(std::string_view side_name, Dict& units, cf::Adopt adopt);
+  void merge_new_unit(std::string_view side_name, const Value& unit_id, Value info);
+  void merge_missions(std::string_view side_name, Dict& side_part);
+
+  Deduction& engine_;
+  const Dict& scenario_info_;
+  FriendViews friend_views_;
+};
+
+void SideMerge::run(const Value& side_id, const Dict& side_situation) {
+  const Value* known_name = engine_.side_id2name.find(side_id);
   if (known_name == nullptr) return;
   const std::string side_name = known_name->to_text();
-  const bool is_friend = friend_side_set.contains(side_id.to_text());
-  const auto* found = players.find(side_name);
+  const bool is_friend = engine_.friend_side_set.contains(side_id.to_text());
+  const auto* found = engine_.players.find(side_name);
   if (found == nullptr) {
-    if (is_friend) friend_views.set(side_id.to_text(), get_side_update_situation(side_name, side_situation));
+    if (is_friend) friend_views_.set(side_id.to_text(), engine_.get_side_update_situation(side_name, side_situation));
     return;
   }
-  work_on(side_name);
+  work_on(engine_, side_name);
   RuleAgentBase& player = **found;
   Dict side_part = part_or_empty(side_situation, "Side");
   Dict real_part = part_or_empty(side_situation, "SideReal");
 
   const Dict current_contacts = player.get_dict("Contacts");
-  SideView view = get_side_update_situation(side_name, side_situation, &current_contacts);
+  SideView view = engine_.get_side_update_situation(side_name, side_situation, &current_contacts);
   // Friends get the view as it is now. The merge leaves its records as they are, but for what is new in them or adopted
   // from them, which goes on to change with the model: so it adopts copies instead.
-  if (is_friend) friend_views.set(side_id.to_text(), {view.units, view.contacts});
+  if (is_friend) friend_views_.set(side_id.to_text(), {view.units, view.contacts});
   const cf::Adopt adopt = is_friend ? cf::Adopt::copied : cf::Adopt::shared;
-  merge_units(side_name, view, adopt);
+  merge_units(side_name, view.units, adopt);
   side_part.erase("ActiveUnitsInfo");
   merge_missions(side_name, side_part);
   real_part.erase("ActiveUnits");
@@ -68,125 +68,84 @@ void Deduction::merge_side(const Value& side_id, const Dict& side_situation, con
     }
   };
   if (!real_part.empty()) join(real_part);
-  if (const Dict* descriptor = side_descriptor(scen, side_id)) join(*descriptor);
+  if (const Dict* descriptor = side_descriptor(scenario_info_, side_id)) join(*descriptor);
   if (side_situation.non_empty("SideVitalChange")) side_part.update(side_situation.at_dict("SideVitalChange"));
   side_part.set("Contacts", view.contacts);
-  update_element_info(player, side_part, adopt);
+  merge_element_info(engine_, player, side_part, adopt);
 
   if (const Dict* messages = side_situation.find_dict(utils::side_key_msg))
-    merge_key_messages(player, side_name, *messages);
+    merge_key_messages(engine_, player, side_name, *messages);
 }
 
-void Deduction::merge_units(std::string_view side_name, SideView& view, cf::Adopt adopt) {
-  const std::vector<Element*> found = elements_of(view.units, view.known);
-  visit_found(view.units, found, [&](const Value& unit_id, Value& info, Element* element) {
-    if (element == nullptr) element = element_of(unit_id);  // the ids 1 and "1" are one unit, which may be new
+void SideMerge::merge_units(std::string_view side_name, Dict& units, cf::Adopt adopt) {
+  const std::vector<Element*> found = elements_of(engine_, units);
+  std::size_t at = 0;
+  for (auto [unit_id, info] : units) {
+    Element* element = found[at++];
+    if (element == nullptr) element = element_of(engine_, unit_id);  // the ids 1 and "1" are one unit, made just now
     if (element != nullptr) {
-      update_element_info(*element, entry_dict(unit_id, info), adopt);
-      // Nobody reads the record again: it ends while it is near, instead of being fetched for that once more.
-      if (adopt == cf::Adopt::shared) info = Value();
-    } else if (crt_delete_units.contains(unit_id.to_text())) {
-      log_only(LogLevel::info, [&] {
-        const Dict& record = entry_dict(unit_id, info);
+      merge_element_info(engine_, *element, entry_dict(unit_id, info), adopt);
+    } else if (engine_.crt_delete_units.contains(unit_id.to_text())) {
+      log_only(engine_, LogLevel::info, [&, &id = unit_id, &entry = info] {
+        const Dict& record = entry_dict(id, entry);
         const std::string first_key = record.empty() ? "No" : (*record.begin()).key.to_text();
-        return fmt::sprintf("更新态势出错！推演中在推演方-%s-单元-%s删除后又有信息-%s-收到!", side_name,
-                            unit_id.to_text(), first_key);
+        return fmt::sprintf("更新态势出错！推演中在推演方-%s-单元-%s删除后又有信息-%s-收到!", side_name, id.to_text(),
+                            first_key);
       });
     } else {
       merge_new_unit(side_name, unit_id, cf::adopted(info, adopt));
     }
-  });
+  }
 }
 
-void Deduction::merge_new_unit(std::string_view side_name, const Value& unit_id, Value info) {
+void SideMerge::merge_new_unit(std::string_view side_name, const Value& unit_id, Value info) {
   entry_dict(unit_id, info).set(names::kId, unit_id);
   const Value* code = info.as_dict().find(names::kUnitType);
   if (code == nullptr) {
-    log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！推演中新单元-%s-在推演方-%s-没有基本信息的UnitType!",
-                                               unit_id.to_text(), side_name));
+    log_or_print(engine_, LogLevel::error,
+                 fmt::sprintf("更新态势出错！推演中新单元-%s-在推演方-%s-没有基本信息的UnitType!", unit_id.to_text(),
+                              side_name));
   } else if (const auto type = unit_element_type(*code)) {
-    create_element(cf::text_of(unit_id), std::move(info), *type, side_name);
+    engine_.create_element(cf::text_of(unit_id), std::move(info), *type, side_name);
   } else {
-    log_or_print(LogLevel::error, fmt::sprintf("更新态势出错！推演中在推演方-%s-新单元-%s-UnitType异常值:%d!",
-                                               side_name, unit_id.to_text(), whole_number(*code)));
+    log_or_print(engine_, LogLevel::error,
+                 fmt::sprintf("更新态势出错！推演中在推演方-%s-新单元-%s-UnitType异常值:%d!", side_name,
+                              unit_id.to_text(), whole_number(*code)));
   }
 }
 
-void Deduction::merge_missions(std::string_view side_name, Dict& side_part) {
-  Dict* by_category = side_part.find_dict("Missions");
-  if (by_category == nullptr) return;
-  for (auto [category, missions] : *by_category) {
-    const ElementType* type = classname2element(category);
-    if (type == nullptr) continue;
-    for (auto [guid, info] : entry_dict(category, missions)) {
-      flatten_mission(entry_dict(guid, info));
-      if (auto* const element = element_of(guid)) {
-        update_element_info(*element, info.as_dict());
-      } else {
-        create_element(cf::text_of(guid), std::move(info), *type, side_name);
-      }
-    }
-  }
-  side_part.erase("Missions");
-}
-
-void Deduction::merge_key_messages(RuleAgentBase& player, std::string_view side_name, const Dict& messages) {
-  Dict all_messages = player.get_dict("KeyMsg");
-  Dict contacts = player.get_dict("Contacts");
-  for (auto [raw_type, list] : messages) {
-    const std::optional<std::int64_t> type = message_type(raw_type, side_name);
-    if (!type) continue;
-    if (*type == utils::NEW_CONTACT_TYPE) {
-      add_new_contacts(contacts, messages.at_list(raw_type));
-    } else if (*type == utils::CONTACT_DETECT_RECORD) {
-      add_detection_records(contacts, messages.at_list(raw_type));
-    }
-    if (List* earlier = all_messages.find_list(*type)) {
-      earlier->extend(messages.at_list(raw_type));
+void SideMerge::merge_missions(std::string_view side_name, Dict& side_part) {
+  take_missions(side_part, [&](const Value& guid, Value& info, ElementType type) {
+    if (auto* const element = element_of(engine_, guid)) {
+      engine_.update_element_info(*element, info.as_dict());
     } else {
-      all_messages.set(*type, list);
+      engine_.create_element(cf::text_of(guid), std::move(info), type, side_name);
     }
-  }
+  });
 }
 
-std::optional<std::int64_t> Deduction::message_type(const Value& raw_type, std::string_view side_name) const {
-  if (!raw_type.is_string()) return raw_type.as_integer();
-  try {
-    const std::int64_t type = raw_type.to_integer();
-    log_only(LogLevel::info, [&] { return fmt::sprintf("side %s receive: msg_type:%d to int", side_name, type); });
-    return type;
-  } catch (const ConversionError& error) {
-    log_or_print(LogLevel::error, fmt::sprintf("事件类型转换整数出错, side %s receive: msg_type:%s, error:%s",
-                                               side_name, raw_type.to_text(), error.what()));
-    return std::nullopt;
-  }
-}
+}  // namespace
 
-void Deduction::add_new_contacts(Dict& contacts, const List& messages) {
-  for (const Value& message : messages) {
-    const Value id = entry_dict(utils::NEW_CONTACT_TYPE, message).get("ID");
-    if (id.truthy() && !contacts.contains(id)) contacts.set(id, message);
+void Deduction::parse_update_situation(const Value& situation_data) {
+  if (!situation_data.truthy()) return;
+  const Dict& update = situation_data.as_dict();
+  if (update.non_empty("IsEnd")) {
+    log_only(*this, LogLevel::info, "receive end situation!");
+    deduce_is_end = true;
   }
-}
+  const Dict deletions = deletion_share(update);
 
-void Deduction::add_detection_records(Dict& contacts, const List& messages) {
-  constexpr std::size_t kKept = 10;
-  for (const Value& message : messages) {
-    const List* detections = entry_dict(utils::CONTACT_DETECT_RECORD, message).find_list("LastDetectionList");
-    if (detections == nullptr) continue;
-    for (const Value& detection : *detections) {
-      const Value id = entry_dict("LastDetectionList", detection).get("ContactID");
-      if (!id.truthy()) continue;
-      Dict* contact = contacts.find_dict(id);
-      if (contact == nullptr) continue;
-      if (List* record = contact->find_list("Record")) {
-        if (record->size() == kKept) record->truncate(kKept - 1);
-        record->insert_front(detection);
-      } else {
-        contact->set("Record", List{detection});
-      }
-    }
+  const Dict scen = part_or_empty(update, "ScenarioInfo");
+  const Dict situ = part_or_empty(update, "Situation");
+  Dict side_situations = part_or_empty(situ, "SituationSides");
+  if (!side_situations.empty()) {
+    SideMerge merge(*this, scen);
+    for (auto [side_id, side] : side_situations) merge.run(side_id, entry_dict(side_id, side));
+    share_updated_contacts(*this, merge.friend_views());
+    work_on(*this, "");
   }
+  update_scenario_new(update);
+  parse_delete_situation(deletions);
 }
 
 }  // namespace tessra

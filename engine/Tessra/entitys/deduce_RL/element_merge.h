@@ -1,0 +1,12 @@
+#pragma once
+
+#include "Tessra/entitys/commonfunction.h"
+#include "Tessra/entitys/deduce_RL/deduction.h"
+
+namespace tessra {
+
+/// `Deduction::update_element_info` for a record that others keep: with `Adopt::copied` the element takes over copies
+/// of its lists and dictionaries.
+void merge_element_info(Deduction& engine, Element& element, const Dict& info, cf::Adopt adopt);
+
+}  // namespace tessra
