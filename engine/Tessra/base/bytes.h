@@ -1,6 +1,6 @@
 #pragma once
 
-// Looking at several bytes of a text at once.
+// Comparing several bytes of a text at once, by arithmetic on a machine word.
 
 #include <cstddef>
 #include <cstdint>
@@ -8,14 +8,14 @@
 
 namespace tessra::detail {
 
-/// Up to eight bytes as a word with zeros behind them.
+/// Up to eight bytes as a zero-padded word.
 inline std::uint64_t load(const char* bytes, std::size_t count) {
   std::uint64_t loaded = 0;
   std::memcpy(&loaded, bytes, count);
   return loaded;
 }
 
-/// The same, by loads of fixed sizes, which may overlap.
+/// The same, with loads of fixed sizes that may overlap: no call to memcpy with a variable size.
 inline std::uint64_t load_up_to_8(const char* bytes, std::size_t count) {
   if (count == 8) return load(bytes, 8);
   if (count >= 4) return load(bytes, 4) | load(bytes + count - 4, 4) << 8 * (count - 4);
@@ -26,13 +26,14 @@ inline std::uint64_t load_up_to_8(const char* bytes, std::size_t count) {
   return byte(0) | byte(count / 2) << 8 * (count / 2) | byte(count - 1) << 8 * (count - 1);
 }
 
-/// A word with this in each of its bytes.
+/// A word with `byte` in each of its bytes.
 template <class Word = std::uint64_t>
 constexpr Word each(unsigned byte) {
   return ~Word{0} / 0xFF * byte;
 }
 
-/// The highest bit of each byte of a word that is this one, and perhaps of some behind the first of those.
+/// Sets the highest bit of each byte of `word` that equals `byte`. Bytes after the first match may be false positives,
+/// since the subtraction borrows.
 template <class Word>
 Word equal_bytes(Word word, unsigned byte) {
   const Word differ = word ^ each<Word>(byte);

@@ -8,8 +8,8 @@
 
 namespace tessra {
 
-/// Base of every error this system throws. It remembers the call stack of the place where it was made, so that a
-/// trace in the run log shows where an error came from and not only what it says.
+/// Base of every error this system throws. It captures the call stack at construction, so that a trace in the run log
+/// shows where the error came from.
 class Error : public std::runtime_error {
  public:
   explicit Error(const std::string& what);
@@ -23,19 +23,19 @@ class Error : public std::runtime_error {
   int frame_count_ = 0;
 };
 
-/// A value has another kind than the one asked for.
+/// A value does not have the requested kind.
 class KindError : public Error {
  public:
   using Error::Error;
 };
 
-/// A key or an attribute that is required is not there.
+/// A required key or attribute is missing.
 class KeyError : public Error {
  public:
   using Error::Error;
 };
 
-/// A value of a fitting kind cannot be converted or used (text that is no number, division by zero, …).
+/// A value of the right kind cannot be converted or used (text that is not a number, division by zero, …).
 class ConversionError : public Error {
  public:
   using Error::Error;
@@ -47,15 +47,15 @@ class LimitError : public Error {
   using Error::Error;
 };
 
-/// What the program stands on failed: a file, a disk, a database. Neither an agent nor the service had a part in it.
-/// The text names the place.
+/// The environment failed: a file, a disk, a database. Neither an agent nor the service is at fault. The text names the
+/// place.
 class SurroundingsError : public Error {
  public:
   using Error::Error;
 };
 
-/// Thrown by a replacement of the program's end so that tests and hosts can stay alive (see seams.h). It is no
-/// `std::exception` on purpose: no error guard of the engine intercepts it.
+/// Thrown by replacements of `ProgramExit` (seams.h), so that tests and hosts survive the end of the program.
+/// Deliberately not a `std::exception`: no error guard of the engine intercepts it.
 struct ProgramEnd {
   int status = 0;
 };
@@ -63,8 +63,8 @@ struct ProgramEnd {
 /// Readable form of a C++ type name.
 std::string demangle(const char* symbol);
 
-/// The text of an error: `what()` of a standard exception, a text that was thrown itself, a number with its type
-/// ("int 42"), else the type of what was thrown.
+/// The text of an error: `what()` of a standard exception, a thrown text itself, a thrown number with its type
+/// ("int 42"), otherwise the type of the thrown object.
 std::string error_text(const std::exception_ptr& error);
 
 /// Whether the error is an `E`.
@@ -80,7 +80,7 @@ bool is_error(const std::exception_ptr& error) {
   return false;
 }
 
-/// Type, text, chain of causes (`std::nested_exception`) and, for an `Error`, the stack where it was made.
+/// Type, text, chain of causes (`std::nested_exception`) and, for an `Error`, its call stack.
 std::string trace_text(const std::exception_ptr& error);
 
 }  // namespace tessra

@@ -9,14 +9,14 @@
 
 namespace tessra {
 
-/// Runs `work` and hands any error to `on_error` as a `std::exception_ptr`. Returns true when `work` succeeded.
+/// Runs `work` and passes any error to `on_error` as a `std::exception_ptr`. Returns true when `work` succeeded.
 ///
-/// The end of the program (`ProgramEnd`) and the forced unwinding of a cancelled thread are no errors and pass
-/// through. `on_error` runs outside the handler, so what it throws reaches the caller like any other error. This is
-/// the one place of the system that stops whatever is thrown, and agents may throw whatever they like; what looks at a
-/// stopped error later (error.h) throws it again to itself alone.
+/// The end of the program (`ProgramEnd`) and the forced unwinding of a cancelled thread are not errors and pass
+/// through. `on_error` runs outside the handler, so its exceptions reach the caller like any other. This is the only
+/// place that catches everything, because agents may throw anything; the functions of error.h rethrow a caught error
+/// internally to inspect it.
 template <class Work, class OnError>
-// A thread's forced end has no object: the sanitizer for null references would tell of the handler that lets it pass.
+// Forced unwinding has no exception object: the null sanitizer would report the handler that rethrows it.
 [[gnu::no_sanitize("null")]] bool guarded(Work&& work, OnError&& on_error) {
   std::exception_ptr error;
   try {

@@ -9,26 +9,26 @@
 
 namespace tessra {
 
-/// Where the entries of a list stand, by their hashes: an open-addressing table, at most half full. It knows nothing of
-/// the entries; who looks for one says which of those with its hash is meant. Places are never taken back one by one.
+/// Maps hashes to the places of entries in a list: an open-addressing table, at most half full. It does not know the
+/// entries; the caller compares those with equal hashes. Single places are never removed.
 class HashIndex {
  public:
   static constexpr std::uint32_t kNowhere = UINT32_MAX;
 
-  /// Whether it holds nothing, and no memory.
+  /// Whether it holds no places and no memory.
   bool empty() const { return slots_.empty(); }
-  /// Forgets all places, and takes the room that so many need.
+  /// Removes all places and reserves room for this many.
   void reset(std::size_t places) {
     slots_.assign(std::bit_ceil(std::max<std::size_t>(2 * places, 16)), Slot{});
     count_ = 0;
   }
-  /// Forgets all places and gives back the memory.
+  /// Removes all places and frees the memory.
   void release() {
     slots_ = {};
     count_ = 0;
   }
 
-  /// Notes that an entry with this hash stands there.
+  /// Adds the place of an entry with this hash.
   void add(std::uint32_t hash, std::uint32_t place) {
     if (2 * (count_ + 1) > slots_.size()) grow();
     ++count_;
@@ -54,11 +54,11 @@ class HashIndex {
     });
   }
 
-  // Of an index that is not empty, for who looks for many places at once.
+  // For batched lookups; the index must not be empty.
 
-  /// Begins to fetch what `find` looks at first.
+  /// Prefetches the first slot that `find` probes.
   void fetch(std::uint32_t hash) const { __builtin_prefetch(&slots_[hash & mask()]); }
-  /// The place that `find` looks at first, most often the one it finds, or `kNowhere`.
+  /// The place in the first slot that `find` probes, usually the one it returns, or `kNowhere`.
   std::uint32_t likely(std::uint32_t hash) const { return slots_[hash & mask()].number - 1; }
 
  private:

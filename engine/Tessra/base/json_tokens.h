@@ -11,12 +11,12 @@
 
 namespace tessra {
 
-/// The tokens of a JSON text, one after the other: brackets, colons, commas, texts, numbers and words.
+/// Stream of the tokens of a JSON text: brackets, colons, commas, texts, numbers and words.
 ///
-/// simdjson's first pass finds where they begin, with the best instructions the processor has, and sees to it that
-/// texts end, are UTF-8 and hold no bare control characters. What a token is, and whether it may stand where it stands,
-/// is found out while the tree is built: simdjson's second pass would write all of it to a tape that is then read
-/// again. What is not plain, like texts with escapes, is left to simdjson all the same.
+/// simdjson's first pass locates the tokens with SIMD instructions and checks that texts are terminated, valid UTF-8
+/// and free of raw control characters. The grammar is checked while the tree is built: simdjson's second pass would
+/// write everything to a tape that is then read again. Uncommon tokens, such as texts with escapes, are still decoded
+/// by simdjson.
 class JsonTokens {
  public:
   JsonTokens();
@@ -26,42 +26,42 @@ class JsonTokens {
 
   enum class Form { refused, lone, nested };
 
-  /// Begins with a text, which must stay where it is while its tokens are read. It is refused when the first pass finds
-  /// a fault, or a bracket is left open. One that is neither a list nor a dictionary is a `lone_value`.
+  /// Starts a text, which must outlive the reading of its tokens. `refused` if the first pass finds a fault or a
+  /// bracket is left open; `lone` if the text is neither a list nor a dictionary (see `lone_value`).
   Form begin(std::string_view text);
 
-  // Of a nested text. Its last token is a closing bracket: who stops at the first token that may not stand where it
-  // stands, and when the first bracket closes, never reads past the end.
+  // For a nested text. Its last token is a closing bracket, so a caller that stops at the first misplaced token, and
+  // when the outermost bracket closes, never reads past the end.
 
   char peek() const { return text_[*next_]; }
   char take() { return text_[*next_++]; }
   bool at_end() const { return next_ == end_; }
 
-  /// The text that comes next, as it is written: with escapes, if there are any.
+  /// The next text as written, with any escapes.
   std::string_view peek_text() const { return text_from(next_); }
-  /// The text whose quote was taken, as it is written.
+  /// The text whose opening quote was taken, as written.
   std::string_view taken_text() const { return text_from(next_ - 1); }
   /// The number or word whose first byte was taken.
   std::string_view taken() const { return {text_ + next_[-1], end_before(next_[0])}; }
-  /// How many bytes the text has from this part of it on.
+  /// Number of bytes from the start of this part to the end of the text.
   std::size_t readable(std::string_view part) const { return static_cast<std::size_t>(text_end_ - part.data()); }
-  /// What this part of the text begins with.
+  /// The first bytes of this part of the text.
   detail::Front front(std::string_view part) const {
     return readable(part) >= detail::Front::kBytes ? detail::Front(part.data(), part.size()) : front_near_end(part);
   }
 
-  /// What a text that `is_escaped` stands for; nothing when an escape is wrong.
+  /// Decodes a text that `is_escaped`; nothing if an escape is invalid.
   std::optional<Value> unescaped(std::string_view written) {
     return lone_value({written.data() - 1, written.size() + 2});
   }
-  /// The value of a text that is neither a list nor a dictionary; nothing if it is no JSON, or an integer beyond 64
+  /// The value of a text that is neither a list nor a dictionary; nothing if it is not JSON, or an integer beyond 64
   /// bits.
   std::optional<Value> lone_value(std::string_view text);
 
  private:
   struct Parser;
 
-  /// Where what stands before the token at `index` ends. Blanks are all that can stand between them.
+  /// End of the token before the one at `index`; only blanks can be between them.
   const char* end_before(std::uint32_t index) const {
     const char* end = text_ + index;
     while (is_blank(end[-1])) --end;
@@ -80,7 +80,7 @@ class JsonTokens {
   const std::uint32_t* end_ = nullptr;
 };
 
-/// Whether a text that is written like this, and begins with `front`, has escapes.
+/// Whether a text, as written and with this front, contains escapes.
 bool is_escaped(const detail::Front& front, std::string_view written);
 
 }  // namespace tessra

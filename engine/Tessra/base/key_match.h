@@ -1,6 +1,6 @@
 #pragma once
 
-// How the keys of two shapes stand to each other. Part of value.h, which is what others include.
+// Correspondence between the keys of two shapes. Part of value.h; include that instead.
 
 #include <cstdint>
 #include <vector>
@@ -9,13 +9,12 @@
 
 namespace tessra {
 
-/// Where the keys of one shape stand in another. Records of the same fields are merged into dictionaries of the same
-/// fields again and again, so each thread remembers the pairs it met lately. What is remembered of a pair gives way to
-/// another one at any time that the thread asks for others: who runs foreign code between two questions, the end of a
-/// value included, asks `is_of` before the second.
+/// Maps the places of keys from one shape to another. Records with the same fields are merged into dictionaries with
+/// the same fields again and again, so each thread caches the recent pairs. Any call of `of` may replace a cached
+/// match: after running foreign code, including the destruction of a value, check `is_of` before using the match again.
 class KeyMatch {
  public:
-  /// Where one key stands in both.
+  /// The places of one key in both shapes.
   struct Pair {
     std::uint32_t held, fresh;
   };
@@ -26,21 +25,21 @@ class KeyMatch {
   }
 
   bool is_of(const KeySet* held, const KeySet* fresh) const { return held == held_ && fresh == fresh_; }
-  /// Where the key at this place of `fresh` stands in `held`, or `KeySet::kNowhere`.
+  /// Place in `held` of the key at this place of `fresh`, or `KeySet::kNowhere`.
   std::uint32_t place(std::size_t at) const { return places_[at]; }
-  /// The keys that both have.
+  /// The keys that both shapes have.
   const std::vector<Pair>& common() const { return common_; }
-  /// The shape of the keys that are held followed by those that are fresh; null when there is none.
+  /// The shape with the held keys followed by the new fresh ones; null when there is none.
   const KeySet* joined() const;
 
  private:
   static const KeyMatch& of_shapes(const KeySet* held, const KeySet* fresh);
-  /// Makes the thread's table.
+  /// Creates the thread's cache.
   static KeyMatch* remember();
   void find_places(const KeySet* held, const KeySet* fresh);
 
   static constexpr std::size_t kRemembered = 1024;
-  // A pointer to the thread's table, which is asked for very often: reached without a call.
+  // Pointer to the thread's cache. It is read very often; with this TLS model no function call is needed.
   [[gnu::tls_model("initial-exec")]] static thread_local constinit KeyMatch* remembered_;
 
   const KeySet* held_ = nullptr;
@@ -48,7 +47,7 @@ class KeyMatch {
   std::vector<std::uint32_t> places_;
   std::vector<Pair> common_;
   mutable const KeySet* joined_ = nullptr;
-  mutable bool is_joined_ = false;  // or was tried
+  mutable bool is_joined_ = false;  // `joined_` was computed, even if it is null
 };
 
 }  // namespace tessra

@@ -1,6 +1,6 @@
 #pragma once
 
-// The keys of dictionaries. Part of value.h, which is what others include.
+// The keys of dictionaries. Part of value.h; include that instead.
 
 #include <algorithm>
 #include <atomic>
@@ -12,18 +12,18 @@ namespace tessra {
 
 /// The keys of one dictionary, or of many.
 ///
-/// A service sends the same fields in the same order again and again, and elements are made alike. So dictionaries
-/// whose keys are field names share one set of keys per sequence of names: a *shape*. Shapes live as names do: one
-/// table per process, never freed, never changed, read without a lock. Adding a field to a dictionary of a shape leads
-/// to the next shape. What is not met often makes no shape, and there is a limit; then the dictionary gets keys of its
-/// own, as every table of ids has, and only it changes them.
+/// A service sends the same fields in the same order again and again, and elements are built alike. Dictionaries whose
+/// keys are field names therefore share one set of keys per sequence of names: a *shape*. Like names, shapes live in
+/// one table per process; they are never freed or changed, and are read without a lock. Adding a field to a dictionary
+/// moves it to the next shape. Rare sequences get no shape, and the number of shapes is limited; such a dictionary has
+/// its own keys, like every table of ids, and only it changes them.
 ///
-/// The keys stand right behind the set, in the same block of memory. Small sets are searched from front to back; larger
-/// ones through an open-addressing index, made when first asked.
+/// The keys are stored right after the set, in the same memory block. Small sets are searched linearly, larger ones
+/// through an open-addressing index that is built on first use.
 class KeySet {
  public:
   static constexpr std::uint32_t kNowhere = UINT32_MAX;
-  /// Most shapes, and most keys of one.
+  /// Maximum number of shapes, and of keys in one.
   static constexpr std::size_t kMaxShapes = 8192;
   static constexpr std::size_t kMaxShapeKeys = 128;
 
@@ -32,13 +32,13 @@ class KeySet {
 
   /// The shape without keys.
   static const KeySet* none() { return &kNone; }
-  /// The shape with these names, all different; null when there are too many names, or shapes, for one.
+  /// The shape with these names, which must be distinct; null when there are too many names or shapes.
   static const KeySet* shape_of(const Value* names, std::size_t count);
-  /// The same, but null as well when these names are too rare to be worth a shape.
+  /// The same, but also null when this sequence of names is too rare to be worth a shape.
   static const KeySet* frequent_shape_of(const Value* names, std::size_t count);
-  /// Keys of a dictionary's own, with room for so many, beginning with these, which are all different.
+  /// Own keys of a dictionary, starting with these, which must be distinct, with the given room.
   static KeySet* own(const Value* keys, std::size_t count, std::size_t room);
-  /// Ends keys that are a dictionary's own.
+  /// Frees the keys if they are a dictionary's own.
   static void drop(const KeySet* keys) noexcept {
     if (!keys->is_shape_) keys->end();
   }
@@ -47,29 +47,28 @@ class KeySet {
   std::size_t count() const { return count_; }
   const Value& key(std::size_t at) const { return begin()[at]; }
   const Value* begin() const { return reinterpret_cast<const Value*>(this + 1); }
-  /// Before this place no key counts any more.
+  /// All keys before this place are erased.
   std::size_t first() const { return first_; }
-  /// Where the key stands, or `kNowhere`.
+  /// Place of the key, or `kNowhere`.
   std::uint32_t find(const KeyRef& ref) const;
 
-  // Of keys with an index, for who looks for many at once.
+  // For batched lookups; the keys must have an index.
 
   bool is_indexed() const { return index_ != nullptr; }
-  /// Begins to fetch what `find` looks at first.
+  /// Prefetches the first slot that `find` probes.
   void fetch(const KeyRef& ref) const;
-  /// The place that `find` looks at first, most often the one it finds; `kNowhere` when that is another key's.
+  /// The place in the first slot that `find` probes, usually the one it returns; `kNowhere` if the slot's hash differs.
   std::uint32_t likely(const KeyRef& ref) const;
 
-  /// Of a shape: where the name with these bytes, which begin with `front`, stands from `at` on, or `kNowhere`. Quick
-  /// when it stands near.
+  /// For a shape: place at or after `at` of the name with this text, whose first bytes are `front`, or `kNowhere`. Fast
+  /// when the name is near `at`.
   std::uint32_t find_from(std::uint32_t at, const detail::Front& front, std::string_view text) const;
-  /// Of a shape: the shape with this name added, which it does not have; null as for `frequent_shape_of`. Dictionaries
-  /// that grow from nothing, as those of elements do, are taken along at their first step: what begins alike mostly
-  /// goes on alike.
+  /// For a shape: the shape with this new name added; null as for `frequent_shape_of`. Dictionaries that grow from
+  /// nothing, as those of elements do, get a shape from the first name on: what starts alike usually continues alike.
   const KeySet* after(const Value& name) const;
 
-  /// Of a shape: how many keys dictionaries that had it came to have, lately, by insertions or when others were joined
-  /// to them. Who makes room for as many at once spares moving the values later.
+  /// For a shape: the number of keys that dictionaries of this shape recently grew to, by insertions or merges.
+  /// Reserving that much at once avoids moving the values later.
   std::size_t usual_room() const { return std::max<std::size_t>(count_, grows_to_.load(std::memory_order_relaxed)); }
   void note_growth(std::size_t count) const {
     if (0 < count_ && count <= 4 * std::size_t{count_} + 8) {
@@ -77,13 +76,13 @@ class KeySet {
     }
   }
 
-  // Of keys of a dictionary's own.
+  // For a dictionary's own keys.
 
-  /// Adds a key that is not there. The keys may move: `keys` is the dictionary's own pointer.
+  /// Adds a new key. The keys may move; `keys` is the dictionary's pointer and is updated.
   static void append(KeySet*& keys, Value key);
-  /// Makes room for so many. The keys may move.
+  /// Reserves room for this many keys. The keys may move.
   static void reserve(KeySet*& keys, std::size_t room);
-  /// The key no longer counts; its place stays.
+  /// Removes the key but keeps its place.
   void erase(std::uint32_t at);
 
  private:
@@ -100,7 +99,7 @@ class KeySet {
   struct Shapes;
   static constexpr std::uint32_t kScanLimit = 8;
   static const KeySet kNone;
-  /// Names whose prints are compared at once.
+  /// Number of fingerprints compared at once.
   static constexpr std::size_t kPrints = 8;
 
   constexpr KeySet(std::size_t room, bool is_shape, bool is_grown)
@@ -109,16 +108,16 @@ class KeySet {
   void end() const noexcept;
   void free() const noexcept;
   static std::size_t bytes_of(std::size_t room, bool is_shape);
-  /// A byte by which most names differ.
+  /// One-byte fingerprint, which differs for most names.
   static std::uint8_t print_of(const detail::Front& front) {
     return static_cast<std::uint8_t>((front.words.low + 3 * front.words.high + front.size) * 0x9E3779B97F4A7C15 >> 56);
   }
   static bool is_text(const Name::Rep& name, const detail::Front& front, std::string_view text) {
     return name.front == front && (text.size() <= detail::Front::kBytes || goes_on_like(name, text));
   }
-  /// Whether both have the same bytes behind their fronts.
+  /// Whether both have the same bytes after their fronts.
   static bool goes_on_like(const Name::Rep& name, std::string_view text);
-  /// Of a shape: of each key, behind the keys.
+  /// For a shape: the fingerprint of each key, stored after the keys.
   std::uint8_t* prints() const { return reinterpret_cast<std::uint8_t*>(const_cast<Value*>(begin() + room_)); }
   void make_prints() const;
   static bool equal(const Value& key, const KeyRef& ref);
@@ -135,13 +134,13 @@ class KeySet {
 
   std::uint32_t count_ = 0;
   std::uint32_t room_;
-  mutable Index* index_ = nullptr;  // null until made
-  std::uint64_t hash_ = 0;          // of a shape: the hash of its names
-  std::uint32_t first_ = 0;         // of a dictionary's own keys: those before it are erased
+  mutable Index* index_ = nullptr;  // null until built
+  std::uint64_t hash_ = 0;          // shapes: hash of the names
+  std::uint32_t first_ = 0;         // own keys: all before it are erased
   bool is_shape_;
-  bool is_grown_ = false;  // of a shape: made step by step from the shape without keys
+  bool is_grown_ = false;  // shapes: grown step by step from the empty shape
   mutable std::atomic<std::uint32_t> grows_to_ = 0;
-  mutable std::atomic<bool> led_on_ = false;  // of a shape: another one was grown from it
+  mutable std::atomic<bool> led_on_ = false;  // shapes: another shape was grown from it
 };
 
 }  // namespace tessra

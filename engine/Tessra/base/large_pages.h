@@ -7,8 +7,8 @@
 
 namespace tessra {
 
-/// Asks for large pages under memory that is going to be touched in most parts: the processor keeps track of them more
-/// easily, and their first touch costs a fraction. A wish: nothing depends on it.
+/// Requests large pages for memory that will mostly be used: they need fewer TLB entries and far fewer page faults.
+/// Only a hint; failure is ignored.
 inline void ask_for_large_pages(void* memory, std::size_t bytes) {
   constexpr std::uintptr_t kPage = 4096;
   constexpr std::size_t kWorthwhile = std::size_t{1} << 21;

@@ -11,8 +11,8 @@ namespace tessra {
 class Value;
 struct Row;
 
-/// Handle to a list of values. Copying the handle shares the list; `is` asks whether two handles are one list, `==`
-/// whether two lists hold equal values. A moved-from handle is an empty list of its own.
+/// Handle to a list of values. Copying the handle shares the list; `is` asks whether two handles refer to one list,
+/// `==` whether two lists hold equal values. A moved-from handle is a new empty list.
 class List {
  public:
   /// A new empty list.
@@ -34,7 +34,7 @@ class List {
   void insert_front(Value value);
   /// Appends the other list's values; a list may extend itself.
   void extend(const List& other);
-  /// Cuts the list to its first `count` values.
+  /// Keeps only the first `count` values.
   void truncate(std::size_t count);
   void reserve(std::size_t count);
 
@@ -56,15 +56,15 @@ class List {
   friend class Value;
   explicit List(Row* row) : bits_(bits_of(row)) {}
   static std::uint64_t bits_of(Row* row) { return detail::bits_of(detail::Tag::list, row); }
-  /// Null for an empty list that no other handle knows.
+  /// Null for an empty list that no other handle shares.
   Row* held() const { return detail::held_by<Row>(bits_); }
   void hold(Row* row) const { bits_ = bits_of(row); }
-  /// What is written to or shared; a handle that had none gets one now.
+  /// The row to write to or share, created on first use.
   Row& row() const { return held() != nullptr ? *held() : make_row(); }
   Row& make_row() const;
   static bool equal(const List& a, const List& b, int depth);
 
-  mutable std::uint64_t bits_;  // of the row, as a value that holds the handle shows it
+  mutable std::uint64_t bits_;  // address of the row, encoded as in a `Value` that holds this handle
 };
 
 }  // namespace tessra

@@ -12,15 +12,15 @@ class logger;
 
 namespace tessra {
 
-/// The run log's sink: a logger made by the host or the engine, not registered anywhere. Empty means no log.
+/// The run log: a logger created by the host or the engine, not registered anywhere. Null means no log.
 using LogSink = std::shared_ptr<spdlog::logger>;
 
 enum class LogLevel { info, warning, error };
 
-/// Writes a ready-made text, when there is a sink.
+/// Writes a formatted text, if there is a logger.
 void write_log(const LogSink& sink, LogLevel level, std::string_view text);
 
-/// A value for "%d": numbers lose their fraction. Throws `KindError` for texts, none and whatever is no number.
+/// A value as formatted by "%d": numbers are truncated. Throws `KindError` for anything that is not a number.
 std::int64_t whole_number(const Value& value);
 inline std::int64_t whole_number(double real) { return Value(real).to_integer(); }
 

@@ -13,11 +13,12 @@ namespace tessra {
 
 namespace detail {
 
-/// What a text begins with: enough to tell most field names apart in one comparison, without a branch on their size.
+/// The first bytes of a text and its size: enough to tell most field names apart in one comparison, without a branch on
+/// their size.
 struct Front {
   static constexpr std::size_t kBytes = 16;
 
-  /// All of `kBytes` can be read, however short the text is.
+  /// `kBytes` bytes must be readable, however short the text is.
   Front(const char* bytes, std::size_t text_size) : size(text_size) {
     const Words& of_text = kOfText[std::min(text_size, kBytes)];
     words = {load(bytes, 8) & of_text.low, load(bytes + 8, 8) & of_text.high};
@@ -29,11 +30,11 @@ struct Front {
   struct Words {
     std::uint64_t low, high;
   };
-  Words words;  // with zeros behind the text
+  Words words;  // zero-padded
   std::size_t size;
 
  private:
-  /// For each size, the bits that belong to the text.
+  /// For each size, the mask of the bits that belong to the text.
   static constexpr auto kOfText = [] {
     std::array<Words, kBytes + 1> masks{};
     for (std::size_t size = 1; size <= kBytes; ++size) {
@@ -45,7 +46,7 @@ struct Front {
   }();
 };
 
-/// Both halves of the product of two 64 bit numbers, folded.
+/// The two halves of a 128-bit product, combined by xor.
 inline std::uint64_t mixed(std::uint64_t a, std::uint64_t b) {
   __extension__ using Wide = unsigned __int128;
   const Wide product = static_cast<Wide>(a) * b;
@@ -54,7 +55,7 @@ inline std::uint64_t mixed(std::uint64_t a, std::uint64_t b) {
 
 }  // namespace detail
 
-/// The hash every dictionary key is looked up by. In the header, so that the compiler computes it for literals.
+/// The hash of every dictionary key. Inline, so that the compiler computes it for literals.
 inline std::uint32_t hash_text(std::string_view text) {
   constexpr std::uint64_t kFirst = 0x9E3779B97F4A7C15;
   constexpr std::uint64_t kSecond = 0xD1B54A32D192ED03;
@@ -64,7 +65,7 @@ inline std::uint32_t hash_text(std::string_view text) {
   for (; left > 16; at += 16, left -= 16) {
     hash = detail::mixed(detail::load(at, 8) ^ hash ^ kFirst, detail::load(at + 8, 8) ^ kSecond);
   }
-  // The last bytes from both ends, which may overlap.
+  // The last bytes, loaded from both ends; the loads may overlap.
   std::uint64_t front = 0;
   std::uint64_t back = 0;
   if (left >= 8) {
@@ -82,31 +83,31 @@ inline std::uint32_t hash_text(std::string_view text) {
   return static_cast<std::uint32_t>(hash ^ hash >> 32);
 }
 
-/// A field name, kept once per process.
+/// An interned field name.
 ///
-/// The service repeats its field names for every unit, so they are kept in one table that lives as long as the
-/// process: equal names are one pointer, their hash is known, and a value that holds one needs no allocation.
-/// Reading the table takes no lock. Ids are never put there: the table only grows.
+/// The service repeats its field names for every unit, so they are interned in one table that lives as long as the
+/// process: equal names are one pointer, their hash is precomputed, and a value that holds one needs no allocation.
+/// Reading the table takes no lock. The table only grows, so ids are never interned.
 class Name {
  public:
-  /// Most names that may be added while the program runs, beside those the program knows when it is built.
+  /// Maximum number of names added at run time, besides those known at compile time.
   static constexpr std::size_t kMaxAdded = 65'536;
 
-  /// A name the program knows when it is built. For constants at namespace scope; does not count as added.
+  /// A name known at compile time. For constants at namespace scope; does not count as added.
   explicit Name(std::string_view known) : rep_(insert(known, false)) {}
 
-  /// The name with these bytes, if it is known already.
+  /// The name with this text, if it is already known.
   static std::optional<Name> find(std::string_view text);
 
-  /// The name with these bytes, added when new. Throws `LimitError` when `kMaxAdded` names were added.
+  /// The name with this text, added if new. Throws `LimitError` once `kMaxAdded` names were added.
   static Name intern(std::string_view text) { return Name(insert(text, true)); }
-  /// The same, but nothing once `kMaxAdded` names were added.
+  /// The same, but returns nothing once `kMaxAdded` names were added.
   static std::optional<Name> learn(std::string_view text);
 
   std::string_view text() const { return {rep_->bytes, rep_->size}; }
   std::uint32_t hash() const { return rep_->hash; }
 
-  /// Equal names are one name.
+  /// Names are interned, so equality is identity.
   friend bool operator==(Name a, Name b) { return a.rep_ == b.rep_; }
 
  private:
@@ -116,10 +117,10 @@ class Name {
   friend class TreeBuilder;
 
   struct Rep {
-    const char* bytes;  // at least `Front::kBytes`
+    const char* bytes;  // at least `Front::kBytes` are readable
     std::uint32_t size;
     std::uint32_t hash;
-    std::uint32_t number;  // names are numbered from 0 in the order they became known
+    std::uint32_t number;  // from 0, in the order of interning
     detail::Front front;
   };
 

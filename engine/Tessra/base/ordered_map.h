@@ -21,9 +21,8 @@ namespace tessra {
 /// Map from text to `T` that keeps insertion order: sides, players, elements and side tables. Overwriting keeps the
 /// place, erasing keeps the order of the rest. Pointers from `find` are valid until the next insertion.
 ///
-/// Entries stand in a vector in the order of their insertion. Small maps are searched from front to back; larger ones
-/// through an index by the hashes of their keys. Erasing marks an entry dead and moves nothing; dead entries are
-/// squeezed out when an insertion finds too many.
+/// Entries are stored in a vector in insertion order. Small maps are searched linearly, larger ones through a hash
+/// index. Erasing marks an entry dead and moves nothing; an insertion that finds too many dead entries removes them.
 template <class T>
 class OrderedMap {
  public:
@@ -37,7 +36,7 @@ class OrderedMap {
 
   bool contains(std::string_view key) const { return find(key) != nullptr; }
   const T* find(std::string_view key) const { return find(key, hash_text(key)); }
-  /// The same for who knows the key's `hash_text` already.
+  /// The same with the precomputed `hash_text` of the key.
   const T* find(std::string_view key, std::uint32_t hash) const {
     const Entry* entry = find_entry(key, hash);
     return entry != nullptr ? &entry->value : nullptr;
@@ -49,8 +48,7 @@ class OrderedMap {
     std::string_view key;
     std::uint32_t hash;
   };
-  /// What `find` says of each key. The entries of a large map lie far apart; asked for at once, some are fetched while
-  /// others are looked at.
+  /// `find` for each key. The entries of a large map are scattered in memory; in a batch the cache misses overlap.
   std::vector<const T*> find_all(std::span<const Sought> keys) const;
 
   /// Throws `KeyError` naming the key when it is absent.
@@ -61,22 +59,22 @@ class OrderedMap {
   }
   T& at(std::string_view key) { return const_cast<T&>(std::as_const(*this).at(key)); }
 
-  /// Begins to fetch what finding or setting these keys is going to read.
+  /// Prefetches what `find` or `set` of these keys reads.
   void fetch(std::span<const Sought> keys) const;
-  /// Begins to fetch where a new key with this `hash_text` is going to be noted.
+  /// Prefetches the index slot of a new key with this `hash_text`.
   void fetch_slot(std::uint32_t hash) const {
     if (!index_.empty()) index_.fetch(hash);
   }
 
-  /// Makes room for so many entries in an empty map.
+  /// Reserves room for this many entries in an empty map.
   void reserve(std::size_t entries);
-  /// Inserts at the end or replaces in place. The key is a text; whoever has it as a value shares it.
+  /// Inserts at the end or replaces in place. The key is a text; it is shared with the caller's value.
   T& set(Value key, T value);
   /// Removes the entry; its value is destroyed at once. Returns false when there is none.
   bool erase(std::string_view key);
   void clear();
 
-  /// One entry of a walk. Its key is valid as long as the entry.
+  /// One entry of an iteration. Its key is valid as long as the entry.
   template <bool kConst>
   struct Item {
     std::string_view key;
@@ -85,7 +83,7 @@ class OrderedMap {
   template <bool kConst>
   class Iterator;
 
-  /// `for (auto [key, value] : map)`, in insertion order. Entries may be erased on the way, not added.
+  /// `for (auto [key, value] : map)`, in insertion order. Entries may be erased during the loop, not added.
   Iterator<false> begin() { return {this, 0}; }
   Iterator<false> end() { return {this, entries_.size()}; }
   Iterator<true> begin() const { return {this, 0}; }
@@ -128,7 +126,7 @@ class OrderedMap<T>::Iterator {
     skip_dead();
     return *this;
   }
-  /// Every walk ends where the entries end now, also when some were removed on the way.
+  /// The end is wherever the entries end now, even if some were removed during the loop.
   friend bool operator==(const Iterator& a, const Iterator& b) {
     return (a.at_end() && b.at_end()) || (a.at_ == b.at_ && !a.at_end() && !b.at_end());
   }
@@ -166,7 +164,7 @@ bool OrderedMap<T>::erase(std::string_view key) {
   if (entry == nullptr) return false;
   entry->live = false;
   --live_;
-  // Destroyed last: the value's end may reach this map again.
+  // Destroyed last: the value's destructor may access this map.
   [[maybe_unused]] const Value gone_key = std::exchange(entry->key, Value(""));
   [[maybe_unused]] const T gone = std::exchange(entry->value, T());
   return true;
@@ -209,7 +207,8 @@ std::vector<const T*> OrderedMap<T>::find_all(std::span<const Sought> keys) cons
 template <class T>
 void OrderedMap<T>::fetch(std::span<const Sought> keys) const {
   if (index_.empty()) return;
-  // One after the other for all of them: the slots, the entries, the texts of their keys.
+  // Each stage for all keys before the next, since it depends on the loads of the one before: slots, entries, key
+  // texts.
   for (const Sought& sought : keys) index_.fetch(sought.hash);
   const auto for_each_entry = [&](auto&& visit) {
     for (const Sought& sought : keys) {

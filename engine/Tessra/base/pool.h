@@ -1,20 +1,21 @@
 #pragma once
 
-// Memory for the small pieces of value trees, and for the elements that hold them. For the engine's own sources.
+// Allocator for the small blocks of value trees, and for the elements that hold them. Internal to the engine.
 //
-// A tree is made of very many small blocks, most of which live as short as an update record, and it is walked as it was
-// built. A processor reads ahead within a page of memory; what costs is to come to another one. So blocks of all sizes
-// are cut one behind the other, and the pieces of one unit lie on the same page or two.
+// A tree consists of very many small blocks, most of which live only as long as an update record, and it is traversed
+// in the order it was built. Hardware prefetch works within a memory page; crossing to another page is expensive.
+// Blocks of all sizes are therefore cut one after the other (bump allocation), so that the parts of a unit share a page
+// or two.
 //
-// Memory is divided into spans. A thread cuts blocks from a hole of one of its spans until the hole is full, and goes
-// on with the next hole there, or with another span that has mostly become free. A bit per 16 bytes tells what is
-// free, so that neighbours that are given back make one hole again, and what an update leaves behind in the model does
-// not keep the rest of its memory.
+// Memory is divided into spans. A thread cuts blocks from a hole of one of its spans until the hole is used up, then
+// continues with the next hole of the span, or with another span that has become mostly free. A bitmap with one bit per
+// 16 bytes records what is free: adjacent freed blocks merge into one hole, and the few blocks of an update that stay
+// in the model do not pin the rest of its memory.
 //
-// A thread works on the spans of its store without a lock. A block that ends on another thread goes back to the store
-// it came from. A thread that ends leaves its store to the next one, and meanwhile its spans to whoever runs short.
-// Nothing is returned to the system: memory stays at its highest mark, and an episode of like updates keeps that mark
-// flat.
+// A thread works on the spans of its store without a lock. A block freed on another thread returns to the store it came
+// from. When a thread ends, the next new thread takes over its store; until then its spans are available to threads
+// that run short. Nothing is returned to the system: memory stays at its peak, which remains flat over an episode of
+// similar updates.
 
 #include <algorithm>
 #include <atomic>
@@ -23,7 +24,8 @@
 #include <new>
 #include <utility>
 
-// The address sanitizer is to see every block by itself; compilers tell of it in different ways.
+// Under the address sanitizer every block comes from the heap, so that it is tracked; compilers announce it
+// differently.
 #if defined(__SANITIZE_ADDRESS__)
 #define TESSRA_ADDRESS_SANITIZER
 #elif defined(__has_feature)
@@ -62,11 +64,11 @@ class Pool {
     give_slowly(memory, bytes);
   }
 
-  // For measurements, while no other thread takes or gives.
+  // For measurements, while no other thread allocates or frees.
 
-  /// Bytes of blocks in use, larger ones excepted, and of the holes that other threads are filling.
+  /// Bytes of blocks in use, without those over `kLargest`, plus the holes that other threads are filling.
   static std::size_t used_bytes();
-  /// Bytes that were ever asked of the system for them.
+  /// Bytes requested from the system so far.
   static std::size_t held_bytes();
 
  private:
@@ -86,7 +88,7 @@ class Pool {
       __builtin_prefetch(at + kAhead, 1);
       return std::exchange(at, at + bytes);
     }
-    /// What was cut last is cut again: memory that is still near. Whether this block was.
+    /// Takes back the block that was cut last, so that its memory is reused while still cached. False for other blocks.
     bool take_back(void* block, std::size_t bytes) {
       if (static_cast<std::byte*>(block) + bytes != at) return false;
       at = static_cast<std::byte*>(block);
@@ -95,20 +97,20 @@ class Pool {
   };
 
   struct Store;
-  /// A piece of memory at an address that is a multiple of its size. It begins with what is known about it.
+  /// A piece of memory aligned to its size, with this header at its start: a block's span follows from its address.
   struct Span {
     static constexpr std::size_t kGrains = kSpan / kGrain;
     static constexpr std::size_t kWord = 64;
-    /// Free bytes that make a span worth filling again. With half of it the holes are smaller and trees more strewn:
-    /// the update cycle takes a twentieth longer. With more, a long episode holds more memory for no gain.
+    /// Free bytes that make a span worth refilling. With half as many, holes are smaller and trees more scattered: the
+    /// update cycle takes 5 % longer. With more, a long episode holds more memory without any gain.
     static constexpr std::size_t kRoomy = kSpan / 4 * 3;
 
-    std::atomic<Hole*> owner;                  // that of a store
-    Span* next_made = nullptr;                 // of all
-    Span* next_roomy = nullptr;                // of those that the owner is to fill again
-    std::uint32_t free_bytes = 0;              // outside the hole that is being filled
-    bool in_turn = false;                      // whether it is being filled, or is to be filled again
-    std::uint64_t free[kGrains / kWord] = {};  // by grain
+    std::atomic<Hole*> owner;                  // the hole of the owning store
+    Span* next_made = nullptr;                 // list of all spans
+    Span* next_roomy = nullptr;                // list of those the owner will refill
+    std::uint32_t free_bytes = 0;              // without the hole that is being filled
+    bool in_turn = false;                      // being filled, or queued for refilling
+    std::uint64_t free[kGrains / kWord] = {};  // bitmap of free grains
 
     explicit Span(Hole& its_owner);
     static Span& of(void* block) {
@@ -119,13 +121,13 @@ class Pool {
     std::size_t grain_of(const void* block) {
       return static_cast<std::size_t>(static_cast<const std::byte*>(block) - begin()) / kGrain;
     }
-    /// Frees a block. Whether the span is now to be put in turn.
+    /// Frees a block. Returns true when the span should now be queued for refilling.
     bool give(const void* block, std::size_t bytes) {
       flip(grain_of(block), bytes / kGrain);
       free_bytes += static_cast<std::uint32_t>(bytes);
       return free_bytes >= kRoomy && !in_turn;
     }
-    /// Takes the first hole of so many bytes or more, from this grain on; an empty one when there is none.
+    /// Takes the first hole of at least this many bytes, from this grain on; an empty one if there is none.
     Hole take_hole(std::size_t from, std::size_t bytes);
 
    private:
@@ -138,7 +140,7 @@ class Pool {
         count -= in_word;
       }
     }
-    /// The first grain from this one on that is free, or is not.
+    /// The first grain from this one on whose state is `is_free`.
     std::size_t next(std::size_t grain, bool is_free) const;
   };
   struct Depot;
@@ -148,13 +150,13 @@ class Pool {
   static void put_in_turn(Span& span) noexcept;
   static void give_slowly(void* memory, std::size_t bytes) noexcept;
   static Depot& depot();
-  /// The thread's store, which it gets now if it had none.
+  /// The thread's store, assigned on first use.
   static Store& join();
   static void leave();
 
-  /// Of a thread that has not taken anything yet, or has ended.
+  /// The hole of a thread that has not allocated yet, or has ended.
   static constinit Hole no_hole_;
-  // One pointer, so that it fits the room that libraries loaded late find for such variables.
+  // A single pointer, so that it fits the static TLS space left for libraries loaded at run time.
   [[gnu::tls_model("initial-exec")]] static thread_local constinit Hole* hole_;
   [[gnu::tls_model("initial-exec")]] static thread_local constinit bool left_;
 };

@@ -8,17 +8,17 @@ namespace tessra {
 
 class StopEvent;
 
-/// Time on the wall, in seconds, and waiting. Not the simulation's clock.
+/// Wall-clock time in seconds, and waiting. Not the simulation's clock.
 class WallClock {
  public:
   virtual ~WallClock() = default;
   /// Seconds since some fixed moment; never runs backwards.
   virtual double now() const = 0;
-  /// Waits, or returns at once when the stop signal is or becomes set.
+  /// Waits; returns early when the stop signal is or becomes set.
   virtual void wait(double seconds, const StopEvent* stop = nullptr) = 0;
 };
 
-/// Standard output and error of the program. Both operations write one line, or several, and end it.
+/// Standard output and error of the program. Both operations write one or more lines and end the last one.
 class Console {
  public:
   virtual ~Console() = default;
@@ -34,16 +34,16 @@ class ProgramExit {
   [[noreturn]] virtual void end(int status) = 0;
 };
 
-/// What the engine takes from its surroundings, so that hosts and tests can put their own in its place.
+/// The engine's dependencies on its environment, injected so that hosts and tests can replace them.
 struct Seams {
   std::shared_ptr<WallClock> clock;
   std::shared_ptr<Console> console;
   std::shared_ptr<ProgramExit> exit;
-  /// The installation's configuration directory; the run log and the results database lie below it.
+  /// The configuration directory of the installation, which holds the run log and the results database.
   std::filesystem::path config_directory;
 };
 
-/// The steady clock, the process's standard streams, and the process's end, which flushes logs and streams first.
+/// The real ones: the steady clock, the standard streams, and an exit that flushes logs and streams first.
 std::shared_ptr<WallClock> real_clock();
 std::shared_ptr<Console> real_console();
 std::shared_ptr<ProgramExit> real_exit();

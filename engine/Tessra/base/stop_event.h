@@ -11,7 +11,7 @@ class StopEvent {
  public:
   void set();
   bool is_set() const;
-  /// Returns true as soon as the signal is set, false when the time is over first.
+  /// Returns true as soon as the signal is set, false on timeout. `limit` is in seconds.
   bool wait_for(std::chrono::duration<double> limit) const;
 
  private:

@@ -1,7 +1,7 @@
 #pragma once
 
-// How lists and dictionaries lie in memory, and what is short enough to be compiled into its callers. Included by
-// value.h; everybody else sees handles.
+// Memory layout of lists and dictionaries, and the operations short enough to be inlined. Included by value.h; other
+// code uses the handles.
 
 #include <bit>
 #include <cstdint>
@@ -18,40 +18,40 @@ inline void check_depth(int depth) {
   if (depth > kMaxDepth) throw LimitError("nested deeper than " + std::to_string(kMaxDepth));
 }
 
-/// The values of a list or a dictionary. They stand right behind the row, in the same block of memory, until it is
-/// full. Then a row that one handle holds moves to a larger block; one that several hold stays where it is, since they
-/// all know it by its address, and its values move to a block of their own.
+/// The values of a list or a dictionary. They are stored right after the row, in the same memory block, until it is
+/// full. Then a row with a single handle moves to a larger block; a shared row must keep its address, so only its
+/// values move to a separate block.
 ///
-/// A dictionary has its keys apart from its values: those with the same fields share one set of keys. A key that the
-/// dictionary does not have stands beside a value that is marked absent: nothing moves when an entry is erased, so that
-/// pointers to values stay valid until the next insertion, and records that leave out some of their fields share one
-/// shape all the same. Erased entries are squeezed out when an insertion finds too many.
+/// The keys of a dictionary are stored apart from its values, so that dictionaries with the same fields can share them.
+/// A key whose value is marked absent is not in the dictionary. Erasing therefore moves nothing, pointers to values
+/// stay valid until the next insertion, and records that omit some fields can still share one shape. An insertion that
+/// finds too many absent entries removes them.
 struct Row {
-  /// Most values that stand behind a row.
+  /// Maximum number of values stored behind a row.
   static constexpr std::size_t kMostBehind = 252;
 
   std::uint32_t refs = 1;
-  std::uint32_t count = 0;  // of values, absent ones included
+  std::uint32_t count = 0;  // number of values, including absent ones
   union {
-    std::uint32_t absent = 0;  // of a dictionary
-    std::uint32_t come_to;     // of a row that ends: the place of its next value
+    std::uint32_t absent = 0;  // dictionary: number of absent values
+    std::uint32_t come_to;     // during destruction: the place of the next value
   };
-  std::uint32_t behind;  // values for which there is room behind the row
+  std::uint32_t behind;  // number of values that fit behind the row
   union {
-    const KeySet* keys;  // of a dictionary: one key for each value; null for a list
-    Row* outer;          // of a row that ends: the one that goes on ending after it
+    const KeySet* keys;  // dictionary: one key per value; null for a list
+    Row* outer;          // during destruction: the row to continue with afterwards
   };
   Value* values;
 
-  /// A row without values, and with room for so many.
+  /// A row without values, with room for this many.
   static Row* make(std::size_t room, const KeySet* keys);
-  /// Ends the row, without recursing as deep as it is nested.
+  /// Destroys the row and what only it holds, iteratively: deep nesting must not overflow the stack.
   static void end(Row* row) noexcept;
-  /// Makes room for so many more. `row` is the handle's own, which may be another one afterwards.
+  /// Reserves room for `more` values. `row` is the handle's pointer; it is updated if the row moves.
   static void reserve(Row*& row, std::size_t more) {
     if (row->room() < row->count + more) enlarge(row, row->count + more);
   }
-  /// The same, with some more room to spare: rows that grow one by one are to move rarely.
+  /// Reserves room for one value, growing geometrically so that rows filled one by one rarely move.
   static void reserve_one(Row*& row) {
     if (row->room() == row->count) enlarge(row, row->count + row->count / 2 + 2);
   }
@@ -61,46 +61,46 @@ struct Row {
   Row(const Row&) = delete;
   Row& operator=(const Row&) = delete;
 
-  /// Walks touch what the values refer to, which may lie anywhere: begins to fetch it some values ahead.
+  /// For iterations that follow the values' references, which are scattered: prefetches a few values ahead.
   void fetch_ahead(std::size_t at) const;
 
-  /// Begins to fetch the row and as many values as a large record has, without a look at the row.
+  /// Prefetches the row and as many values as a large record has, without reading the row.
   void fetch() const;
 
-  // Of a dictionary.
+  // For dictionaries.
 
   std::size_t size() const { return count - absent; }
-  /// Where the first entry may be: who erases the first entry again and again never walks over what is gone.
+  /// Lower bound of the first entry's place: repeatedly erasing the first entry does not rescan the erased ones.
   std::size_t first() const { return keys->first(); }
   /// The value at this place, or null when it is absent.
   Value* present(std::size_t at) const;
-  /// Which of the values from this place on, up to 64, are so, as bits. Where any field may be left out, no branch on
-  /// one can be foretold.
+  /// Bit mask of the values from this place on, up to 64, that satisfy `is`. Any field may be omitted, so a branch per
+  /// field would be mispredicted.
   template <class Is>
   std::uint64_t which_from(std::size_t at, Is is) const;
-  /// Which of them are not absent.
+  /// The same for values that are not absent.
   std::uint64_t present_from(std::size_t at) const;
-  /// Writes the plain values of a record, up to 64 from this place on, over plain ones that stand here under the same
-  /// keys. Which these were, as bits.
+  /// Writes the plain values of a record, up to 64 from this place on, over plain values here under the same keys.
+  /// Returns the mask of those written.
   std::uint64_t write_plain(const Row& fresh, std::size_t at, const KeyMatch& match);
   void erase(std::uint32_t at);
 
   Value* inside() { return reinterpret_cast<Value*>(this + 1); }
   bool is_outside() const { return values != reinterpret_cast<const Value*>(this + 1); }
   std::size_t room() const { return is_outside() ? outside_room() : behind; }
-  /// Adds a value for which there is room.
+  /// Adds a value; there must be room.
   Value& add(Value&& value);
   void add_absent(std::size_t more);
-  /// Puts the value that `make` returns where one is absent. It is made in its place, and must not throw once it is.
+  /// Constructs the value returned by `make` in an absent place. `make` must not throw once the value exists.
   template <class Make>
   void put(std::size_t at, const Make& make);
-  /// Adds copies of all values of another row, for which there is room.
+  /// Adds copies of all values of another row; there must be room.
   void add_all(const Row& other);
-  /// Moves all values of another row here, for which there is room.
+  /// Moves all values of another row here; there must be room.
   void take_all(Row& other);
-  /// Ends the values from this place on.
+  /// Destroys the values from this place on.
   void cut(std::size_t at) noexcept;
-  /// Parts with all values; who calls ends them when it is done with everything else.
+  /// Moves all values to a new row, which the caller must `end` as its last step: destroying values may run any code.
   [[nodiscard]] Row* take_out();
 
  private:
@@ -159,7 +159,7 @@ inline std::uint64_t Row::write_plain(const Row& fresh, std::size_t at, const Ke
 }
 inline Value* Row::present(std::size_t at) const { return values[at].is_absent() ? nullptr : values + at; }
 
-/// Walks the entries in insertion order: `for (auto [key, value] : dict)`. Entries may be erased on the way, not added.
+/// Iterates over entries in insertion order. Entries may be erased during the loop, not added.
 template <bool kConst>
 class DictIterator {
  public:
@@ -173,7 +173,7 @@ class DictIterator {
   using reference = Item;
   using pointer = void;
 
-  /// `row` may be null, for a dictionary that was moved from.
+  /// `row` is null for an empty dictionary without memory.
   DictIterator(Row* row, std::size_t at) : row_(row), at_(at) { skip_absent(); }
   Item operator*() const { return {row_->keys->key(at_), row_->values[at_]}; }
   DictIterator& operator++() {
@@ -182,7 +182,7 @@ class DictIterator {
     skip_absent();
     return *this;
   }
-  /// Every walk ends where the entries end now, also when some were removed on the way.
+  /// The end is wherever the entries end now, even if some were removed during the loop.
   friend bool operator==(const DictIterator& a, const DictIterator& b) {
     return (a.at_end() && b.at_end()) || (a.at_ == b.at_ && !a.at_end() && !b.at_end());
   }
@@ -289,7 +289,7 @@ inline bool Dict::empty() const { return size() == 0; }
 inline bool Dict::contains(const KeyRef& key) const {
   if (row_ == nullptr) return false;
   const std::uint32_t at = row_->keys->find(key);
-  // Mostly all are present, and none needs to be looked at.
+  // Usually nothing is absent, and the value need not be touched.
   return at != KeySet::kNowhere && (row_->absent == 0 || row_->present(at) != nullptr);
 }
 inline const Value* Dict::find(const KeyRef& key) const {
@@ -310,7 +310,7 @@ inline void Dict::fetch_beside(const Row& fresh, std::size_t at) const {
 
 template <class Visit>
 void Dict::merge(const Dict& fresh, Visit&& visit) {
-  const Dict source = fresh;  // it may stand inside this dictionary and be overwritten on the way
+  const Dict source = fresh;  // keeps it alive: it may be inside this dictionary and get overwritten
   if (source.row_ == nullptr) return;
   const Row& from = *source.row_;
   const KeySet* keys = nullptr;
@@ -322,7 +322,7 @@ void Dict::merge(const Dict& fresh, Visit&& visit) {
   };
   const auto visit_one = [&](std::size_t at) {
     const Value* value = at < from.count ? from.present(at) : nullptr;
-    if (value == nullptr) return;  // the visitor wrote to what it visits
+    if (value == nullptr) return;  // the visitor modified `fresh`
     const Value& key = from.keys->key(at);
     find_places();
     if (places == nullptr) {

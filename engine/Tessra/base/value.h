@@ -24,15 +24,15 @@ namespace tessra {
 
 enum class Kind : std::uint8_t { none, boolean, integer, real, string, list, dictionary, host };
 
-/// The kind's name as messages show it.
+/// The kind's name as shown in messages.
 std::string_view kind_name(Kind kind);
 
 /// One value of a situation, a configuration or an attribute map: none, boolean, integer (64 bit), real, string
 /// (UTF-8), list, dictionary, or a host object (a shared pointer of the host's own type).
 ///
-/// Lists, dictionaries and host objects are references: copying a value shares them. Numbers, booleans included,
+/// Lists, dictionaries and host objects are references: copying a value shares them. Numbers, including booleans,
 /// compare by value (`1 == 1.0 == true`); `is_true` asks for exactly true. A value belongs to one thread at a time:
-/// its counts are not atomic, so no `Value` may stand in a static or at namespace scope.
+/// reference counts are not atomic, so no `Value` may be static or at namespace scope.
 class Value {
  public:
   Value() noexcept : bits_(head_of(Tag::none)) {}
@@ -50,10 +50,10 @@ class Value {
   Value(Name name) noexcept : bits_(bits_of(Tag::name, name.rep_)) {}
   Value(List list) : list_(std::move(list)) { list_.row(); }
   Value(Dict dict) : dict_(std::move(dict)) { dict_.row(); }
-  /// A host object; an empty pointer becomes none. It is read back as the same type.
+  /// A host object; a null pointer becomes none. It must be read back as the same type.
   template <class T>
   Value(std::shared_ptr<T> object) : Value(std::shared_ptr<void>(object), std::type_index(typeid(T))) {}
-  /// No other pointer silently becomes a boolean.
+  /// Deleted, so that no pointer silently becomes a boolean.
   template <class T>
   Value(T*) = delete;
 
@@ -92,14 +92,14 @@ class Value {
   bool is_dict() const noexcept { return tag() == Tag::dictionary; }
   /// Exactly the boolean true.
   bool is_true() const noexcept { return bits_ == (head_of(Tag::boolean) | 1); }
-  /// Exactly this text; compares without making a value.
+  /// Exactly this text; compares without constructing a value.
   bool is_text(std::string_view text) const { return is_string() && as_text() == text; }
-  /// The same for the text of a name.
+  /// The same for a name.
   bool is_name(Name name) const { return tag() == Tag::name ? this->name() == name.rep_ : is_text(name.text()); }
-  /// False for none, false, zero and whatever is empty; true for the rest, host objects included.
+  /// False for none, false, zero and empty texts, lists and dictionaries; true for the rest, including host objects.
   bool truthy() const;
 
-  // Access by kind; another kind throws `KindError` naming both.
+  // Access by kind; a value of another kind throws `KindError` naming both.
 
   bool as_bool() const;
   /// An integer, or a boolean as 0 or 1.
@@ -112,7 +112,7 @@ class Value {
     if (tag() == Tag::name) return {name()->bytes, name()->size};
     return long_text();
   }
-  std::string_view as_text() const&& = delete;  // the bytes would be gone
+  std::string_view as_text() const&& = delete;  // the view would dangle
   const List& as_list() const& {
     if (!is_list()) fail_kind(Kind::list);
     return list_;
@@ -134,32 +134,32 @@ class Value {
   const Dict* if_dict() const noexcept { return is_dict() ? &dict_ : nullptr; }
   Dict* if_dict() noexcept { return is_dict() ? &dict_ : nullptr; }
   const List* if_list() const noexcept { return is_list() ? &list_ : nullptr; }
-  /// The host object, or null when this value holds none of this type.
+  /// The host object, or null if this value does not hold one of this type.
   template <class T>
   std::shared_ptr<T> if_host() const {
     return holds_host(std::type_index(typeid(T))) ? as_host<T>() : nullptr;
   }
 
-  /// Conversion to a whole number: integers stay, reals lose their fraction, booleans are 0 or 1, text is read as a
-  /// decimal integer with blanks around it. Throws `ConversionError` when there is no such number and `KindError` for
-  /// kinds that cannot be converted.
+  /// Conversion to an integer: reals are truncated, booleans are 0 or 1, text is parsed as a decimal integer, with
+  /// blanks around it allowed. Throws `ConversionError` if there is no such integer and `KindError` for kinds that
+  /// cannot be converted.
   std::int64_t to_integer() const;
 
-  /// Begins to fetch what this value refers to, if anything, for who is going to read it in a moment.
+  /// Prefetches what this value refers to, if anything.
   void fetch_held() const noexcept {
     if (const Counted* held = counted()) __builtin_prefetch(held);
   }
 
-  /// The value as text: `None`, `True`, shortest reals with `.0` when whole, strings as they are, lists and
-  /// dictionaries with quoted strings inside.
+  /// The value as text: `None`, `True`, shortest reals with `.0` when whole, strings without quotes, lists and
+  /// dictionaries with the strings inside quoted.
   std::string to_text() const;
 
-  /// Shares nothing with this value, host objects excepted, and texts if that is wanted. What was shared inside stays
-  /// shared inside the copy. Throws `LimitError` beyond `kMaxDepth`.
+  /// A copy that shares only host objects, and texts if `Texts::shared`. Sharing inside the tree is preserved inside
+  /// the copy. Throws `LimitError` beyond `kMaxDepth`.
   Value deep_copy(Texts texts = Texts::copied) const;
 
-  /// Whether both are one list, dictionary or host object, or equal values of one kind. `==` throws `LimitError` beyond
-  /// `kMaxDepth`.
+  /// Whether both are the same list, dictionary or host object, or equal values of one kind. `==` throws `LimitError`
+  /// beyond `kMaxDepth`.
   bool is(const Value& other) const;
   friend bool operator==(const Value& a, const Value& b);
   friend std::ostream& operator<<(std::ostream& out, const Value& value);
@@ -177,29 +177,29 @@ class Value {
   friend class RecordIds;
   struct HostRep;
   struct Counted {
-    std::uint32_t refs;  // what all that is counted begins with
+    std::uint32_t refs;  // the first member of everything that is counted
   };
   struct StringRep {
     std::uint32_t refs;
     std::uint32_t size;
-    std::uint32_t hash;  // 0 until it is known
-    char bytes[1];       // as many as `size` says
+    std::uint32_t hash;  // 0 until computed
+    char bytes[1];       // `size` of them
   };
   struct IntegerRep {
     std::uint32_t refs;
     std::int64_t integer;
   };
   static std::size_t bytes_of(std::size_t text_size);
-  /// Of a text with bytes of its own: 0 when it is not known.
+  /// Hash of a heap text; 0 if not yet computed.
   std::uint32_t known_hash() const noexcept { return string()->hash; }
   void remember_hash(std::uint32_t hash) const noexcept { string()->hash = hash; }
 
   using Tag = detail::Tag;
 
-  /// Longest text that stands in the value itself.
+  /// Longest text that is stored in the value itself.
   static constexpr std::size_t kShortText = 6;
 
-  /// A text of at most `kShortText` bytes, the last of which is not nought.
+  /// A text of at most `kShortText` bytes that does not end in a null byte, since its size is derived from its bytes.
   explicit Value(const detail::Front& text) : bits_(head_of(Tag::text) | text.words.low) {}
   /// A text whose hash is known.
   Value(std::string_view text, std::uint32_t hash) : Value(text) {
@@ -211,10 +211,10 @@ class Value {
     value.bits_ = head_of(Tag::absent);
     return value;
   }
-  /// Of a number that was read, by its bits.
+  /// A number from its bits (see `JsonNumber`).
   static Value of_number(std::uint64_t bits, bool is_real) {
     if (!is_real && !is_narrow(static_cast<std::int64_t>(bits))) return static_cast<std::int64_t>(bits);
-    // Integers and reals in one, since which of them comes cannot be foretold.
+    // A select instead of a branch: whether an integer or a real comes next cannot be predicted.
     Value value;
     value.bits_ = is_real ? bits + kFirstReal : head_of(Tag::integer) | (bits & detail::kPayload);
     return value;
@@ -233,19 +233,19 @@ class Value {
     return head_of(Tag::integer) | (static_cast<std::uint64_t>(integer) & detail::kPayload);
   }
   static std::uint64_t bits_of(double real) noexcept {
-    // What is no number has one form, since there would be no room for the others.
+    // A single NaN pattern: the others encode the other kinds.
     if (real != real) real = std::numeric_limits<double>::quiet_NaN();
     return std::bit_cast<std::uint64_t>(real) + kFirstReal;
   }
-  /// Whether the payload shows it.
+  /// Whether the integer fits into the payload.
   static bool is_narrow(std::int64_t integer) { return (integer << 16 >> 16) == integer; }
   static IntegerRep* make_wide(std::int64_t integer);
 
-  /// Every kind of value is moved by its bits; the caller keeps the counts right.
+  /// Copies the bits, which is correct for every kind; the caller adjusts the reference count.
   void take_bits(const Value& other) noexcept { bits_ = other.bits_; }
   Tag tag() const noexcept { return static_cast<Tag>(std::min(bits_, kFirstReal) >> detail::kTagShift); }
   bool is_absent() const noexcept { return bits_ == head_of(Tag::absent); }
-  /// A number or a text that stands in the value itself, or none.
+  /// None, or a number or text stored in the value itself.
   bool is_plain() const noexcept { return bits_ > head_of(Tag::absent); }
 
   std::uint64_t payload() const noexcept { return bits_ & detail::kPayload; }
@@ -253,9 +253,9 @@ class Value {
   Held* held() const noexcept {
     return detail::held_by<Held>(bits_);
   }
-  /// What it holds a reference to, or null.
+  /// The object it holds a reference to, or null.
   Counted* counted() const noexcept { return bits_ < head_of(Tag::absent) ? held<Counted>() : nullptr; }
-  // By kind; the caller knows it.
+  // Unchecked access by kind.
   std::int64_t integer() const noexcept {
     return tag() == Tag::wide_integer ? held<IntegerRep>()->integer : static_cast<std::int64_t>(bits_ << 16) >> 16;
   }
@@ -263,17 +263,17 @@ class Value {
   const Name::Rep* name() const noexcept { return held<const Name::Rep>(); }
   StringRep* string() const noexcept { return held<StringRep>(); }
   HostRep* host() const noexcept { return held<HostRep>(); }
-  /// The bytes of the payload come first in memory.
+  /// Little-endian: the payload comes first in memory.
   const char* short_text() const noexcept { return reinterpret_cast<const char*>(this); }
-  /// Behind the text there are noughts.
+  /// The text is followed by null bytes.
   std::size_t short_size() const noexcept { return (std::bit_width(payload()) + 7) / 8; }
   std::string_view long_text() const {
     if (tag() != Tag::string) fail_kind(Kind::string);
     return {string()->bytes, string()->size};
   }
-  /// Ends what this value held the last reference to.
+  /// Destroys the object whose last reference this value held.
   void end() noexcept;
-  /// The same for what holds no other values: a long text, a wide integer or a host object.
+  /// The same for objects without values inside: a long text, a wide integer or a host object.
   static void end_leaf(Tag tag, Counted* counted) noexcept;
   std::shared_ptr<void> host_object(std::type_index type) const;
   bool holds_host(std::type_index type) const;
@@ -282,18 +282,18 @@ class Value {
 
   union {
     std::uint64_t bits_;
-    List list_;  // the handles have the same bits
+    List list_;  // handles use the same encoding
     Dict dict_;
   };
 };
 
-/// Text form of a real number: the shortest that reads back equal, with `.0` when whole.
+/// Text of a real number: the shortest that reads back equal, with `.0` when whole.
 std::string real_text(double real);
 
 inline void swap(Value& a, Value& b) noexcept { a.swap(b); }
 
-/// Deepest nesting that `deep_copy`, `==` and the text forms follow; `LimitError` beyond. Trees that are built by hand
-/// may be deeper, or contain themselves.
+/// Deepest nesting that `deep_copy`, `==` and the text forms follow; `LimitError` beyond. Trees built by hand may be
+/// deeper, or contain themselves.
 constexpr int kMaxDepth = 2000;
 
 }  // namespace tessra
