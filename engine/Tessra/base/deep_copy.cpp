@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// One deep copy. Only what more than one handle holds can be met twice, so only that is remembered.
+/// One deep copy. Only a row with more than one handle can be reached twice, so only those are recorded.
 class DeepCopy {
  public:
   explicit DeepCopy(Texts texts) : texts_(texts) {}
@@ -34,13 +34,14 @@ class DeepCopy {
     if (from == nullptr) return {};
     Row* row = Row::make(from->count, from->keys != nullptr ? KeySet::none() : nullptr);
     Handle result(row);
+    // Recorded before its values are copied: the tree may contain itself.
     if (from->refs > 1) {
       const auto [done, is_new] = copies.try_emplace(from, result);
       if (!is_new) return done->second;
     }
     check_depth(++depth_);
     if (from->keys != nullptr) row->keys = copy_keys(*from->keys);
-    // What is absent stays absent, so that keys and values go on standing side by side.
+    // Absent values stay absent, so that keys and values keep the same places.
     for (std::size_t at = 0; at < from->count; ++at) {
       const Value& value = from->values[at];
       row->add(value.counted() != nullptr ? copy(value) : Value(value));

@@ -12,7 +12,11 @@ namespace tessra {
 
 namespace {
 
-/// Numbers are keys by value, so every key that is a number becomes an integer.
+// Dictionaries: a row of values plus a key set (key_set.h). As long as its keys are field names, a dictionary uses a
+// shared shape; anything a shape cannot express gives it keys of its own. The lookups themselves are inline, in
+// tree_reps.h.
+
+/// Numbers are keys by value, so every numeric key becomes an integer.
 std::int64_t integer_key(const Value& value) {
   if (value.is_real()) {
     const double real = value.as_real();
@@ -23,6 +27,7 @@ std::int64_t integer_key(const Value& value) {
   return value.to_integer();
 }
 
+/// Adds the key to the message of a `KindError`.
 template <class Read>
 decltype(auto) naming_key(const KeyRef& key, Read&& read) {
   try {
@@ -41,6 +46,7 @@ void KeyRef::refer_to_number(const Value& value) {
 }
 
 std::uint32_t KeyRef::hash_integer(std::int64_t number) {
+  // Multiplicative hashing by 2^64 / golden ratio; the upper half is the better mixed one.
   const std::uint64_t mixed = static_cast<std::uint64_t>(number) * 0x9E3779B97F4A7C15ULL;
   return static_cast<std::uint32_t>(mixed >> 32);
 }
@@ -54,22 +60,23 @@ Value KeyRef::to_value() const {
 
 std::string KeyRef::to_text() const { return is_text_ ? std::string(text()) : std::to_string(integer_); }
 
-// ---- In memory --------------------------------------------------------------------------------------------------
+// ---- Storage ----------------------------------------------------------------------------------------------------
 
 void Row::erase(std::uint32_t at) {
-  // Destroyed last: the value's end may reach this dictionary again.
+  // Destroyed last: the value's destructor may access this dictionary.
   [[maybe_unused]] const Value value = std::exchange(values[at], Value::absent());
   ++absent;
   if (!keys->is_shape()) const_cast<KeySet*>(keys)->erase(at);
 }
 
 Value& Dict::append(Value key, Value value) {
-  constexpr std::size_t kRoom = 4;  // what leaves a shape often goes on a little
+  constexpr std::size_t kRoom = 4;  // a dictionary that leaves its shape usually gets a few more keys
   row();
+  // Squeeze when more than about a third of the places are absent: amortised, an erasure costs constant time.
   if (!row_->keys->is_shape() && row_->absent > row_->size() / 2 + 8) squeeze(1);
   if (row_->keys->is_shape()) {
     const bool is_name = key.tag() == Value::Tag::name;
-    // A name that this dictionary lacks may be in the shape all the same; now it comes last.
+    // The shape may contain the name as an absent entry; in insertion order it comes last now.
     if (is_name && row_->absent > 0 && row_->keys->find(key) != KeySet::kNowhere) squeeze(kRoom);
     const KeySet* next = is_name && row_->keys->is_shape() ? row_->keys->after(key) : nullptr;
     if (next != nullptr) {
@@ -95,7 +102,7 @@ bool Dict::join(Row& from) {
   const KeySet* joined = match != nullptr ? match->joined() : nullptr;
   if (joined == nullptr || joined == row_->keys) return false;
   if (row_->absent > 0) {
-    // What this dictionary lacks would have to come last.
+    // A key that is absent here would have to come last, which the joined shape does not express.
     for (const auto [held, fresh] : match->common()) {
       if (from.present(fresh) != nullptr && row_->present(held) == nullptr) return false;
     }
@@ -117,7 +124,8 @@ bool Dict::join(Row& from) {
     row_->absent += from.values[at].is_absent() ? 1 : 0;
     row_->add(from.refs == 1 ? std::move(from.values[at]) : Value(from.values[at]));
   }
-  const std::vector<KeyMatch::Pair> common = match->common();  // a value that is overwritten may end anything
+  // A copy, since destroying an overwritten value may run code that replaces the cached match.
+  const std::vector<KeyMatch::Pair> common = match->common();
   for (const auto [held, fresh] : common) {
     if (const Value* value = from.present(fresh)) row_->values[held] = *value;
   }
@@ -135,6 +143,7 @@ void Dict::squeeze(std::size_t more) {
   }
   row_->cut(left);
   row_->absent = 0;
+  // What is left of a shape is a sequence of names, which may have a shape as well.
   const KeySet* shape = row_->keys->is_shape() ? KeySet::frequent_shape_of(keys.data(), left) : nullptr;
   KeySet::drop(std::exchange(row_->keys, shape != nullptr ? shape : KeySet::own(keys.data(), left, left + more)));
 }
@@ -241,7 +250,7 @@ void Dict::clear() {
   if (row_ == nullptr) return;
   Row* gone = row_->take_out();
   KeySet::drop(std::exchange(row_->keys, KeySet::none()));
-  Row::end(gone);  // last, as when one entry is erased
+  Row::end(gone);  // last, for the same reason as in `erase`
 }
 
 void Dict::update(const Dict& other) {
@@ -250,7 +259,7 @@ void Dict::update(const Dict& other) {
 
 void Dict::update(Dict&& other) {
   if (is(other) || other.empty()) return;
-  const Dict source = std::move(other);  // it may stand inside this dictionary and be overwritten on the way
+  const Dict source = std::move(other);  // keeps it alive: it may be inside this dictionary and get overwritten
   row();
   if (join(*source.row_)) return;
   if (row_->count == 0) Row::reserve(row_, source.size());
@@ -270,6 +279,7 @@ Dict Dict::shallow_copy() const {
 }
 
 std::vector<Value*> Dict::find_all(const Dict& table) {
+  // Lookups whose cache misses overlap.
   constexpr std::size_t kTogether = 16;
   std::vector<Value*> found;
   found.reserve(table.size());
@@ -296,8 +306,8 @@ void Dict::fetch_under(std::span<const Value* const> keys) const {
       if (place != KeySet::kNowhere) visit(place);
     }
   };
-  // One after the other for all of them: their texts; where the index says they are; keys and values; what these refer
-  // to.
+  // Four stages, each for all keys, since a stage needs the data that the one before has prefetched: texts of the keys,
+  // index slots, keys and values, what these refer to.
   for (const Value* key : keys) key->fetch_held();
   for (const Value* key : keys) held.fetch(*key);
   for_each_place([&](std::uint32_t place) {

@@ -20,7 +20,7 @@ std::vector<std::string> Error::stack() const {
   const std::unique_ptr<char*, decltype(&std::free)> symbols(::backtrace_symbols(frames_, frame_count_), &std::free);
   if (symbols == nullptr) return lines;
   for (int i = 0; i < frame_count_; ++i) {
-    // A line reads "module(mangled+offset) [address]"; only the mangled name is worth rewriting.
+    // A line reads "module(mangled+offset) [address]"; the mangled name is replaced.
     std::string line = symbols.get()[i];
     const auto open = line.find('(');
     const auto plus = line.find('+', open);
@@ -42,7 +42,7 @@ std::string demangle(const char* symbol) {
 
 namespace {
 
-/// The value of an error of exactly this type, as text; none when it is of another.
+/// The text of a thrown `T`; nothing for other types.
 template <class T>
 std::optional<std::string> thrown_text(const std::exception_ptr& error) {
   try {
@@ -79,7 +79,8 @@ std::optional<std::string> thrown_value(const std::exception_ptr& error) {
   return text ? text : number_that_was_thrown(error);
 }
 
-/// For the handler of an error that is no standard exception.
+/// Type of the exception being handled; call it inside a handler only. The exception ABI knows the type even of objects
+/// that are not standard exceptions.
 std::string thrown_type() {
   const std::type_info* type = abi::__cxa_current_exception_type();
   return type != nullptr ? demangle(type->name()) : "unknown type";
@@ -101,7 +102,7 @@ std::string error_text(const std::exception_ptr& error) {
 
 namespace {
 
-/// The type an error was thrown as; `std::throw_with_nested` wraps it in one of its own.
+/// The type an error was thrown as, without the wrapper that `std::throw_with_nested` adds.
 std::string type_name(const std::exception& error) {
   constexpr std::string_view kWrapper = "std::_Nested_exception<";
   std::string name = demangle(typeid(error).name());

@@ -11,12 +11,16 @@
 
 namespace tessra {
 
+// Locating faults: reading is fast because it tracks no positions (json_tokens.h, tree_builder.h). Only when a text is
+// refused is it parsed again here, with a parser that knows where it is. The same pass finds duplicate keys in files
+// written by people.
+
 namespace ondemand = simdjson::ondemand;
 
 namespace {
 
-/// Offset where the strings of a text go wrong: the first control character that stands bare inside one, or the quote
-/// that opens one which never ends.
+/// Offset of the first fault in the strings of a text: a raw control character, or the opening quote of a string that
+/// is not terminated.
 std::size_t first_string_fault(std::string_view text) {
   std::size_t open = std::string_view::npos;
   for (std::size_t at = 0; at < text.size(); ++at) {
@@ -34,7 +38,7 @@ std::size_t first_string_fault(std::string_view text) {
   return std::min(open, text.size());
 }
 
-/// Where the parser's first pass, which reports no place, found its fault.
+/// Offset of a fault of the parser's first pass, which reports only a kind.
 std::size_t first_pass_fault(std::string_view text, simdjson::error_code error) {
   switch (error) {
     case simdjson::EMPTY:
@@ -51,7 +55,7 @@ std::size_t first_pass_fault(std::string_view text, simdjson::error_code error) 
 
 enum class Keys { any, distinct };
 
-/// Walks a text that has the parser's padding behind it, value by value, and throws at the first fault.
+/// Visits all values of a padded text and throws at the first fault.
 class FaultFinder {
  public:
   FaultFinder(std::string_view text, ondemand::document& document, std::size_t max_depth, Keys keys)
@@ -63,7 +67,7 @@ class FaultFinder {
   }
 
  private:
-  /// `source` is the document or a value inside it; both read alike.
+  /// `source` is the document or a value inside it; both have the same interface.
   template <class Source>
   void walk_any(Source& source, std::size_t depth) {
     switch (checked(source.type())) {
@@ -124,6 +128,7 @@ class FaultFinder {
     const std::size_t begin = place();
     ondemand::number number;
     if (source.get_number().get(number) != simdjson::SUCCESS) {
+      // Digits only, too many of them: an integer that does not fit, rather than a malformed number.
       const std::size_t end = std::min(text_.find_first_not_of("-0123456789", begin), text_.size());
       const bool whole = end - begin > 18 && (end == text_.size() || std::string_view(",]} \t\r\n").find(text_[end]) !=
                                                                          std::string_view::npos);
@@ -141,7 +146,8 @@ class FaultFinder {
     if (result.error() == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
       fail_at(text_, text_.size(), "the text does not end with its list or dictionary");
     }
-    // Kinds were asked for before: a value that is not what it began as is a misspelt word.
+    // `type` looks at the first byte only: a value that turns out to be something else is a misspelt true, false or
+    // null.
     if (result.error() == simdjson::INCORRECT_TYPE) fail("unknown word");
     if (result.error() != simdjson::SUCCESS) fail(simdjson::error_message(result.error()));
     return std::move(result).value_unsafe();
@@ -183,6 +189,7 @@ void fail_at(std::string_view text, std::size_t offset, const std::string& what)
 void report_json_fault(std::string_view text, std::size_t max_depth) {
   if (text.starts_with("\xEF\xBB\xBF")) fail_at(text, 0, "the text begins with a byte order mark");
   walk(text, max_depth, Keys::any);
+  // The fast reader refused what this parser accepts: no place is known.
   fail_at(text, 0, "a value beyond the limits");
 }
 

@@ -8,6 +8,9 @@
 
 namespace tessra {
 
+// Records are full of numbers, so common ones are read without loops and branches; everything else falls back to the
+// standard library or to simdjson.
+
 namespace {
 
 using detail::each;
@@ -16,8 +19,8 @@ __extension__ using Wide = unsigned __int128;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-/// The number that digits make, given by their values: neighbours are joined to pairs, pairs to fours, fours to the
-/// whole.
+/// The number whose decimal digits are the bytes of a word, first digit in the lowest byte. Three multiplications
+/// combine digits to pairs, pairs to groups of four, and those to the whole, all lanes at once.
 std::uint64_t number_of(std::uint64_t digits) {
   digits = digits * (10 * 0x100 + 1) >> 8;
   digits = (digits & 0x00FF00FF00FF00FF) * (100 * 0x10000 + 1) >> 16;
@@ -34,36 +37,38 @@ int lowest_bit(Wide word) {
   return low != 0 ? lowest_bit(low) : 64 + lowest_bit(static_cast<std::uint64_t>(word >> 64));
 }
 
+/// Up to the 14 fraction digits that `read_short` can meet.
 constexpr double kPowersOfTen[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
 
-/// Digits, which may have a point between them. They must fit into the word, and as many bytes as the word has must be
-/// readable. How long numbers are and where their points stand cannot be foretold, so nothing here branches on it.
+/// Digits, possibly with a point between them. They must fit into the word, and as many bytes as the word has must be
+/// readable. Lengths of numbers and positions of points cannot be predicted, so nothing here branches on them.
 ///
-/// At most 15 digits and a power of ten up to 10^14 are exact as reals, and then so is the rounding of their quotient.
-/// See W. D. Clinger, "How to Read Floating Point Numbers Accurately", 1990.
+/// An integer of at most 15 digits and a power of ten up to 10^14 are exact as reals, so their quotient is correctly
+/// rounded (W. D. Clinger, "How to Read Floating Point Numbers Accurately", 1990).
 template <class Word>
 JsonNumber read_short(std::string_view text, bool is_negative) {
   constexpr int kBytes = sizeof(Word);
   const int size = static_cast<int>(text.size());
   Word digits;
   std::memcpy(&digits, text.data(), kBytes);
-  // Their values in the highest bytes, and noughts before them.
+  // Digit values in the highest bytes, preceded by zeros. '0' is 0x30, so xor subtracts it.
   digits = (digits ^ each<Word>('0')) << 8 * (kBytes - size);
 
-  // What stands before the point moves into its place.
+  // Digits before the point move up by one byte to close the gap.
   const Word points = detail::equal_bytes(digits, '.' ^ '0');
   const bool is_real = points != 0;
   const int point = lowest_bit(points | Word{1} << (8 * kBytes - 1)) / 8;  // the last place when there is none
-  // The highest bit is among those asked for, so that the point lies in the word.
+  // `point` is in range, since the highest bit was set in the search above.
   const Word unit = Word{is_real} << 8 * point;  // NOLINT(clang-analyzer-core.UndefinedBinaryOperatorResult)
   const Word before = unit - is_real;
   const Word behind = ~(before | ((unit << 8) - unit));
   digits = (digits & before) << 8 | (digits & behind);
 
   const int fraction = kBytes - 1 - point;
+  // No byte above 9: adding 0x76 sets the top bit of such a byte, unless it was set before.
   const bool are_digits = (((digits + each<Word>(0x80 - 10)) | digits) & each<Word>(0x80)) == 0;
   const bool is_bare = is_real & ((fraction == 0) | (fraction == size - 1));
-  // Behind a single digit stands what ends the number: beyond the text, and readable.
+  // For a single digit, first[1] is the byte after the number: not part of the text, but readable.
   const char* const first = text.data();
   const bool is_padded = (first[0] == '0') & is_digit(first[1]);
   if (!are_digits | is_bare | is_padded) return {};
@@ -76,7 +81,7 @@ JsonNumber read_short(std::string_view text, bool is_negative) {
   return {(of_real & chosen) | (of_integer & ~chosen), is_real ? JsonNumber::Kind::real : JsonNumber::Kind::integer};
 }
 
-/// Apart, so that the others need not save registers for it.
+/// Not inlined, so that the common short case need not save registers for it.
 [[gnu::noinline]] JsonNumber read_wide(std::string_view text, bool is_negative) {
   return read_short<Wide>(text, is_negative);
 }
@@ -84,7 +89,7 @@ JsonNumber read_short(std::string_view text, bool is_negative) {
 /// A real with a point, of any length.
 [[gnu::noinline]] JsonNumber read_long(std::string_view text) {
   const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
-  // The conversion takes more than JSON does: nought before other digits, points without digits around them, words.
+  // `from_chars` accepts more than JSON: leading zeros, points without digits on both sides, words such as "inf".
   const std::size_t point = digits.find('.');
   if (point == 0 || point == std::string_view::npos || (digits[0] == '0' && point != 1)) return {};
   if (!is_digit(digits[0]) || point + 1 == digits.size() || !is_digit(digits[point + 1])) return {};

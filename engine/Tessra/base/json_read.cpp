@@ -25,7 +25,7 @@ struct JsonReader::Impl {
   JsonLimits limits;
   JsonTokens tokens;
 
-  /// Nothing when the text is refused.
+  /// Nothing if the text is refused.
   std::optional<Value> tree(std::string_view text) {
     switch (tokens.begin(text)) {
       case JsonTokens::Form::nested:
@@ -58,11 +58,11 @@ Value read_json(std::string_view text) { return JsonReader().read(text); }
 
 namespace {
 
-/// Reads a file with `read`; what is wrong with its text names the file.
+/// Reads a file with `read` and adds the path to the message of a `JsonError`.
 template <class Read>
 Value read_file(const std::filesystem::path& path, Read&& read) {
   std::ifstream file(path, std::ios::binary);
-  file.peek();  // a folder opens like a file and fails only when read
+  file.peek();  // opening a folder succeeds, reading it fails
   if (!file.is_open() || file.bad()) throw Error("cannot read " + path.string());
   std::stringstream text;
   text << file.rdbuf();

@@ -10,13 +10,14 @@
 namespace tessra {
 
 struct JsonTokens::Parser {
-  /// The first pass alone, and where it found tokens to begin.
+  /// Used for its first pass only; holds the positions of the tokens.
   std::unique_ptr<simdjson::internal::dom_parser_implementation> first_pass;
+  /// Used for uncommon single values.
   simdjson::dom::parser whole;
 
-  /// The number of tokens; none when the text is refused.
+  /// Number of tokens; 0 if the text is refused.
   std::uint32_t find_tokens(std::string_view text) {
-    // No JSON ends in the middle of a character, and not every first pass stops at the end when one is cut off there.
+    // A text that ends inside a UTF-8 sequence is not JSON, and not every first pass detects that.
     if (text.empty() || static_cast<unsigned char>(text.back()) >= 0x80) return 0;
     if (make_room(text.size()) != simdjson::SUCCESS) return 0;
     const auto error = first_pass->stage1(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(),
@@ -27,7 +28,7 @@ struct JsonTokens::Parser {
  private:
   simdjson::error_code make_room(std::size_t bytes) {
     if (first_pass != nullptr && first_pass->capacity() >= bytes) return simdjson::SUCCESS;
-    // Some to spare: records differ in size, and touching new memory takes longer than reading them.
+    // With a margin: records differ in size, and page faults on new memory cost more than parsing.
     const std::size_t room =
         std::max(bytes, std::min(bytes + bytes / 4, std::size_t{simdjson::SIMDJSON_MAXSIZE_BYTES}));
     const auto error = first_pass != nullptr ? first_pass->set_capacity(room) : make_first_pass(room);
@@ -37,7 +38,7 @@ struct JsonTokens::Parser {
     return error;
   }
   simdjson::error_code make_first_pass(std::size_t bytes) {
-    constexpr std::size_t kDepth = 1;  // for the second pass, which never comes
+    constexpr std::size_t kDepth = 1;  // used by the second pass, which is never run
     return simdjson::get_active_implementation()->create_dom_parser_implementation(bytes, kDepth, first_pass);
   }
 };
@@ -53,7 +54,7 @@ JsonTokens::Form JsonTokens::begin(std::string_view text) {
   const char last = text[tokens[count - 1]];
   if (first != '{' && first != '[') return Form::lone;
   if (last != '}' && last != ']') return Form::refused;
-  tokens[count] = tokens[0];  // read only when a bracket was left open, where an opening one is refused
+  tokens[count] = tokens[0];  // sentinel, read only if a bracket is left open: an opening bracket is refused there
   text_ = text.data();
   text_end_ = text_ + text.size();
   next_ = tokens;

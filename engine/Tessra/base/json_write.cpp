@@ -114,6 +114,7 @@ class Writer {
   }
 
   void write_escape(char c) {
+    // Pairs of a character and its escape letter.
     constexpr std::string_view kLetters = "\"\"\\\\\bb\ff\nn\rr\tt";
     for (std::size_t i = 0; i < kLetters.size(); i += 2) {
       if (kLetters[i] != c) continue;
@@ -150,7 +151,7 @@ void write_json_file(const std::filesystem::path& path, const Value& value, Json
   errno = 0;
   std::ofstream file(partial, std::ios::binary | std::ios::trunc);
   file << text;
-  file.close();
+  file.close();  // before the check: a full disk may show only when the buffer is flushed
   if (!file) {
     const std::string reason = std::generic_category().message(errno);
     std::error_code ignored;

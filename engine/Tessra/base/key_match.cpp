@@ -12,6 +12,7 @@ KeyMatch* KeyMatch::remember() {
 }
 
 const KeyMatch& KeyMatch::of_shapes(const KeySet* held, const KeySet* fresh) {
+  // Direct-mapped: shapes are never freed, so a stale entry is merely overwritten and never dangles.
   const auto bits = [](const KeySet* keys) { return reinterpret_cast<std::uintptr_t>(keys); };
   const std::uint64_t hash = (bits(held) * 0x9E3779B97F4A7C15 ^ bits(fresh)) * 0xD1B54A32D192ED03;
   KeyMatch& match = (remembered_ != nullptr ? remembered_ : remember())[(hash >> 40) % kRemembered];
@@ -32,7 +33,7 @@ void KeyMatch::find_places(const KeySet* held, const KeySet* fresh) {
 }
 
 const KeySet* KeyMatch::joined() const {
-  if (is_joined_) return joined_;
+  if (is_joined_) return joined_;  // even if null: the limits that prevented it still hold
   std::vector<Value> names(held_->begin(), held_->begin() + held_->count());
   for (std::size_t at = 0; at < fresh_->count(); ++at) {
     if (places_[at] == KeySet::kNowhere) names.push_back(fresh_->key(at));

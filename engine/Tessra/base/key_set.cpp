@@ -9,7 +9,8 @@ namespace tessra {
 
 namespace {
 
-/// Remembers what was met lately, so that only what comes again makes a shape.
+/// Whether this hash was seen recently; records it otherwise. Only sequences that recur become shapes. The table is
+/// small and lossy on purpose: a forgotten sequence just has to recur once more.
 bool met_before(std::uint64_t hash) {
   constexpr std::size_t kRemembered = 2048;
   static thread_local std::array<std::uint32_t, kRemembered> met{};
@@ -20,18 +21,19 @@ bool met_before(std::uint64_t hash) {
   return false;
 }
 
-/// The bits that select slots; the hash itself has its best bits on top.
+/// Folds the hash for slot selection: its upper bits are the well-mixed ones.
 std::size_t spread(std::uint64_t hash) { return static_cast<std::size_t>(hash ^ hash >> 32); }
 
 }  // namespace
 
 constinit const KeySet KeySet::kNone(0, true, true);
 
-/// All shapes of the process, by the hash of their names.
+/// All shapes of the process, in an open-addressing table of fixed size. Readers take no lock: slots only ever change
+/// from null to a complete shape, published with release order. Writers hold the mutex.
 struct KeySet::Shapes {
   static constexpr std::size_t kSlots = 4 * kMaxShapes;
 
-  /// Continues the hash of a sequence of names by one more; it begins with 0.
+  /// Extends the hash of a sequence of names, which starts at 0, by one name.
   static std::uint64_t hash_on(std::uint64_t hash, const Value& name) {
     return (hash ^ reinterpret_cast<std::uintptr_t>(name.name())) * 0x9E3779B97F4A7C15 + 1;
   }
@@ -41,7 +43,7 @@ struct KeySet::Shapes {
     return hash;
   }
 
-  /// `more`: one name that comes after the others, or null.
+  /// `more`: an additional last name, or null.
   static const KeySet* find(const Value* names, std::size_t count, std::uint64_t hash, const Value* more = nullptr) {
     for (std::size_t slot = spread(hash) % kSlots;; slot = (slot + 1) % kSlots) {
       const KeySet* shape = table[slot].load(std::memory_order_acquire);
@@ -53,14 +55,14 @@ struct KeySet::Shapes {
   static const KeySet* make(const Value* names, std::size_t count, std::uint64_t hash, const Value* more,
                             bool is_grown) {
     const std::lock_guard lock(mutex);
-    if (const KeySet* known = find(names, count, hash, more)) return known;
+    if (const KeySet* known = find(names, count, hash, more)) return known;  // another thread was faster
     if (made == kMaxShapes) return nullptr;
     ++made;
     KeySet* shape = KeySet::make(count + 1, true, is_grown);
     shape->add(names, count);
     if (more != nullptr) shape->add(Value(*more));
     shape->hash_ = hash;
-    shape->make_index(shape->count_);  // now, since many threads may read it later
+    shape->make_index(shape->count_);  // now: once published it is shared between threads and must not change
     shape->make_prints();
     std::size_t slot = spread(hash) % kSlots;
     while (table[slot].load(std::memory_order_relaxed) != nullptr) slot = (slot + 1) % kSlots;
@@ -97,7 +99,7 @@ const KeySet* KeySet::frequent_shape_of(const Value* names, std::size_t count) {
 }
 
 const KeySet* KeySet::after(const Value& name) const {
-  // Steps from shape to shape are few and taken again and again; each thread remembers them.
+  // There are few transitions between shapes, each taken many times: every thread caches them.
   struct Step {
     const KeySet* from = nullptr;
     const Name::Rep* name = nullptr;
@@ -118,19 +120,21 @@ const KeySet* KeySet::after(const Value& name) const {
 }
 
 void KeySet::make_prints() const {
+  // `find_from` loads `kPrints` bytes at once, also at the last key: zeros follow.
   std::fill_n(prints(), count_ + kPrints, std::uint8_t{0});
   for (std::size_t at = 0; at < count_; ++at) prints()[at] = print_of(key(at).name()->front);
 }
 
 bool KeySet::goes_on_like(const Name::Rep& name, std::string_view text) {
   for (std::size_t at = detail::Front::kBytes; at < text.size(); at += 8) {
+    // The last load overlaps the one before instead of reading past the end.
     const std::size_t word = std::min(at, text.size() - 8);
     if (detail::load(name.bytes + word, 8) != detail::load(text.data() + word, 8)) return false;
   }
   return true;
 }
 
-// ---- Keys of a dictionary's own -----------------------------------------------------------------------------------
+// ---- Own keys of a dictionary -------------------------------------------------------------------------------------
 
 KeySet* KeySet::make(std::size_t room, bool is_shape, bool is_grown) {
   if (room > UINT32_MAX) throw LimitError("more than 2^32 entries");
@@ -165,7 +169,7 @@ void KeySet::enlarge(KeySet*& keys, std::size_t room) {
 
 void KeySet::reserve(KeySet*& keys, std::size_t room) {
   if (room > keys->room_) enlarge(keys, room);
-  // A table is going to be searched.
+  // A reserved table of this size will be searched, so it gets its index now.
   const bool is_wide = keys->index_ != nullptr && 2 * room <= std::size_t{keys->index_->mask} + 1;
   if (room > kMaxShapeKeys && !is_wide) keys->make_index(room);
 }
@@ -192,7 +196,7 @@ void KeySet::make_index(std::size_t room) const {
   index_ = static_cast<Index*>(Pool::take(sizeof(Index) + (slots - 1) * sizeof(Slot)));
   index_->mask = static_cast<std::uint32_t>(slots - 1);
   std::fill_n(index_->slots, slots, Slot{0, 0});
-  constexpr std::size_t kFar = 8;  // the texts, which know their hashes, lie far apart
+  constexpr std::size_t kFar = 8;  // prefetch distance: the texts, which store their hashes, are scattered
   for (std::size_t at = 0; at < count_; ++at) {
     if (at + kFar < count_) key(at + kFar).fetch_held();
     if (!key(at).is_none()) link(at);

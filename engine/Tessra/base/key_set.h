@@ -63,8 +63,9 @@ class KeySet {
   /// For a shape: place at or after `at` of the name with this text, whose first bytes are `front`, or `kNowhere`. Fast
   /// when the name is near `at`.
   std::uint32_t find_from(std::uint32_t at, const detail::Front& front, std::string_view text) const;
-  /// For a shape: the shape with this new name added; null as for `frequent_shape_of`. Dictionaries that grow from
-  /// nothing, as those of elements do, get a shape from the first name on: what starts alike usually continues alike.
+  /// For a shape: the shape with this new name added; null as for `frequent_shape_of`. For dictionaries that grow from
+  /// nothing, as those of elements do, the first continuation of a shape is created at once: dictionaries that start
+  /// alike usually continue alike.
   const KeySet* after(const Value& name) const;
 
   /// For a shape: the number of keys that dictionaries of this shape recently grew to, by insertions or merges.

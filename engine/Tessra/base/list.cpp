@@ -44,9 +44,9 @@ void List::insert_front(Value value) {
 }
 
 void List::extend(const List& other) {
-  // `other` may stand inside this list and move when it grows.
+  // `other` may be an element of this list and move when it grows.
   const List source = other;                // NOLINT(performance-unnecessary-copy-initialization)
-  const std::size_t count = source.size();  // counted before, so that a list can extend itself
+  const std::size_t count = source.size();  // taken first, so that a list can extend itself
   for (std::size_t i = 0; i < count; ++i) push_back(Value(source.held()->values[i]));
 }
 

@@ -34,6 +34,7 @@ const char* level_name(spdlog::level::level_enum level) {
   }
 }
 
+/// Formats lines itself instead of using spdlog's formatter: the level names and the "seconds.millis" form are fixed.
 class LogFile : public spdlog::sinks::sink {
  public:
   explicit LogFile(std::filesystem::path path) : path_(std::move(path)) {
@@ -52,7 +53,7 @@ class LogFile : public spdlog::sinks::sink {
                     std::string_view(message.logger_name.data(), message.logger_name.size()), level_name(message.level),
                     std::string_view(message.payload.data(), message.payload.size()));
     const std::lock_guard lock(mutex_);
-    file_.clear();  // what failed once is tried again: there may be room by now
+    file_.clear();  // retry after a failure: the disk may have room again
     errno = 0;
     if (!(file_ << line << std::flush)) fail("write");
   }
@@ -79,6 +80,7 @@ class LogFile : public spdlog::sinks::sink {
 }  // namespace
 
 std::shared_ptr<spdlog::sinks::sink> log_file_output(const std::filesystem::path& path) {
+  // Two streams on one file would interleave their lines. Weak pointers, so that a file closes with its last logger.
   static std::mutex mutex;
   static std::map<std::filesystem::path, std::weak_ptr<spdlog::sinks::sink>> open_files;
 

@@ -13,8 +13,8 @@ namespace tessra {
 
 namespace {
 
-/// Four slots per name that may be added keep probes short without ever growing the table, which is what lets it be
-/// read without a lock. The array is zero pages until used.
+/// Four slots per possible name keep probe sequences short without ever growing the table, which is why it can be read
+/// without a lock. Unused parts are zero pages that take no memory.
 constexpr std::size_t kSlots = 4 * Name::kMaxAdded;
 template <class Rep>
 using Slots = std::array<std::atomic<const Rep*>, kSlots>;
@@ -25,8 +25,8 @@ Slots<Rep>& slots() {
   return table;
 }
 
-/// A bit per part of all hashes, set when a name's hash lies there. Most texts that are asked for are ids: they mostly
-/// find no bit set, and spare the way to their slot, which would be another page of memory for each.
+/// A one-hash Bloom filter in front of the table. Most texts looked up are ids, not names: the filter usually rejects
+/// them without touching their slot, which would be another memory page for each id.
 class Hint {
  public:
   bool may_be_there(std::uint32_t hash) const {
@@ -78,14 +78,14 @@ const Name::Rep* Name::insert(std::string_view text, bool counted) {
   if (const Rep* known = lookup(text, hash)) return known;
 
   const std::lock_guard lock(mutex);
-  if (const Rep* known = lookup(text, hash)) return known;
+  if (const Rep* known = lookup(text, hash)) return known;  // another thread was faster
   if (counted && ++added > kMaxAdded) throw LimitError("too many field names, refused '" + std::string(text) + "'");
 
-  // Never freed: names live as long as the process. The bytes stand behind the name, to be found in one place.
+  // Never freed: names live as long as the process. The bytes follow the name in the same block, for locality.
   const std::size_t room = std::max(text.size(), detail::Front::kBytes);
   auto* memory = static_cast<char*>(::operator new(sizeof(Rep) + room));
   std::fill_n(memory + sizeof(Rep), room, '\0');
-  text.copy(memory + sizeof(Rep), text.size());  // an empty view may have no bytes at all
+  text.copy(memory + sizeof(Rep), text.size());  // not memcpy: the data of an empty view may be null
   const char* bytes = memory + sizeof(Rep);
   const auto size = static_cast<std::uint32_t>(text.size());
   const Rep* rep = new (memory) Rep{bytes, size, hash, known_names++, detail::Front(bytes, size)};

@@ -16,7 +16,7 @@ thread_local constinit bool Pool::left_ = false;
 
 namespace {
 
-/// Fresh memory from the system, aligned to its size.
+/// Fresh memory from the system, aligned to its size, a power of two: maps twice as much and unmaps the rest.
 std::byte* map_aligned(std::size_t bytes) {
   void* mapped = mmap(nullptr, 2 * bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mapped == MAP_FAILED) throw std::bad_alloc();
@@ -63,33 +63,33 @@ Pool::Hole Pool::Span::take_hole(std::size_t from, std::size_t bytes) {
 
 // ---- Stores -----------------------------------------------------------------------------------------------------
 
-/// What one thread works on: spans, and the hole in one of them that it is filling.
+/// The state of one thread: its spans, and as the base class the hole in one of them that it is filling.
 struct Pool::Store : Hole {
-  /// A block that ended on a thread with another store.
+  /// A block freed on a thread with another store; a link in the list of those, stored in the freed memory.
   struct Returned {
     Returned* next;
     std::size_t bytes;
   };
 
-  Span* filled = nullptr;  // the span of the hole
-  Span* roomy = nullptr;   // those that are to be filled again
-  std::atomic<Returned*> returned = nullptr;
-  std::byte* fresh = nullptr;  // the rest of the newest chunk
+  Span* filled = nullptr;                     // the span of the hole
+  Span* roomy = nullptr;                      // spans queued for refilling
+  std::atomic<Returned*> returned = nullptr;  // lock-free stack, pushed to by other threads
+  std::byte* fresh = nullptr;                 // unused rest of the newest chunk
   std::size_t fresh_bytes = 0;
   std::size_t chunks = 0;
-  Store* next = nullptr;  // in the depot
+  Store* next = nullptr;  // list of idle stores in the depot
 
-  /// Goes on with a hole that has room for so many bytes; false when there is none.
+  /// Switches to a hole with room for this many bytes; false if there is none.
   bool find_hole(std::size_t bytes) {
     if (filled != nullptr) {
       const std::size_t behind = filled->grain_of(end);
-      if (at < end) filled->give(at, size());
+      if (at < end) filled->give(at, size());  // the unused rest of the old hole
       if (enter(*filled, behind, bytes)) return true;
       leave();
     }
     while (Span* span = take_roomy()) {
       if (enter(*span, 0, bytes)) return true;
-      span->in_turn = false;  // until more of it is given back
+      span->in_turn = false;  // too fragmented; queued again when more of it is freed
     }
     return false;
   }
@@ -98,7 +98,8 @@ struct Pool::Store : Hole {
     span.next_roomy = std::exchange(roomy, &span);
   }
   Span* take_roomy() { return roomy != nullptr ? std::exchange(roomy, roomy->next_roomy) : nullptr; }
-  /// Takes back what ended on other threads, for the thread that has the store. A span may have changed it since.
+  /// Frees the blocks that other threads returned. Goes through `give`, since a span may have moved to another store
+  /// meanwhile. Only the thread that owns the store calls it.
   void collect() {
     for (Returned* block = returned.exchange(nullptr, std::memory_order_acquire); block != nullptr;) {
       Returned* following = block->next;
@@ -124,7 +125,7 @@ struct Pool::Store : Hole {
   }
 };
 
-/// What threads leave to each other.
+/// What threads share: the stores of ended threads, and the list of all spans.
 struct Pool::Depot {
   std::mutex mutex;
   Store* idle = nullptr;
@@ -138,7 +139,7 @@ struct Pool::Depot {
     const std::lock_guard lock(mutex);
     store.next = std::exchange(idle, &store);
   }
-  /// Moves a span that is to be filled again from an idle store to this one, if there is one.
+  /// Moves a span that can be refilled from an idle store to this one, if there is any.
   void help(Store& short_one) {
     const std::lock_guard lock(mutex);
     for (Store* store = idle; store != nullptr; store = store->next) {
@@ -156,7 +157,8 @@ struct Pool::Depot {
 
 void Pool::Store::add_span() {
   if (fresh_bytes == 0) {
-    // A small tree stays small. A large model lies on large pages, of which the processor can keep track.
+    // Small chunks first, so that a small tree takes little memory; a large model gets chunks of the size of a large
+    // page, which saves TLB misses.
     constexpr std::size_t kChunk = std::size_t{1} << 17;
     constexpr std::size_t kLargeChunk = std::size_t{1} << 21;
     constexpr std::size_t kSmallChunks = 16;
@@ -176,7 +178,8 @@ void Pool::Store::add_span() {
 
 // ---- Threads ----------------------------------------------------------------------------------------------------
 
-/// Leaves a thread's store to the others when the thread ends. What it gives back later, it gives from outside.
+/// Returns the store to the depot when its thread ends. Blocks freed later on this thread, by other thread-local
+/// destructors, are returned as from another thread.
 struct Pool::Leaver {
   ~Leaver() {
     left_ = true;
@@ -185,7 +188,7 @@ struct Pool::Leaver {
 };
 
 Pool::Depot& Pool::depot() {
-  static Depot& depot = *new Depot;  // never ends: trees may end after it otherwise would
+  static Depot& depot = *new Depot;  // never destroyed: trees in statics may outlive it
   return depot;
 }
 
@@ -212,13 +215,14 @@ void Pool::give_slowly(void* memory, std::size_t /*bytes*/) noexcept { ::operato
 void* Pool::take_slowly(std::size_t bytes) {
   const std::size_t whole = whole_grains(bytes);
   Store& store = join();
+  // From cheap to expensive: own holes, blocks returned by others, spans of ended threads, new memory.
   if (!store.find_hole(whole)) {
     store.collect();
     if (store.roomy == nullptr) depot().help(store);
     while (!store.find_hole(whole)) store.add_span();
   }
   void* block = store.cut(whole);
-  if (left_) leave();  // what a thread takes while it ends, it takes block by block
+  if (left_) leave();  // the thread is ending and no destructor will run again: borrow a store per block
   return block;
 }
 

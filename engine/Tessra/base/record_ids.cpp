@@ -13,8 +13,8 @@ RecordIds::Id& RecordIds::find_or_add(const Value& text, std::uint32_t hash) {
 }
 
 void RecordIds::clear() {
-  if (ids_.empty()) return;              // the room that the last record needed stays
-  constexpr std::size_t kKept = 65'536;  // a thread does not keep room for the largest record it ever read
+  if (ids_.empty()) return;              // keeps the room of the last record that had ids
+  constexpr std::size_t kKept = 65'536;  // a thread need not keep the room of the largest record it ever read
   index_.reset(std::min(ids_.size(), kKept));
   ids_.clear();
   last_ = 0;

@@ -8,10 +8,10 @@ namespace tessra {
 namespace {
 
 std::size_t block_bytes(std::size_t behind) { return sizeof(Row) + behind * sizeof(Value); }
-/// Values in a block of their own have its room noted in front of them.
+/// A separate block of values starts with its room.
 std::size_t outside_bytes(std::size_t room) { return sizeof(std::uint64_t) + room * sizeof(Value); }
 
-/// Values are moved by their bytes.
+/// Values are trivially relocatable: moving the bytes moves the value.
 void move_values(Value* to, const Value* from, std::size_t count) {
   if (count > 0) std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), count * sizeof(Value));
 }
@@ -33,6 +33,7 @@ Row* Row::make(std::size_t room, const KeySet* keys) {
 
 void Row::enlarge(Row*& row, std::size_t room) {
   if (room > UINT32_MAX) throw LimitError("more than 2^32 entries");
+  // With a single handle nobody else knows the address, so the row may move; otherwise only its values do.
   if (row->refs == 1 && room <= kMostBehind) {
     Row* larger = make(room, row->keys);
     larger->count = row->count;
@@ -82,11 +83,13 @@ Row* Row::take_out() {
   return taken;
 }
 
-/// Ends a row and whatever it held the last reference to, without recursing as deep as rows are nested. What a row
-/// holds may lie anywhere: it is fetched when the row comes to it, and let go some values later.
+/// Destroys a row and everything it holds the last reference to, iteratively: open rows form a linked list instead of a
+/// call stack. What a row refers to is scattered in memory, so each object is prefetched when it is found and released
+/// some objects later; `fetched_` is a ring of those in between.
 ///
-/// Host objects end trees of their own while they end, and those other host objects: each such tree ends at once,
-/// unless too many are ending one inside the other. Then it waits for the innermost of them to go on.
+/// The destructor of a host object may destroy another tree, and that one further host objects. Each such tree is
+/// destroyed right away by a nested `Ending`, up to a limit that protects the stack; beyond it the row is left to the
+/// innermost one.
 class Row::Ending {
  public:
   Ending(const Ending&) = delete;
@@ -124,7 +127,7 @@ class Row::Ending {
     row->outer = std::exchange(open_, row);
     row->come_to = 0;
   }
-  /// What the open rows hold next; nothing when they hold no more.
+  /// The next counted object of the open rows; frees rows that are finished. Null at the end.
   Held next() {
     while (open_ != nullptr) {
       const std::uint32_t count = open_->count;
@@ -158,7 +161,7 @@ class Row::Ending {
 
   Ending* const outside_;
   const int depth_;
-  Row* open_ = nullptr;  // the innermost
+  Row* open_ = nullptr;  // innermost open row
   Held fetched_[kAhead];
   unsigned waiting_ = 0;
 };
@@ -170,7 +173,7 @@ void Row::end(Row* row) noexcept {
     Ending::end(row);
     return;
   }
-  // Mostly its values went to another row.
+  // Common: the values were moved to another row.
   if (row->keys != nullptr) KeySet::drop(row->keys);
   row->free_outside();
   row->free_block();

@@ -34,14 +34,15 @@ class StandardStreams : public Console {
   void print_error(std::string_view text) override { write(std::cerr, text); }
 
  private:
-  // In one piece, so that lines of several engines do not mix.
+  // A single write, so that lines of several engines do not interleave.
   static void write(std::ostream& stream, std::string_view text) { stream << std::string(text) + "\n" << std::flush; }
 };
 
 class ProcessExit : public ProgramExit {
  public:
   [[noreturn]] void end(int status) override {
-    // Run logs flush every line; the streams may hold something. Other threads may still run, so nothing is destroyed.
+    // Run logs flush every line, but the streams may be buffered. `_Exit` instead of `exit`: other threads may still
+    // run, so statics must not be destroyed under them.
     std::cout.flush();
     std::cerr.flush();
     std::fflush(nullptr);

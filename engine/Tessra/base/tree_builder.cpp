@@ -8,15 +8,20 @@
 
 namespace tessra {
 
+// Reading records is a large part of a step, so the builder is organised around what records have in common. A
+// dictionary is first read along the shape last seen at its place (`read_along`), with no lookup per key. Where it
+// deviates, `read_freely` takes over: it collects keys and values on stacks, decides at the end whether the keys are
+// field names (then they get a shape) or ids (then a table), and teaches the place what it saw (`learn_usual`).
+
 namespace {
 
-/// The number of a list's or table's entries in their place.
+/// The field number of all entries of a list or table: they share one place.
 constexpr std::uint32_t kEntry = UINT32_MAX;
 
 bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-/// The bytes that names are made of: letters, digits and underscores. A table, since in ids digits and letters come as
-/// they like, so that no branch on them can be foretold.
+/// The characters of names: letters, digits and underscores. A lookup table, since a branch per character would be
+/// mispredicted: in ids digits and letters alternate at random.
 constexpr auto kOfNames = [] {
   std::array<bool, 256> of_names{};
   for (char c = 'a'; c <= 'z'; ++c) of_names[c] = of_names[c - 'a' + 'A'] = true;
@@ -25,7 +30,7 @@ constexpr auto kOfNames = [] {
   return of_names;
 }();
 
-/// Whether a text could be the name of a field.
+/// Whether a text could be a field name.
 bool looks_like_name(std::string_view text) {
   constexpr std::size_t kLongest = 40;
   const auto belongs = [](char c) { return kOfNames[static_cast<unsigned char>(c)]; };
@@ -39,20 +44,20 @@ std::optional<Value> TreeBuilder::build(JsonTokens& tokens, std::size_t max_dept
   depth_ = 0;
   max_depth_ = max_depth;
   ++record_;
-  forget();  // what an error left
+  forget();  // leftovers of an error
   std::optional<Value> tree;
   try {
     tree = build_value(Place{});
     if (!tokens.at_end()) tree.reset();
   } catch (const Refused&) {
-    // The caller finds out where.
+    // The caller locates the fault (json_fault.h).
   }
-  forget();  // the tree may go to another thread
+  forget();  // drop all references into the tree: it may be passed to another thread
   return tree;
 }
 
 void TreeBuilder::forget() {
-  // A thread keeps room for the next record, but not for the longest list it ever read.
+  // Keeps room for the next record, but not that of the longest list ever read.
   constexpr std::size_t kKept = 65'536;
   for (std::vector<Value>* read : {&keys_, &values_}) {
     read->clear();
@@ -142,7 +147,7 @@ Value TreeBuilder::build_dict(Place place) {
   } else {
     dict = Dict(Row::make(shape.usual_room(), &shape));
     const bool is_whole = read_along(place, shape, dict);
-    // A few fields of many take less room by themselves.
+    // A row along the shape has a place for every field; with few of many present, a row of its own is smaller.
     const bool is_usual = 6 * dict.size() + 8 >= shape.count();
     if (!is_whole || !is_usual) dict = read_freely(place, dict, is_whole);
   }
@@ -158,7 +163,7 @@ const KeySet& TreeBuilder::usual_shape(Place place) const {
 }
 
 TreeBuilder::Usual& TreeBuilder::usual_at(Place place) {
-  // Two slots for each place, so that few places keep each other out; the one of which less is known gives way.
+  // A two-way set: few places evict each other. The entry about which less is known is replaced.
   const std::size_t slot = place.path >> (32 - kPlaceBits);
   Usual& first = usual_[slot];
   if (first.place == place) return first;
@@ -188,18 +193,19 @@ bool TreeBuilder::read_along(Place place, const KeySet& shape, Dict& dict) {
 
 std::uint32_t TreeBuilder::number_of(const Value& key) {
   if (key.tag() == Value::Tag::name) return key.name()->number;
-  // A field that is rare, or the id of an entry?
+  // Either a rare field or the id of an entry. Ids contain digits or punctuation.
   const std::string_view text = key.as_text();
   return std::ranges::all_of(text, is_letter) ? hash_text(text) : kEntry;
 }
 
 Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
   const Open open = here();
-  const bool is_known = is_whole;  // then all of it stands in the usual shape
+  const bool is_known = is_whole;  // then the usual shape has all of its names
   const std::uint64_t number = ++dicts_;
   bool is_distinct = true;
   const auto note_met = [&](std::uint64_t* last_with) {
-    // A key last met in a dictionary inside this one may have been met here before; names are asked again below.
+    // Numbers grow, so an older one means the key was not yet seen here. A newer one comes from a dictionary nested in
+    // this one and proves nothing; for names `are_distinct_names` decides below.
     is_distinct = is_distinct && last_with != nullptr && std::exchange(*last_with, number) < number;
   };
   const auto take_key = [&](Key key) {
@@ -238,15 +244,15 @@ Dict TreeBuilder::read_freely(Place place, const Dict& begun, bool is_whole) {
 }
 
 void TreeBuilder::learn_usual(Usual& usual, const Value* names, std::size_t count) {
-  // Keys are compared with the names of a shape as they are written.
+  // `read_along` compares keys as written, so names that need escapes cannot be in a usual shape.
   const auto is_escaped = [](const Value& name) { return name.as_text().find('\\') != std::string_view::npos; };
   if (std::any_of(names, names + count, is_escaped)) return;
   const KeySet* learned = nullptr;
   if (usual.shape->count() == 0) {
-    constexpr std::uint32_t kChance = 2;
+    constexpr std::uint32_t kChance = 2;  // a dictionary seen once may be the only one
     if (++usual.unlike >= kChance) learned = KeySet::shape_of(names, count);
   } else {
-    // The usual names, and what is new between them; names in another order do not go together.
+    // Merges the usual names and the new ones, which works only if both agree on the order.
     std::vector<Value> both;
     std::size_t next = 0;
     bool in_order = true;
@@ -291,7 +297,7 @@ Row* TreeBuilder::make_row(Open open, const KeySet* keys) {
 }
 
 Dict TreeBuilder::make_table(Open open, bool is_distinct) {
-  // Most tables are walked and never searched: an index is made for who asks.
+  // No index yet: most tables are iterated and never searched.
   KeySet* own = KeySet::own(nullptr, 0, keys_.size() - open.keys);
   Dict dict(Row::make(keys_.size() - open.keys, own));
   for (std::size_t at = open.keys; at < keys_.size(); ++at) {
@@ -312,13 +318,14 @@ Dict TreeBuilder::make_table(Open open, bool is_distinct) {
 TreeBuilder::Key TreeBuilder::key_of(std::string_view text) {
   const std::uint32_t hash = hash_text(text);
   const bool is_long = text.size() > Value::kShortText;
-  // Ids mostly tell by their looks that no name is to be looked for.
+  // Most ids do not look like names, which saves the lookup.
   const bool may_be_name = looks_like_name(text);
   const Name::Rep* name = may_be_name || !is_long ? Name::lookup(text, hash) : nullptr;
   if (name == nullptr && may_be_name) name = learn(text, hash);
   if (name != nullptr) return {Name(name), &last_with(*name)};
   if (!is_long) return {text, nullptr};
-  // What may become a name can stand in one dictionary both as a text and as that name.
+  // A text that may be interned later can occur in one dictionary as a text and as a name, so `last_with` proves
+  // nothing.
   if (RecordIds::Id* id = ids_.find_next(text, hash)) return {id->text, may_be_name ? nullptr : &id->last_with};
   ids_.fetch(hash);
   late_.push_back({keys_.size(), hash, may_be_name});
@@ -326,8 +333,8 @@ TreeBuilder::Key TreeBuilder::key_of(std::string_view text) {
 }
 
 const Name::Rep* TreeBuilder::learn(std::string_view text, std::uint32_t hash) {
-  constexpr std::uint32_t kTimes = 32;
-  // Two slots for each text, so that no two fields keep each other out; what was met less gives way.
+  constexpr std::uint32_t kTimes = 32;  // ids repeat too, once per table of the record; field names far more often
+  // A two-way set, as in `usual_at`: the entry seen less often is replaced.
   Sighting* sighting = &sightings_[hash % kCounted];
   Sighting* other = &sightings_[(hash % kCounted) ^ 1];
   const auto is_it = [&](const Sighting& slot) { return slot.hash == hash && slot.record == record_; };

@@ -23,12 +23,12 @@ struct Value::HostRep : Counted {
   std::type_index type;
 };
 
-/// A text and its bytes behind it, in one block.
+/// Header and bytes of a text, in one block.
 std::size_t Value::bytes_of(std::size_t text_size) { return offsetof(StringRep, bytes) + text_size; }
 
 Value::Value(std::string_view text) {
   static_assert(std::endian::native == std::endian::little && sizeof(Value) == 8 && sizeof(void*) == 8);
-  // Noughts at the end of a short text would not be told from those behind it.
+  // The size of a short text is derived from its bytes, so it must not end in a null byte.
   if (text.size() <= kShortText && !text.ends_with('\0')) {
     bits_ = head_of(Tag::text) | detail::load_up_to_8(text.data(), text.size());
     return;
@@ -123,7 +123,7 @@ std::shared_ptr<void> Value::host_object(std::type_index type) const {
 namespace {
 
 std::int64_t whole_part(double real) {
-  // The bounds are exact: the first real above them no longer fits.
+  // Exclusive bounds: the nearest real below -2^63, and 2^63. NaN fails both comparisons.
   if (!(real > -9223372036854777856.0 && real < 9223372036854775808.0)) {
     throw ConversionError("no 64 bit integer for real " + real_text(real));
   }
@@ -135,7 +135,7 @@ std::int64_t decimal_integer(std::string_view text) {
   const auto first = text.find_first_not_of(kBlanks);
   std::string_view digits;
   if (first != std::string_view::npos) digits = text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
-  // `from_chars` takes a minus sign only.
+  // `from_chars` does not accept a plus sign.
   if (digits.size() > 1 && digits.front() == '+' && digits[1] != '-') digits.remove_prefix(1);
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
@@ -170,7 +170,7 @@ bool Value::is(const Value& other) const {
 
 namespace {
 
-/// Equality by value without losing the integers a real cannot show.
+/// Exact comparison. Converting the integer to a real would round it beyond 2^53.
 bool equal_numbers(std::int64_t integer, double real) {
   return real >= -9223372036854775808.0 && real < 9223372036854775808.0 && std::trunc(real) == real &&
          static_cast<std::int64_t>(real) == integer;
@@ -205,7 +205,7 @@ bool Value::equal(const Value& a, const Value& b, int depth) {
 std::string real_text(double real) {
   if (std::isnan(real)) return "nan";
   if (std::isinf(real)) return real < 0 ? "-inf" : "inf";
-  // Plain digits for the magnitudes people read, an exponent beyond.
+  // Fixed notation for common magnitudes, an exponent beyond.
   const double size = std::abs(real);
   const bool plain = real == 0 || (size >= 1e-4 && size < 1e16);
   char digits[64];
@@ -218,7 +218,7 @@ std::string real_text(double real) {
 
 namespace {
 
-/// Writes values as messages show them. A list or dictionary met inside itself is shown as dots.
+/// Formats values for messages. A list or dictionary that contains itself is shown as dots.
 class TextForm {
  public:
   void append(const Value& value, bool quoted) {
