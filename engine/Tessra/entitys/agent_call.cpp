@@ -16,6 +16,7 @@ AgentCall::AgentCall(const Agent& agent, std::string_view operation)
     : AgentCall(agent.side, agent.agent_type, operation) {}
 
 AgentCall::AgentCall(std::string_view side, std::string_view agent, std::string_view operation) {
+  // A fixed buffer instead of a string: signal handlers read it, and the heap may be corrupt after a crash.
   const std::lock_guard lock(memory.mutex_);
   char* end = memory.text_;
   char* const limit = memory.text_ + sizeof(memory.text_) - 1;

@@ -8,26 +8,25 @@ namespace tessra {
 
 class Agent;
 
-/// Stands on the stack for the time of a call into an agent. Each thread remembers the call that it entered last, so
-/// that whoever sees the program end inside an agent can tell whose fault it was: a handler of a crash or of the
-/// program's end, or a thread that waits for one that does not come back.
+/// Scope guard around a call into an agent. Each thread records the call it entered last, so that a crash handler, an
+/// exit handler, or a thread waiting for a hanging agent can name the agent.
 class AgentCall {
  public:
-  /// `operation` as the agent's author knows it.
+  /// `operation` is the name of the agent's method, such as "step".
   AgentCall(const Agent& agent, std::string_view operation);
   AgentCall(std::string_view side, std::string_view agent, std::string_view operation);
   ~AgentCall();
   AgentCall(const AgentCall&) = delete;
   AgentCall& operator=(const AgentCall&) = delete;
 
-  /// What one thread remembers; valid as long as the thread.
+  /// The last call of one thread; valid as long as the thread.
   class Memory {
    public:
-    /// Whether the call still runs, and the call: "agent 'patrol-1' of side '红方' in `step`", cut when it is very
-    /// long; empty when there was none yet. Both are safe in a signal handler of the same thread.
+    /// Whether the call is still running, and its description: "agent 'patrol-1' of side '红方' in `step`", truncated
+    /// if very long, empty if there was no call yet. Both are safe in a signal handler on the same thread.
     bool running() const { return running_; }
     const char* text() const { return text_; }
-    /// The text while the call runs, else an empty one; for other threads.
+    /// The description while the call is running, otherwise empty; for other threads.
     std::string running_text() const;
 
    private:

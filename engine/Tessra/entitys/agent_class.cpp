@@ -39,6 +39,7 @@ std::shared_ptr<AgentClass> AgentRegistry::get(std::string_view name) const {
     const auto found = classes_.find(name);
     if (found != classes_.end()) return found->second;
   }
+  // `names` takes the lock again, so it must be free here.
   std::string known;
   for (const std::string& other : names()) known += (known.empty() ? "" : ", ") + other;
   throw UnknownAgentClass("no agent class '" + std::string(name) + "'; there are: " + known);

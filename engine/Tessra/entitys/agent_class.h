@@ -13,10 +13,10 @@
 
 namespace tessra {
 
-/// Stands for a class of agents: its name, whether it learns, and how one is built.
+/// A class of agents as a value: its name, whether it learns, and how to construct one.
 class AgentClass {
  public:
-  /// Describes the class `T`. `description` tells users in a line what its agents do.
+  /// Describes the class `T`. `description` is one line for users about what the agent does.
   template <std::derived_from<Agent> T>
   static std::shared_ptr<AgentClass> of(std::string name, std::string description = "") {
     auto result = std::make_shared<AgentClass>();
@@ -34,7 +34,7 @@ class AgentClass {
     return result;
   }
 
-  /// A class whose agents `make` builds from their side, for hosts that give them more than a side.
+  /// A class whose agents are made by `make`, for hosts whose constructors need more than a side.
   static std::shared_ptr<AgentClass> from_factory(std::string name,
                                                   std::function<std::shared_ptr<Agent>(std::string side)> make);
 
@@ -42,12 +42,12 @@ class AgentClass {
   /// May be empty.
   const std::string& description() const { return description_; }
   bool is_learn() const { return is_learn_; }
-  /// Whether one of its constructors takes a side.
+  /// Whether it can be constructed from a side.
   bool is_built_from_side() const { return from_side_ != nullptr; }
 
-  /// Builds a learning agent. Throws `Error` when the class has no constructor from an `AgentConf`.
+  /// Constructs a learning agent. Throws `Error` if the class has no constructor from an `AgentConf`.
   std::shared_ptr<Agent> make(const AgentConf& conf) const;
-  /// Builds an agent by one of the two constructors from a side. Throws `Error` when the class has neither.
+  /// Constructs an agent from a side. Throws `Error` if the class has no such constructor.
   std::shared_ptr<Agent> make(std::string side) const;
 
  private:
@@ -58,13 +58,13 @@ class AgentClass {
   std::function<std::shared_ptr<Agent>(std::string)> from_side_;
 };
 
-/// A class that is not registered; the text names those that are.
+/// A class is not registered; the text lists those that are.
 class UnknownAgentClass : public KeyError {
  public:
   using KeyError::KeyError;
 };
 
-/// The agent classes a configuration may name. Safe from any thread.
+/// The agent classes a configuration may name. Thread-safe.
 class AgentRegistry {
  public:
   /// The process's registry.
@@ -87,8 +87,8 @@ class AgentRegistry {
   std::map<std::string, std::shared_ptr<AgentClass>, std::less<>> classes_;
 };
 
-/// The class a configuration entry's `class` stands for: an `AgentClass` object or a registered name. Throws when it
-/// is neither.
+/// The class denoted by the `class` of a configuration entry: an `AgentClass` object or a registered name. Throws
+/// `UnknownAgentClass` or `KindError` if it is neither.
 std::shared_ptr<AgentClass> agent_class_of(const Value& entry);
 
 }  // namespace tessra

@@ -35,15 +35,18 @@ void load_agent_library(const std::filesystem::path& file) {
   Loaded& libraries = loaded();
   const std::lock_guard lock(libraries.mutex);
   if (libraries.files.contains(path)) return;
+  // RTLD_NOW reports missing symbols here instead of in the middle of an episode; RTLD_LOCAL keeps libraries with equal
+  // symbols apart. The handle is never closed, see the header.
   void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) throw AgentLibraryError(std::string("cannot load the agent library: ") + ::dlerror());
+  // Checked before any other call into the library: nothing else of a foreign version is safe to use.
   const int number = entry_point<int()>(library, "tessra_agents_abi", path.string())();
   if (number != kAgentInterface) {
     throw AgentLibraryError(path.string() + ": built for agent interface " + std::to_string(number) +
                             ", this program has " + std::to_string(kAgentInterface));
   }
   entry_point<void(AgentRegistry&)>(library, "tessra_register_agents", path.string())(AgentRegistry::instance());
-  libraries.files.insert(path);
+  libraries.files.insert(path);  // only now, so that a failed registration is tried again
 }
 
 }  // namespace tessra

@@ -6,6 +6,7 @@ namespace tessra {
 
 namespace {
 
+/// An environment variable; null if it is unset or empty.
 const char* variable(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr && *value != '\0' ? value : nullptr;

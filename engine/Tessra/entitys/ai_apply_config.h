@@ -4,8 +4,8 @@
 
 namespace tessra {
 
-/// The installation's configuration directory: `TESSRA_CONFIG` when set, else `tessra` below `XDG_CONFIG_HOME` or
-/// `~/.config`, else `config` below the current directory.
+/// The configuration directory of the installation: `TESSRA_CONFIG` if set, otherwise `tessra` in `XDG_CONFIG_HOME` or
+/// `~/.config`, otherwise `config` in the current directory.
 std::filesystem::path GLOBAL_CONFIG_PATH();
 
 }  // namespace tessra

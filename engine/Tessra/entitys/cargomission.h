@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Cargo is carried and unloaded.
+/// Transports and unloads cargo.
 class CargoMission : public Mission {
  public:
   CargoMission(Value guid, const Value& name, std::string_view side)

@@ -10,7 +10,8 @@ namespace tessra {
 
 namespace {
 
-/// A quoted text; bytes that could end it or break the line are written as three-digit decimal escapes.
+/// A quoted text. Bytes that could end it or break the line become decimal escapes, always of three digits: a shorter
+/// one would swallow a digit that follows it.
 std::string quoted(std::string_view text) {
   std::string out = "'";
   for (const char c : text) {

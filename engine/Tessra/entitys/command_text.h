@@ -13,14 +13,14 @@ struct GeoPoint {
   double lat = 0;
 };
 
-/// One command in the service's form, `Name({KEY='text', OTHER=1.5, …})`. Texts are escaped, never pasted, so that
-/// nothing an agent passes can become another order.
+/// Builds one command in the service's syntax, `Name({KEY='text', OTHER=1.5, …})`. Texts are escaped, so that nothing
+/// an agent passes can inject another order.
 class CommandText {
  public:
   explicit CommandText(std::string_view name);
 
   CommandText& text(std::string_view key, std::string_view value);
-  /// Throws `ConversionError` for what is no finite number.
+  /// Throws `ConversionError` for NaN and infinities.
   CommandText& number(std::string_view key, double value);
   CommandText& number(std::string_view key, int value);
   CommandText& flag(std::string_view key, bool value);

@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Equipment on the ground: sites, airfields, radars.
+/// A facility on the ground: a site, an airfield, a radar.
 class Facility : public GameUnit {
  public:
   Facility(Value guid, const Value& name, std::string_view side)

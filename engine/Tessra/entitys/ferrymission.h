@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Units move to another base.
+/// Moves units to another base.
 class FerryMission : public Mission {
  public:
   FerryMission(Value guid, const Value& name, std::string_view side)

@@ -2,9 +2,9 @@
 
 #include "Tessra/base/name.h"
 
-/// Fields that the engine itself writes into elements or reads from every record. As names they are compared by one
-/// pointer, and elements that are made alike share their keys; a literal of the same text would be no name before it
-/// has been met very often.
+/// Fields that the engine writes into elements or reads from every record. As interned names they compare by pointer,
+/// and elements built alike share their keys; the same text as a literal would become a name only after many
+/// occurrences.
 namespace tessra::names {
 
 inline const Name kAI("AI");

@@ -7,7 +7,7 @@ FieldTable::FieldTable(const FieldTable* base, std::initializer_list<Field> fiel
   fields_.insert(fields_.end(), fields);
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     places_[fields_[i].name] = i;
-    Name known(fields_[i].name);
+    Name known(fields_[i].name);  // interns it, without counting as a name learned from records
   }
 }
 

@@ -53,6 +53,7 @@ std::optional<std::string>& creation_key() {
   return key;
 }
 
+/// Visits the records of a component table, which the unit may lack.
 template <class Visit>
 void for_each_record(const Dict& holder, const KeyRef& table, Visit&& visit) {
   const Dict* records = holder.find_dict(table);

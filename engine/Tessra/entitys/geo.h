@@ -6,13 +6,13 @@ namespace tessra {
 
 // Distances and directions on the Earth's surface (geodesics on the WGS 84 ellipsoid), in degrees and metres.
 
-/// Length of the shortest way.
+/// Length of the shortest path, in metres.
 double distance_between(GeoPoint from, GeoPoint to);
 
-/// Direction in which the shortest way begins, degrees from north, 0 to 360. 0 when there is no way to go.
+/// Initial bearing of the shortest path, degrees clockwise from north, 0 to 360. 0 for equal points.
 double bearing_between(GeoPoint from, GeoPoint to);
 
-/// Where one comes to after so many metres in a direction.
+/// The point at this distance and initial bearing.
 GeoPoint place_beyond(GeoPoint from, double bearing, double metres);
 
 }  // namespace tessra

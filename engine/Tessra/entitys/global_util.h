@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// What an element is. The values are the service's codes; missions lie between 11 and 17.
+/// The type of an element. The values are the service's codes; missions are 11 to 17.
 enum class ElementType : int {
   Scenario = 1,
   Side = 2,
@@ -24,7 +24,7 @@ enum class ElementType : int {
   CargoMission = 17,
 };
 
-/// The element type of a category key of the situation (`Aircraft`, …, `Strike`, …); null for a key that names none.
+/// The element type of a category key of the situation (`Aircraft`, …, `Strike`, …); null for any other key.
 const ElementType* classname2element(const KeyRef& category);
 
 }  // namespace tessra

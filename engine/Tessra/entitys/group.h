@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Units that move together.
+/// A group of units that move together.
 class Group : public GameUnit {
  public:
   Group(Value guid, const Value& name, std::string_view side)

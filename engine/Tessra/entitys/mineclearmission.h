@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Mines are cleared from a zone.
+/// Clears mines from a zone.
 class MineClearMission : public Mission {
  public:
   MineClearMission(Value guid, const Value& name, std::string_view side)

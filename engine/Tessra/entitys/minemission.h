@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Mines are laid in a zone.
+/// Lays mines in a zone.
 class MineMission : public Mission {
  public:
   MineMission(Value guid, const Value& name, std::string_view side)

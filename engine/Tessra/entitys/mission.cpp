@@ -17,7 +17,7 @@ const FieldTable& Mission::mission_fields() {
 
 CommandText Mission::command(std::string_view name) const {
   CommandText text(name);
-  text.text("SIDE", Side());
+  text.text("SIDE", Side());  // the service finds a mission by side and name, not by guid
   return text;
 }
 

@@ -10,20 +10,20 @@ namespace tessra {
 
 class GameUnit;
 
-/// Base of the seven mission kinds, with the orders an agent gives to a mission. An order queues one command on the
-/// service client.
+/// Base of the seven mission classes, with the orders an agent can give to a mission. An order queues one command on
+/// the service client.
 class Mission : public Element {
  public:
   void assign_unit(const GameUnit& unit);
   void unassign_unit(const GameUnit& unit);
-  /// Deletes the mission on the service. The engine's registry drops it when the service reports it deleted, or at
-  /// once through the agent's `deduce_remove_mission`.
+  /// Deletes the mission on the service. The engine's registry removes it when the service reports the deletion, or
+  /// at once if the agent calls `deduce_remove_mission`.
   void remove();
 
  protected:
   using Element::Element;
 
-  /// The fields every mission knows.
+  /// The fields of every mission.
   static const FieldTable& mission_fields();
   CommandText command(std::string_view name) const;
 };

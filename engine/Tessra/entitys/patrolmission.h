@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// A patrol in a zone.
+/// Patrols a zone.
 class PatrolMission : public Mission {
  public:
   PatrolMission(Value guid, const Value& name, std::string_view side)
@@ -14,7 +14,7 @@ class PatrolMission : public Mission {
   const FieldTable& known_fields() const override { return fields(); }
   static const FieldTable& fields();
 
-  /// Orders a new patrol of this zone, a polygon of at least three corners. The mission becomes an element when the
+  /// Orders a new patrol of this zone, a polygon with at least three corners. The mission becomes an element when the
   /// service reports it.
   static void order_new(GameServer& server, std::string_view side, std::string_view name,
                         std::span<const GeoPoint> zone);

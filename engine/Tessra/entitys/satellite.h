@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// A satellite; it follows its orbit and takes no orders about its course.
+/// A satellite. It follows its orbit; its course cannot be ordered.
 class Satellite : public GameUnit {
  public:
   Satellite(Value guid, const Value& name, std::string_view side)

@@ -9,7 +9,7 @@ const FieldTable& Scenario::fields() {
       {"ElementType", Kind::integer},
       {"ScenarioID", Kind::string},
       {"Title", Kind::string},
-      // The clock cannot be guessed: milliseconds since 1970, and the duration in seconds.
+      // No defaults for the clock: any guess would be wrong. Milliseconds since 1970, and the duration in seconds.
       {"Time", Kind::integer, false},
       {"StartTime", Kind::integer, false},
       {"Duration", Kind::integer, false},

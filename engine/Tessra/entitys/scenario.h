@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// The scenario of the running episode: its clock, its events and the units that are not active yet.
+/// The scenario of the running episode: its clock, events and units that are not active yet.
 class Scenario : public Element {
  public:
   Scenario(Value guid, const Value& name, std::string_view side)

@@ -50,6 +50,7 @@ std::optional<Contact> Situation::contact(std::string_view id) const {
 }
 
 bool Situation::may_be_enemy(const Contact& contact) const {
+  // Unknown side or posture: it may be hostile.
   constexpr int kHostile = 3;
   const auto side = contact.side();
   return !side || posture_toward(*side).value_or(kHostile) == kHostile;
@@ -59,6 +60,7 @@ Dict Situation::messages() const { return player_.get_dict("KeyMsg"); }
 Dict Situation::postures() const { return player_.get_dict("Postures"); }
 std::optional<std::int64_t> Situation::posture_toward(const Value& other) const {
   const Dict codes = postures();
+  // Records of contacts name sides, postures are keyed by side id: accept both.
   for (auto [side_id, code] : codes) {
     if (side_id == other || player_.side_names.get(side_id) == other) return code.as_integer();
   }

@@ -14,7 +14,7 @@ class Submarine : public GameUnit {
   const FieldTable& known_fields() const override { return fields(); }
   static const FieldTable& fields();
 
-  /// Metres below the surface, counted positive.
+  /// In metres below the surface, positive downward.
   void set_depth(double metres);
 };
 

@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Support for other units: tankers, early warning.
+/// Supports other units: tankers, early warning.
 class SupportMission : public Mission {
  public:
   SupportMission(Value guid, const Value& name, std::string_view side)

@@ -14,6 +14,7 @@ UnitWatch::Events UnitWatch::observe(const Situation& situation) {
       const auto& unit = dynamic_cast<const GameUnit&>(*element);
       const auto [entry, is_new] = units_.try_emplace(std::string(unit.guid()));
       Known& known = entry->second;
+      // Name and platform are copied on first sight, since a lost unit can no longer be asked.
       if (is_new) known.name = unit.attributes().get("Name").to_text();
       if (is_new) known.platform = unit.platform();
       if (!is_new && unit.damage() > known.damage) events.hits.push_back({entry->first, known.damage, unit.damage()});

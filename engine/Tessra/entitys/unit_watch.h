@@ -8,11 +8,11 @@ namespace tessra {
 
 class Situation;
 
-/// Tells an agent what happened to its side's units since its last decision. An agent that wants to know keeps one,
-/// asks it once in every decision, and resets it with itself.
+/// Reports what happened to a side's units between decisions. An agent keeps one as a member, calls `observe` once per
+/// decision, and `reset` in its own `reset`.
 class UnitWatch {
  public:
-  /// A unit that is gone, with what was last known of it.
+  /// A lost unit, as last known.
   struct Loss {
     std::string id, name, platform;
   };
@@ -26,10 +26,10 @@ class UnitWatch {
     std::vector<Hit> hits;
   };
 
-  /// What happened to aircraft, ships, submarines, facilities and satellites since the last call; nothing at the first
-  /// one. Losses are in the order of ids, hits in that of the tables.
+  /// Losses and hits of aircraft, ships, submarines, facilities and satellites since the last call; none in the first
+  /// call. Losses are ordered by id, hits as in the tables.
   Events observe(const Situation& situation);
-  /// Before the next episode.
+  /// Call before the next episode.
   void reset() { units_.clear(); }
 
  private:

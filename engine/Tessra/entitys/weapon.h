@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// A weapon under way.
+/// A weapon in flight.
 class Weapon : public GameUnit {
  public:
   Weapon(Value guid, const Value& name, std::string_view side)

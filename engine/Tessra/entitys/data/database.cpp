@@ -9,10 +9,10 @@ namespace tessra {
 Database::Database(const std::filesystem::path& file) : file_(file) {
   sqlite3* opened = nullptr;
   const int code = sqlite3_open(file.c_str(), &opened);
-  connection_.reset(opened);
+  connection_.reset(opened);  // SQLite returns a connection even on failure, to hold the message and to be closed
   check(code);
   sqlite3_busy_timeout(opened, 5000);
-  run("PRAGMA journal_mode=WAL");
+  run("PRAGMA journal_mode=WAL");  // readers and one writer do not block each other
 }
 
 void Database::run(const char* sql) const { check(sqlite3_exec(connection_.get(), sql, nullptr, nullptr, nullptr)); }
@@ -67,7 +67,7 @@ Transaction::~Transaction() {
   try {
     database_.run("ROLLBACK");
   } catch (const SurroundingsError&) {
-    // What made it fail is already on its way; the connection's end undoes the changes too.
+    // The original error is already propagating; closing the connection rolls back as well.
   }
 }
 

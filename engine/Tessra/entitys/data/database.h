@@ -10,16 +10,16 @@ struct sqlite3_stmt;
 
 namespace tessra {
 
-/// One connection to an SQLite file, for one use. Every failure is a `SurroundingsError` that names the file and holds
-/// the database's own text. Waits up to five seconds for other processes.
+/// A short-lived connection to an SQLite file. Every failure is a `SurroundingsError` that names the file and includes
+/// SQLite's message. Waits up to five seconds for other processes.
 class Database {
  public:
-  /// Opens the file, or makes it.
+  /// Opens the file, or creates it.
   explicit Database(const std::filesystem::path& file);
 
   /// Runs statements that return nothing.
   void run(const char* sql) const;
-  /// The id of the row that was inserted last.
+  /// Id of the last inserted row.
   std::int64_t last_id() const;
 
  private:
@@ -33,7 +33,7 @@ class Database {
   std::unique_ptr<sqlite3, Close> connection_;
 };
 
-/// One prepared statement; ends before its database. Parameters count from 1, columns from 0.
+/// A prepared statement; must not outlive its database. Parameters count from 1, columns from 0.
 class Statement {
  public:
   Statement(const Database& database, const char* sql);
@@ -56,7 +56,7 @@ class Statement {
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
 };
 
-/// Several changes that are all made or none: undone at the end of its life unless committed.
+/// A transaction, rolled back by its destructor unless committed.
 class Transaction {
  public:
   explicit Transaction(const Database& database) : database_(database) { database_.run("BEGIN IMMEDIATE"); }

@@ -24,7 +24,7 @@ std::int64_t save_result(const std::optional<BatResult>& result, const std::file
   make_folder(config_directory);
   const Database database(results_database(config_directory));
   database.run(kTable);
-  // A single statement is a transaction of its own.
+  // A single statement is its own transaction.
   Statement insert(database,
                    "INSERT INTO results (round, time_elapsed, red_name, blue_name, red_score, blue_score, error_side, "
                    "process_id) VALUES (?, ?, ?, ?, ?, ?, ?, ?)");

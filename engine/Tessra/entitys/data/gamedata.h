@@ -10,7 +10,7 @@
 
 namespace tessra {
 
-/// The result of one episode, or of the part of it that was played before an agent failed.
+/// The result of an episode, or of the part of it played before an agent failed.
 struct BatResult {
   /// `round` counts episodes from 1; `seconds` are simulated.
   BatResult(std::int64_t round, double seconds) : current_round(round), time_elapsed(seconds) {}
@@ -25,7 +25,7 @@ struct BatResult {
   /// Agent names of the two camps.
   std::string red_name;
   std::string blue_name;
-  /// The scores as the service reported them; numbers of any kind.
+  /// The scores as reported by the service; numbers of any kind.
   Value red_score = 0;
   Value blue_score = 0;
   /// The side whose agent failed; empty when none did.
@@ -43,9 +43,8 @@ struct SavedResult {
 /// The results database of a configuration directory, an SQLite file.
 std::filesystem::path results_database(const std::filesystem::path& config_directory);
 
-/// Adds a result to the database, in one transaction; several processes may write at once. A round that was abandoned
-/// has none and adds nothing. Returns the id of its row, 0 for none. Throws `SurroundingsError` with the database's own
-/// text.
+/// Adds a result to the database, in one transaction; several processes may write concurrently. An abandoned round has
+/// no result and adds nothing. Returns the id of the row, or 0. Throws `SurroundingsError` with SQLite's message.
 std::int64_t save_result(const std::optional<BatResult>& result, const std::filesystem::path& config_directory);
 
 /// All results, oldest first; none when there is no database yet. Throws `SurroundingsError`.
