@@ -8,6 +8,7 @@ namespace tessra::sim {
 
 namespace {
 
+/// The weapon named by the order, or null to let each unit choose.
 const WeaponType* ordered_weapon(const World& world, const CommandArguments& arguments) {
   if (!arguments.has("WEAPON")) return nullptr;
   const std::string name = arguments.text("WEAPON");
@@ -34,6 +35,7 @@ void attack(World& world, const CommandArguments& arguments) {
   const UnitKind kind = world.units[contact->target].platform->kind;
   const WeaponType* weapon = ordered_weapon(world, arguments);
   const int quantity = arguments.has("QUANTITY") ? arguments.whole_number("QUANTITY", 1, 100) : 0;
+  // Members of a group that cannot attack stay out of it; the order fails only if nobody can.
   std::erase_if(units, [&](std::size_t index) { return !carries(world.units[index], kind, weapon); });
   if (units.empty()) {
     throw CommandError(weapon != nullptr
@@ -42,7 +44,7 @@ void attack(World& world, const CommandArguments& arguments) {
   }
   for (const std::size_t index : units) {
     Unit& unit = world.units[index];
-    // A second order against one contact takes the place of the first.
+    // A second order against the same contact replaces the first, and orders replace the unit's own decisions.
     std::erase_if(unit.attacks, [&](const AttackOrder& order) { return order.own_decision || order.contact == id; });
     unit.attacks.push_back({id, weapon, quantity > 0 ? quantity : salvo_of(unit, kind, weapon), false});
     unit.returning = false;

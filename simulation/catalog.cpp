@@ -8,6 +8,7 @@ namespace tessra::sim {
 
 namespace {
 
+// Generous bounds: they catch typing errors and keep the arithmetic finite, not judge what is realistic.
 constexpr double kMaxMetres = 5e6;
 constexpr double kMaxSpeed = 5000;
 constexpr int kMaxSeconds = 86'400;
@@ -77,7 +78,7 @@ WeaponType read_weapon(const std::string& name, const CheckedJson& json) {
   return weapon;
 }
 
-/// The entry a text names; `what` says in the message what is missing.
+/// The table entry named by a text; `what` is the kind of entry for the error message.
 template <class Table>
 const typename Table::mapped_type* look_up(const Table& table, const CheckedJson& json, std::string_view what) {
   const std::string name = json.text();
@@ -159,6 +160,7 @@ std::string_view category_of(UnitKind kind) {
 void Catalog::read(const std::filesystem::path& path) {
   const CheckedJson file = CheckedJson::file(path);
   file.allow_only({"sensors", "weapons", "platforms"});
+  // Platforms last: they refer to sensors and weapons, also of this file.
   for (const auto& [name, json] : file.entries("sensors")) add_new(sensors, name, json, read_sensor(name, json));
   for (const auto& [name, json] : file.entries("weapons")) add_new(weapons, name, json, read_weapon(name, json));
   for (const auto& [name, json] : file.entries("platforms")) {

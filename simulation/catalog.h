@@ -1,7 +1,7 @@
 #pragma once
 
-// What platforms, sensors and weapons can do: the data by which units of one kind differ. Metres, metres per second,
-// seconds, kilograms.
+// Data of platforms, sensors and weapons. All units follow the same rules and differ only in this data. Units: metres,
+// metres per second, seconds, kilograms.
 
 #include <filesystem>
 #include <functional>
@@ -13,13 +13,13 @@
 
 namespace tessra::sim {
 
-/// Kinds of units, numbered as the records number them.
+/// Kinds of units, with their codes in records.
 enum class UnitKind { group = 0, aircraft = 1, ship = 2, submarine = 3, facility = 4, weapon = 6 };
 
-/// The category under which records list units of a kind.
+/// The category that lists units of a kind in records.
 std::string_view category_of(UnitKind kind);
 
-/// The kinds a sensor sees or a weapon hits.
+/// The kinds a sensor can detect or a weapon can hit.
 class KindSet {
  public:
   KindSet() = default;
@@ -31,9 +31,8 @@ class KindSet {
   unsigned bits_ = 0;
 };
 
-/// radar: works when switched on, up to the horizon, nothing under water. visual: up to the horizon, thinned by bad
-/// visibility. sonar: ships and whatever is under water, no horizon. listener: hears radars that are switched on, up
-/// to the horizon.
+/// radar: must be switched on; up to the horizon, nothing under water. visual: up to the horizon, reduced by poor
+/// visibility, nothing under water. sonar: no horizon. listener: detects active radars, up to the horizon.
 enum class SensorKind { radar, visual, sonar, listener };
 
 struct SensorType {
@@ -41,11 +40,11 @@ struct SensorType {
   SensorKind kind = SensorKind::radar;
   double range = 0;      ///< against a target of signature 1
   int look_seconds = 1;  ///< between two looks
-  double chance = 0;     ///< that a look at a target in range succeeds
+  double chance = 0;     ///< probability that a look at a target in range succeeds
   // Errors of one look, as standard deviations.
   double bearing_error = 0;  ///< degrees
-  double range_error = 0;    ///< share of the distance
-  double height_error = 0;   ///< metres; what floats or stands has its height anyway
+  double range_error = 0;    ///< fraction of the distance
+  double height_error = 0;   ///< metres; only for aircraft and submarines
   KindSet targets;
 };
 
@@ -53,11 +52,11 @@ struct WeaponType {
   std::string name;
   double range = 0;
   double speed = 0;
-  double height = 0;  ///< flown at; negative under water
+  double height = 0;  ///< flight height; negative under water
   double hit_chance = 0;
   double damage = 0;       ///< points
   int reload_seconds = 1;  ///< between two shots of one unit
-  int salvo = 1;           ///< fired at a target when no quantity is ordered
+  int salvo = 1;           ///< weapons per attack without an ordered quantity
   KindSet targets;
 };
 
@@ -79,11 +78,11 @@ struct Platform {
   double min_height = 0;
   double max_height = 0;
   double cruise_height = 0;
-  double mast = 0;           ///< height of antennas and upper works over the unit's own height
-  double signature = 1;      ///< factor on the range at which it is seen
-  double evasion = 0;        ///< share of hits it escapes
-  double damage_points = 1;  ///< what destroys it
-  double value = 0;          ///< points for its loss
+  double mast = 0;           ///< height of antennas and superstructure above the unit
+  double signature = 1;      ///< factor on the range at which it is detected
+  double evasion = 0;        ///< fraction of hits it evades
+  double damage_points = 1;  ///< damage that destroys it
+  double value = 0;          ///< score for its loss
   double fuel = 0;           ///< 0: needs none
   double burn = 0;           ///< kilograms per second at cruising speed
   int turnaround = 0;        ///< seconds at the base until refuelled and rearmed
@@ -93,7 +92,7 @@ struct Platform {
   bool armed() const { return !mounts.empty(); }
 };
 
-/// Everything a platform file defines, by name. Platforms point into the tables, so a catalog stays where it is.
+/// The contents of platform files, by name. Platforms point into the tables, so a catalog cannot be copied.
 struct Catalog {
   std::map<std::string, SensorType, std::less<>> sensors;
   std::map<std::string, WeaponType, std::less<>> weapons;
@@ -103,7 +102,7 @@ struct Catalog {
   Catalog(const Catalog&) = delete;
   Catalog& operator=(const Catalog&) = delete;
 
-  /// Adds what a platform file defines. Throws `ScenarioError`, also for a name that is there already.
+  /// Adds the contents of a platform file. Throws `ScenarioError`, also for a name that is already defined.
   void read(const std::filesystem::path& path);
 };
 

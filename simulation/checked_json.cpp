@@ -50,7 +50,7 @@ bool CheckedJson::has(std::string_view key) const { return dict().contains(key);
 CheckedJson CheckedJson::at(std::string_view key) const {
   const std::string place = place_.empty() ? std::string(key) : fmt::format("{}.{}", place_, key);
   const Value* value = dict().find(key);
-  if (value == nullptr) CheckedJson(Value(), file_, place).fail("is missing");
+  if (value == nullptr) CheckedJson(Value(), file_, place).fail("is missing");  // so that the place includes the key
   return {*value, file_, place};
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-// Reading of scenario files: every access checks kind and bounds and knows its place in the file.
+// Reading of scenario files: every access checks kind and bounds and knows its place in the file, so that each error
+// names it.
 
 #include <filesystem>
 #include <initializer_list>
@@ -14,21 +15,21 @@
 
 namespace tessra::sim {
 
-/// One value of a file together with its place. Whatever does not fit throws `ScenarioError` naming file and place.
+/// A value of a file together with its place. Every mismatch throws `ScenarioError` naming file and place.
 class CheckedJson {
  public:
-  /// The file's topmost value, which must be a dictionary.
+  /// The top-level value of the file, which must be a dictionary.
   static CheckedJson file(const std::filesystem::path& path);
 
   [[noreturn]] void fail(const std::string& what) const;
-  /// Fails at the first key that is none of these.
+  /// Fails at the first key that is not one of these.
   void allow_only(std::initializer_list<std::string_view> keys) const;
 
   bool has(std::string_view key) const;
   CheckedJson at(std::string_view key) const;
-  /// Entries of a list; none when the key is absent.
+  /// Entries of a list; empty if the key is absent.
   std::vector<CheckedJson> list(std::string_view key) const;
-  /// Entries of a dictionary in their order; none when the key is absent.
+  /// Entries of a dictionary in their order; empty if the key is absent.
   std::vector<std::pair<std::string, CheckedJson>> entries(std::string_view key) const;
 
   std::string text() const;  ///< not empty
@@ -39,7 +40,7 @@ class CheckedJson {
   std::string text(std::string_view key) const { return at(key).text(); }
   double real(std::string_view key, double least, double most) const { return at(key).real(least, most); }
   std::int64_t integer(std::string_view key, std::int64_t least, std::int64_t most) const;
-  // With a value for the absent key.
+  // With a default for an absent key.
   std::string text_or(std::string_view key, std::string_view absent) const;
   double real_or(std::string_view key, double least, double most, double absent) const;
   bool boolean_or(std::string_view key, bool absent) const;

@@ -12,7 +12,7 @@ namespace tessra::sim {
 
 namespace {
 
-// A weapon is fired inside its range and flies a little beyond it, since the target moves on meanwhile.
+// Firing inside the range and flying a little beyond it leaves a margin for a target that moves away meanwhile.
 constexpr double kFireShare = 0.9;
 constexpr double kFlightShare = 1.2;
 
@@ -26,7 +26,8 @@ void take_weapon(Unit& unit, const WeaponType* type) {
   }
 }
 
-/// A shot is noticed when the shooter is known and within sight at that moment; from elsewhere a weapon comes unseen.
+/// Lets the target and its group fire back. A shot is noticed only if the target's side has a contact on the shooter
+/// and the shooter in sensor reach at that moment; otherwise the alarm would reveal more than the side can see.
 void raise_alarm(World& world, std::size_t target, std::size_t attacker) {
   const std::size_t side = world.units[target].side;
   if (!world.units[target].alive || contact_on(world, side, attacker) == nullptr) return;
@@ -65,7 +66,7 @@ void fire(World& world, std::size_t shooter, AttackOrder& order, const WeaponTyp
   raise_alarm(world, contact.target, shooter);
 }
 
-/// Fires the first order that can be carried out now.
+/// Fires for the first attack that is possible now.
 void fire_once(World& world, std::size_t index) {
   Unit& unit = world.units[index];
   for (AttackOrder& order : unit.attacks) {
@@ -74,6 +75,7 @@ void fire_once(World& world, std::size_t index) {
     const WeaponRecord* record = choose_weapon(unit, world.units[contact->target].platform->kind, order.weapon);
     if (record == nullptr) continue;
     const double reach = kFireShare * record->type->range;
+    // The cheap bound first: it rules out most pairs without a geodesic.
     if (!may_be_within(unit.sphere, sphere_point(contact->seen.place), reach)) continue;
     if (distance_between(unit.motion.place, contact->seen.place) > reach) continue;
     fire(world, index, order, *record->type, *contact);
@@ -88,6 +90,7 @@ void strike(World& world, const Shot& shot) {
   const auto number = static_cast<std::uint64_t>(shot.number);
   if (!world.dice.happens(chance, Luck::hit, world.now, {world.units[shot.shooter].key, number, target.key})) return;
   ++world.hits;
+  // No more than what is left, so that the scores of a unit never exceed its value.
   const double done = std::min(shot.type->damage, target.platform->damage_points - target.damage);
   target.damage += done;
   world.sides[shot.side].damage_done[target.key] += done;
@@ -95,7 +98,7 @@ void strike(World& world, const Shot& shot) {
   if (target.damage >= target.platform->damage_points) destroy_unit(world, shot.target, shot.side);
 }
 
-/// Whether the weapon finds its target by itself.
+/// Whether the weapon's seeker sees the target.
 bool seeks(const World& world, const Shot& shot) {
   const Unit& target = world.units[shot.target];
   return target.alive && !target.at_base &&
@@ -103,18 +106,19 @@ bool seeks(const World& world, const Shot& shot) {
          distance_between(shot.motion.place, target.motion.place) <= kSeekerReach;
 }
 
-/// What a weapon does where it was sent.
+/// The weapon reaches its target, or the place where it was sent.
 void arrive(World& world, const Shot& shot, bool found) {
   if (found) {
     strike(world, shot);
   } else if (world.units[shot.target].platform->kind == UnitKind::facility) {
-    learn_of_loss(world, shot.side, shot.target);  // what cannot be elsewhere is gone; anything else may have moved on
+    learn_of_loss(world, shot.side, shot.target);  // a facility cannot have moved, so it is gone; others may have
   }
 }
 
 /// Flies one second; false when the weapon is spent.
 bool fly(World& world, Shot& shot) {
   if (shot.flown > kFlightShare * shot.type->range) return false;
+  // Guided by what the side knows: a lost contact leaves the weapon with its last position.
   if (const Contact* contact = find_contact(world, shot.side, shot.contact)) shot.aim = contact->seen.place;
   const bool found = seeks(world, shot);
   const Way way = way_between(shot.motion.place, found ? world.units[shot.target].motion.place : shot.aim);

@@ -4,13 +4,14 @@
 
 namespace tessra::sim {
 
-/// Lets every unit with an attack in reach fire, one weapon at a time.
+/// Fires at most one weapon of every unit that has an attack in range and is reloaded.
 void fire_weapons(World& world);
 
-/// Distance in metres at which a weapon's own seeker finds its target; until then it goes by what its side knows.
+/// Distance in metres at which a weapon's seeker finds the target; before that it flies to where its side believes the
+/// target to be.
 constexpr double kSeekerReach = 15'000;
 
-/// Moves the weapons in flight by one second; those that arrive hit or miss, those out of reach are spent.
+/// Moves the weapons in flight by one second. Those that arrive hit or miss; those beyond their range are spent.
 void fly_shots(World& world);
 
 }  // namespace tessra::sim

@@ -12,6 +12,7 @@ namespace tessra::sim {
 
 namespace {
 
+/// Whether `name` is one of the blank-separated names. It comes from an agent and may itself contain blanks.
 bool is_listed(std::string_view names, std::string_view name) {
   const std::string padded = fmt::format(" {} ", names);
   return name.find(' ') == std::string_view::npos && padded.find(fmt::format(" {} ", name)) != std::string::npos;
@@ -45,7 +46,7 @@ double CommandArguments::number(std::string_view name, double least, double most
   const Value& value = at(name);
   if (!value.is_integer() && !value.is_real()) throw CommandError(fmt::format("{} must be a number", name));
   const double number = value.as_real();
-  if (!(number >= least && number <= most)) {
+  if (!(number >= least && number <= most)) {  // negated, so that NaN fails too
     throw CommandError(fmt::format("{} must be in {} to {}, is {}", name, least, most, number));
   }
   return number;
@@ -86,6 +87,7 @@ std::vector<Place> CommandArguments::places(std::string_view name) const {
     if (!item.is_dict()) throw CommandError(fmt::format("{} must list places {{LON=, LAT=}}", name));
     const CommandArguments place(item.as_dict());
     place.allow_only("LON LAT");
+    // Not up to the poles, where headings and longitudes degenerate.
     places.push_back({place.number("LAT", -89, 89), place.number("LON", -180, 180)});
   }
   return places;

@@ -9,15 +9,15 @@
 
 namespace tessra::sim {
 
-/// A name from an order as a reason quotes it: no more than its beginning.
+/// A name from an order for use in an error message: truncated and without control characters.
 std::string quoted_name(std::string_view name);
 
-/// The arguments of one command. Reading one that is missing or does not fit throws `CommandError` naming it.
+/// The arguments of one command. Reading a missing or invalid one throws `CommandError` naming it.
 class CommandArguments {
  public:
   explicit CommandArguments(const Dict& values) : values_(values) {}
 
-  /// Throws for an argument that is not in the list, names with a blank between.
+  /// Throws for any argument not in `names`, which are separated by blanks.
   void allow_only(std::string_view names) const;
 
   bool has(std::string_view name) const { return values_.contains(name); }

@@ -13,16 +13,19 @@ namespace tessra::sim {
 
 namespace {
 
-// Of ASCII alone, whatever the locale.
+// A recursive-descent parser without backtracking, except for one word in a table that turns out not to be a key. It
+// checks size, depth and number of values as it goes, so that hostile input fails early.
+
+// ASCII only, independent of the locale.
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 bool is_word(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || is_digit(c); }
 bool is_blank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-/// What stands in a table until it is known which kind of table it is.
+/// The entries of a table while its kind, dictionary or list, is not yet known.
 struct Entries {
   Dict keyed;
   List listed;
-  bool gap = false;  // a nil in the list, behind which nothing may come
+  bool gap = false;  // the list contained nil, after which no entry may follow
 };
 
 class CommandReader {
@@ -37,7 +40,7 @@ class CommandReader {
   }
   [[noreturn]] void fail(std::string_view what) const { fail(what, at_); }
 
-  /// The next byte, 0 at the end; a byte 0 in the text fits nowhere either.
+  /// The next byte, 0 at the end. A null byte in the text is not valid anywhere either, so the two need no distinction.
   char peek() const { return at_ < text_.size() ? text_[at_] : '\0'; }
   bool take(char c);
   void expect(char c, std::string_view where);
@@ -136,7 +139,7 @@ Value CommandReader::read_number() {
   double real = 0;
   const auto read = std::from_chars(first, last, real);
   const bool digits = read.ec != std::errc::invalid_argument && read.ptr == last;
-  // "-inf" is one for the library.
+  // `from_chars` also accepts words such as "-inf".
   if (!digits || text_.substr(start, 2).find_first_of(".0123456789") == std::string_view::npos) {
     fail(fmt::format("'{}' is no number", excerpt(text_.substr(start, at_ - start), kMaxQuotedName)), start);
   }
@@ -158,7 +161,7 @@ std::string CommandReader::read_text() {
   return value;
 }
 
-/// What stands behind a backslash.
+/// The rest of an escape, after the backslash.
 char CommandReader::read_escape() {
   constexpr std::string_view kNames = "abfnrtv\\'\"";
   constexpr std::string_view kMeanings = "\a\b\f\n\r\t\v\\'\"";

@@ -1,8 +1,7 @@
 #pragma once
 
-// Reading of command texts: one call with one table of literals, `Name({KEY='text', OTHER={1.5, 2}})`. Texts come from
-// agents and are not trusted. They are data: nothing in them is carried out, and what they may take is bounded
-// (`order_limits.h`).
+// Parser for commands: one call with one table of literals, `Name({KEY='text', OTHER={1.5, 2}})`. Commands come from
+// agents and are not trusted: they are parsed as data, never executed, and their size is limited (`order_limits.h`).
 
 #include <string>
 #include <string_view>
@@ -12,19 +11,19 @@
 
 namespace tessra::sim {
 
-/// A command that cannot be read or carried out; the text says why.
+/// A command cannot be parsed or carried out; the text says why.
 class CommandError : public Error {
  public:
   using Error::Error;
 };
 
-/// One call as its text gave it.
+/// A parsed call.
 struct CommandCall {
   std::string name;
-  Dict arguments;  ///< tables with keys are dictionaries, tables without and empty ones lists; nil is left out
+  Dict arguments;  ///< tables with keys become dictionaries, tables without keys and empty ones lists; nil is omitted
 };
 
-/// Reads one text. Throws `CommandError` naming what is wrong and the byte, counted from 1, where it stands.
+/// Parses one command. Throws `CommandError` with the problem and its byte position, counted from 1.
 CommandCall read_command(std::string_view text);
 
 }  // namespace tessra::sim

@@ -13,6 +13,7 @@ namespace tessra::sim {
 
 namespace {
 
+/// A known command: its name, the arguments it accepts, and its effect.
 struct Command {
   const char* name;
   const char* arguments;
@@ -46,13 +47,13 @@ void run_command(World& world, const CommandCall& call) {
   command->run(world, arguments);
 }
 
-/// What one side gave in a package.
+/// One side's part of a package.
 struct Share {
   std::size_t orders = 0;
-  std::size_t first_fault = 0;  // of those that are too many
+  std::size_t first_fault = 0;  // index of the refusal that represents all excess orders
 };
 
-/// A package on its way through the world.
+/// Runs one package of commands.
 class Package {
  public:
   explicit Package(World& world) : world_(world), shares_(world.sides.size() + 1) {}
@@ -61,7 +62,7 @@ class Package {
   std::vector<CommandFault> take_faults();
 
  private:
-  /// The side's, or the last one for texts of no side.
+  /// The part of this side, or the last one for commands without a valid side.
   Share& share_of(std::string_view side);
   void refuse(const std::string& text, const std::string& side, std::string reason) {
     faults_.push_back({number_, excerpt(text, kMaxQuotedOrder), excerpt(side, kMaxNameBytes), std::move(reason)});
@@ -90,9 +91,10 @@ void Package::run(const std::string& text) {
   } catch (const CommandError& error) {
     reason = error.what();
   }
+  // Unreadable commands count too: they cost as much as others.
   Share& share = share_of(side);
   if (++share.orders > kMaxPackageOrders) {
-    // One refusal for all of them: a flood of orders must not become a flood of refusals.
+    // A single refusal for all: a flood of orders must not cause a flood of refusals.
     if (share.orders == kMaxPackageOrders + 1) {
       share.first_fault = faults_.size();
       refuse(text, side, "");

@@ -8,7 +8,7 @@
 
 namespace tessra::sim {
 
-/// Carries out a package of command texts, each as far as it is good; see `Simulation::execute`.
+/// Runs a package of commands and returns those without effect; see `Simulation::execute`.
 std::vector<CommandFault> run_package(World& world, const std::vector<std::string>& texts);
 
 }  // namespace tessra::sim

@@ -1,7 +1,8 @@
 #pragma once
 
-// Luck by counter: every question has luck of its own, a hash of the episode's seed, the tick, what is asked and the
-// units concerned. So nothing that happens elsewhere, and no order of units, changes the answer.
+// Counter-based random numbers: every event has its own number, a hash of the episode's seed, the tick, the kind of
+// event and the units involved. Events elsewhere and the order of units therefore cannot change the outcome, as they
+// would with a shared generator.
 
 #include <cstdint>
 #include <initializer_list>
@@ -9,7 +10,7 @@
 
 namespace tessra::sim {
 
-/// The step of SplitMix64 (Steele, Lea, Flood 2014): a bijection that spreads every bit over all.
+/// The step of SplitMix64 (Steele, Lea, Flood 2014): a bijection in which every input bit affects all output bits.
 constexpr std::uint64_t mixed(std::uint64_t bits) {
   bits += 0x9e3779b97f4a7c15U;
   bits = (bits ^ (bits >> 30)) * 0xbf58476d1ce4e5b9U;
@@ -17,7 +18,7 @@ constexpr std::uint64_t mixed(std::uint64_t bits) {
   return bits ^ (bits >> 31);
 }
 
-/// Hash of two texts that tells ("ab", "c") from ("a", "bc"): FNV-1a (Fowler, Noll, Vo), finished by `mixed`.
+/// Hash of two texts that distinguishes ("ab", "c") from ("a", "bc"): FNV-1a (Fowler, Noll, Vo), finalised by `mixed`.
 constexpr std::uint64_t text_key(std::string_view first, std::string_view second) {
   std::uint64_t hash = 0xcbf29ce484222325U;
   for (const std::string_view text : {first, second}) {
@@ -27,23 +28,24 @@ constexpr std::uint64_t text_key(std::string_view first, std::string_view second
   return hash;
 }
 
-/// What is asked: questions about the same units in the same tick have luck of their own.
+/// The kind of event: different events of the same units in the same tick get independent numbers.
 enum class Luck : std::uint64_t { look = 1, identify, bearing, range, height, speed_north, speed_east, hit };
 
 class Dice {
  public:
   explicit Dice(std::uint64_t seed) : seed_(seed) {}
 
-  /// A number of this episode's own for a key.
+  /// A number for a key that differs from episode to episode.
   std::uint64_t number(std::uint64_t key) const { return mixed(seed_ ^ mixed(key)); }
 
-  /// True with this chance, 0 to 1. `about`: keys of the units concerned, and what else tells the question from others.
+  /// True with probability `chance`, 0 to 1. `about`: the keys of the units involved, and whatever else distinguishes
+  /// the event from others.
   bool happens(double chance, Luck luck, int tick, std::initializer_list<std::uint64_t> about) const {
     return uniform(hash(luck, tick, about)) < chance;
   }
 
-  /// A deviation with mean 0 and standard deviation 1 that never exceeds 3: the sum of three uniform numbers
-  /// (Irwin-Hall distribution), which is close to normal and the same with every mathematical library.
+  /// A random number with mean 0, standard deviation 1 and absolute value at most 3: a scaled sum of three uniform
+  /// numbers (Irwin-Hall distribution). Close to normal, and bit-identical with every math library.
   double deviation(Luck luck, int tick, std::initializer_list<std::uint64_t> about) const {
     const std::uint64_t bits = hash(luck, tick, about);
     return 2 * (uniform(mixed(bits)) + uniform(mixed(bits + 1)) + uniform(mixed(bits + 2)) - 1.5);
@@ -56,7 +58,7 @@ class Dice {
     for (const std::uint64_t key : about) bits = mixed(bits ^ key);
     return bits;
   }
-  /// From 0 up to but excluding 1, in steps of 2⁻⁵³.
+  /// In [0, 1), in steps of 2⁻⁵³.
   static double uniform(std::uint64_t bits) { return static_cast<double>(bits >> 11) * 0x1p-53; }
 
   std::uint64_t seed_;

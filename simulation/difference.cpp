@@ -14,6 +14,7 @@ List gone_keys(const Dict& before, const Dict& now) {
   return gone;
 }
 
+/// Compares two dictionaries under the same key. Their deletions belong to the outer level, next to the key.
 void add_nested(Dict& changes, Dict& deletions, const Value& key, const Dict& before, const Dict& now) {
   const Dict inner = difference(before, now);
   if (!inner.empty()) changes.set(key, inner);

@@ -4,9 +4,9 @@
 
 namespace tessra::sim {
 
-/// What to merge into `before` to make it `now`: changed and new entries, dictionaries down to their changed entries,
-/// lists whole. Entries that are gone from a dictionary under key K are listed beside K: `mapdel`: {K: {"v": [keys]}}.
-/// The result shares nothing with either.
+/// The update that turns `before` into `now` when merged: changed and new entries, recursively for dictionaries, lists
+/// as a whole. Entries removed from a dictionary under key K are listed next to K: `mapdel`: {K: {"v": [keys]}}. The
+/// result shares nothing with the arguments.
 Dict difference(const Dict& before, const Dict& now);
 
 }  // namespace tessra::sim

@@ -13,6 +13,7 @@ constexpr double kEarthRadius = 6'371'000;  // metres, mean
 
 const GeographicLib::Geodesic& earth() { return GeographicLib::Geodesic::WGS84(); }
 
+/// Azimuths are from -180 to 180; bearings here from 0 to 360.
 double compass(double degrees) { return degrees < 0 ? degrees + 360 : degrees; }
 
 }  // namespace
@@ -38,6 +39,7 @@ Place place_beyond(Place from, double bearing, double metres) {
 }
 
 Leg::Leg(Place from, Place to) : place_(from) {
+  // The line is set up once per leg, so that a step costs a position on it instead of a new inverse problem.
   const Way way = way_between(from, to);
   length_ = way.metres;
   heading_ = way.bearing;

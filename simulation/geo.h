@@ -13,28 +13,28 @@ struct Place {
   double lon = 0;
 };
 
-/// Shortest way between two places.
+/// Shortest path between two places.
 struct Way {
   double metres;
   double bearing;  ///< degrees from north at the start, 0 to 360
 };
 
-/// Length and first bearing of the geodesic (Karney 2013, through GeographicLib).
+/// Length and initial bearing of the geodesic (Karney 2013, through GeographicLib).
 Way way_between(Place from, Place to);
 double distance_between(Place from, Place to);
 
-/// The place reached after `metres` along the geodesic that starts with `bearing`.
+/// The place after `metres` along the geodesic that starts with `bearing`.
 Place place_beyond(Place from, double bearing, double metres);
 
-/// One leg of a course: a geodesic that is walked piece by piece.
+/// One leg of a course: a geodesic that is followed step by step.
 class Leg {
  public:
   Leg(Place from, Place to);
 
-  /// Walks on, at most to the end. Returns the metres that were left over.
+  /// Advances, at most to the end. Returns the unused metres.
   double walk(double metres);
   bool finished() const { return walked_ >= length_; }
-  /// Where the walk stands, and its heading there.
+  /// Current position and heading.
   Place place() const { return place_; }
   double heading() const { return heading_; }
 
@@ -46,17 +46,16 @@ class Leg {
   double heading_ = 0;
 };
 
-/// A place as a point of the unit sphere, for cheap bounds on distances.
+/// A place as a point on the unit sphere, for cheap bounds on distances.
 using SpherePoint = std::array<double, 3>;
 SpherePoint sphere_point(Place place);
 
-/// False only when two places are certainly farther apart than `metres`. The sphere differs from the ellipsoid by less
-/// than 0.6 %, so it answers with 1 % to spare.
+/// False only if two places are certainly farther apart than `metres`. Distances on the sphere differ from those on the
+/// ellipsoid by less than 0.6 %, so a margin of 1 % is used.
 bool may_be_within(const SpherePoint& a, const SpherePoint& b, double metres);
 
-/// Farthest distance at which two heights see each other over the Earth's bulge, in metres:
-/// 4120 (√h₁ + √h₂), radio waves bent as in the standard atmosphere (4/3 of the Earth's radius). Heights below the
-/// surface count as 0.
+/// Greatest distance of a line of sight between two heights, in metres: 4120 (√h₁ + √h₂), for radio waves refracted by
+/// the standard atmosphere (4/3 of the Earth's radius). Heights below the surface count as 0.
 double horizon_metres(double height_1, double height_2);
 
 }  // namespace tessra::sim

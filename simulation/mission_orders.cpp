@@ -9,6 +9,7 @@ namespace tessra::sim {
 
 namespace {
 
+/// Takes a unit off its mission. What it does by order goes on; what it does for the mission or on its own ends.
 void leave_mission(Unit& unit) {
   unit.mission.clear();
   unit.next_corner = 0;
@@ -16,6 +17,7 @@ void leave_mission(Unit& unit) {
   if (!unit.course_ordered && unit.attacks.empty()) set_course(unit, {});
 }
 
+/// Missions are part of every record, so their number and size are limited.
 void check_room(const SideState& side, const Mission& mission) {
   if (side.missions.size() >= kMaxMissions) {
     throw CommandError(fmt::format("the side has {} missions already, which is all it may have", kMaxMissions));
@@ -77,6 +79,7 @@ void delete_mission(World& world, const CommandArguments& arguments) {
 void assign_unit(World& world, const CommandArguments& arguments) {
   const std::string mission = ordered_mission(world, arguments, "MISSION").id;
   const std::vector<std::size_t> units = ordered_units(world, arguments);
+  // Checked for all members of a group before any of them changes.
   for (const std::size_t index : units) {
     if (world.units[index].platform->kind == UnitKind::facility) {
       throw CommandError(fmt::format("unit '{}' cannot move", world.units[index].id));

@@ -8,7 +8,7 @@ namespace {
 
 double wanted_speed(const Unit& unit) {
   const bool aircraft = unit.platform->kind == UnitKind::aircraft;
-  // Aircraft without a course circle where they are; everything else stops.
+  // Aircraft without a course circle in place, so they keep their speed; everything else stops.
   if (unit.course.empty() && !aircraft) return 0;
   const bool hurrying = !unit.attacks.empty() && !unit.course_ordered;
   const double wanted = hurrying ? unit.platform->max_speed : unit.platform->cruise_speed;
@@ -21,7 +21,7 @@ void climb(Unit& unit) {
 }
 
 void follow_course(Unit& unit) {
-  double metres = unit.motion.speed;
+  double metres = unit.motion.speed;  // in one second; a waypoint may be passed in the middle of it
   while (!unit.course.empty() && metres > 0) {
     if (!unit.leg) unit.leg.emplace(unit.motion.place, unit.course.front());
     metres = unit.leg->walk(metres);
@@ -38,6 +38,7 @@ void follow_course(Unit& unit) {
 bool burn_fuel(Unit& unit) {
   const Platform& platform = *unit.platform;
   if (platform.fuel <= 0 || platform.cruise_speed <= 0) return true;
+  // Drag grows with the square of speed.
   const double effort = unit.motion.speed / platform.cruise_speed;
   unit.fuel = std::max(0.0, unit.fuel - platform.burn * effort * effort);
   return unit.fuel > 0;
@@ -62,6 +63,7 @@ void move_units(World& world) {
 void land(World& world, Unit& unit) {
   unit.at_base = true;
   unit.returning = false;
+  // A unit that starts at its base is ready at once.
   unit.ready_at = world.now > 0 ? world.now + unit.platform->turnaround : 0;
   set_course(unit, {});
   unit.motion = world.units[unit.base].motion;

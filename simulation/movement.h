@@ -4,13 +4,13 @@
 
 namespace tessra::sim {
 
-/// Moves every living unit by one second: height, course, fuel. Aircraft whose fuel is gone are lost, others stop.
+/// Moves every living unit by one second: height, course, fuel. Aircraft without fuel are lost, others stop.
 void move_units(World& world);
 
-/// Puts a unit on its base, where it is refuelled and rearmed after its platform's turnaround.
+/// Lands a unit on its base, where it is refuelled and rearmed after its platform's turnaround.
 void land(World& world, Unit& unit);
 
-/// Takes a unit off its base, with full tanks and mounts.
+/// Launches a unit from its base, with a full tank.
 void take_off(Unit& unit);
 
 }  // namespace tessra::sim

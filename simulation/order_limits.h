@@ -1,6 +1,6 @@
 #pragma once
 
-// What a side's orders may take, so that no agent's mistake or malice can make the service slow or large.
+// Limits on a side's orders, so that a faulty or malicious agent cannot slow the service down or exhaust its memory.
 
 #include <cstddef>
 
@@ -9,8 +9,8 @@ namespace tessra::sim {
 // One text.
 
 constexpr std::size_t kMaxOrderBytes = std::size_t{64} << 10;
-constexpr int kMaxOrderDepth = 8;         ///< tables in tables, the arguments counted
-constexpr int kMaxOrderValues = 10'000;   ///< tables counted
+constexpr int kMaxOrderDepth = 8;         ///< nesting of tables, including the arguments
+constexpr int kMaxOrderValues = 10'000;   ///< including tables
 constexpr std::size_t kMaxPlaces = 200;   ///< in one course or zone
 constexpr std::size_t kMaxTargets = 200;  ///< in one strike
 constexpr std::size_t kMaxNameBytes = 200;
@@ -21,7 +21,7 @@ constexpr std::size_t kMaxPackageOrders = 10'000;
 constexpr std::size_t kMaxMissions = 1'000;
 constexpr std::size_t kMaxMissionPlaces = 20'000;  ///< in the zones of all its missions
 
-// What a refusal quotes, bytes.
+// Quotes in a refusal, in bytes.
 
 constexpr std::size_t kMaxQuotedOrder = 200;
 constexpr std::size_t kMaxQuotedName = 60;  ///< of an argument, in the reason

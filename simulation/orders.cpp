@@ -8,9 +8,10 @@ namespace tessra::sim {
 
 namespace {
 
-/// Aircraft fall from the sky below this share of their cruising speed.
+/// Aircraft stall below this fraction of their cruising speed.
 constexpr double kSlowestFlight = 0.5;
 
+/// The ordered units, all of which must be able to move.
 std::vector<std::size_t> ordered_movers(const World& world, const CommandArguments& arguments) {
   std::vector<std::size_t> units = ordered_units(world, arguments);
   for (const std::size_t index : units) {
@@ -60,7 +61,8 @@ std::vector<std::size_t> ordered_units(const World& world, const CommandArgument
 }
 
 void change_speed(World&, const CommandArguments& arguments) {
-  // How fast simulated time passes is no matter of the simulation: it plays each decision interval at once.
+  // The engine sends this command at every start. It has no effect here, since an advance is not tied to wall-clock
+  // time.
   if (!arguments.has("SPEED")) throw CommandError("SPEED is missing");
 }
 
@@ -99,6 +101,7 @@ void set_radar(World& world, const CommandArguments& arguments) {
   if (std::none_of(units.begin(), units.end(), [&](std::size_t index) { return has_radar(world.units[index]); })) {
     throw CommandError("UNIT has no radar");
   }
+  // In a group only some members may have a radar; the order is for those.
   for (const std::size_t index : units) world.units[index].radar_on = on && has_radar(world.units[index]);
 }
 
@@ -116,6 +119,7 @@ void set_weapon_control(World& world, const CommandArguments& arguments) {
 }
 
 void return_to_base(World& world, const CommandArguments& arguments) {
+  // Checked for all members of a group before any of them changes.
   const std::vector<std::size_t> units = ordered_movers(world, arguments);
   for (const std::size_t index : units) {
     if (world.units[index].base == kNobody) {

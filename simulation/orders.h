@@ -1,6 +1,6 @@
 #pragma once
 
-// What each command does, after its text is read. Every order checks everything before it changes anything.
+// The effects of commands. Every order validates everything before it changes anything.
 
 #include "simulation/command_arguments.h"
 #include "simulation/world.h"

@@ -7,6 +7,10 @@
 
 namespace tessra::sim {
 
+// A record is always built in full from the state of the world; an update is the difference to the last full record.
+// That is simpler than tracking changes, and a change cannot be forgotten. `difference` then lists a lost unit in every
+// table it vanished from, while a deletion must be reported once: `keep_one_deletion`.
+
 namespace {
 
 Dict record_scenario(const World& world) {
@@ -68,7 +72,7 @@ Dict record_all(const World& world) {
           {"Situation", Dict{{"SituationInfo", info}, {"SituationSides", sides}}}};
 }
 
-/// Lost units are reported once, under the live units, and lost contacts once, under the live contacts.
+/// Removes duplicates: lost units are reported only under the live units, lost contacts only under the live contacts.
 void keep_one_deletion(Dict& side) {
   if (Dict* positions = side.find_dict("SidePosition")) {
     positions->erase("mapdel");
@@ -82,7 +86,7 @@ void keep_one_deletion(Dict& side) {
   if (own->empty()) side.erase("Side");
 }
 
-/// The dictionary under a key, made when it is missing.
+/// The dictionary under a key, created if missing.
 Dict& inner(Dict& dict, std::string_view key) {
   if (dict.find(key) == nullptr) dict.set(key, Dict());
   return dict.at_dict(key);
@@ -103,7 +107,7 @@ Dict Recorder::full(World& world) {
   world.new_contacts.clear();
   world.detections.clear();
   last_ = record_all(world);
-  return last_.deep_copy();
+  return last_.deep_copy();  // the engine changes what it is given
 }
 
 Dict Recorder::step(World& world) {

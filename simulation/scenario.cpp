@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kMaxDuration = 7 * 86'400;
 
-/// Reads one scenario file; ids are gathered first, so that a reference may stand before what it names.
+/// Reads one scenario file. Ids are collected first, so that references may precede the definitions.
 class ScenarioReader {
  public:
   explicit ScenarioReader(const std::filesystem::path& path)
@@ -54,7 +54,8 @@ class ScenarioReader {
     }
   }
 
-  /// Who plays the scenario is its host's matter; that there are such sides and classes to look for is checked here.
+  /// Checks only that the sides exist and each agent has a class. Whether the class exists depends on the program that
+  /// plays the scenario.
   void check_agents() const {
     for (const auto& [side, agents] : file_.entries("agents")) {
       if (!side_names_.contains(side)) agents.fail("the scenario has no such side");
@@ -122,6 +123,7 @@ class ScenarioReader {
     return unit;
   }
 
+  /// A base must be a facility or a ship, other than the unit itself, and not be at a base: bases do not nest.
   static void check_bases(const CheckedJson& json, const SideSetup& side) {
     const std::vector<CheckedJson> units = json.list("units");
     for (std::size_t i = 0; i < units.size(); ++i) {
@@ -195,6 +197,7 @@ class ScenarioReader {
     return MissionKind::patrol;
   }
 
+  /// A strike's targets must be known units: missions refer to contacts, which only known units have at the start.
   static void check_known(const CheckedJson& json, const MissionSetup& mission, const SideSetup& side) {
     if (mission.targets.empty()) json.fail("targets: a strike mission needs targets");
     for (const CheckedJson& target : json.list("targets")) {

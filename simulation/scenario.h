@@ -1,6 +1,6 @@
 #pragma once
 
-// A scenario as its file gives it: checked, and unchanged by the episodes that play it.
+// A scenario as read from its file: validated, and shared unchanged by all episodes.
 
 #include <cstdint>
 #include <filesystem>
@@ -14,8 +14,8 @@
 
 namespace tessra::sim {
 
-/// What a side's units do about contacts on their own. free: engage hostile ones. tight: only ordered ones and those
-/// that attack them. hold: none at all.
+/// What units attack on their own. free: hostile contacts. tight: only units that attack them. hold: nothing; ordered
+/// attacks wait too.
 enum class WeaponControl { free, tight, hold };
 
 enum class MissionKind { strike, patrol, support };
@@ -43,8 +43,8 @@ struct MissionSetup {
   std::string id;
   std::string name;
   MissionKind kind = MissionKind::patrol;
-  std::vector<Place> zone;           ///< patrol and support: the track that is flown round and round
-  std::vector<std::string> targets;  ///< strike: units of other sides that the side knows from the start
+  std::vector<Place> zone;           ///< patrol and support: the corners, visited in turn
+  std::vector<std::string> targets;  ///< strike: units of other sides known from the start
   std::vector<std::string> units;
 };
 

@@ -4,6 +4,7 @@ namespace tessra::sim {
 
 namespace {
 
+/// Whether the side had armed units and lost them all. A side that never had any cannot lose this way.
 bool is_defenceless(const World& world, std::size_t side) {
   bool had_armed_units = false;
   for (const Unit& unit : world.units) {
@@ -26,13 +27,14 @@ void book_damage(World& world, const Unit& unit, double points, std::size_t by) 
 }
 
 void book_loss(World& world, const Unit& unit, std::size_t by) {
+  // The damage so far has been scored already.
   ++world.sides[unit.side].units_lost;
   book(world, unit.side, unit.platform->value * (1 - kDamageShare * unit.damage / unit.platform->damage_points), by);
 }
 
 namespace {
 
-/// Whether the side is hostile to anyone; bystanders cannot lose the episode.
+/// Whether the side is hostile to anyone; the loss of a bystander does not end the episode.
 bool is_belligerent(const World& world, std::size_t side) {
   for (std::size_t other = 0; other < world.sides.size(); ++other) {
     if (is_hostile(world, side, other)) return true;

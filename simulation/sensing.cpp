@@ -8,7 +8,7 @@ namespace tessra::sim {
 
 namespace {
 
-constexpr double kUnderWater = -1;  // metres; what is deeper is hidden from all but sonar
+constexpr double kUnderWater = -1;  // metres; deeper units are hidden from all sensors but sonar
 
 bool emits(const Unit& unit) {
   if (!unit.radar_on) return false;
@@ -16,6 +16,7 @@ bool emits(const Unit& unit) {
                      [](const SensorType* sensor) { return sensor->kind == SensorKind::radar; });
 }
 
+/// Keeps only the latest detection per side and contact: a record reports no more.
 void remember(World& world, Detection detection) {
   for (Detection& earlier : world.detections) {
     if (earlier.side == detection.side && earlier.contact == detection.contact) {
@@ -33,7 +34,7 @@ void note_detection(World& world, const Look& look) {
   remember(world, {unit.side, contact.id, sensor, world.now, distance_between(unit.motion.place, contact.seen.place)});
 }
 
-/// What remains of a facility stands where it stood: a look at it tells that it is gone.
+/// Whether the side still has a contact on a facility that may be destroyed: a look at the place reveals it.
 bool is_wreck_in_question(const World& world, std::size_t side, std::size_t index) {
   const Unit& unit = world.units[index];
   return unit.platform->kind == UnitKind::facility && contact_on(world, side, index) != nullptr;
@@ -43,6 +44,7 @@ void look_at(World& world, const Unit& unit, std::size_t sensor_place, std::size
   const SensorType& sensor = *unit.platform->sensors[sensor_place];
   const Unit& target = world.units[index];
   const double reach = sensor_reach(world, unit, sensor, target);
+  // From cheap to expensive: nearly all pairs fail the bound on the sphere.
   if (reach <= 0 || !may_be_within(unit.sphere, target.sphere, reach)) return;
   const Way way = way_between(unit.motion.place, target.motion.place);
   if (way.metres > reach) return;
@@ -55,7 +57,7 @@ void look_at(World& world, const Unit& unit, std::size_t sensor_place, std::size
 
 void look_around(World& world, const Unit& unit, std::size_t sensor_place) {
   const SensorType& sensor = *unit.platform->sensors[sensor_place];
-  // By keys: numbers of new contacts must not tell the order of the file.
+  // In the order of keys: the numbers of new contacts must not reveal the order of the file.
   for (const std::size_t index : world.by_key) {
     const Unit& target = world.units[index];
     if (target.at_base || !sensor.targets.has(target.platform->kind)) continue;

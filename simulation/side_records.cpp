@@ -48,7 +48,7 @@ const Contact* own_contact(const SideState& side, std::string_view id) {
 List new_contact_messages(const World& world, std::size_t side) {
   List messages;
   for (const auto& [holder, id] : world.new_contacts) {
-    // What was found and lost again between two records must not come back to life through its message.
+    // A contact found and lost again between two records must not be revived by its message.
     const Contact* contact = holder == side ? own_contact(world.sides[side], id) : nullptr;
     if (contact == nullptr) continue;
     Dict message{{"ID", id}};

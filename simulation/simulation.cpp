@@ -14,7 +14,7 @@ namespace tessra::sim {
 
 namespace {
 
-/// Configurations of runs lie beside the scenarios they play.
+/// Configurations are in the same folder as the scenarios they play.
 constexpr std::string_view kRunPrefix = "apply_";
 
 }  // namespace
@@ -31,7 +31,7 @@ std::vector<std::string> scenario_names(const std::filesystem::path& folder) {
 }
 
 std::uint64_t episode_seed(std::uint64_t base_seed, std::uint64_t episode) {
-  // The episode-th number of the generator that starts with the base seed: neighbouring episodes share no pattern.
+  // The episode-th output of the generator started with the base seed, so that consecutive episodes are unrelated.
   return mixed(base_seed + episode * 0x9e3779b97f4a7c15U);
 }
 

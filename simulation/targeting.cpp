@@ -9,12 +9,15 @@ namespace tessra::sim {
 
 namespace {
 
-constexpr int kSelfDefence = 120;    // seconds for which a unit fires back
-constexpr double kChaseShare = 1.5;  // of the weapon's range: how far units on patrol go after contacts
-constexpr int kClassKnown = 3;       // identification from which a contact's platform is known
-constexpr double kOverkill = 1.5;    // of the damage a target can still take, on the way to it
+// Decisions use what the side knows, never the truth. The target's unit is read only for facts the side has: its kind
+// is known from the first look, its platform from identification 3.
 
-/// Damage that weapons of the unit's side on their way will probably do, as far as the side can tell.
+constexpr int kSelfDefence = 120;    // seconds for which a unit fires back
+constexpr double kChaseShare = 1.5;  // distance, in weapon ranges, up to which units on patrol pursue contacts
+constexpr int kClassKnown = 3;       // identification from which a contact's platform is known
+constexpr double kOverkill = 1.5;    // expected damage in flight, relative to the damage needed, that is enough
+
+/// Expected damage by the side's weapons in flight, as far as the side can tell.
 double damage_on_the_way(const World& world, std::size_t side, const Contact& contact) {
   const double evasion = contact.id_status >= kClassKnown ? world.units[contact.target].platform->evasion : 0;
   double expected = 0;
@@ -25,8 +28,8 @@ double damage_on_the_way(const World& world, std::size_t side, const Contact& co
   return expected;
 }
 
-/// Damage that a target can still take, as far as the side can tell: of what it does not know the class, one hit of the
-/// unit's weapon is thought to be enough.
+/// Damage needed to destroy the target, as far as the side can tell. If its class is unknown, one hit of the unit's
+/// weapon is assumed to be enough.
 double damage_needed(const World& world, const Unit& unit, const Contact& contact) {
   const Unit& target = world.units[contact.target];
   const Platform& platform = *target.platform;
@@ -44,7 +47,7 @@ bool is_covered(const World& world, const Unit& unit, const Contact& contact) {
   return expected > 0 && expected >= kOverkill * damage_needed(world, unit, contact);
 }
 
-/// Distance at which the unit would take a contact on, 0 when it has nothing to fire at it.
+/// Distance up to which the unit would attack a contact; 0 if it has no weapon against it.
 double engagement_reach(const World& world, const Unit& unit, const Contact& contact) {
   const WeaponRecord* record = choose_weapon(unit, world.units[contact.target].platform->kind);
   if (record == nullptr) return 0;
@@ -67,8 +70,9 @@ void consider(const World& world, const Unit& unit, const Contact& contact, Cand
   if (distance <= std::min(reach, best.distance)) best = {&contact, distance};
 }
 
-/// Nearest hostile contact worth an attack by a unit whose weapons are free.
+/// Nearest hostile contact to attack for a unit with free weapons.
 const Contact* nearest_hostile(const World& world, const Unit& unit) {
+  // Own contacts only: firing freely at a friend's contact takes an order.
   Candidate best;
   for (const auto& [key, contact] : world.sides[unit.side].contacts) {
     const bool known_hostile = contact.id_status >= 2 && is_hostile(world, unit.side, world.units[contact.target].side);
@@ -109,6 +113,7 @@ void drop_hopeless_attacks(const World& world, Unit& unit) {
     const Contact* contact = find_contact(world, unit.side, order.contact);
     if (contact == nullptr) return true;
     const UnitKind kind = world.units[contact->target].platform->kind;
+    // During a turnaround the mounts may be empty, but they are filled before take-off.
     if (unit.at_base && unit.ready_at > 0) return !carries(unit, kind);
     if (order.own_decision && unit.control == WeaponControl::hold) return true;
     return choose_weapon(unit, kind, order.weapon) == nullptr;

@@ -4,15 +4,15 @@
 
 namespace tessra::sim {
 
-/// The nearest target of a strike mission that the side still knows and the unit has, or gets at its base, a weapon
-/// for; null when none is left.
+/// The nearest remaining target of a strike mission for which the unit has a weapon, or gets one at its base; null if
+/// there is none.
 const Contact* next_strike_target(const World& world, const Unit& unit, const Mission& mission);
 
-/// Drops the attacks whose contact is gone or for which the unit has no weapon left.
+/// Drops attacks whose contact is gone or for which the unit has no weapon left.
 void drop_hopeless_attacks(const World& world, Unit& unit);
 
-/// Adds one attack of the unit's own decision when it has none: as its weapon control allows, against hostile contacts
-/// in reach (on patrol also somewhat beyond), against who fired at it, or against the targets of its strike mission.
+/// Gives a unit without attacks one of its own choice, as far as its weapon control allows: against a unit that fired
+/// at it, a hostile contact in range (on patrol also somewhat beyond), or a target of its strike mission.
 void choose_targets(const World& world, Unit& unit);
 
 }  // namespace tessra::sim

@@ -11,16 +11,19 @@ namespace tessra::sim {
 
 namespace {
 
-constexpr double kArrived = 1000;     // metres from the base
-constexpr double kFuelMargin = 1.2;   // on the fuel for the way home
+// What each unit does next, in order of precedence: return to base, ordered course, attacks, mission.
+
+constexpr double kArrived = 1000;     // metres from the base at which a unit lands
+constexpr double kFuelMargin = 1.2;   // factor on the fuel for the way home
 constexpr double kFuelReserve = 300;  // seconds at cruising speed
-constexpr double kHoldShare = 0.8;    // share of the weapon's range at which a unit stops closing in
+constexpr double kHoldShare = 0.8;    // fraction of the weapon's range at which a unit stops closing in
 
 const Mission* mission_of(const World& world, const Unit& unit) {
   return find_mission(world.sides[unit.side], unit.mission);
 }
 
-/// Another living base of the side, the nearest one, when the unit's own is lost.
+/// Assigns the nearest other base of the side when the unit's own is lost. A base counts as suitable if a unit of the
+/// same kind calls it home.
 void find_refuge(World& world, Unit& unit) {
   if (unit.base == kNobody || world.units[unit.base].alive) return;
   double nearest = std::numeric_limits<double>::infinity();
@@ -73,6 +76,7 @@ void go_home(World& world, Unit& unit) {
 }
 
 void wait_at_base(World& world, Unit& unit) {
+  // The base may be a moving ship.
   const Unit& base = world.units[unit.base];
   unit.motion.place = base.motion.place;
   unit.sphere = base.sphere;
@@ -87,6 +91,7 @@ void wait_at_base(World& world, Unit& unit) {
   if (unit.course_ordered || !unit.attacks.empty() || mission_waits) take_off(unit);
 }
 
+/// Closes in on the first target. `drop_hopeless_attacks` has run before, so contact and weapon exist.
 void pursue(World& world, Unit& unit) {
   const AttackOrder& order = unit.attacks.front();
   const Contact* contact = find_contact(world, unit.side, order.contact);

@@ -10,10 +10,13 @@ namespace tessra::sim {
 namespace {
 
 constexpr double kDegree = std::numbers::pi / 180;
-constexpr double kDrift = 3;       // m/s by which the place of a contact becomes uncertain while nobody looks
-constexpr double kFirstSpan = 10;  // seconds over which a first look observes motion
+// How looks become contacts. Each look measures position, height and velocity with errors; looks at a contact that
+// stays in view are combined as independent measurements (docs/simulation.md has the formulas).
 
-/// What is drawn for one look: a deviation for each thing that is measured.
+constexpr double kDrift = 3;       // m/s: growth of the position error while nobody looks
+constexpr double kFirstSpan = 10;  // seconds over which the first look observes motion
+
+/// The random deviations of one look, one per measured quantity.
 class Deviations {
  public:
   Deviations(const World& world, const Look& look)
@@ -26,19 +29,19 @@ class Deviations {
   std::uint64_t unit_, sensor_, target_;
 };
 
-/// Standard deviation of the place that one look gives, in metres: that of the bearing and that of the range together.
+/// Standard deviation of the position from one look, in metres: errors of bearing and range combined.
 double look_error(const SensorType& sensor, double distance) {
   return distance * std::hypot(sensor.bearing_error * kDegree, sensor.range_error);
 }
 
-/// Of the place after a look: two independent measurements weighted by their precision, 1/e² = 1/e₁² + 1/e₂².
+/// Position error after a look: two independent measurements weighted by their precision, 1/e² = 1/e₁² + 1/e₂².
 double combined_error(double earlier, double look) {
   if (std::isinf(earlier)) return look;
   const double together = std::hypot(earlier, look);
   return together > 0 ? earlier * look / together : 0;
 }
 
-/// The motion with an error on its velocity: that of the place over the time it was watched.
+/// The motion with an error added to its velocity vector.
 Motion with_velocity_error(Motion motion, double deviation, const Deviations& deviations) {
   const double heading = motion.heading * kDegree;
   const double north = motion.speed * std::cos(heading) + deviation * deviations.of(Luck::speed_north);
@@ -49,6 +52,7 @@ Motion with_velocity_error(Motion motion, double deviation, const Deviations& de
 }
 
 double measured_height(const Unit& target, double deviation) {
+  // An error must not put an aircraft below the surface or a submarine above it; all others are at a known height.
   const double height = target.motion.height + deviation;
   switch (target.platform->kind) {
     case UnitKind::aircraft:
@@ -67,6 +71,8 @@ void measure(const World& world, const Look& look, Contact& contact, double erro
   contact.error = combined_error(error_before, once);
   contact.seen = target.motion;
   if (contact.error <= 0) return;
+  // The true position with deviations scaled to the combined error: as accurate as averaging the earlier looks would
+  // be, without storing them.
   const double share = contact.error / once;
   const Deviations deviations(world, look);
   const double bearing = look.way.bearing + share * sensor.bearing_error * deviations.of(Luck::bearing);
@@ -74,6 +80,7 @@ void measure(const World& world, const Look& look, Contact& contact, double erro
   contact.seen.place = place_beyond(look.unit.motion.place, bearing, range);
   contact.seen.height = measured_height(target, share * sensor.height_error * deviations.of(Luck::height));
   if (is_fixed(world, contact)) return;
+  // The longer the contact is watched, the better its velocity: the position error spread over that time.
   const double watched = kFirstSpan + world.now - contact.in_view_since;
   contact.seen = with_velocity_error(contact.seen, contact.error / watched, deviations);
 }
@@ -89,7 +96,7 @@ bool is_fresh(const World& world, const Contact& contact) {
 }
 
 bool is_targetable(const World& world, const Contact& contact) {
-  constexpr double kWorst = 5'000;  // metres; three of these are what a seeker overlooks
+  constexpr double kWorst = 5'000;  // metres; three standard deviations are a seeker's reach
   return is_fresh(world, contact) && contact.error <= kWorst;
 }
 

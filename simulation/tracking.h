@@ -4,29 +4,29 @@
 
 namespace tessra::sim {
 
-/// A look that has found its target.
+/// A successful look.
 struct Look {
   const Unit& unit;
-  std::size_t sensor;  ///< place among the platform's sensors
-  std::size_t target;  ///< index of the unit found
+  std::size_t sensor;  ///< index among the platform's sensors
+  std::size_t target;  ///< index of the detected unit
   Way way;             ///< from the unit to the target
-  double reach;        ///< at which the sensor could just see the target, metres
+  double reach;        ///< greatest distance at which the sensor could detect the target, metres
 };
 
-/// Seconds after which a contact that can move is too old to be fired at, and a look begins to measure it anew.
+/// Seconds after which a moving contact is too old to be fired at, and the next look starts a new measurement.
 constexpr int kFreshContact = 60;
 
-/// Whether a contact is on something that stands where it stands.
+/// Whether the contact is on a facility, which cannot move.
 bool is_fixed(const World& world, const Contact& contact);
 
-/// Whether a contact's place may still be used to fire at it.
+/// Whether the contact's position is recent enough to fire at.
 bool is_fresh(const World& world, const Contact& contact);
 
-/// Whether it is worth firing at: its place is fresh, and good enough for a weapon's seeker to find the target there.
+/// Whether it can be fired at: its position is fresh, and accurate enough for a seeker to find the target there.
 bool is_targetable(const World& world, const Contact& contact);
 
-/// Makes or renews the side's contact by a look: place, height and velocity as measured, and perhaps what it is. Looks
-/// at a contact in view add up, so that its place becomes better with time.
+/// Creates or refreshes the side's contact from a look: position, height and velocity as measured, and possibly a
+/// higher identification. Measurements of a contact in view are combined, so that its position improves with time.
 void renew_contact(World& world, const Look& look);
 
 }  // namespace tessra::sim

@@ -1,7 +1,6 @@
 #pragma once
 
-// What moves and fights in an episode: units, weapons in flight, groups. Plain state; the rules stand in movement,
-// sensing, tasks and combat.
+// State of units, weapons in flight and groups. The rules are in movement, sensing, tasks and combat.
 
 #include <cstddef>
 #include <cstdint>
@@ -15,9 +14,9 @@
 
 namespace tessra::sim {
 
-constexpr std::size_t kNobody = static_cast<std::size_t>(-1);  ///< no unit, where the index of one could stand
+constexpr std::size_t kNobody = static_cast<std::size_t>(-1);  ///< "none" in place of an index
 
-/// Where something is and where it goes: degrees, metres (negative under water), metres per second.
+/// Position and motion: degrees, metres (negative under water), metres per second.
 struct Motion {
   Place place;
   double height = 0;
@@ -25,7 +24,7 @@ struct Motion {
   double speed = 0;
 };
 
-/// Weapons of one type in a mount. Records that run empty leave the mount; rearming brings new ones.
+/// Weapons of one type in a mount. Empty records are removed; rearming creates new ones.
 struct WeaponRecord {
   std::string id;
   const WeaponType* type;
@@ -42,16 +41,16 @@ struct Mount {
 /// An attack a unit still has to carry out.
 struct AttackOrder {
   std::string contact;
-  const WeaponType* weapon;  ///< null: whichever reaches farthest
+  const WeaponType* weapon;  ///< null: the one with the longest range
   int quantity;
-  bool own_decision;  ///< not ordered by anybody
+  bool own_decision;  ///< the unit's own choice, not an order
 };
 
 struct Unit {
-  std::string id;       ///< as records and orders name it: opaque, so that it tells other sides nothing
-  std::string file_id;  ///< as the scenario file names it
-  std::uint64_t key;    ///< its own number, hashed from scenario and unit: luck goes by it, never by the index
-  std::uint64_t phase;  ///< hashed from key and seed: who looks and decides first differs from episode to episode
+  std::string id;       ///< used in records and orders; opaque, so that it reveals nothing to other sides
+  std::string file_id;  ///< used in the scenario file
+  std::uint64_t key;    ///< hash of scenario and unit id; random numbers depend on it, never on the index
+  std::uint64_t phase;  ///< hash of key and seed: who looks and decides first differs from episode to episode
   std::string name;
   std::size_t side;
   const Platform* platform;
@@ -60,8 +59,8 @@ struct Unit {
   SpherePoint sphere{};  ///< of `motion.place`
   double wanted_height = 0;
   std::optional<double> ordered_speed;
-  std::vector<Place> course;  ///< waypoints still ahead
-  std::optional<Leg> leg;     ///< toward the first of them
+  std::vector<Place> course;  ///< remaining waypoints
+  std::optional<Leg> leg;     ///< to the first of them
   double fuel = 0;
 
   std::size_t base = kNobody;
@@ -73,7 +72,7 @@ struct Unit {
   int attacked_at = 0;
   int next_shot = 0;
   int shots_fired = 0;
-  int ready_at = 0;  ///< tick at which the base is done with it
+  int ready_at = 0;  ///< tick at which the turnaround ends; 0 when the unit is ready
 
   double damage = 0;
   std::vector<Mount> mounts;
@@ -87,17 +86,17 @@ struct Unit {
   bool radar_on = false;
 };
 
-/// A weapon on its way.
+/// A weapon in flight.
 struct Shot {
   std::string id;
   std::string name;
   std::size_t side;
   const WeaponType* type;
   std::size_t shooter;
-  int number;  ///< among the shooter's
+  int number;  ///< count of the shooter's shots
   std::size_t target;
-  std::string contact;  ///< the contact it was fired at, of the shooter's side or a friend's
-  Place aim;            ///< where that contact was last known to be
+  std::string contact;  ///< id of the contact it was fired at, held by the shooter's side or a friend
+  Place aim;            ///< last known position of that contact
   Motion motion;
   double flown = 0;
 };
@@ -106,14 +105,14 @@ struct Group {
   std::string id;  ///< opaque, like a unit's
   std::string name;
   std::size_t side;
-  std::vector<std::size_t> members;  ///< alive ones; the first leads
+  std::vector<std::size_t> members;  ///< living ones; the first leads
 };
 
-/// The unit's best speed, which damage takes up to half of.
+/// Maximum speed; damage reduces it by up to half.
 double top_speed(const Unit& unit);
 
-/// Whether it is the unit's turn at this tick, when it has one every so many seconds. Units have theirs at different
-/// seconds, so that no second has all the work.
+/// Whether it is the unit's turn in this tick, for something done every `every` seconds. Phases differ between units,
+/// which spreads the work over the ticks.
 inline bool is_turn_of(const Unit& unit, int tick, int every) {
   return (static_cast<std::uint64_t>(tick) + unit.phase % 86'400) % static_cast<std::uint64_t>(every) == 0;
 }
@@ -121,15 +120,15 @@ inline bool is_turn_of(const Unit& unit, int tick, int every) {
 /// Sets a new course; no waypoints means none.
 void set_course(Unit& unit, std::vector<Place> course);
 
-/// Fills all mounts. The records get ids that the unit never had before.
+/// Refills all mounts. The records get new ids.
 void rearm(Unit& unit);
 
-/// The record to fire from against a kind of target: of the wanted type, or of the type that reaches farthest; null
-/// when there is none.
+/// The record to fire from at a kind of target: of the wanted type, or of the type with the longest range; null if
+/// there is none.
 const WeaponRecord* choose_weapon(const Unit& unit, UnitKind target, const WeaponType* wanted = nullptr);
 
-/// Whether the unit has a weapon against a kind of target, of the wanted type if one is named; at its base also one
-/// that it gets there before it leaves.
+/// Whether the unit has a weapon against a kind of target, of the wanted type if given; at its base this includes
+/// weapons it will get before take-off.
 bool carries(const Unit& unit, UnitKind target, const WeaponType* wanted = nullptr);
 
 }  // namespace tessra::sim

@@ -33,7 +33,7 @@ Dict record_basic(const World& world, const Unit& unit) {
           {"WeaponControl", control_word(unit.control)}};
 }
 
-/// The unit codes of what the weapon can hit, which are also the contacts' types.
+/// Codes of the kinds a weapon can hit, the same as those of contact types.
 List target_codes(const WeaponType& weapon) {
   List codes;
   for (const UnitKind kind : {UnitKind::aircraft, UnitKind::ship, UnitKind::submarine, UnitKind::facility}) {
@@ -124,6 +124,7 @@ void record_groups(const World& world, std::size_t side, Dict& basic, Dict& live
 }  // namespace
 
 void record_units(const World& world, std::size_t side, Dict& basic, Dict& live, Dict& positions) {
+  // All categories, even empty ones: otherwise the loss of a category's last unit would delete the category.
   for (const UnitKind kind : {UnitKind::aircraft, UnitKind::ship, UnitKind::submarine, UnitKind::facility,
                               UnitKind::weapon, UnitKind::group}) {
     live.set(category_of(kind), Dict());

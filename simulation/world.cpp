@@ -15,7 +15,7 @@ namespace tessra::sim {
 
 namespace {
 
-/// Ids are opaque to other sides and the same in every episode; files and names stay readable.
+/// Ids reveal nothing to other sides and are the same in every episode.
 std::string opaque_id(std::string_view kind, std::uint64_t key) { return fmt::format("{}-{:016x}", kind, key); }
 
 Unit make_unit(const World& world, const UnitSetup& setup, std::size_t side) {
@@ -38,7 +38,7 @@ Unit make_unit(const World& world, const UnitSetup& setup, std::size_t side) {
   return unit;
 }
 
-/// Index of the unit that the scenario file calls so.
+/// Index of the unit with this id in the scenario file.
 std::size_t index_of(const World& world, std::string_view file_id) {
   const auto found =
       std::find_if(world.units.begin(), world.units.end(), [&](const Unit& unit) { return unit.file_id == file_id; });
@@ -96,12 +96,13 @@ World::World(std::shared_ptr<const Scenario> played, std::uint64_t seed) : scena
     add_knowledge(*this, side);
     add_missions(*this, side);
   }
-  new_contacts.clear();
+  new_contacts.clear();  // those known from the start are not news
 }
 
 void World::tick() {
   if (over) return;
   ++now;
+  // Sensors look after everybody has moved, and firing uses what they saw; the order is documented behaviour.
   decide_tasks(*this);
   move_units(*this);
   use_sensors(*this);
@@ -166,12 +167,12 @@ Contact& add_contact(World& world, std::size_t side, std::size_t target) {
   SideState& state = world.sides[side];
   const Unit& unit = world.units[target];
   Contact contact;
-  // A side's ids are unique among its friends' too, who get its contacts under them.
+  // Prefixed with the side, since friends receive the contact under this id and have contacts of their own.
   contact.id = fmt::format("{}-contact#{}", state.setup->id, ++state.contacts_made);
   contact.target = target;
   contact.last_seen = contact.in_view_since = world.now;
   contact.seen = unit.motion;
-  state.damage_done.erase(unit.key);  // it may have been repaired while nobody looked
+  state.damage_done.erase(unit.key);  // it may have been repaired while out of sight
   world.new_contacts.emplace_back(side, contact.id);
   return state.contacts.emplace(unit.key, std::move(contact)).first->second;
 }
@@ -185,6 +186,7 @@ void learn_of_loss(World& world, std::size_t side, std::size_t target) {
 void destroy_unit(World& world, std::size_t index, std::size_t by) {
   Unit& unit = world.units[index];
   if (!unit.alive) return;
+  // Before its radar is switched off, which listeners depend on.
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
     if (side == by || has_in_reach(world, side, unit)) learn_of_loss(world, side, index);
   }
@@ -196,7 +198,7 @@ void destroy_unit(World& world, std::size_t index, std::size_t by) {
     auto& members = world.groups[unit.group].members;
     members.erase(std::remove(members.begin(), members.end(), index), members.end());
   }
-  // Nobody outside sees what stood on it, so nobody gains by that.
+  // Units at the base are lost with it. Nobody outside can see them, so nobody scores.
   for (std::size_t guest = 0; guest < world.units.size(); ++guest) {
     if (world.units[guest].at_base && world.units[guest].base == index) destroy_unit(world, guest, kNobody);
   }

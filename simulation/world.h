@@ -1,6 +1,6 @@
 #pragma once
 
-// The state of one episode and its clock.
+// The state of one episode, and its clock.
 
 #include <cstdint>
 #include <map>
@@ -24,7 +24,7 @@ struct Contact {
   int last_seen = 0;      ///< tick
   int in_view_since = 0;  ///< tick
   Motion seen;            ///< as last measured
-  double error = 0;       ///< standard deviation of the place, metres
+  double error = 0;       ///< standard deviation of the position, metres
 };
 
 struct Mission {
@@ -38,18 +38,18 @@ struct Mission {
 struct SideState {
   const SideSetup* setup;
   std::map<std::uint64_t, Contact> contacts = {};    ///< by the key of the actual unit
-  std::map<std::uint64_t, double> damage_done = {};  ///< by the side's own weapons, by the key of the unit hit
-  std::set<std::uint64_t> known_lost = {};           ///< keys of the units that the side knows to be destroyed
+  std::map<std::uint64_t, double> damage_done = {};  ///< damage by the side's weapons, by the key of the unit hit
+  std::set<std::uint64_t> known_lost = {};           ///< keys of units the side knows to be destroyed
   std::vector<Mission> missions = {};
   double score = 0;
   int units_lost = 0;
-  // Numbers of the ids made for the side; no other side counts along.
+  // Counters for ids, per side: a shared counter would reveal what other sides do.
   int weapons_fired = 0;
   int contacts_made = 0;
   int missions_made = 0;
 };
 
-/// A sensor's success, kept until the next record.
+/// A detection, kept until the next record.
 struct Detection {
   std::size_t side;
   std::string contact;
@@ -58,7 +58,7 @@ struct Detection {
   double range;
 };
 
-/// Everything that is true in a running episode.
+/// The true state of a running episode.
 struct World {
   World(std::shared_ptr<const Scenario> played, std::uint64_t seed);
   World(const World&) = delete;
@@ -73,9 +73,9 @@ struct World {
   bool over = false;
   std::size_t beaten = kNobody;  ///< the side whose loss ended the episode
   std::vector<SideState> sides;
-  std::vector<Unit> units;  ///< in the scenario's order; destroyed ones stay, not alive
-  /// Indices of the units by their keys. Everything happens in this order, so that what a side does, and with it what
-  /// others see of it, does not depend on the order of the file.
+  std::vector<Unit> units;  ///< in the scenario's order; destroyed ones stay in place
+  /// Indices of the units, sorted by key. Units are processed in this order, so that nothing depends on the order of
+  /// the file.
   std::vector<std::size_t> by_key;
   std::vector<Shot> shots;
   std::vector<Group> groups;
@@ -90,7 +90,7 @@ struct World {
   std::vector<std::string> destroyed;
 };
 
-/// How one side stands toward another, by index; neutral when the scenario says nothing.
+/// Posture of one side toward another, by index; neutral if the scenario does not define it.
 int posture_of(const World& world, std::size_t from, std::size_t toward);
 inline bool is_friend(const World& world, std::size_t from, std::size_t toward) {
   return from == toward || posture_of(world, from, toward) == 1;
@@ -99,11 +99,11 @@ inline bool is_hostile(const World& world, std::size_t from, std::size_t toward)
   return from != toward && posture_of(world, from, toward) == 3;
 }
 
-/// A contact of the side or of a side friendly toward it; null when nobody holds it, or the side knows better: a friend
-/// may not have noticed that the unit is destroyed.
+/// A contact of the side or of a side friendly toward it. Null if nobody holds it, or if the side knows that the unit
+/// is destroyed even though a friend has not noticed yet.
 const Contact* find_contact(const World& world, std::size_t side, std::string_view contact_id);
 
-/// A mission of the side by id or by name; null when there is none.
+/// A mission of the side by id or by name; null if there is none.
 Mission* find_mission(SideState& side, std::string_view id);
 const Mission* find_mission(const SideState& side, std::string_view id);
 Mission* find_mission_named(SideState& side, std::string_view name);
@@ -111,16 +111,17 @@ Mission* find_mission_named(SideState& side, std::string_view name);
 /// Index of a living unit, or `kNobody`.
 std::size_t find_unit(const World& world, std::string_view id);
 
-/// The side's own contact on a unit; null when it holds none.
+/// The side's own contact on a unit; null if it has none.
 Contact* contact_on(World& world, std::size_t side, std::size_t target);
 const Contact* contact_on(const World& world, std::size_t side, std::size_t target);
-/// Makes a contact of the side on a unit, where there is none.
+/// Creates a contact of the side on a unit; the side must not have one.
 Contact& add_contact(World& world, std::size_t side, std::size_t target);
-/// Lets the side know that a unit is destroyed.
+/// Tells the side that a unit is destroyed: drops its contact.
 void learn_of_loss(World& world, std::size_t side, std::size_t target);
 
-/// Destroys a unit with all that stands on it and books the losses. `by` is the side whose weapon did it, or `kNobody`.
-/// That side knows, and so do those who had the unit in a sensor's reach; the others' contacts stay.
+/// Destroys a unit and those based on it that are at the base, and scores the losses. `by` is the side whose weapon did
+/// it, or `kNobody`. That side learns of it, and so do sides with the unit in reach of a sensor; the contacts of all
+/// others stay.
 void destroy_unit(World& world, std::size_t index, std::size_t by);
 
 }  // namespace tessra::sim
