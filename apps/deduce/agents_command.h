@@ -4,8 +4,8 @@
 
 namespace tessra::app {
 
-/// Prints the agent classes that a configuration can name, a line each; with the path of an agent library those of the
-/// library, too. Throws `InputError` for a library that cannot be used.
+/// Lists the agent classes that a configuration can name, one per line, including those of the agent library if a path
+/// is given. Throws `InputError` for a library that cannot be used.
 int list_agents(const std::string& library);
 
 }  // namespace tessra::app

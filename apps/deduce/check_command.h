@@ -6,14 +6,14 @@ namespace tessra::app {
 
 struct CheckOptions {
   std::string agent_class;
-  std::string agents;  ///< agent library; empty: a class of the program's own
+  std::string agents;  ///< agent library; empty for a built-in class
   double limit = 1;    ///< seconds a call may take
 };
 
-/// Plays short episodes with an agent in both modes, odd situations among them: a side without units, a unit lost
-/// between decisions, a contact of which nothing is known, settings that arrive late, a second episode after `reset`.
-/// Prints what the agent did wrong in plain words. Returns 0 when there is nothing to say, 1 otherwise. Throws
-/// `InputError` for a library or class that cannot be used.
+/// Plays short episodes with an agent in both modes, including edge cases: a side without units, a unit lost between
+/// decisions, a contact with nothing but an id, settings that arrive late, a second episode after `reset`. Prints what
+/// the agent did wrong. Returns 0 if there are no findings, 1 otherwise. Throws `InputError` for a library or class
+/// that cannot be used.
 int check_agent(const CheckOptions& options);
 
 }  // namespace tessra::app

@@ -6,7 +6,7 @@
 
 namespace tessra::app {
 
-/// Where a check stands, in memory that the process which checks shares with the one that watches it.
+/// Progress of a check, in memory shared between the checking process and the one that watches it.
 class CheckProgress {
  public:
   CheckProgress();
@@ -14,11 +14,11 @@ class CheckProgress {
   CheckProgress(const CheckProgress&) = delete;
   CheckProgress& operator=(const CheckProgress&) = delete;
 
-  /// What is played from here on.
+  /// Starts a situation, such as "a side without units, standard mode".
   void enter(const std::string& situation);
   std::string situation() const;
 
-  /// Marks a call into the agent; `operation` must live as long as the program.
+  /// Scope guard around a call into the agent; `operation` must be a string literal.
   class Call {
    public:
     Call(CheckProgress& progress, const char* operation, double time_elapsed);
@@ -30,16 +30,16 @@ class CheckProgress {
     CheckProgress& progress_;
   };
 
-  /// The operation of the agent's that is running; null when none is.
+  /// The operation of the agent that is running; null if none is.
   const char* running() const;
-  /// The operation that was called last; null before the first.
+  /// The operation that was called last; null before the first call.
   const char* last() const;
-  /// Grows with every begin and end of a call.
+  /// Incremented at the begin and end of every call.
   std::uint64_t calls() const;
   /// Simulated seconds at the last call.
   double time_elapsed() const;
 
-  /// The check has come to its own end.
+  /// Marks the regular end of the check.
   void finish();
   bool finished() const;
 

@@ -9,18 +9,18 @@
 
 namespace tessra::app {
 
-/// How an agent is watched.
+/// How an agent is checked.
 struct AgentWatch {
   std::shared_ptr<AgentClass> agent_class;
   Findings* findings = nullptr;
   CheckProgress* progress = nullptr;
   double limit = 1;  ///< seconds a call may take
-  /// Replaces the agent at `reset` instead of calling its own, to see what a fresh one would do.
+  /// Replaces the agent at `reset` instead of calling its `reset`, to compare with a fresh one.
   bool fresh_each_episode = false;
 };
 
-/// Stands before an agent and passes every call on. What the agent throws becomes a finding and ends there, so that the
-/// episode goes on and shows more; so does a call that takes too long, and a score the agent writes for itself.
+/// Proxy that forwards every call to an agent. Exceptions become findings and are swallowed, so that the episode goes
+/// on and can reveal more. Slow calls, and changes to the agent's own score, become findings too.
 class CheckedAgent : public Agent {
  public:
   CheckedAgent(std::string side_name, AgentWatch watch);
@@ -39,12 +39,12 @@ class CheckedAgent : public Agent {
  private:
   std::shared_ptr<Agent> make() const;
   Value own_score() const;
-  /// Hands on what the engine has set since, then calls; `work` gets the agent.
+  /// Forwards the members set by the engine, then calls `work` with the agent and checks the call.
   void call(const char* operation, const std::function<void(Agent&)>& work);
 
   AgentWatch watch_;
   std::shared_ptr<Agent> agent_;
-  RuleAgentBase* player_ = nullptr;  // as last handed over; the engine's
+  RuleAgentBase* player_ = nullptr;  // owned by the engine; null before the first call with a player
   double time_elapsed_ = 0;
 };
 

@@ -10,16 +10,16 @@
 
 namespace tessra::app {
 
-/// A service that watches one side's agent: orders that the service refuses or that are not for its own side become
-/// findings, and so does everything else that the agent asks of its service client. That has no effect then: the
-/// episode goes on and shows more. Every other side must give no orders.
+/// Service proxy that checks one side's agent. Orders that are refused or not for its own side become findings, and so
+/// does any other call of the agent on its service client. Such a call has no effect, so that the episode goes on and
+/// can reveal more. The other sides must give no orders.
 class CheckingService : public ForwardingServer {
  public:
   struct Watched {
     std::string side_id, side_name;
     Findings* findings = nullptr;
     const CheckProgress* progress = nullptr;
-    /// The side holds, from the second advance to the fourth, a contact of which nothing is known but its id.
+    /// Gives the side a contact with nothing but an id, from the second to the fourth advance.
     bool unnamed_contact = false;
   };
   CheckingService(std::shared_ptr<GameServer> service, Watched watched);
@@ -44,11 +44,11 @@ class CheckingService : public ForwardingServer {
   NetSdk& net_sdk() override;
   GameServer& inner() override;
 
-  /// The orders of the last episode, in their order.
+  /// The orders of the last episode.
   const std::vector<std::string>& orders() const { return orders_; }
 
  private:
-  /// Whether the call comes from the agent instead of the engine, which is a finding.
+  /// Whether the call comes from the agent instead of the engine; then it is added as a finding.
   bool is_agents(const char* call, const char* what = "that is the engine's to call");
   void judge(const Dict& refusal);
   void show_unnamed_contact(const Dict& record) const;
@@ -56,7 +56,7 @@ class CheckingService : public ForwardingServer {
 
   Watched watched_;
   std::vector<std::string> orders_;
-  Value last_record_;  // as delivered; the engine changes its own
+  Value last_record_;  // a copy: the engine changes what it is given
   int advances_ = 0;
   double start_ = 0, time_ = 0;  // milliseconds
 };

@@ -11,15 +11,15 @@ class Deduction;
 
 namespace app {
 
-/// What in a configuration has no effect and was probably meant otherwise, a line each: unknown keys, with the key that
-/// is nearest; an agent or settings the scheduling client asks for that belong to nobody.
+/// Warnings, one line each, about parts of a configuration without effect: unknown keys, with the most similar known
+/// key; an agent or settings requested for the scheduling client that match no agent.
 std::vector<std::string> configuration_warnings(const Dict& config);
 
-/// Throws `InputError` when the configuration, read from `file`, names a side that the scenario file does not have.
+/// Throws `InputError` if the configuration, read from `file`, names a side that the scenario file does not have.
 void check_sides(const Dict& config, const Dict& scenario, const std::string& file);
 
-/// Throws `InputError` when the configuration plays a side of which the service has reported nothing. To be called
-/// after `reset`, where no scenario file could be asked.
+/// Throws `InputError` if the configuration plays a side that the service has not reported. Call after `reset`, for
+/// services without a scenario file to check beforehand.
 void check_reported_sides(const Deduction& engine);
 
 }  // namespace app

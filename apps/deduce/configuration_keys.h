@@ -9,8 +9,8 @@
 
 namespace tessra::app {
 
-/// The dictionaries of a configuration: the whole, the engine's section in it, and what stands in that; a learning
-/// side is an entry of `RL_agents`.
+/// The dictionaries of a configuration: the top level, the engine's section, and the parts of that; a learning side is
+/// an entry of `RL_agents`.
 enum class KeyPart { top, section, simulate, server, player, learning_side, agent };
 
 enum class KeyKind {
@@ -32,26 +32,26 @@ enum class KeyKind {
   hosts,  ///< name → such an object
 };
 
-/// The most episodes, and the highest number of one: far beyond any run, and their sum fits.
+/// Largest number of episodes, and of an episode: far beyond any run, and their sum cannot overflow.
 inline constexpr std::int64_t kMostEpisodes = 1'000'000'000;
 
-/// A key of the configuration as users may write it.
+/// A configuration key that users may set.
 struct ConfigurationKey {
   KeyPart part;
   KeyKind kind;
   std::string_view name;
-  std::string_view fallback;  ///< what holds without the key, as JSON; empty: nothing
+  std::string_view fallback;  ///< default value as JSON; empty if there is none
   std::string_view meaning;
   double least = -std::numeric_limits<double>::infinity();
   double most = std::numeric_limits<double>::infinity();
 };
 
-/// All keys, part by part: what is checked, warned of and listed in docs/configuration.md.
+/// All keys, part by part. The value checks, the warnings and docs/configuration.md are based on them.
 std::span<const ConfigurationKey> configuration_keys();
 
 std::vector<std::string_view> key_names(KeyPart part);
 
-/// What the key's value must be: "a whole number of at least 1".
+/// Description of valid values: "a whole number of at least 1".
 std::string expected_value(const ConfigurationKey& key);
 
 }  // namespace tessra::app

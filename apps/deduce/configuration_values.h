@@ -6,9 +6,9 @@
 
 namespace tessra::app {
 
-/// Checks every known key's kind and range, what agent entries must have, and that the service's URL has a scheme there
-/// is a backend for; unknown keys are left alone. Throws `InputError` for the first mistake, naming `file`, key, what
-/// is expected and what was found.
+/// Checks kind and range of all known keys, the required keys of agent entries, and that the service's URL has the
+/// scheme of a registered backend. Ignores unknown keys. Throws `InputError` for the first error, naming `file`, key,
+/// what was expected and what was found.
 void check_values(const Dict& config, const std::string& file);
 
 }  // namespace tessra::app

@@ -15,28 +15,28 @@
 
 namespace tessra::app {
 
-/// One line on standard error: "error: TEXT". With `trace` what is for developers follows: the type, the chain of
-/// causes and the stack where the error was made.
+/// Prints one line on standard error: "error: TEXT". With `trace` it is followed by the type, the chain of causes and
+/// the stack of the error.
 void tell_error(const std::string& text, const std::exception_ptr& error, bool trace);
 
-/// The text of an error that reached the host from an engine, with the agent that failed, or else the side whose part
-/// of the model was worked on, and when. `episode` is its number.
+/// The text of an error that the engine passed to the host, with the time and the agent that failed, or the side whose
+/// model was being updated. `episode` is the episode's number.
 std::string failure_text(const Deduction& engine, std::int64_t episode, const std::exception_ptr& error);
 
-/// Says which agent the main thread waits for, if it does. For the thread that ends the process: waits for nobody.
+/// Reports the agent whose call has not returned, if any. For the thread that ends the process, so it never blocks.
 void tell_unreturned(const AgentCall::Memory& call);
 
-/// Lets the logger tell on standard error, once, that its file cannot be written. Returns whether that has happened.
+/// Makes the logger report once, on standard error, that its file cannot be written. The result becomes true then.
 std::shared_ptr<const std::atomic<bool>> watch_log(spdlog::logger& log, const Progress& progress);
 
-/// The console of an engine whose agents may fail without ending the run: tells each kind of failure once, in a line,
-/// or all of them with their traces.
+/// Console of an engine whose agents may fail without ending the run: reports each kind of failure once, in one line,
+/// or with `trace` every failure with its trace.
 class FailureConsole : public Console {
  public:
   FailureConsole(const Progress& progress, bool trace) : progress_(progress), trace_(trace) {}
 
   void print(std::string_view text) override;
-  /// The trace of the call into an agent that was the thread's last.
+  /// `text` is the trace of the agent call that this thread made last.
   void print_error(std::string_view text) override;
 
  private:

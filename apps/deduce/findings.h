@@ -5,23 +5,23 @@
 
 namespace tessra::app {
 
-/// What a check found wrong, in plain words; the same fault counts up and is told once. Each is printed as it is made,
-/// so that it is not lost when the check comes to a bad end.
+/// The findings of a check. Repetitions are counted and reported once. Each finding is printed as it is made, so that
+/// it is not lost if the check ends abruptly.
 class Findings {
  public:
   struct Finding {
     std::string text;
     int times;
-    std::string situation;  ///< where it was met first
-    double time_elapsed;    ///< simulated seconds, likewise
-    std::string example;    ///< how it showed there, shortened; may be empty
+    std::string situation;  ///< of the first occurrence
+    double time_elapsed;    ///< simulated seconds at the first occurrence
+    std::string example;    ///< of the first occurrence, truncated; may be empty
   };
 
-  /// What is played from here on.
+  /// Starts a situation.
   void enter(std::string situation) { situation_ = std::move(situation); }
   void add(const std::string& text, double time_elapsed, const std::string& example = "");
   const std::vector<Finding>& all() const { return findings_; }
-  /// Prints all of them, with how often each was met.
+  /// Prints all findings with their counts.
   void print_all() const;
 
  private:

@@ -4,8 +4,8 @@
 
 namespace tessra::app {
 
-// The situation model as ordered dictionaries; docs/replay.md gives the format. Everything is shared with the engine
-// and changes with it: write or copy it before the next step.
+// The situation model as ordered dictionaries; docs/replay.md describes the format. The values are shared with the
+// engine and change with it: write or copy them before the next step.
 
 Dict dump_elements(const Deduction& engine);
 Dict dump_players(const Deduction& engine);

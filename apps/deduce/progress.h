@@ -4,8 +4,8 @@
 
 namespace tessra::app {
 
-/// One line on a terminal that is written over and over: episode, simulated time, steps per second. Writes nothing
-/// when standard error is no terminal. Whoever writes something else clears it first.
+/// A progress line that is overwritten in place: episode, simulated time, steps per second. Writes nothing if standard
+/// error is not a terminal. Call `clear` before writing anything else.
 class Progress {
  public:
   explicit Progress(bool wanted);
@@ -16,7 +16,7 @@ class Progress {
   void start_episode(std::int64_t episode, std::int64_t episodes);
   /// `simulated` in seconds.
   void show(std::int64_t steps, double simulated);
-  /// Takes the line away, so that something else can be written.
+  /// Erases the line.
   void clear() const;
 
  private:

@@ -13,45 +13,45 @@ class Deduction;
 
 namespace tessra::app {
 
-/// How a side did.
+/// Outcome of a side.
 struct SideOutcome {
   std::string name;
-  Value score;                ///< none when the service gave none
-  std::optional<int> losses;  ///< units; none when the service does not say
+  Value score;                ///< none if the service reported none
+  std::optional<int> losses;  ///< number of units; only from the bundled simulation
 };
 
-/// One played episode. What only the bundled simulation tells is none with other services.
+/// A played episode. Fields known only from the bundled simulation are empty with other services.
 struct PlayedEpisode {
   BatResult result;
   std::int64_t steps;
-  std::int64_t seed;  ///< the run's base seed
+  std::int64_t seed;  ///< base seed of the run
   double wall_seconds;
-  std::optional<std::uint64_t> episode_seed = std::nullopt;  ///< the episode's own
-  std::string ended_by = {};     ///< "duration", "loss" (of a side) or "agent" (one asked for it)
-  std::string beaten_side = {};  ///< whose loss it was
+  std::optional<std::uint64_t> episode_seed = std::nullopt;
+  std::string ended_by = {};     ///< "duration", "loss" (of a side) or "agent" (at an agent's request)
+  std::string beaten_side = {};  ///< the side that lost, with "loss"
   std::vector<SideOutcome> sides = {};
   std::int64_t orders_refused = 0;
   std::int64_t calls_failed = 0;
 };
 
-/// Completes the episode that an engine has just played by what engine and simulation know of it. Throws `KindError`
-/// naming the side whose score is no number.
+/// The episode that an engine has just played, with the details known to engine and simulation. Throws `KindError`
+/// naming the side whose score is not a number.
 PlayedEpisode played_episode(const Deduction& engine, const BatResult& result, std::int64_t steps, std::int64_t seed,
                              double wall_seconds);
 
 /// Simulated seconds as hours, minutes and seconds: "1:30:00".
 std::string clock_text(double seconds);
 
-/// A camp's name as tables show it: "(nobody)" for one that the configuration does not play.
+/// A camp's name for tables: "(nobody)" for one that the configuration does not play.
 std::string camp_text(const std::string& name);
 
-/// "red", "blue" or "draw"; "none" when a camp is nobody's.
+/// "red", "blue" or "draw"; "none" if a camp is not played.
 std::string_view winner_of(const BatResult& result);
 
-/// The episode as one line of JSON, without the line's end.
+/// The episode as one line of JSON, without a newline.
 std::string json_line(const PlayedEpisode& episode);
 
-/// The table's head, with the names of the camps, and its rows, each with the line's end.
+/// The table's head with the names of the camps, and a row; both end with a newline.
 std::string table_head(const BatResult& first);
 std::string table_row(const PlayedEpisode& episode);
 

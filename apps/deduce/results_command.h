@@ -6,11 +6,11 @@
 
 namespace tessra::app {
 
-/// Which saved results are meant, and how they are shown.
+/// Which saved results to list, and how.
 struct ResultsOptions {
   std::optional<std::int64_t> run;
   std::string scenario;
-  std::optional<std::int64_t> last;  ///< the newest of those that fit the rest
+  std::optional<std::int64_t> last;  ///< only this many, the newest of those that match
   bool json = false;
 };
 

@@ -4,7 +4,7 @@
 
 namespace tessra::app {
 
-/// Plays episodes and shows who won. Returns the program's exit status. Throws `InputError`.
+/// Plays episodes and prints who won. Returns the exit status. Throws `InputError`.
 int run_episodes(const RunOptions& options);
 
 }  // namespace tessra::app

@@ -9,23 +9,23 @@
 
 namespace tessra::app {
 
-/// What a run says of its episodes on standard output: each as it is finished, a table row or a JSON line; below the
-/// table who won how often, and what went wrong on the way.
+/// The output of a run on standard output: each episode as it is finished, as a table row or a JSON line; below the
+/// table the wins of each camp, refused orders and failed calls.
 class RunReport {
  public:
   struct Form {
     bool json = false;
-    bool quiet = false;     ///< neither table nor sums
-    std::string log;        ///< where refusals and failures can be read; empty when nowhere
-    std::int64_t episodes;  ///< how many are to be played
+    bool quiet = false;     ///< neither table nor totals
+    std::string log;        ///< file with refusals and failures; empty for none
+    std::int64_t episodes;  ///< number of episodes to play
   };
   RunReport(Form form, const Progress& progress) : form_(std::move(form)), progress_(progress) {}
 
-  /// Throws `SurroundingsError` when standard output cannot be written; it is then left alone from there on.
+  /// Throws `SurroundingsError` if standard output cannot be written; the table is not continued then.
   void add(const PlayedEpisode& episode);
-  /// Below the last episode. `stopped`: a signal came before all were played.
+  /// Prints the totals. `stopped`: a signal came before all episodes were played.
   void end(bool stopped);
-  /// The same from another thread when the one that plays does not come back: says what can be said without waiting.
+  /// The same from another thread, when the playing thread does not return: prints what it can without blocking.
   void end_without_waiting();
 
  private:
@@ -35,7 +35,7 @@ class RunReport {
 
   const Form form_;
   const Progress& progress_;
-  std::timed_mutex mutex_;  // guards everything below, and standard output while an episode is written
+  std::timed_mutex mutex_;  // guards the members below, and standard output while an episode is written
   bool writable_ = true;
   bool ended_ = false;
   std::int64_t played_ = 0, red_ = 0, blue_ = 0;

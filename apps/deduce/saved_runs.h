@@ -9,7 +9,7 @@
 
 namespace tessra::app {
 
-/// What the results of one run of the program have in common.
+/// Common data of the results of one run of the program.
 struct RunInfo {
   std::string command;  ///< "run" or "apply"
   std::string scenario;
@@ -18,16 +18,16 @@ struct RunInfo {
   int agent_interface = 0;
 };
 
-/// Of this program, from the configuration section that is played.
+/// The data of a run of this program, from its configuration section.
 RunInfo run_info(std::string command, const Dict& section, std::int64_t seed);
 
-/// Notes beside the saved results which run they came from, in tables of the program's own in the results database.
+/// Records which run saved results came from, in additional tables of the results database.
 class SavedRuns {
  public:
   SavedRuns(std::filesystem::path config_directory, RunInfo run)
       : directory_(std::move(config_directory)), run_(std::move(run)) {}
 
-  /// `result_id`: the saved result's row. The first one makes the run's own. Throws `SurroundingsError`.
+  /// `result_id`: row of the saved result. The first call also creates the row of the run. Throws `SurroundingsError`.
   void add(std::int64_t result_id, const PlayedEpisode& episode);
 
  private:
@@ -36,15 +36,15 @@ class SavedRuns {
   std::optional<std::int64_t> run_id_;
 };
 
-/// A saved result with the run it came from; none for a result that some other host saved.
+/// A saved result with the run it came from; no run if another host saved it.
 struct RunResult {
   SavedResult saved;
   struct Run {
     std::int64_t id;
     std::string started_at;  ///< UTC
     RunInfo info;
-    std::string episode_seed;  ///< empty when the service does not say, as the next
-    std::string ended_by;
+    std::string episode_seed;  ///< empty if unknown
+    std::string ended_by;      ///< empty if unknown
   };
   std::optional<Run> run;
 };

@@ -10,12 +10,12 @@
 
 namespace tessra::app {
 
-/// Takes Ctrl-C and SIGTERM for the program while it lives. Both are blocked in the thread that makes it and in those
-/// started later, agents' included; one thread waits for them. Make it before anything that starts threads.
+/// Handles Ctrl-C and SIGTERM during its lifetime. Both are blocked in the constructing thread and in threads started
+/// later, including those of agents; one thread waits for them. Construct it before anything that starts threads.
 ///
-/// The first signal is kept and told to `on_signal`. When this object is still there after the grace period, the
-/// process ends: an agent that never returns cannot hold it. A second signal ends it at once. Whichever way it ends,
-/// `on_end` comes first and the status is 128 plus the signal's number.
+/// The first signal calls the `on_signal` action. If this object still exists after the grace period, the process ends,
+/// so an agent that never returns cannot block it. A second signal ends the process at once. In both cases the `on_end`
+/// action is called first, and the status is 128 plus the signal's number.
 class StopSignals {
  public:
   StopSignals();
@@ -23,14 +23,14 @@ class StopSignals {
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
 
-  /// What to do at the first signal; called on the waiting thread, or at once when the signal has already come.
+  /// Action for the first signal; called on the waiting thread, or immediately if a signal has already arrived.
   void on_signal(std::function<void()> action);
-  /// What to do just before the process is ended; called on the waiting thread, while others may still run. It must not
+  /// Action just before the process is ended; called on the waiting thread while others may still run, so it must not
   /// wait for them.
   void on_end(std::function<void()> action);
-  /// Whether a signal has come.
+  /// Whether a signal has arrived.
   bool received() const { return status() != 0; }
-  /// 128 plus the signal's number; 0 when none has come.
+  /// 128 plus the signal's number; 0 before any signal.
   int status() const;
 
  private:
@@ -39,7 +39,7 @@ class StopSignals {
 
   sigset_t signals_{};
   sigset_t earlier_mask_{};
-  mutable std::mutex mutex_;  // guards the four below
+  mutable std::mutex mutex_;  // guards the four members below
   std::function<void()> action_;
   std::function<void()> last_action_;
   int signal_ = 0;
