@@ -34,8 +34,8 @@ Dict apply_configuration(const ApplyOptions& options) {
   return config;
 }
 
-/// What the program makes of a failure that the engine ends it for; the engine's own status when it is none of its
-/// surroundings.
+/// Exit status for a failure on which the engine ends the program. The engine's own `status`, which a scheduler takes
+/// for a normal end, applies to failures of agent and service, not to those of the environment.
 int status_of(const std::exception_ptr& error, int status) {
   if (is_error<AgentLibraryError>(error)) return kWrongInput;
   return is_error<SurroundingsError>(error) ? static_cast<int>(kFailed) : status;
@@ -46,7 +46,7 @@ class Apply {
   explicit Apply(const ApplyOptions& options)
       : options_(options), progress_(!options.quiet), config_(apply_configuration(options)) {
     for (const std::string& line : configuration_warnings(config_)) tell("warning: {}\n", line);
-    // The engine adds the run log's file to it.
+    // The engine adds the run log's file to this logger.
     auto log = std::make_shared<spdlog::logger>("Apply");
     log_failed_ = watch_log(*log, progress_);
     config_.set("logger", log);
@@ -80,7 +80,7 @@ class Apply {
   }
 
  private:
-  /// How the engine ends the program after a fatal failure.
+  /// The engine's way to end the program after a fatal failure: report it first.
   class EarlyEnd : public ProgramExit {
    public:
     explicit EarlyEnd(const Apply& run) : run_(run) {}
@@ -95,7 +95,8 @@ class Apply {
     const Apply& run_;
   };
 
-  /// Says what really failed, where the client's texts do not, and shows the round's result if there is one already.
+  /// Reports the actual cause where the texts sent to the client do not name it, and prints the round's result if there
+  /// already is one.
   int end_early(int status) const {
     const std::exception_ptr& error = engine_->fatal_error;
     const int own = status_of(error, status);
@@ -105,7 +106,7 @@ class Apply {
     } else if (options_.trace && error != nullptr) {
       tell("{}\n", trace_text(error));
     }
-    if (!engine_->round_result) tell("the run has ended early; see {}\n", engine_->log_file_path);
+    if (!engine_->round_result) tell("the run ended early; see {}\n", engine_->log_file_path);
     int shown = own;
     guarded(
         [&] {
@@ -137,8 +138,8 @@ class Apply {
     return noted && played.result.error_side.empty() ? kPlayed : kFailed;
   }
 
-  /// Notes first where a saved result came from: a standard output that cannot be written does not cost it. False when
-  /// it could not be noted.
+  /// Records the run of a saved result before printing it, so that a failing standard output does not lose it. False if
+  /// it could not be recorded.
   bool note_and_show(const PlayedEpisode& played) const {
     const bool noted = guarded(
         [&] {

@@ -28,7 +28,7 @@ constexpr std::string_view kSide = "红方";
 constexpr std::string_view kSideId = "side-1";
 constexpr std::string_view kAgentId = "checked-1";
 
-/// One odd situation; played in both modes.
+/// One situation, played in both modes.
 struct Trial {
   const char* name;
   const char* folder;  ///< below the shipped scenarios
@@ -43,12 +43,12 @@ constexpr Trial kTrials[] = {
     {"a contact known by its id alone", "", "skirmish", true},
 };
 
-/// What the agent may be told by a scheduling client, and change its mind about.
+/// Settings that a scheduling client may send in the middle of a round.
 Dict late_settings() {
   return {{"units", List{"Red fighter 1"}}, {"targets", List{"Blue base"}}, {"decision_interval", 60}};
 }
 
-/// Replaces the end of the program: the check goes on.
+/// Turns the end of the program into an exception, so that the check can go on.
 class CarryOn : public ProgramExit {
  public:
   [[noreturn]] void end(int status) override { throw ProgramEnd{status}; }
@@ -66,9 +66,10 @@ class Check {
     } catch (const AgentLibraryError& error) {
       throw InputError(error.what());
     }
-    data_directory();  // throws here, so that it is no finding
+    data_directory();  // throws here already: missing data is not a finding about the agent
     if (!agent_class_->is_learn() && !agent_class_->is_built_from_side()) {
-      throw InputError("class '" + options.agent_class + "' has no constructor from a side and is no learning class");
+      throw InputError("class '" + options.agent_class +
+                       "' is not a learning class and has no constructor from a side");
     }
     GameServer::register_backend("checking", [this](const Dict& section, std::string_view) {
       const std::filesystem::path folder = data_directory() / "scenarios" / trial_->folder;
@@ -104,12 +105,13 @@ class Check {
     progress_.enter(fmt::format("{}, {}", situation, mode));
   }
 
-  /// Two episodes each; the second must not depend on the agent's having played the first.
+  /// Plays two episodes each time; the orders of the second must not depend on the first. Fresh agents are compared
+  /// with each other first: if they already differ, the agent is random and the comparison proves nothing.
   void check_memory() {
     enter("a second episode after `reset`", "standard mode");
     const std::vector<std::string> fresh = play_standard(2, true);
     if (play_standard(2, true) != fresh) {
-      say("  fresh agents decide differently each time: what `reset` keeps cannot be checked\n");
+      say("  fresh agents decide differently each time: cannot check whether `reset` keeps state\n");
       return;
     }
     if (play_standard(2, false) != fresh) {
@@ -153,7 +155,8 @@ class Check {
     });
   }
 
-  /// The agent's errors never come this far; what does is the engine's refusal of what the agent did to it.
+  /// Errors of the agent do not reach this point (see `CheckedAgent`); what does is the engine failing on something the
+  /// agent did to it.
   bool survives(const std::function<void()>& work) {
     bool ended = true;
     try {

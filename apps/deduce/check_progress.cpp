@@ -8,10 +8,11 @@
 
 namespace tessra::app {
 
+/// Plain data only: it is read by another process, where pointers into the heap mean nothing.
 struct CheckProgress::Shared {
   static constexpr std::size_t kLongest = 200;
   char situation[kLongest + 1] = {};
-  std::atomic<const char*> running = nullptr;  // both processes have the program's literals at one address
+  std::atomic<const char*> running = nullptr;  // string literals are at the same address in a forked process
   std::atomic<const char*> last = nullptr;
   std::atomic<std::uint64_t> calls = 0;
   std::atomic<double> time_elapsed = 0;
@@ -20,7 +21,7 @@ struct CheckProgress::Shared {
 
 CheckProgress::CheckProgress() {
   void* memory = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  if (memory == MAP_FAILED) throw Error("no memory to watch the check from");
+  if (memory == MAP_FAILED) throw Error("cannot allocate shared memory for the check");
   shared_ = new (memory) Shared();
 }
 CheckProgress::~CheckProgress() { ::munmap(shared_, sizeof(Shared)); }

@@ -20,6 +20,7 @@ std::shared_ptr<Agent> CheckedAgent::make() const {
 }
 
 void CheckedAgent::call(const char* operation, const std::function<void(Agent&)>& work) {
+  // The engine sets these members between calls, so they are forwarded before each one.
   agent_->deduce_remove_mission = deduce_remove_mission;
   agent_->deduce_add_unit = deduce_add_unit;
   agent_->get_command_check = get_command_check;
@@ -108,7 +109,7 @@ Value CheckedAgent::agent_decision_time() {
   Value seconds = 0;
   call("agent_decision_time", [&](Agent& agent) { seconds = agent.agent_decision_time(); });
   if (seconds.is_number()) return seconds;
-  watch_.findings->add("`agent_decision_time` answers " + seconds.to_text() + ", which is no number", time_elapsed_);
+  watch_.findings->add("`agent_decision_time` returns " + seconds.to_text() + ", which is not a number", time_elapsed_);
   return 0;
 }
 

@@ -10,13 +10,13 @@ namespace tessra::app {
 
 namespace {
 
-/// The dictionary under the key, added when absent.
+/// The dictionary under the key, added if absent.
 Dict part(Dict parent, std::string_view key) {
   if (!parent.contains(key)) parent.set(key, Dict());
   return parent.at_dict(key);
 }
 
-/// One fault shows with many units and contacts: what is quoted is left out.
+/// The reason without quoted names: one fault occurs with many units and contacts and should be one finding.
 std::string without_names(const std::string& reason) {
   std::string result;
   bool quoted = false;
@@ -31,7 +31,8 @@ std::string without_names(const std::string& reason) {
   return result;
 }
 
-/// The side that an order is for, empty when it names none; nothing for what is no order and is refused as such.
+/// The side an order is for, empty if it names none; nothing for a text that is not a valid order, since the service
+/// refuses it anyway.
 std::optional<std::string> side_of(const std::string& text) {
   try {
     const Value side = sim::read_command(text).arguments.get("SIDE");
@@ -49,6 +50,7 @@ CheckingService::CheckingService(std::shared_ptr<GameServer> service, Watched wa
     : ForwardingServer(std::move(service)), watched_(std::move(watched)) {}
 
 bool CheckingService::is_agents(const char* call, const char* what) {
+  // The engine never calls the service from within an agent's operation.
   const char* operation = watched_.progress->running();
   if (operation == nullptr) return false;
   watched_.findings->add(fmt::format("`{}` calls `{}` of the service client: {}", operation, call, what),
@@ -160,7 +162,7 @@ void CheckingService::check_clean_rooms() {
 Value CheckingService::reset(int flag) { return is_agents("reset") ? Value(0) : ForwardingServer::reset(flag); }
 
 Value CheckingService::set_data_receive() {
-  is_agents("set_data_receive");  // harmless: it only tells the sides
+  is_agents("set_data_receive");  // harmless: it only returns the sides
   return ForwardingServer::set_data_receive();
 }
 

@@ -14,7 +14,7 @@ namespace tessra::app {
 
 namespace {
 
-/// The folder of scenario files the configuration leads to; none when its service is not the embedded one.
+/// The folder of scenario files that the configuration uses; none if its service is not the embedded one.
 std::optional<std::filesystem::path> scenario_folder(const Dict& server) {
   constexpr std::string_view kScheme = "embedded:";
   const std::string url = server.contains("url") ? server.at("url").to_text() : std::string(kScheme);
@@ -36,13 +36,13 @@ void choose_scenario(const RunOptions& options, Dict simulate, Dict server) {
   }
 }
 
-/// Agents for a configuration that has none: those the scenario's author suggests.
+/// Agents for a configuration without any: those suggested by the scenario file.
 void choose_agents(Dict config, const Dict& scenario) {
   if (config.contains("rule_config") || engine_section(config).contains("RL_agents")) return;
   if (const Dict* agents = scenario.find_dict("agents")) {
     config.set("rule_config", *agents);
   } else {
-    tell("note: no agents; every side does what its missions say\n");
+    tell("note: no agents; every side follows its missions\n");
   }
 }
 
@@ -127,6 +127,8 @@ Dict run_configuration(const RunOptions& options) {
   if (!options.record.empty()) server.set("record", options.record);
   if (!options.agents.empty()) add_agent_library(config, options.agents);
   check_recording(server);
+  // The scenario may decide the URL, which decides whether a recording is played, and that whether there is a scenario
+  // file to check; its agents come last.
   choose_scenario(options, simulate, server);
   choose_recording(simulate, server);
   if (const auto scenario = checked_scenario(config, section, options.config)) choose_agents(config, *scenario);
@@ -135,6 +137,7 @@ Dict run_configuration(const RunOptions& options) {
 
 namespace {
 
+/// A copy in which host objects are replaced by names, or by none.
 Value plain(const Value& value) {
   if (const auto agent_class = value.if_host<AgentClass>()) return agent_class->name();
   if (const Dict* dict = value.if_dict()) return without_host_objects(*dict);
@@ -151,6 +154,7 @@ Value plain(const Value& value) {
 Dict without_host_objects(const Dict& config) {
   Dict copy;
   for (auto [key, value] : config) {
+    // Keeps what was none before, drops what became none.
     if (Value entry = plain(value); !entry.is_none() || value.is_none()) copy.set(key, entry);
   }
   return copy;

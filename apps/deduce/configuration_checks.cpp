@@ -16,6 +16,7 @@ namespace {
 
 using Keys = std::vector<std::string_view>;
 
+/// Levenshtein distance, with one row of the usual table.
 std::size_t edit_distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
@@ -40,7 +41,7 @@ void warn_of_unknown(const Dict* part, const std::string& place, const Keys& kno
   }
 }
 
-/// What the scheduling client asks for and nobody has.
+/// Warns about an agent or settings of the scheduling client that match no agent.
 void warn_of_nobody(const Dict& config, std::vector<std::string>& lines) {
   const Dict* player = config.find_dict("player");
   if (player == nullptr) return;
@@ -48,7 +49,7 @@ void warn_of_nobody(const Dict& config, std::vector<std::string>& lines) {
   const Dict* agents = rule_agents != nullptr ? rule_agents->find_dict(player->get("player_side")) : nullptr;
   const Value name = player->get("agent_name");
   if (agents != nullptr && !name.is_none() && !agents->contains(name)) {
-    lines.push_back("player.agent_name '" + name.to_text() + "' is none of the side's agents; its first one plays");
+    lines.push_back("player.agent_name '" + name.to_text() + "' is not one of the side's agents; the first one plays");
   }
   const Dict* server = config.find_dict("server");
   const Dict* settings = server != nullptr ? server->find_dict("agent_settings") : nullptr;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kAgentEntry = R"(an object with "class")";
 
-/// A value as its file has it, shortened.
+/// A value as written in the file, truncated.
 std::string found_text(const Value& value) {
   return excerpt(value.kind() == Kind::host ? "a host object" : write_json(value), 60);
 }
@@ -51,7 +51,7 @@ bool has_kind(KeyKind kind, const Value& value) {
     case KeyKind::texts:
       return value.is_list() && all(value.as_list(), &Value::is_string);
     case KeyKind::object:
-    case KeyKind::objects:  // what stands in these is looked at one by one
+    case KeyKind::objects:  // the entries of these are checked one by one, see `ValueCheck::check`
     case KeyKind::rule_agents:
     case KeyKind::learning_sides:
     case KeyKind::agents:
@@ -103,7 +103,7 @@ class ValueCheck {
   }
 
   void check(const ConfigurationKey& key, const Value& value, const std::string& place) {
-    if (value.is_none() && key.fallback == "null") return;
+    if (value.is_none() && key.fallback == "null") return;  // the default, written out
     if (!has_kind(key.kind, value)) fail(place, expected_value(key), found_text(value));
     if ((value.is_integer() || value.is_real()) && (value.as_real() < key.least || value.as_real() > key.most)) {
       fail(place, expected_value(key), found_text(value));

@@ -46,7 +46,7 @@ void FailureConsole::print(std::string_view text) {
 }
 
 void FailureConsole::print_error(std::string_view text) {
-  // The first line holds the error's type and text.
+  // The first line of a trace has the error's type and text.
   const std::string line =
       fmt::format("{} failed: {}", AgentCall::of_this_thread().text(), text.substr(0, text.find('\n')));
   if (!trace_ && !told_.insert(line).second) return;

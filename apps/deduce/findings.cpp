@@ -20,7 +20,7 @@ void Findings::add(const std::string& text, double time_elapsed, const std::stri
 
 void Findings::print_all() const {
   if (findings_.empty()) {
-    say("\nnothing to say against it\n");
+    say("\nno findings\n");
     return;
   }
   say("\n{} finding{}:\n", findings_.size(), findings_.size() == 1 ? "" : "s");

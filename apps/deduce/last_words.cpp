@@ -29,14 +29,14 @@ pid_t process = 0;
 bool expected = false;
 bool on_terminal = false;
 
-// Everything from here to the end of `on_crash` may run in a signal handler.
+// Everything up to the end of `on_crash` may run in a signal handler: only async-signal-safe calls, no allocation.
 
 void put(const char* text) {
-  if (::write(STDERR_FILENO, text, std::strlen(text)) < 0) return;  // nobody is left to be told
+  if (::write(STDERR_FILENO, text, std::strlen(text)) < 0) return;  // no place to report that
 }
 
 void put_line(const char* who, const char* how) {
-  if (::getpid() != process) return;  // whoever forked it watches it
+  if (::getpid() != process) return;  // a forked process is watched by its parent
   if (on_terminal) put("\r\x1b[K");   // the progress line
   put("error: ");
   put(who);
@@ -45,7 +45,7 @@ void put_line(const char* who, const char* how) {
   put("\n");
 }
 
-/// The call that is running in this thread, else in the main thread.
+/// The agent call that is running in this thread, otherwise in the main thread.
 const char* running_code() {
   const AgentCall::Memory& own = AgentCall::of_this_thread();
   if (own.running()) return own.text();
@@ -63,7 +63,7 @@ void on_crash(int signal) {
 }
 
 void on_exit(const char* how) {
-  if (expected || ::getpid() != process) return;  // a forked process ends as it likes
+  if (expected || ::getpid() != process) return;  // a forked process may end as it likes
   put_line(running_code(), how);
   std::fflush(nullptr);
   std::_Exit(kFailed);
@@ -75,7 +75,7 @@ void watch_for_sudden_end() {
   main_call = &AgentCall::of_this_thread();
   process = ::getpid();
   on_terminal = ::isatty(STDERR_FILENO) != 0;
-  // A stack of its own, for the overflow of the ordinary one.
+  // A separate stack, so that a stack overflow can be reported.
   static char stack[64 * 1024];
   const stack_t own_stack{stack, 0, sizeof(stack)};
   ::sigaltstack(&own_stack, nullptr);
@@ -90,11 +90,11 @@ void watch_for_sudden_end() {
 void end_is_expected() { expected = true; }
 
 void end_with_main_thread() {
-  // The stack is unwound already: it was the call that the thread was in last.
+  // The stack is already unwound, so no call is running: it was the last one.
   const char* last = main_call->text();
   put_line(*last != '\0' ? last : "code outside any agent", "pthread_exit");
   std::fflush(nullptr);
-  std::_Exit(::getpid() == process ? kFailed : kPlayed);  // a forked process ends as it would have
+  std::_Exit(::getpid() == process ? kFailed : kPlayed);  // a forked process keeps the status of `pthread_exit`
 }
 
 }  // namespace tessra::app

@@ -25,7 +25,10 @@ namespace {
 using namespace tessra;
 using namespace tessra::app;
 
-/// The number that a text is from its first to its last character; none for anything else, and for what is too large.
+// The command line: options of each command, their validation, and the mapping from errors to exit statuses. What the
+// commands do is in the `*_command` files.
+
+/// The number that the whole text represents; none if it is not a number or out of range.
 template <class Number>
 std::optional<Number> number_of(const std::string& text) {
   Number number{};
@@ -34,7 +37,7 @@ std::optional<Number> number_of(const std::string& text) {
   return whole_text ? std::optional(number) : std::nullopt;
 }
 
-// The parser itself would take what is too large for the largest number, and a leading zero for an octal one.
+// The parser's own conversion saturates numbers that are too large, and reads a leading zero as octal.
 std::string check_whole(std::string& text, std::int64_t least, std::int64_t most, const std::string& wanted) {
   const auto number = number_of<std::int64_t>(text);
   if (!number || *number < least || *number > most) return "must be a whole number " + wanted + ", is '" + text + "'";
@@ -64,7 +67,7 @@ const CLI::Validator seconds(
 
 const CLI::Validator filled([](std::string& text) { return text.empty() ? "must not be empty" : ""; }, "TEXT");
 
-/// The first argument must name a command: the parser itself would only say that one is missing.
+/// The first argument must be a command. Checked here, since the parser would only report that one is missing.
 void check_command_name(const CLI::App& app, int argc, char** argv) {
   const std::string given = argc < 2 ? "" : argv[1];
   if (given.starts_with('-')) return;
@@ -77,30 +80,30 @@ void check_command_name(const CLI::App& app, int argc, char** argv) {
 }
 
 CLI::App* add_run(CLI::App& app, RunOptions& run) {
-  CLI::App* command = app.add_subcommand("run", "Play episodes and show who won");
-  command->add_option("--scenario", run.scenario, "A shipped scenario's name, or a scenario file")->check(filled);
+  CLI::App* command = app.add_subcommand("run", "Play episodes and print who won");
+  command->add_option("--scenario", run.scenario, "Name of a shipped scenario, or a scenario file")->check(filled);
   command->add_option("--config", run.config, "Configuration file (JSON)")->check(filled);
-  command->add_option("--episodes", run.episodes, "How many episodes to play")->transform(count);
-  command->add_option("--first-episode", run.first_episode, "Number of the first one, to play some of a series again")
+  command->add_option("--episodes", run.episodes, "Number of episodes to play")->transform(count);
+  command->add_option("--first-episode", run.first_episode, "Number of the first episode, to replay part of a series")
       ->transform(count);
-  command->add_option("--seed", run.seed, "Base seed; every episode's seed is made from it and its number")
+  command->add_option("--seed", run.seed, "Base seed; an episode's seed is derived from it and the episode's number")
       ->transform(whole);
-  command->add_option("--agents", run.agents, "Agent library (.so) with classes the configuration names")
+  command->add_option("--agents", run.agents, "Agent library (.so) with classes named in the configuration")
       ->check(filled);
   command->add_option("--log", run.log, "Append the run log to this file")->check(filled);
-  command->add_option("--record", run.record, "Keep every situation record below this folder")->check(filled);
+  command->add_option("--record", run.record, "Save every situation record in this folder")->check(filled);
   command->add_flag("--json", run.json, "Print one JSON object per episode and nothing else");
   command->add_flag("--quiet", run.quiet, "Show neither progress nor table");
-  command->add_flag("--trace", run.trace, "When something fails, show where in the code");
+  command->add_flag("--trace", run.trace, "Show type, causes and stack of errors");
   return command;
 }
 
 CLI::App* add_replay(CLI::App& app, ReplayOptions& replay) {
-  CLI::App* command = app.add_subcommand("replay", "Play recorded situations through the engine");
-  command->add_option("folder", replay.folder, "Folder written by 'run --record', or by hand")
+  CLI::App* command = app.add_subcommand("replay", "Replay recorded situations through the engine");
+  command->add_option("folder", replay.folder, "Folder written by 'run --record' or by hand")
       ->required()
       ->check(filled);
-  command->add_option("--episode", replay.episode, "Which episode, when the folder holds several")->transform(count);
+  command->add_option("--episode", replay.episode, "Episode to replay, if the folder holds several")->transform(count);
   command->add_option("--dump", replay.dump, "Write the model after every record to this JSON file")->check(filled);
   return command;
 }
@@ -114,13 +117,14 @@ CLI::App* add_apply(CLI::App& app, ApplyOptions& apply) {
   command->add_option("--seed", apply.seed, "Base seed of the bundled simulation")->transform(whole);
   command->add_flag("--json", apply.json, "Print the result as one JSON object and nothing else");
   command->add_flag("--quiet", apply.quiet, "Show neither progress nor table");
-  command->add_flag("--trace", apply.trace, "When something fails, show where in the code");
+  command->add_flag("--trace", apply.trace, "Show type, causes and stack of errors");
   return command;
 }
 
 CLI::App* add_check(CLI::App& app, CheckOptions& check) {
-  CLI::App* command = app.add_subcommand("check-agent", "Play an agent through odd situations; say what is wrong");
-  command->add_option("--class", check.agent_class, "Registered name of the agent's class")->required()->check(filled);
+  CLI::App* command =
+      app.add_subcommand("check-agent", "Play an agent through edge cases and report what it does wrong");
+  command->add_option("--class", check.agent_class, "Registered name of the agent class")->required()->check(filled);
   command->add_option("--agents", check.agents, "Agent library (.so) with the class")->check(filled);
   command->add_option("--limit", check.limit, "Seconds a call into the agent may take")
       ->check(seconds)
@@ -130,14 +134,14 @@ CLI::App* add_check(CLI::App& app, CheckOptions& check) {
 
 CLI::App* add_results(CLI::App& app, ResultsOptions& results) {
   CLI::App* command = app.add_subcommand("results", "List the saved results");
-  command->add_option("--run", results.run, "Only those of this run")->transform(count);
-  command->add_option("--scenario", results.scenario, "Only those of this scenario")->check(filled);
-  command->add_option("--last", results.last, "Only the newest ones")->transform(count);
+  command->add_option("--run", results.run, "Only results of this run")->transform(count);
+  command->add_option("--scenario", results.scenario, "Only results of this scenario")->check(filled);
+  command->add_option("--last", results.last, "Only this many of the newest results")->transform(count);
   command->add_flag("--json", results.json, "Print one JSON object per result");
   return command;
 }
 
-/// What the parser has to say: help and version on standard output. Throws `InputError` for a mistake.
+/// Prints help or version on standard output. Throws `InputError` for a parse error.
 int end_parsing(const CLI::App& app, const CLI::ParseError& error) {
   if (error.get_exit_code() != 0) throw InputError(error.what());
   std::ostringstream out;
@@ -164,8 +168,7 @@ int dispatch(int argc, char** argv) {
 
   std::string agents_library;
   CLI::App* agents_command = app.add_subcommand("agents", "List the agent classes a configuration can name");
-  agents_command->add_option("--agents", agents_library, "Agent library (.so) whose classes are listed, too")
-      ->check(filled);
+  agents_command->add_option("--agents", agents_library, "Agent library (.so) whose classes to include")->check(filled);
 
   check_command_name(app, argc, argv);
   try {
@@ -183,11 +186,11 @@ int dispatch(int argc, char** argv) {
   return kWrongInput;
 }
 
-// As in `guarded`, a thread's forced end has no object to refer to.
+// As in `guarded`, forced unwinding has no exception object.
 [[gnu::no_sanitize("null")]] int run_program(int argc, char** argv) {
   try {
     const int status = dispatch(argc, argv);
-    say_text("");  // fails when something that was written before did
+    say_text("");  // throws if an earlier write failed unnoticed
     return status;
   } catch (const InputError& error) {
     tell("error: {}\n", error.what());

@@ -34,7 +34,7 @@ Dict guids_by_key(const ElementTable& table) {
   return dict;
 }
 
-/// A table of the player, empty when it was never stored.
+/// A table of the player; empty if it was never stored.
 Value stored(const RuleAgentBase& player, std::string_view name) {
   const Value* value = player.attributes().find(name);
   return value != nullptr ? *value : Value(Dict());

@@ -19,7 +19,7 @@ namespace tessra::app {
 void prepare_streams() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(descriptor, F_GETFD) != -1) continue;
-    // Takes the lowest free number, which is this one; what may only be read fails when it is written to.
+    // `open` returns the lowest free descriptor, which is this one. Read-only, so that writing to it fails.
     static_cast<void>(::open("/dev/null", O_RDONLY));
   }
   std::signal(SIGPIPE, SIG_IGN);
@@ -32,8 +32,8 @@ void say_text(std::string_view text) {
   if (std::fflush(stdout) == 0 && written && std::ferror(stdout) == 0) return;
   std::string reason = std::generic_category().message(errno);
   if (errno == EBADF) reason = "it is closed";
-  if (errno == 0) reason = "some of it was lost";  // written by others, some time ago
-  // This failure is told once; what follows is tried anew.
+  if (errno == 0) reason = "an earlier write failed";  // by other code, so the reason is gone
+  // Reported once: drop the unwritten text and the error, so that later output is tried again.
   ::__fpurge(stdout);
   std::clearerr(stdout);
   throw SurroundingsError("cannot write standard output: " + reason);
@@ -55,10 +55,11 @@ bool is_ready(int descriptor) {
 }  // namespace
 
 void write_if_ready(int descriptor, std::string_view text) {
-  if (is_ready(descriptor) && ::write(descriptor, text.data(), text.size()) < 0) return;  // nobody is left to be told
+  if (is_ready(descriptor) && ::write(descriptor, text.data(), text.size()) < 0) return;  // no place to report that
 }
 
 void end_process(int status) {
+  // The lock may be held by a thread that is blocked in a write.
   if (::ftrylockfile(stdout) == 0 && is_ready(STDOUT_FILENO)) std::fflush(stdout);
   std::_Exit(status);
 }

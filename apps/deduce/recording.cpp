@@ -12,7 +12,7 @@ namespace tessra::app {
 
 namespace {
 
-/// What in a folder tells of a recording; empty when nothing does.
+/// A file or folder that shows that a folder holds a recording; empty if there is none.
 std::string recorded_part(const std::filesystem::path& folder) {
   std::error_code unreadable;
   for (const auto& entry : std::filesystem::directory_iterator(folder, unreadable)) {
@@ -24,7 +24,7 @@ std::string recorded_part(const std::filesystem::path& folder) {
 
 std::string episode_name(std::int64_t number) { return fmt::format("episode-{:06}", number); }
 
-/// The numbers of the episodes below a folder, sorted.
+/// The numbers of the episodes in a folder, sorted.
 std::vector<std::int64_t> episodes_below(const std::filesystem::path& folder) {
   constexpr std::string_view kPrefix = "episode-";
   std::vector<std::int64_t> numbers;
@@ -45,7 +45,7 @@ std::vector<std::int64_t> episodes_below(const std::filesystem::path& folder) {
 void check_recording(const Dict& server) {
   if (!server.contains("record")) return;
   const std::filesystem::path folder = server.at("record").to_text();
-  if (folder.empty()) throw InputError("cannot record: no folder is named");
+  if (folder.empty()) throw InputError("cannot record: the folder's name is empty");
   if (std::filesystem::exists(folder) && !std::filesystem::is_directory(folder)) {
     throw InputError("cannot record: not a folder: " + folder.string());
   }
@@ -58,7 +58,7 @@ std::filesystem::path episode_folder(const std::filesystem::path& folder, std::o
   if (std::filesystem::is_regular_file(folder / "initial.json")) return folder;
   const std::vector<std::int64_t> episodes = episodes_below(folder);
   if (episodes.empty()) throw InputError("no recording: no initial.json in " + folder.string() + " or below");
-  constexpr std::size_t kMost = 12;
+  constexpr std::size_t kMost = 12;  // listed one by one; the message stays on one line
   const std::string listed = episodes.size() <= kMost
                                  ? fmt::format("{}", fmt::join(episodes, ", "))
                                  : fmt::format("{} of {} to {}", episodes.size(), episodes.front(), episodes.back());

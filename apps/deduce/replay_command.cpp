@@ -24,7 +24,7 @@ namespace tessra::app {
 
 namespace {
 
-/// Stand in for the agents of the recorded episode: the records already hold what those ordered.
+/// Replaces the agents of the recorded episode by idle ones: the records already contain the effects of their orders.
 class ReplayAgent : public Agent {
  public:
   explicit ReplayAgent(std::string side_name) : Agent(std::move(side_name)) {}
@@ -35,11 +35,11 @@ class ReplayLearner : public Agent {
   explicit ReplayLearner(const AgentConf& conf) : Agent(conf.side) {}
 };
 
-/// Keeps messages instead of writing them.
+/// Log sink that collects messages for the dump.
 class Collector : public spdlog::sinks::base_sink<std::mutex> {
  public:
   List take() { return std::exchange(messages_, List()); }
-  /// The last message of level error; empty when there is none.
+  /// The last message of level error; empty if there is none.
   std::string last_error() const {
     std::string text;
     for (const Value& message : messages_) {
@@ -51,7 +51,7 @@ class Collector : public spdlog::sinks::base_sink<std::mutex> {
  protected:
   void sink_it_(const spdlog::details::log_msg& message) override {
     const std::string text(message.payload.data(), message.payload.size());
-    if (text.starts_with("round:") || text.starts_with("process:")) return;  // wall-clock times
+    if (text.starts_with("round:") || text.starts_with("process:")) return;  // timing lines: dumps must be reproducible
     messages_.push_back(Dict{{"level", spdlog::level::to_string_view(message.level).data()}, {"text", text}});
   }
   void flush_() override {}
@@ -64,7 +64,7 @@ void set_classes(Dict agents, const Value& agent_class) {
   for (auto [name, entry] : agents) entry.as_dict().set("class", agent_class);
 }
 
-/// The configuration beside the records, made fit to play them. Its values are not checked: most play no part.
+/// The recorded configuration, adapted for replay. Its values are not checked, since most are not used.
 Dict replay_configuration(const std::filesystem::path& folder, const std::filesystem::path& file) {
   Dict config = read_object_file(file);
   Dict section = engine_section(config);
@@ -127,7 +127,7 @@ class Replay {
     }
   }
 
-  /// The episode's start; false when the initial situation cannot be played.
+  /// Starts the episode; false if the initial situation cannot be played.
   bool start(Value& returned) {
     const int code = engine_->reset(1);
     returned = code;
@@ -138,7 +138,7 @@ class Replay {
     return false;
   }
 
-  /// One step; false when it was the last.
+  /// Plays one step; false if it was the last.
   bool step(Value& returned) {
     const StepOutcome outcome = engine_->step(Dict());
     ++updates_;
@@ -150,7 +150,7 @@ class Replay {
     return true;
   }
 
-  /// Plays a record and writes its entry; false when nothing comes after it.
+  /// Plays a record and writes its entry; false if the replay ends with it.
   template <class Work>
   bool attempt(const std::string& record, Work&& work) {
     Value returned;
@@ -165,7 +165,7 @@ class Replay {
     return goes_on;
   }
 
-  /// There is no update of this number, though the episode has not ended.
+  /// Reports a missing update although the episode has not ended.
   void report_break(int number) {
     const std::filesystem::path missing = recorded_update(folder_, number).filename();
     const std::vector<std::string> later = updates_after(folder_, number);
@@ -195,7 +195,7 @@ class Replay {
     first_ = false;
   }
 
-  /// Handed over at once, while the system's reason for a failure is known.
+  /// Flushes each time: a failure is noticed while `errno` still has the reason.
   void write(std::string_view text) {
     errno = 0;
     dump_ << text << std::flush;

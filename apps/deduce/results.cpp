@@ -29,6 +29,7 @@ std::string_view reason_name(sim::EndReason reason) {
   return "";
 }
 
+/// Details that only the bundled simulation knows.
 void add_truth(PlayedEpisode& episode, const sim::Simulation& simulation) {
   const sim::EpisodeEnd end = simulation.why_ended();
   episode.ended_by = reason_name(end.reason);
@@ -40,13 +41,14 @@ void add_truth(PlayedEpisode& episode, const sim::Simulation& simulation) {
   }
 }
 
+/// The outcome of the sides as far as the engine knows it, for other services.
 void add_players(PlayedEpisode& episode, const Deduction& engine) {
   for (const auto& [side, player] : engine.players) {
     episode.sides.push_back({std::string(side), player->attributes().get("TotalScore"), std::nullopt});
   }
 }
 
-/// An agent may have left anything in its side's attributes.
+/// Scores are attributes of the sides, in which an agent may have stored anything.
 void check_scores(const Deduction& engine) {
   for (const auto& [side, player] : engine.players) {
     const Value score = player->attributes().get("TotalScore");
@@ -104,7 +106,7 @@ std::string json_line(const PlayedEpisode& episode) {
   Dict line{{"round", result.current_round},       {"red_name", result.red_name},     {"blue_name", result.blue_name},
             {"red_score", result.red_score},       {"blue_score", result.blue_score}, {"winner", winner_of(result)},
             {"time_elapsed", result.time_elapsed}, {"steps", episode.steps},          {"seed", episode.seed}};
-  // As text: not every reader of JSON has 64 bits for a number.
+  // As text: many JSON parsers read numbers as doubles, which lose digits beyond 53 bits.
   if (episode.episode_seed) line.set("episode_seed", std::to_string(*episode.episode_seed));
   if (!episode.ended_by.empty()) line.set("ended_by", episode.ended_by);
   if (!episode.beaten_side.empty()) line.set("beaten_side", episode.beaten_side);
@@ -143,7 +145,7 @@ std::string table_row(const PlayedEpisode& episode) {
   std::string row = fmt::format(kRow, result.current_round, result.red_score.as_real(), result.blue_score.as_real(),
                                 winner_of(result), clock_text(result.time_elapsed), episode.steps, episode.wall_seconds,
                                 end_text(episode));
-  row.erase(row.find_last_not_of(" \n") + 1);  // a service that does not say why
+  row.erase(row.find_last_not_of(" \n") + 1);  // no trailing blanks if the reason is unknown
   return row + "\n";
 }
 

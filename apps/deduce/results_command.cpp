@@ -48,7 +48,7 @@ constexpr std::string_view kRow = "{:>5}  {:<19}  {:<12}  {:>6}  {:>5}  {:<12}  
 std::string table_row(const RunResult& result) {
   const BatResult& played = result.saved.result;
   const auto& run = result.run;
-  // Scores are numbers of whatever kind the service gave.
+  // Scores may be integers or reals, as reported by the service.
   std::string row =
       fmt::format(kRow, run ? std::to_string(run->id) : "-", result.saved.saved_at, run ? run->info.scenario : "-",
                   run ? std::to_string(run->info.seed) : "-", played.current_round, camp_text(played.red_name),

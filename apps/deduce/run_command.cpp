@@ -22,7 +22,7 @@ namespace tessra::app {
 
 namespace {
 
-/// The engine always gets a sink: without a log file one that drops everything, so that nothing is printed.
+/// The engine always gets a logger. Without a log file it drops everything; with none at all the engine would print.
 std::shared_ptr<spdlog::logger> make_log(const std::string& file) {
   auto output = file.empty() ? std::make_shared<spdlog::sinks::null_sink_mt>() : log_file_output(file);
   auto log = std::make_shared<spdlog::logger>("deduce", std::move(output));
@@ -34,7 +34,7 @@ std::int64_t number_or_one(const Dict& section, std::string_view key) {
   return section.contains(key) ? section.at_integer(key) : 1;
 }
 
-/// Before anything is played, so that no result is lost for want of a place.
+/// Called before anything is played, so that no result is lost because it cannot be saved.
 void require_writable(const std::filesystem::path& directory) {
   make_folder(directory);
   if (::access(directory.c_str(), W_OK) == 0) return;
@@ -119,7 +119,8 @@ class Run {
     return status;
   }
 
-  /// Saved first: a standard output that cannot be written costs no result. False when it could not be saved.
+  /// Saves the result before printing it, so that a failing standard output does not lose it. False if it could not be
+  /// saved.
   bool save_and_show(const PlayedEpisode& played) {
     const bool saved = guarded(
         [&] {
@@ -136,7 +137,7 @@ class Run {
     tell_error(failure_text(*engine_, episode_, error), error, options_.trace);
   }
 
-  /// Starts an episode; the exit status when that fails.
+  /// Starts an episode; returns the exit status on failure.
   std::optional<int> start(std::int64_t episode) {
     int code = 0;
     try {
@@ -161,14 +162,14 @@ class Run {
     return kWrongInput;
   }
 
-  /// None when a signal came before the end.
+  /// None if a signal arrived before the end of the episode.
   std::optional<PlayedEpisode> play_steps() {
     const auto clock = real_clock();
     const double start = clock->now();
     while (!signals_.received()) {
       const StepOutcome outcome = engine_->step(Dict());
       if (const auto* result = std::get_if<BatResult>(&outcome)) {
-        BatResult numbered = *result;  // the engine counts what it plays itself
+        BatResult numbered = *result;  // the engine counts from 1, whatever the first episode
         numbered.current_round = episode_;
         return played_episode(*engine_, numbered, engine_->step_index, seed_, clock->now() - start);
       }
@@ -183,11 +184,11 @@ class Run {
   std::int64_t first_;
   std::int64_t episodes_;
   std::int64_t seed_;
-  std::int64_t episode_ = 0;  // the one that is played
+  std::int64_t episode_ = 0;  // the current one
   Progress progress_;
   RunReport report_;
   SavedRuns saved_runs_;
-  StopSignals signals_;  // goes before what its last action reads
+  StopSignals signals_;  // after the members its last action reads, so that it is destroyed before them
   std::shared_ptr<const std::atomic<bool>> log_failed_;
   std::unique_ptr<Deduction> engine_;
 };

@@ -22,7 +22,7 @@ void RunReport::add(const PlayedEpisode& episode) {
   std::string text = form_.json ? json_line(episode) + "\n" : table_row(episode);
   if (has_table() && played_ == 1) text = table_head(episode.result) + text;
   progress_.clear();
-  writable_ = false;
+  writable_ = false;  // stays so if the write throws
   say_text(text);
   writable_ = true;
 }
@@ -36,7 +36,7 @@ void RunReport::end(bool stopped) {
 }
 
 void RunReport::end_without_waiting() {
-  // Who holds it for long waits for standard output.
+  // A thread that holds the lock for longer is blocked writing standard output.
   const std::unique_lock lock(mutex_, std::chrono::milliseconds(100));
   if (!lock || std::exchange(ended_, true)) return;
   if (has_table() && writable_) write_if_ready(STDOUT_FILENO, sums());
@@ -44,7 +44,7 @@ void RunReport::end_without_waiting() {
 }
 
 std::string RunReport::sums() const {
-  if (played_ == 0) return "no episode was played to its end\n";
+  if (played_ == 0) return "no episode was played to its end\n";  // nothing above it either: no blank line
   std::string text = fmt::format("\nred won {}, blue won {} of {}\n", red_, blue_, played_);
   const std::string place =
       form_.log.empty() ? "play with --log FILE to read which and why" : "see the run log " + form_.log;

@@ -11,7 +11,7 @@ namespace tessra::app {
 
 namespace {
 
-/// The side's agents as its scenario file suggests them; empty for none.
+/// The agents that the scenario file suggests for a side; empty for none.
 std::string agents_text(const Dict& scenario, const Value& side) {
   const Dict* sides = scenario.find_dict("agents");
   const Dict* agents = sides != nullptr ? sides->find_dict(side) : nullptr;

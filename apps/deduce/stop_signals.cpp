@@ -9,13 +9,15 @@ namespace tessra::app {
 
 namespace {
 
-/// Wakes the waiting thread when the object goes; nobody else sends it.
+// Signals are received by a thread in `sigwaitinfo` instead of a handler: actions may then take locks and allocate.
+
+/// Wakes the waiting thread when the object is destroyed; nobody else sends it.
 constexpr int kWakeUp = SIGUSR1;
 
-/// Time to end by the program's own rules after a signal, in seconds.
+/// Seconds after a signal in which the program may end regularly.
 constexpr double kGrace = 0.8;
 
-/// The next signal of the set; 0 when the time is over first.
+/// The next signal of the set; 0 on timeout.
 int next_signal(const sigset_t& signals, std::optional<double> seconds) {
   siginfo_t info{};
   if (!seconds) return ::sigwaitinfo(&signals, &info);

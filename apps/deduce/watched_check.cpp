@@ -24,7 +24,7 @@ namespace tessra::app {
 namespace {
 
 [[noreturn]] void check(CheckProgress& progress, const std::function<int()>& work) {
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // who watches may be killed
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // do not outlive the watching process, which may be killed
   int status = kFailed;
   try {
     status = work();
@@ -56,7 +56,7 @@ class Watch {
   }
 
  private:
-  /// Whether one call has been running for too long, by this process's clock.
+  /// Whether one call has been running for too long, judged by the call counter and this process's clock.
   bool hangs() {
     const double now = clock_->now();
     if (const std::uint64_t calls = progress_.calls(); calls != calls_) {
@@ -98,7 +98,7 @@ class Watch {
 }  // namespace
 
 int run_watched(CheckProgress& progress, double limit, const std::function<int()>& work) {
-  std::fflush(nullptr);  // or both processes would write what is waiting
+  std::fflush(nullptr);  // otherwise both processes would write the buffered text
   const pid_t process = ::fork();
   if (process < 0) throw Error(fmt::format("no process for the check: {}", std::strerror(errno)));
   if (process == 0) check(progress, work);
