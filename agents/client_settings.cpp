@@ -4,6 +4,7 @@ namespace tessra {
 
 namespace {
 
+/// A list of ids or names; empty if absent, which means no restriction.
 std::set<std::string, std::less<>> names(const Dict& settings, std::string_view key) {
   std::set<std::string, std::less<>> result;
   if (!settings.contains(key)) return result;

@@ -9,18 +9,18 @@
 
 namespace tessra {
 
-/// What a user tells an agent before or while it plays (`client_info`): `units`, ids or names of the units it may
-/// order; `targets`, ids or names of the contacts it may attack, or ids of the units behind them; `decision_interval`
-/// in seconds. What is absent sets no bound.
+/// A user's settings for an agent, which may change while it plays (`client_info`): `units`, ids or names of the units
+/// it may order; `targets`, ids or names of the contacts it may attack, or ids of the actual units; `decision_interval`
+/// in seconds. Absent settings do not restrict anything.
 class ClientSettings {
  public:
   ClientSettings() = default;
-  /// Throws `KindError` naming the setting when one has the wrong kind.
+  /// Throws `KindError` naming a setting of the wrong kind.
   explicit ClientSettings(const Value& client_info);
 
   bool allows_unit(std::string_view id, const Value& name) const;
   bool allows_target(const Contact& contact) const;
-  /// 0 when the user set none.
+  /// 0 if not set.
   double decision_interval() const { return decision_interval_; }
 
  private:

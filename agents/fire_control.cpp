@@ -10,7 +10,7 @@ namespace tessra {
 
 namespace {
 
-// An attack may be dropped on the way, when its contact has been lost: a few orders without effect are enough.
+// A unit drops an attack when the contact is lost on the way. After a few attempts it does not try again.
 constexpr int kMostAttempts = 3;
 
 /// The contacts a unit is ordered against, by id.
@@ -20,17 +20,16 @@ Dict target_list(GameUnit& unit) {
   return targets != nullptr ? *targets : Dict();
 }
 
-/// What tells targets apart: the unit behind a contact, since a side may hold a friend's contact on it beside its own.
+/// Identifies a target by the actual unit, since a side may have several contacts on it: its own and those of friends.
 std::string target_key(const Contact& contact) { return std::string(contact.actual_unit().value_or(contact.id())); }
 
 bool is_fresh(const Contact& contact) {
-  // Seconds since it was last seen. Contacts are lost after 300, and that of a friend stays here as it was last.
+  // Seconds since last seen. Contacts are lost after 300 s, but a friend's lost contact stays in the table unchanged.
   constexpr double kOldest = 240;
   return contact.type() == ContactType::facility || contact.age().value_or(0) <= kOldest;
 }
 
-/// Leaves of several contacts on one unit, a friend's beside the own, the best: an attack goes by what its contact
-/// says.
+/// Of several contacts on one unit, keeps the most recent and accurate one: an attack is only as good as its contact.
 void keep_best_contacts(std::vector<Contact>& targets) {
   const auto quality = [](const Contact& contact) {
     return std::tuple(target_key(contact), contact.age().value_or(0), contact.uncertainty().value_or(0));
@@ -67,7 +66,7 @@ void FireControl::give_up_what_was_refused(const Situation& situation) {
       const std::string names = "UNIT='" + order.first + "', CONTACT='" + order.second + "'";
       if (refused.command.find(names) == std::string::npos) continue;
       attempts = kMostAttempts;
-      // A friend's contact stays in the side's table when the friend has lost it: nobody else need try.
+      // A friend's contact that the friend has lost: no other unit need try either.
       if (refused.reason.find("holds no contact") != std::string::npos) lost_contacts_.insert(order.second);
     }
   }
@@ -102,7 +101,8 @@ void FireControl::engage(const Situation& situation) {
 }
 
 void FireControl::engage_unit(GameUnit& unit, const Role& role, const std::vector<Contact>& targets) {
-  std::vector<ContactType> wanted = role.targets;  // in the order of preference
+  // Preference of the role comes before distance; among equally preferred contacts the nearest wins.
+  std::vector<ContactType> wanted = role.targets;
   std::erase_if(wanted, [&](ContactType type) { return unit.weapon_reach(type) <= 0; });
   if (wanted.empty()) return;
   const Contact* best = nullptr;

@@ -12,21 +12,21 @@
 
 namespace tessra {
 
-/// What a class of units is used against.
+/// How units of a class are used.
 struct Role {
   std::string_view class_name;
-  std::vector<ContactType> targets;  ///< the most wanted first
-  double reach = 0;                  ///< how far it goes for a target, metres
+  std::vector<ContactType> targets;  ///< in order of preference
+  double reach = 0;                  ///< greatest distance to a target, metres
 };
 
-/// Gives armed units without a target the nearest contact their role is meant for. Shared by the sample agents, which
+/// Assigns armed units without a target to the nearest contact that suits their role. Used by the sample agents, which
 /// differ in their roles.
 class FireControl {
  public:
-  /// `shooters` is how many units are sent against one contact.
+  /// `shooters` is the number of units sent against one contact.
   FireControl(std::vector<Role> roles, int shooters) : roles_(std::move(roles)), shooters_(shooters) {}
 
-  /// From here on only the units and targets the user allows. Throws `KindError` for settings of the wrong kind.
+  /// Restricts units and targets to those the user allows. Throws `KindError` for settings of the wrong kind.
   void configure(const Value& client_info) { settings_ = ClientSettings(client_info); }
   const ClientSettings& settings() const { return settings_; }
 
@@ -34,7 +34,7 @@ class FireControl {
   void free_weapons(const Situation& situation) const;
   /// Orders the attacks for this decision.
   void engage(const Situation& situation);
-  /// Forgets the episode.
+  /// Call before the next episode.
   void reset() {
     attempts_.clear();
     lost_contacts_.clear();
@@ -44,15 +44,15 @@ class FireControl {
   void give_up_what_was_refused(const Situation& situation);
   void engage_unit(GameUnit& unit, const Role& role, const std::vector<Contact>& targets);
   const Role* role_of(const GameUnit& unit) const;
-  /// The contacts that are, or may be, enemies whose place is known, and that the user allows.
+  /// The contacts that may be enemies, have a known position, and are allowed by the user.
   std::vector<Contact> targets_in(const Situation& situation) const;
 
   std::vector<Role> roles_;
   int shooters_;
   ClientSettings settings_;
-  std::map<std::string, int, std::less<>> assigned_;  // unit behind a contact → units on it, of this decision
+  std::map<std::string, int, std::less<>> assigned_;  // actual unit of a target → shooters, in this decision
   std::map<std::pair<std::string, std::string>, int> attempts_;  // unit and contact → orders given
-  std::set<std::string, std::less<>> lost_contacts_;             // that the service knows no more
+  std::set<std::string, std::less<>> lost_contacts_;             // contacts the service no longer knows
 };
 
 }  // namespace tessra

@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Gives no orders: the side does what its missions say.
+/// Gives no orders: the side follows its missions.
 class IdleAgent : public Agent {
  public:
   explicit IdleAgent(std::string side_name) : Agent(std::move(side_name)) {}

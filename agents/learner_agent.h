@@ -4,13 +4,13 @@
 
 namespace tessra {
 
-/// A learning agent that does what the host's policy says. An action record stands under a unit's id:
+/// A learning agent that turns the actions of the host's policy into orders. Action records are keyed by unit id:
 ///
 ///     {"_agent_type_": "learner", "order": "attack", "contact": "…"}
 ///     {"_agent_type_": "learner", "order": "move", "lon": 150.0, "lat": 20.0}
 ///     {"_agent_type_": "learner", "order": "control", "control": "free"}
 ///
-/// A record for a unit that is gone is passed over; an unknown order is an error.
+/// Records for lost units are ignored; an unknown order is an error.
 class LearnerAgent : public Agent {
  public:
   static constexpr bool is_learn = true;

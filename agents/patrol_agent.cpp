@@ -9,6 +9,7 @@ namespace tessra {
 
 namespace {
 
+/// Shorter reaches than the strike agent's, so that units do not stray far. Platforms without a role get no orders.
 std::vector<Role> patrol_roles() {
   using enum ContactType;
   return {
@@ -23,8 +24,8 @@ std::vector<Role> patrol_roles() {
   };
 }
 
-/// The middle of some places; good for the size of a theatre, not across the date line.
-class Middle {
+/// The centre of some places; good for the size of a theatre, not across the date line.
+class Centre {
  public:
   void add(const GeoPoint& place) {
     sum_.lon += place.lon;
@@ -40,22 +41,22 @@ class Middle {
   double count_ = 0;
 };
 
-/// The middle of the side's facilities: what there is to protect.
+/// Centre of the side's facilities, which are to be protected.
 GeoPoint home_of(const Situation& situation) {
-  Middle middle;
+  Centre centre;
   for (const auto& [id, element] : situation.facilitys()) {
-    middle.add(dynamic_cast<const GameUnit&>(*element).position());
+    centre.add(dynamic_cast<const GameUnit&>(*element).position());
   }
-  return middle.point().value_or(GeoPoint());
+  return centre.point().value_or(GeoPoint());
 }
 
-/// Where the enemy is: the middle of the contacts known at the start, or home when there are none.
+/// Assumed position of the enemy: the centre of the contacts known at the start, or home if there are none.
 GeoPoint threat_of(const Situation& situation) {
-  Middle middle;
+  Centre centre;
   for (const Contact& contact : situation.contact_list()) {
-    if (const auto place = contact.position()) middle.add(*place);
+    if (const auto place = contact.position()) centre.add(*place);
   }
-  return middle.point().value_or(home_of(situation));
+  return centre.point().value_or(home_of(situation));
 }
 
 constexpr std::string_view kBarrier = "Barrier";
@@ -66,24 +67,4 @@ PatrolAgent::PatrolAgent(std::string side_name) : FightingAgent(std::move(side_n
 
 void PatrolAgent::initial(const Situation& situation) {
   FightingAgent::initial(situation);
-  // A barrier across the line between home and the threat, a third of the way out.
-  const GeoPoint home = home_of(situation);
-  const GeoPoint threat = threat_of(situation);
-  const GeoPoint out{home.lon + (threat.lon - home.lon) / 3, home.lat + (threat.lat - home.lat) / 3};
-  constexpr double kHalfWidth = 0.3;  // degrees
-  // From the corner nearest to home on: nobody begins on the enemy's side of it.
-  const double east = threat.lon < home.lon ? -kHalfWidth : kHalfWidth;
-  const double north = threat.lat < home.lat ? -kHalfWidth : kHalfWidth;
-  const GeoPoint zone[] = {{out.lon - east, out.lat - north},
-                           {out.lon - east, out.lat + north},
-                           {out.lon + east, out.lat + north},
-                           {out.lon + east, out.lat - north}};
-  PatrolMission::order_new(*_game_server, side, kBarrier, zone);
-  for (const auto& [id, element] : situation.aircrafts()) {
-    auto& unit = dynamic_cast<GameUnit&>(*element);
-    const bool allowed = settings().allows_unit(unit.guid(), unit.attributes().get("Name"));
-    if (allowed && unit.platform() == "Fighter") unit.assign_to_mission(kBarrier);
-  }
-}
-
-}  // namespace tessra
+  // A rectangular barrier on the line from home to the threat, a third of the way out.

@@ -4,8 +4,8 @@
 
 namespace tessra {
 
-/// Patrols and engages what it detects: fighters hold a barrier in front of the own bases, ships and coastal batteries
-/// meet what comes near. It wins by not losing.
+/// Defensive: fighters patrol a barrier in front of the side's own bases, ships and coastal batteries engage what comes
+/// near.
 class PatrolAgent : public FightingAgent {
  public:
   explicit PatrolAgent(std::string side_name);

@@ -4,7 +4,7 @@
 
 namespace tessra {
 
-/// Makes the sample agents known by name: "idle", "patrol", "strike" and "learner".
+/// Registers the sample agents: "idle", "patrol", "strike" and "learner".
 void register_sample_agents(AgentRegistry& registry);
 
 }  // namespace tessra

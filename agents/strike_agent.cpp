@@ -4,6 +4,7 @@ namespace tessra {
 
 namespace {
 
+/// Longer reaches than the patrol agent's: strike aircraft must get to the enemy's facilities.
 std::vector<Role> strike_roles() {
   using enum ContactType;
   return {

@@ -4,8 +4,7 @@
 
 namespace tessra {
 
-/// Strikes ground targets: strike aircraft go for the enemy's facilities, fighters clear their way, the rest fights
-/// what comes near.
+/// Offensive: strike aircraft attack the enemy's facilities, fighters clear the way, all others engage what comes near.
 class StrikeAgent : public FightingAgent {
  public:
   explicit StrikeAgent(std::string side_name);

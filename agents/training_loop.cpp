@@ -1,5 +1,5 @@
-// A host that trains: it plays episodes of the skirmish, hands its action records to a learning agent, and learns from
-// the scores which way of fighting pays. Small on purpose: a bandit with one decision per episode.
+// A training host: it plays episodes of the skirmish, passes action records to a learning agent, and learns from the
+// scores which tactic pays. Small on purpose: a multi-armed bandit with one decision per episode.
 //
 //   training_loop [EPISODES [SEED]]
 
@@ -25,7 +25,7 @@ using namespace tessra;
 
 constexpr std::string_view kSide = "红方";
 
-/// A way of fighting: when units fire on their own, and what they are sent against.
+/// A tactic: when units fire on their own, and what they are sent against.
 struct Policy {
   const char* name;
   const char* control;
@@ -63,7 +63,7 @@ Dict configuration(int seed) {
           {"rule_config", Dict{{"蓝方", Dict{{"patrol-1", Dict{{"class", "patrol"}}}}}}}};
 }
 
-/// The nearest contact that the policy wants and the unit's weapons can hit; empty when there is none.
+/// The nearest contact that the policy targets and the unit's weapons can hit; empty if there is none.
 std::optional<Contact> target_for(const GameUnit& unit, const Policy& policy, const Situation& situation) {
   std::optional<Contact> nearest;
   double nearest_distance = std::numeric_limits<double>::infinity();
@@ -78,7 +78,7 @@ std::optional<Contact> target_for(const GameUnit& unit, const Policy& policy, co
   return nearest;
 }
 
-/// The action records of one decision, by unit: first how to use weapons, then whom to attack.
+/// The action records of one decision, by unit: weapon control in the first decision, attacks later.
 Dict choose_actions(const Situation& situation, const Policy& policy, bool first) {
   Dict actions;
   for (const auto* table : {&situation.aircrafts(), &situation.ships()}) {
@@ -94,7 +94,7 @@ Dict choose_actions(const Situation& situation, const Policy& policy, bool first
   return actions;
 }
 
-/// Plays one episode; returns the learner's score less its enemy's.
+/// Plays one episode; returns the learner's score minus its enemy's.
 double play(Deduction& engine, int episode, const Policy& policy) {
   if (engine.reset(episode) != 1) throw Error("the episode did not start");
   const Situation& situation = engine.players.at(kSide)->get_situation();
@@ -106,14 +106,14 @@ double play(Deduction& engine, int episode, const Policy& policy) {
   }
 }
 
-/// What is known of the policies so far.
+/// The mean gain of each policy so far.
 class Bandit {
  public:
-  /// How many episodes try all policies in turn; one episode tells little, since luck decides most of it.
+  /// Number of episodes that try all policies in turn: several each, since the result of one is mostly chance.
   static constexpr int kTrials = 5 * static_cast<int>(kPolicies.size());
 
-  /// In the trials each in turn, then the best so far. Its mean goes on changing, so that one which was only lucky is
-  /// left again.
+  /// Each policy in turn during the trials, then the best so far. Its mean is still updated, so that a policy that was
+  /// merely lucky is abandoned again.
   std::size_t choose(int episode) const {
     return episode <= kTrials ? static_cast<std::size_t>(episode - 1) % arms_.size() : best();
   }
@@ -147,11 +147,11 @@ void train(int episodes, int seed) {
     fmt::print("episode {:3}: {:24} gain {:8.1f}\n", episode, kPolicies[choice].name, gain);
   }
   bandit.report();
-  fmt::print("mean gain of the {} episodes that tried: {:.1f}; of the {} that used what was learned: {:.1f}\n",
-             trying.plays, trying.mean(), learned.plays, learned.mean());
+  fmt::print("mean gain of the {} trial episodes: {:.1f}; of the {} episodes after learning: {:.1f}\n", trying.plays,
+             trying.mean(), learned.plays, learned.mean());
 }
 
-/// A number above zero, or 0 for a text that is none.
+/// A positive number, or 0 for any other text.
 int number_of(const char* text) {
   int number = 0;
   const char* end = text + std::strlen(text);
@@ -165,7 +165,7 @@ int main(int argc, char** argv) {
   const int episodes = argc > 1 ? number_of(argv[1]) : 120;
   const int seed = argc > 2 ? number_of(argv[2]) : 1;
   if (episodes == 0 || seed == 0 || argc > 3) {
-    fmt::print(stderr, "usage: training_loop [EPISODES [SEED]], both whole numbers from 1 on\n");
+    fmt::print(stderr, "usage: training_loop [EPISODES [SEED]], both positive whole numbers\n");
     return 2;
   }
   try {

@@ -11,7 +11,7 @@ class IdleAgent : public Agent {
   explicit IdleAgent(std::string side_name) : Agent(std::move(side_name)) {}
 };
 
-/// Drops what the engine prints.
+/// Discards the engine's output.
 class SilentConsole : public Console {
  public:
   void print(std::string_view) override {}

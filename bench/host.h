@@ -8,19 +8,19 @@
 
 namespace tessra::bench {
 
-/// A service that hands its initial record over.
+/// A service that delivers a given initial record.
 class RecordServer : public testing::ScriptedServer {
  public:
   Value get_init_situation() override { return std::move(initial); }
 };
 
-/// An engine on records, with an idle agent on every side.
+/// An engine that plays records, with an idle agent on every side.
 class Host {
  public:
   /// `sides`: side id → `Name` and `Friend`.
   explicit Host(const Dict& sides);
 
-  /// Builds the model of an initial record. Throws `Error` when the engine cannot.
+  /// Builds the model of an initial record. Throws `Error` on failure.
   void build(Value initial);
 
   Deduction& engine() { return *engine_; }

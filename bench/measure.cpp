@@ -37,7 +37,7 @@ std::size_t peak_bytes() {
 }
 
 void reset_peak() {
-  malloc_trim(0);
+  malloc_trim(0);  // free memory that is still resident would count toward the next peak
   std::ofstream("/proc/self/clear_refs") << '5';
 }
 
@@ -45,7 +45,7 @@ std::vector<double> parser_seconds(std::span<const std::string> texts, int round
   std::vector<simdjson::padded_string> padded(texts.begin(), texts.end());
   simdjson::dom::parser parser;
   const auto parse = [&parser](const simdjson::padded_string& text) {
-    if (parser.parse(text).error() != simdjson::SUCCESS) throw std::runtime_error("the bound's text is no JSON");
+    if (parser.parse(text).error() != simdjson::SUCCESS) throw std::runtime_error("the text for the bound is not JSON");
   };
   std::for_each(padded.begin(), padded.end(), parse);  // warm
   std::vector<double> best(padded.size(), std::numeric_limits<double>::infinity());

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the benchmarks measure with: the time a thread used, the memory in use, and the parser's own time as a bound.
+// Measurements for the benchmarks: CPU time, memory in use, and the parser's time as a lower bound.
 
 #include <cstddef>
 #include <span>
@@ -9,21 +9,21 @@
 
 namespace tessra::bench {
 
-/// Seconds of processor time this thread has used: work of other programs on the machine does not count.
+/// CPU time of this thread in seconds, so that other programs on the machine do not count.
 double thread_seconds();
 
-/// Bytes handed out by the allocator and not given back.
+/// Bytes allocated and not yet freed.
 std::size_t live_bytes();
 
-/// The process's peak memory since `reset_peak`, in bytes; 0 where the system does not tell.
+/// Peak memory of the process since `reset_peak`, in bytes; 0 if the system does not report it.
 std::size_t peak_bytes();
 void reset_peak();
 
-/// The bound: seconds the DOM parser takes for each of these texts, with warm buffers; the best of `rounds`, which walk
+/// The bound: seconds the DOM parser takes for each of these texts, with warm buffers; the best of `rounds` passes over
 /// all texts.
 std::vector<double> parser_seconds(std::span<const std::string> texts, int rounds);
 
-/// Seconds of one piece of work.
+/// CPU time of `work`, in seconds.
 template <class Work>
 double timed(Work&& work) {
   const double start = thread_seconds();

@@ -26,7 +26,7 @@ constexpr Category kCategories[] = {{"Aircraft", 1}, {"Ship", 2}, {"Submarine", 
 constexpr const char* kMissionCategories[] = {"Strike", "Patrol", "Support", "CargoTransfer"};
 constexpr const char* kSideNames[] = {"红方", "蓝方", "绿方"};  // the first and the last are friends
 
-/// Unit, contact or mission: what it is called and whether it is still there.
+/// A unit, contact or mission: its id and whether it still exists.
 struct Item {
   std::string id;
   std::size_t kind = 0;  // index of its category
@@ -73,11 +73,11 @@ class Generator {
   }
 
  private:
-  // Chance.
+  // Random values.
 
   std::size_t below(std::size_t end) { return bits_() % end; }
   bool happens(double share) { return static_cast<double>(bits_() >> 11) * 0x1p-53 < share; }
-  /// `digits` behind the point, as the service rounds.
+  /// Rounded to `digits` decimals, like the numbers of a service.
   double real(int low, int high, int digits = 1) {
     double scale = 1;
     for (; digits > 0; --digits) scale *= 10;
@@ -103,7 +103,7 @@ class Generator {
     return {};
   }
 
-  // Pieces of records. A change carries each field with the chance `share`; a share of 1 makes the whole record.
+  // Parts of records. A change carries each field with probability `share`; a share of 1 makes the complete record.
 
   template <class MakeValue>
   void put(Dict& record, std::string_view field, double share, MakeValue&& value) {
@@ -315,7 +315,7 @@ class Generator {
     return record;
   }
 
-  /// Never quite 1, which stands for whole records.
+  /// Never exactly 1, which means complete records.
   double field_share() const { return std::min(options_.field_share, 1 - 1e-12); }
 
   Dict changed_side(Side& side) {
@@ -329,7 +329,7 @@ class Generator {
     for (const Item& item : side.missions) {
       if (item.alive && happens(options_.change_share)) put_mission(record, item, 0.5);
     }
-    // What comes and what goes keep the balance.
+    // As many units and contacts appear as vanish, so that the size of the model stays constant.
     const std::size_t turnover = 1 + side.units.size() / 300;
     for (std::size_t n = 0; n < turnover; ++n) {
       delete_unit(record, side);
@@ -355,7 +355,7 @@ class Generator {
     if ((places & 4) != 0) list_deletion(branch(record, {"SidePosition"}), category, unit->id);
   }
 
-  /// What there is once per side: scores, tables, key messages, and deletions from tables and missions.
+  /// The parts that occur once per side: scores, tables, key messages, and deletions from tables and missions.
   void put_rest(Dict record, Side& side) {
     record.set("SideVitalChange", Dict{{"TotalScore", real(-100, 100)}});
     branch(record, {"SideReal"}).set("WeaponSalvos", Dict{{"s1", Dict{{"Shooters", Dict{{"u2", 1}}}}}});
@@ -370,7 +370,7 @@ class Generator {
       if (Item* gone = some(side.missions)) {
         gone->alive = false;
         list_deletion(branch(record, {"Side", "Missions"}), kMissionCategories[gone->kind], gone->id);
-        // Nothing may be reported inside what is deleted.
+        // A deleted mission must not be reported in the same record.
         if (Dict* told = branch(record, {"Side", "Missions"}).find_dict(kMissionCategories[gone->kind]))
           told->erase(gone->id);
       }

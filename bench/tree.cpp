@@ -1,4 +1,4 @@
-// Microbenchmarks of the value tree. Each checks its result before it is timed.
+// Microbenchmarks of the value tree. Each verifies its result before it is timed.
 
 #include <benchmark/benchmark.h>
 
@@ -22,7 +22,7 @@ void check(benchmark::State& state, bool holds) {
   if (!holds) state.SkipWithError("wrong result");
 }
 
-// The library counts rounds by a variable that nobody reads.
+// The loop variable of the benchmark library is never read.
 // NOLINTBEGIN(clang-analyzer-deadcode.DeadStores)
 
 void read_record(benchmark::State& state) {
@@ -51,7 +51,7 @@ void copy_deeply(benchmark::State& state) {
 }
 BENCHMARK(copy_deeply);
 
-/// Merging every update again and again into one tree, which soon holds all of their entries.
+/// Merges all updates repeatedly into one tree, which soon holds all of their entries.
 void merge_updates(benchmark::State& state) {
   std::vector<Dict> updates;
   for (const std::string& text : situations().updates) updates.push_back(read_json(text).as_dict());

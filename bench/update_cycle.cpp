@@ -1,10 +1,10 @@
 // update_cycle [--units N…] [--steps N] [--field-share S] [--no-friends] [--repeat N] [--json]
 // update_cycle --record FILE [--sides FILE] [--updates FILE…] [--repeat N] [--json]
 //
-// Times what the engine itself does per step: an update record, from its JSON bytes to the model brought up to date.
-// Every figure is processor time, beside its ratio to D: what the DOM parser takes for the same bytes in the same
-// process. All updates are played several times, and of each the best time counts, so that what else the machine does
-// disturbs little. The model is checked before anything is printed.
+// Times the engine's own work per step: an update record, from its JSON bytes to the updated model. Every figure is CPU
+// time, with its ratio to D, the time the DOM parser takes for the same bytes in the same process. All updates are
+// played several times and the best time of each counts, which reduces the influence of other load. The model is
+// verified before anything is printed.
 
 #include <fmt/format.h>
 
@@ -59,7 +59,7 @@ void require(bool holds, std::string_view what) {
   if (!holds) throw Error(fmt::format("wrong result: {}", what));
 }
 
-/// The model after the last update is what the generator says.
+/// Verifies that the model after the last update is what the generator expects.
 void check_model(Deduction& engine, const Situations& situations) {
   const std::size_t others = engine.players.size() + 1;  // the sides and the scenario
   require(engine.elements.size() == situations.elements + others, "number of elements");
@@ -73,10 +73,10 @@ void check_model(Deduction& engine, const Situations& situations) {
   }
 }
 
-/// A play by itself, untimed: to measure the peak, the heap gives its free memory back to the system, and touching it
-/// again takes longer than any training loop would know.
+/// A separate, untimed run. Measuring the peak requires returning free memory to the system; the page faults on
+/// touching it again would distort timings.
 void play_for_memory(const Case& played, Measures& measures) {
-  read_json(played.situations.initial);  // what the thread's reader keeps for the next record is no part of the model
+  read_json(played.situations.initial);  // warms the reader, whose buffers are not part of the model
   reset_peak();
   const std::size_t before = live_bytes();
   Host host(played.situations.sides);
@@ -121,7 +121,7 @@ void check(Deduction& engine) {
   engine.check_situation();
 }
 
-/// Each phase by itself, on a second engine that plays the same updates.
+/// Times each phase separately, on a second engine that plays the same updates.
 void play_phases(const Case& played, JsonReader& reader, Measures& measures) {
   Host host(played.situations.sides);
   host.build(reader.read(played.situations.initial));
@@ -166,7 +166,7 @@ Measures measure(const Case& played, int repeat) {
   Measures memory;
   play_for_memory(played, memory);
   std::optional<Measures> best;
-  JsonReader reader;  // one for all plays, as a service's client has one for all episodes
+  JsonReader reader;  // shared by all runs, as a service client uses one for all episodes
   for (int round = 0; round < repeat; ++round) {
     Measures fresh = memory;
     fresh.parser = parser_seconds(played.situations.updates, 3);
@@ -179,7 +179,7 @@ Measures measure(const Case& played, int repeat) {
   return *best;
 }
 
-/// Short rounds are disturbed more easily, and repeated more often.
+/// Short runs are more easily disturbed, so they are repeated more often.
 int usual_repeat(const Case& played) { return bytes_of(played.situations.updates) < (std::size_t{1} << 24) ? 10 : 3; }
 
 // ---- The table ----------------------------------------------------------------------------------------------------
@@ -251,7 +251,7 @@ struct Arguments {
   int steps = 0;
   double field_share = SituationOptions().field_share;
   bool no_friends = false;
-  int repeat = 0;  // as often as the size allows
+  int repeat = 0;  // 0: depends on the size
   std::string record, sides;
   std::vector<std::string> update_files;
   bool json = false;
@@ -263,7 +263,7 @@ std::string text_of(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The sides that a record names, without friends.
+/// The sides in a record, without friends.
 Dict sides_of(const std::string& text) {
   const Value record = read_json(text);
   Dict sides;
@@ -318,17 +318,16 @@ int main(int argc, char** argv) {
   tessra::bench::Arguments arguments;
   CLI::App app("Times the engine's own work per step, from JSON bytes to the merged model.", "update_cycle");
   app.add_option("--units", arguments.units, "Sizes of the generated situations")->check(CLI::Range(30, 1'000'000));
-  app.add_option("--steps", arguments.steps, "Updates per generated situation instead of the usual number");
-  app.add_option("--field-share", arguments.field_share, "Share of its fields that a changed unit carries")
+  app.add_option("--steps", arguments.steps, "Updates per generated situation");
+  app.add_option("--field-share", arguments.field_share, "Fraction of its fields that a changed unit carries")
       ->check(CLI::Range(0.0, 1.0));
   app.add_flag("--no-friends", arguments.no_friends, "Generate sides without friends");
-  app.add_option("--repeat", arguments.repeat,
-                 "Repetitions, of which the best of each update counts, instead of the usual number")
+  app.add_option("--repeat", arguments.repeat, "Number of repetitions, of which the best time of each update counts")
       ->check(CLI::PositiveNumber);
   auto* record = app.add_option("--record", arguments.record, "An initial record instead of generated situations");
-  app.add_option("--sides", arguments.sides, "Its sides: side id → Name and Friend; else those it tells of itself")
+  app.add_option("--sides", arguments.sides, "Its sides: side id → Name and Friend; default: those in the record")
       ->needs(record);
-  app.add_option("--updates", arguments.update_files, "The record's updates, in order")->needs(record);
+  app.add_option("--updates", arguments.update_files, "The updates that follow the record, in order")->needs(record);
   app.add_flag("--json", arguments.json, "Print JSON instead of tables");
   CLI11_PARSE(app, argc, argv);
   try {

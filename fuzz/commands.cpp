@@ -1,5 +1,5 @@
-// Command texts. Those that the engine builds come through the simulation's reader unchanged, whatever their contents;
-// any other bytes are refused or carried out, and the simulation goes on either way.
+// Fuzzes commands. Commands built by the engine must survive the simulation's parser unchanged, whatever their
+// contents. Arbitrary bytes may be refused or carried out; the simulation must go on either way.
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -16,7 +16,7 @@ namespace {
 
 using namespace tessra;
 
-/// A command of arbitrary contents, as its text and as the call that it stands for.
+/// A command with arbitrary contents, as text and as the arguments that the parser must return.
 struct Built {
   std::string text;
   Dict arguments;

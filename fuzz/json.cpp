@@ -1,5 +1,6 @@
-// Any bytes either are refused with a place inside the text, or give a tree that is written and read back the same.
-// What the parser takes by itself is read as the same, but for what is nested too deep.
+// Fuzzes the JSON reader. Any bytes are either refused with a place inside the text, or give a tree that survives
+// writing and reading back. The result must agree with that of the reference parser, except for nesting that is too
+// deep.
 
 #include <cstddef>
 #include <cstdint>
@@ -32,7 +33,7 @@ std::optional<Value> read(std::string_view text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::optional<Value> value = read({reinterpret_cast<const char*>(data), size});
   if (!value) return 0;
-  // The written text shows kinds, which equality of numbers does not.
+  // Compares texts too: they distinguish kinds, which `==` on numbers does not.
   const std::string written = tessra::write_json(*value);
   const auto wanted = tessra::by_parser(std::string_view(reinterpret_cast<const char*>(data), size));
   require(wanted && tessra::write_json(*wanted) == written, "what is read is what the parser reads");

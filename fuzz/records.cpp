@@ -1,5 +1,5 @@
-// Whole records against a built model. Bytes that begin like JSON are an update record as they stand; others are
-// instructions that damage generated records. Whatever came, good records afterwards make the same model as ever.
+// Fuzzes records against a built model. Bytes that begin like JSON are played as an update; others are instructions for
+// damaging generated records. Whatever came, valid records afterwards must give the same model as always.
 
 #include <fuzzer/FuzzedDataProvider.h>
 #include <sanitizer/lsan_interface.h>
@@ -16,11 +16,11 @@ namespace {
 using namespace tessra;
 using namespace tessra::testing;
 
-/// Around what makes values that stay from input to input. The leak detector looks after each input, and does not see
-/// the addresses inside values.
+/// Use around code whose values live across inputs: the leak detector runs after each input and does not recognise the
+/// addresses encoded in values.
 using Kept = __lsan::ScopedDisabler;
 
-/// An episode with an engine to play it on, and the model that its records make.
+/// An episode, an engine to play it, and the model that its records must give.
 struct Stage {
   explicit Stage(const GeneratorOptions& options)
       : episode(generate_episode(options, 2)), updates(episode.updates.begin(), episode.updates.end()), play(episode) {

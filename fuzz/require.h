@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-/// Ends the run with the reason when a promise is broken; the fuzzer keeps the input.
+/// Aborts with the reason when a promise is broken; the fuzzer keeps the input.
 inline void require(bool kept, const std::string& promise) {
   if (kept) return;
   std::fprintf(stderr, "broken promise: %s\n", promise.c_str());

@@ -1,5 +1,6 @@
-// An agent library with one class, "lookout": it looks at what its side does not know yet, lets its units defend
-// themselves, and brings home what was hit. Small, so that you can see what an agent is made of.
+// An agent library with one class, "lookout": it sends aircraft to look at contacts that are not yet identified, lets
+// all units fire at hostile contacts, and brings damaged units home. Small on purpose, as a template for your own
+// agents.
 
 #include <algorithm>
 #include <set>
@@ -24,7 +25,7 @@ class LookoutAgent : public tessra::Agent {
     }
   }
 
-  // Every decision: one aircraft for each contact that is only seen so far, once per contact.
+  // Every decision: send one aircraft to each contact that is not yet identified, once per contact.
   void step(double /*time_elapsed*/, const tessra::Situation& situation) override {
     withdraw_what_was_hit(situation);
     std::vector<std::string> scouts = scouts_of(situation);
@@ -37,14 +38,14 @@ class LookoutAgent : public tessra::Agent {
     }
   }
 
-  // The agent lives on; the episode does not.
+  // The agent lives longer than an episode, so it must forget the last one.
   void reset() override {
     looked_at_.clear();
     watch_.reset();
   }
 
  private:
-  // Records hold what is known: an accessor of what is not is empty.
+  // A contact may lack any field: the accessors of unknown fields are empty.
   static bool is_unknown(const tessra::Contact& contact) {
     constexpr int kClassKnown = 3;
     return contact.position() && contact.id_status().value_or(0) < kClassKnown;
@@ -53,12 +54,12 @@ class LookoutAgent : public tessra::Agent {
   void withdraw_what_was_hit(const tessra::Situation& situation) {
     for (const auto& hit : watch_.observe(situation).hits) {
       const auto unit = situation.unit(hit.id);
-      // An order that cannot be carried out is refused: only what has a base can go home.
+      // Units without a base cannot return; the order would be refused.
       if (unit->attributes().non_empty("BaseID")) unit->return_to_base();
     }
   }
 
-  // A scheduling client's user may say which units are ours to order (`units`, a list of ids).
+  // A scheduling client's user may restrict which units we may order (`units`, a list of ids).
   std::vector<std::string> scouts_of(const tessra::Situation& situation) const {
     const tessra::Dict* settings = client_info.if_dict();
     const tessra::List* chosen = settings != nullptr ? settings->find_list("units") : nullptr;
