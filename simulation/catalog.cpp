@@ -1,3 +1,5 @@
+// Reads and validates platform files.
+
 #include "simulation/catalog.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,6 @@
+// A recursive-descent parser without backtracking, except for one word in a table that turns out not to be a key. It
+// checks size, depth and number of values as it goes, so that hostile input fails early.
+
 #include "simulation/command_reader.h"
 
 #include <fmt/format.h>
@@ -12,9 +15,6 @@
 namespace tessra::sim {
 
 namespace {
-
-// A recursive-descent parser without backtracking, except for one word in a table that turns out not to be a key. It
-// checks size, depth and number of values as it goes, so that hostile input fails early.
 
 // ASCII only, independent of the locale.
 bool is_digit(char c) { return c >= '0' && c <= '9'; }

@@ -1,3 +1,7 @@
+// A record is always built in full from the state of the world; an update is the difference to the last full record.
+// That is simpler than tracking changes, and a change cannot be forgotten. `difference` then lists a lost unit in every
+// table it vanished from, while a deletion must be reported once: `keep_one_deletion`.
+
 #include "simulation/records.h"
 
 #include <cmath>
@@ -6,10 +10,6 @@
 #include "simulation/difference.h"
 
 namespace tessra::sim {
-
-// A record is always built in full from the state of the world; an update is the difference to the last full record.
-// That is simpler than tracking changes, and a change cannot be forgotten. `difference` then lists a lost unit in every
-// table it vanished from, while a deletion must be reported once: `keep_one_deletion`.
 
 namespace {
 

@@ -1,3 +1,6 @@
+// Reads and validates scenario files. Everything is checked here, with the place in the file, so that the simulation
+// itself can rely on valid references and values.
+
 #include "simulation/scenario.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,5 @@
+// The part of a side's record that describes its missions and what it knows about others: contacts and key messages.
+
 #include <fmt/format.h>
 
 #include <algorithm>

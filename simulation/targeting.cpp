@@ -1,3 +1,6 @@
+// Decisions use what the side knows, never the truth. The target's unit is read only for facts the side has: its kind
+// is known from the first look, its platform from identification 3.
+
 #include "simulation/targeting.h"
 
 #include <algorithm>
@@ -8,9 +11,6 @@
 namespace tessra::sim {
 
 namespace {
-
-// Decisions use what the side knows, never the truth. The target's unit is read only for facts the side has: its kind
-// is known from the first look, its platform from identification 3.
 
 constexpr int kSelfDefence = 120;    // seconds for which a unit fires back
 constexpr double kChaseShare = 1.5;  // distance, in weapon ranges, up to which units on patrol pursue contacts

@@ -1,3 +1,5 @@
+// What each unit does next, in order of precedence: return to base, ordered course, attacks, mission.
+
 #include "simulation/tasks.h"
 
 #include <algorithm>
@@ -10,8 +12,6 @@
 namespace tessra::sim {
 
 namespace {
-
-// What each unit does next, in order of precedence: return to base, ordered course, attacks, mission.
 
 constexpr double kArrived = 1000;     // metres from the base at which a unit lands
 constexpr double kFuelMargin = 1.2;   // factor on the fuel for the way home

@@ -1,3 +1,6 @@
+// How looks become contacts. Each look measures position, height and velocity with errors; looks at a contact that
+// stays in view are combined as independent measurements (docs/simulation.md has the formulas).
+
 #include "simulation/tracking.h"
 
 #include <algorithm>
@@ -10,9 +13,6 @@ namespace tessra::sim {
 namespace {
 
 constexpr double kDegree = std::numbers::pi / 180;
-// How looks become contacts. Each look measures position, height and velocity with errors; looks at a contact that
-// stays in view are combined as independent measurements (docs/simulation.md has the formulas).
-
 constexpr double kDrift = 3;       // m/s: growth of the position error while nobody looks
 constexpr double kFirstSpan = 10;  // seconds over which the first look observes motion
 

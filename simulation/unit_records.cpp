@@ -1,3 +1,5 @@
+// The part of a side's record that describes its own units, which it knows exactly. Contacts are in side_records.cpp.
+
 #include <fmt/format.h>
 
 #include "Tessra/base/value.h"

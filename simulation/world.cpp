@@ -1,3 +1,6 @@
+// Sets up an episode from its scenario, drives the ticks, and holds the operations on the state that several rules
+// share.
+
 #include "simulation/world.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,6 @@
+// AI-apply mode: the engine runs the whole round by itself and ends the program on a fatal failure. This host supplies
+// the in-process scheduling client and turns the outcome into output and an exit status.
+
 #include "apps/deduce/apply_command.h"
 
 #include <spdlog/logger.h>

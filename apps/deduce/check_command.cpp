@@ -1,3 +1,6 @@
+// The check of an agent: it runs in a child process (watched_check.h) and plays each trial through two proxies, one for
+// the agent (checked_agent.h) and one for the service (checking_service.h), which collect the findings.
+
 #include "apps/deduce/check_command.h"
 
 #include <fmt/format.h>

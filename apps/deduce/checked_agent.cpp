@@ -1,3 +1,6 @@
+// The checking proxy of an agent. Every operation goes through `call`, which forwards it, turns exceptions into
+// findings, measures its time and watches the side's score.
+
 #include "apps/deduce/checked_agent.h"
 
 #include <fmt/format.h>

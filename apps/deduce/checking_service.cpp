@@ -1,3 +1,6 @@
+// The checking proxy of the service client. Calls ask `is_agents` first: engine and agent share one client, and
+// what tells their calls apart is whether an operation of the agent is running.
+
 #include "apps/deduce/checking_service.h"
 
 #include <fmt/format.h>

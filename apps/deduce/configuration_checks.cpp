@@ -1,3 +1,5 @@
+// Checks beyond single values: keys without effect, and sides that do not exist.
+
 #include "apps/deduce/configuration_checks.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,6 @@
+// Checks a configuration against the table of keys, so that a mistake is reported with its place before anything is
+// played instead of as an error deep in the engine.
+
 #include "apps/deduce/configuration_values.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,6 @@
+// Reports an agent that ends the program. Crashes are caught by signal handlers, exits by `atexit` handlers, the end of
+// the main thread by `main`; `AgentCall` knows which agent was running.
+
 #include "apps/deduce/last_words.h"
 
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// The command line: options of each command, their validation, and the mapping from errors to exit statuses. What the
+// commands do is in the `*_command` files.
+
 #include <CLI/CLI.hpp>
 
 #include <cxxabi.h>
@@ -24,9 +27,6 @@ namespace {
 
 using namespace tessra;
 using namespace tessra::app;
-
-// The command line: options of each command, their validation, and the mapping from errors to exit statuses. What the
-// commands do is in the `*_command` files.
 
 /// The number that the whole text represents; none if it is not a number or out of range.
 template <class Number>

@@ -1,3 +1,5 @@
+// Converts the engine's model to plain dictionaries. Sets are sorted, so that dumps are reproducible.
+
 #include "apps/deduce/model_dump.h"
 
 #include <algorithm>

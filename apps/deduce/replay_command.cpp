@@ -1,3 +1,6 @@
+// Replays recorded records through an engine with idle agents and dumps the model after each one. Dumps must not depend
+// on time or machine, so that two of them can be compared.
+
 #include "apps/deduce/replay_command.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,5 @@
+// Standard mode: the host's loop over episodes and steps, with its results, failures and signals.
+
 #include "apps/deduce/run_command.h"
 
 #include <spdlog/logger.h>

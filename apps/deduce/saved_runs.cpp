@@ -1,3 +1,5 @@
+// Runs are stored in tables of their own: the engine's `results` table has a fixed form that other hosts rely on.
+
 #include "apps/deduce/saved_runs.h"
 
 #include <map>

@@ -1,3 +1,5 @@
+// Signals are received by a thread in `sigwaitinfo` instead of a handler: actions may then take locks and allocate.
+
 #include "apps/deduce/stop_signals.h"
 
 #include <csignal>
@@ -8,8 +10,6 @@
 namespace tessra::app {
 
 namespace {
-
-// Signals are received by a thread in `sigwaitinfo` instead of a handler: actions may then take locks and allocate.
 
 /// Wakes the waiting thread when the object is destroyed; nobody else sends it.
 constexpr int kWakeUp = SIGUSR1;

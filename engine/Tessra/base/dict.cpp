@@ -1,3 +1,7 @@
+// Dictionaries: a row of values plus a key set (key_set.h). As long as its keys are field names, a dictionary uses a
+// shared shape; anything a shape cannot express gives it keys of its own. The lookups themselves are inline, in
+// tree_reps.h.
+
 #include "Tessra/base/dict.h"
 
 #include <algorithm>
@@ -11,10 +15,6 @@
 namespace tessra {
 
 namespace {
-
-// Dictionaries: a row of values plus a key set (key_set.h). As long as its keys are field names, a dictionary uses a
-// shared shape; anything a shape cannot express gives it keys of its own. The lookups themselves are inline, in
-// tree_reps.h.
 
 /// Numbers are keys by value, so every numeric key becomes an integer.
 std::int64_t integer_key(const Value& value) {

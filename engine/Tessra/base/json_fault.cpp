@@ -1,3 +1,7 @@
+// Locating faults: reading is fast because it tracks no positions (json_tokens.h, tree_builder.h). Only when a text is
+// refused is it parsed again here, with a parser that knows where it is. The same pass finds duplicate keys in files
+// written by people.
+
 #include "Tessra/base/json_fault.h"
 
 #include <simdjson.h>
@@ -10,10 +14,6 @@
 #include "Tessra/base/utf8.h"
 
 namespace tessra {
-
-// Locating faults: reading is fast because it tracks no positions (json_tokens.h, tree_builder.h). Only when a text is
-// refused is it parsed again here, with a parser that knows where it is. The same pass finds duplicate keys in files
-// written by people.
 
 namespace ondemand = simdjson::ondemand;
 

@@ -1,3 +1,6 @@
+// Records are full of numbers, so common ones are read without loops and branches; everything else falls back to the
+// standard library or to simdjson.
+
 #include "Tessra/base/json_number.h"
 
 #include <bit>
@@ -7,9 +10,6 @@
 #include "Tessra/base/bytes.h"
 
 namespace tessra {
-
-// Records are full of numbers, so common ones are read without loops and branches; everything else falls back to the
-// standard library or to simdjson.
 
 namespace {
 

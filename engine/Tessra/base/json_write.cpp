@@ -1,3 +1,5 @@
+// Writes value trees as JSON. Kinds must survive a round trip, since 1 and 1.0 are different kinds of values.
+
 #include "Tessra/base/json_write.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// Key sets: the process-wide table of shapes, and the own keys of single dictionaries.
+
 #include <algorithm>
 #include <array>
 #include <bit>

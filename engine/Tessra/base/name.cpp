@@ -1,3 +1,5 @@
+// The table of interned names: open addressing with a fixed size, read without locks, written under a mutex.
+
 #include "Tessra/base/name.h"
 
 #include <algorithm>

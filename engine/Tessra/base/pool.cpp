@@ -1,3 +1,6 @@
+// The slow paths of the pool: spans and their holes, the stores of threads, and the depot they share. pool.h describes
+// the design.
+
 #include "Tessra/base/pool.h"
 
 #include <sys/mman.h>

@@ -1,3 +1,5 @@
+// Rows: growing, copying, and destroying trees without recursion.
+
 #include <cstring>
 #include <utility>
 

@@ -1,3 +1,8 @@
+// Reading records is a large part of a step, so the builder is organised around what records have in common. A
+// dictionary is first read along the shape last seen at its place (`read_along`), with no lookup per key. Where it
+// deviates, `read_freely` takes over: it collects keys and values on stacks, decides at the end whether the keys are
+// field names (then they get a shape) or ids (then a table), and teaches the place what it saw (`learn_usual`).
+
 #include "Tessra/base/tree_builder.h"
 
 #include <algorithm>
@@ -7,11 +12,6 @@
 #include "Tessra/base/json_number.h"
 
 namespace tessra {
-
-// Reading records is a large part of a step, so the builder is organised around what records have in common. A
-// dictionary is first read along the shape last seen at its place (`read_along`), with no lookup per key. Where it
-// deviates, `read_freely` takes over: it collects keys and values on stacks, decides at the end whether the keys are
-// field names (then they get a shape) or ids (then a table), and teaches the place what it saw (`learn_usual`).
 
 namespace {
 

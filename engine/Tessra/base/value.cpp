@@ -1,3 +1,5 @@
+// Values: construction and destruction of what does not fit into eight bytes, conversions, comparison, and text forms.
+
 #include "Tessra/base/value.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Units as agents use them: shortcuts to reported attributes, and orders. An order only queues a command text; whether
+// it is valid is for the service to decide, so that engine and service cannot disagree about the rules.
+
 #include "Tessra/entitys/gameunit.h"
 
 #include <algorithm>

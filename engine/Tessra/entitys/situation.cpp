@@ -1,3 +1,5 @@
+// The agent's view: a thin layer over its player's tables.
+
 #include "Tessra/entitys/situation.h"
 
 #include "Tessra/entitys/agent_base.h"
