@@ -36,7 +36,7 @@ T meaning_of(const CheckedJson& json, const Word<T> (&words)[count]) {
   for (const Word<T>& word : words) {
     if (word.text == text) return word.meaning;
   }
-  json.fail(fmt::format("'{}' is not known here", text));
+  json.fail(fmt::format("'{}' is not a known value", text));
 }
 
 KindSet read_targets(const CheckedJson& json) {
@@ -136,7 +136,7 @@ Platform read_platform(const std::string& name, const CheckedJson& json, const C
 
 template <class Table, class Item>
 void add_new(Table& table, const std::string& name, const CheckedJson& json, Item item) {
-  if (!table.emplace(name, std::move(item)).second) json.fail("is defined already");
+  if (!table.emplace(name, std::move(item)).second) json.fail("is already defined");
 }
 
 }  // namespace

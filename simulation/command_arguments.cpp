@@ -66,7 +66,7 @@ bool CommandArguments::boolean(std::string_view name) const {
 
 const List& CommandArguments::list(std::string_view name) const {
   const Value& value = at(name);
-  if (!value.is_list() || value.as_list().empty()) throw CommandError(fmt::format("{} must list something", name));
+  if (!value.is_list() || value.as_list().empty()) throw CommandError(fmt::format("{} must be a non-empty list", name));
   return value.as_list();
 }
 

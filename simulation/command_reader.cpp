@@ -68,7 +68,7 @@ CommandCall CommandReader::read() {
   skip_semicolons();
   CommandCall call;
   call.name = take_word();
-  if (call.name.empty() || is_digit(call.name[0])) fail("a command begins with its name");
+  if (call.name.empty() || is_digit(call.name[0])) fail("a command must start with its name");
   skip_blanks();
   expect('(', "after the command's name");
   skip_blanks();
@@ -126,7 +126,7 @@ Value CommandReader::read_word() {
   if (word == "true") return true;
   if (word == "false") return false;
   if (word == "nil") return {};
-  fail(fmt::format("'{}' is no value; texts stand in quotes", excerpt(word, kMaxQuotedName)), start);
+  fail(fmt::format("'{}' is not a value; texts need quotes", excerpt(word, kMaxQuotedName)), start);
 }
 
 Value CommandReader::read_number() {
@@ -141,7 +141,7 @@ Value CommandReader::read_number() {
   const bool digits = read.ec != std::errc::invalid_argument && read.ptr == last;
   // `from_chars` also accepts words such as "-inf".
   if (!digits || text_.substr(start, 2).find_first_of(".0123456789") == std::string_view::npos) {
-    fail(fmt::format("'{}' is no number", excerpt(text_.substr(start, at_ - start), kMaxQuotedName)), start);
+    fail(fmt::format("'{}' is not a number", excerpt(text_.substr(start, at_ - start), kMaxQuotedName)), start);
   }
   if (read.ec != std::errc() || !std::isfinite(real)) fail("a number is out of range", start);
   return real;
@@ -153,7 +153,7 @@ std::string CommandReader::read_text() {
   std::string value;
   while (!take(quote)) {
     const char c = peek();
-    if (at_ >= text_.size() || c == '\n' || c == '\r') fail("a text has no end", start);
+    if (at_ >= text_.size() || c == '\n' || c == '\r') fail("a text is not terminated", start);
     ++at_;
     value += c == '\\' ? read_escape() : c;
   }
@@ -181,7 +181,7 @@ char CommandReader::read_byte(int digits, int base) {
   const auto read = std::from_chars(written.data(), written.data() + written.size(), byte, base);
   at_ = static_cast<std::size_t>(read.ptr - text_.data());
   if (read.ec != std::errc() || byte > 0xFF || (base == 16 && at_ - start != 2)) {
-    fail("an escape that is no byte", start - (base == 16 ? 2 : 1));
+    fail("an escape that is not a byte", start - (base == 16 ? 2 : 1));
   }
   return static_cast<char>(byte);
 }
@@ -231,14 +231,14 @@ void CommandReader::add_entry(Entries& entries, const std::string* key, Value va
   if (key == nullptr && value.is_none()) {
     entries.gap = true;
   } else if (key == nullptr) {
-    if (entries.gap) fail("a list with nil in it", at);
+    if (entries.gap) fail("nil inside a list", at);
     entries.listed.push_back(std::move(value));
   } else if (value.is_none()) {
     entries.keyed.erase(*key);
   } else {
     entries.keyed.set(*key, std::move(value));
   }
-  if (!entries.keyed.empty() && !entries.listed.empty()) fail("a table with some entries named and some not", at);
+  if (!entries.keyed.empty() && !entries.listed.empty()) fail("a table with both named and unnamed entries", at);
 }
 
 }  // namespace

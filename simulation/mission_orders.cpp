@@ -20,7 +20,7 @@ void leave_mission(Unit& unit) {
 /// Missions are part of every record, so their number and size are limited.
 void check_room(const SideState& side, const Mission& mission) {
   if (side.missions.size() >= kMaxMissions) {
-    throw CommandError(fmt::format("the side has {} missions already, which is all it may have", kMaxMissions));
+    throw CommandError(fmt::format("the side already has {} missions, the maximum", kMaxMissions));
   }
   std::size_t places = mission.zone.size();
   for (const Mission& held : side.missions) places += held.zone.size();

@@ -67,7 +67,8 @@ class ScenarioReader {
   }
 
   static void add_id(const CheckedJson& json, std::set<std::string>& ids) {
-    if (json.text("id").find('#') != std::string::npos) json.at("id").fail("'#' is kept for ids made in an episode");
+    if (json.text("id").find('#') != std::string::npos)
+      json.at("id").fail("'#' is reserved for ids made in an episode");
     if (!ids.insert(json.text("id")).second) json.at("id").fail("is used twice");
   }
 
@@ -77,7 +78,7 @@ class ScenarioReader {
     side.id = json.text("id");
     side.name = json.text("name");
     for (const auto& [other, posture] : json.entries("postures")) {
-      if (!side_ids_.contains(other) || other == side.id) posture.fail("is no other side");
+      if (!side_ids_.contains(other) || other == side.id) posture.fail("is not another side");
       side.postures[other] = static_cast<int>(posture.integer(0, 4));
     }
     side.known = foreign_units(json, "known", side.id);
@@ -141,7 +142,7 @@ class ScenarioReader {
 
   std::string own_unit(const CheckedJson& json, const std::string& side_id) const {
     const auto owner = side_of_unit_.find(json.text());
-    if (owner == side_of_unit_.end() || owner->second != side_id) json.fail("is no unit of this side");
+    if (owner == side_of_unit_.end() || owner->second != side_id) json.fail("is not a unit of this side");
     return owner->first;
   }
 
@@ -156,7 +157,7 @@ class ScenarioReader {
     std::vector<std::string> ids;
     for (const CheckedJson& item : json.list(key)) {
       const auto owner = side_of_unit_.find(item.text());
-      if (owner == side_of_unit_.end() || owner->second == side_id) item.fail("is no unit of another side");
+      if (owner == side_of_unit_.end() || owner->second == side_id) item.fail("is not a unit of another side");
       ids.push_back(owner->first);
     }
     return ids;
@@ -167,7 +168,7 @@ class ScenarioReader {
     GroupSetup group{json.text("id"), json.text("name"), own_units(json, "members", side_id)};
     if (group.members.empty()) json.fail("a group needs members");
     for (const CheckedJson& member : json.list("members")) {
-      if (!grouped_.insert(member.text()).second) member.fail("is in a group already");
+      if (!grouped_.insert(member.text()).second) member.fail("is already in a group");
     }
     return group;
   }

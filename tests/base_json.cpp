@@ -60,10 +60,10 @@ TEST(JsonRead, ReportsEveryFaultWithItsPlace) {
       {"\"a\" 1", "after the value", 4, 1, 5},
       {"{\"a\":\n[tru]}", "unknown word", 7, 2, 2},
       {"nulls", "unknown word", 0, 1, 1},
-      {"[01]", "no valid number", 1, 1, 2},
-      {"{\"a\": -}", "no valid number", 6, 1, 7},
-      {"[1.]", "no valid number", 1, 1, 2},
-      {"[1e400]", "no valid number", 1, 1, 2},
+      {"[01]", "invalid number", 1, 1, 2},
+      {"{\"a\": -}", "invalid number", 6, 1, 7},
+      {"[1.]", "invalid number", 1, 1, 2},
+      {"[1e400]", "invalid number", 1, 1, 2},
       {"[9223372036854775808]", "beyond 64 bits", 1, 1, 2},
       {"-9223372036854775809", "beyond 64 bits", 0, 1, 1},
       {"[123456789012345678901234567890]", "beyond 64 bits", 1, 1, 2},
@@ -301,7 +301,7 @@ TEST(JsonFile, IsWrittenWholeAndItsFaultsNameThePath) {
   std::ofstream(path, std::ios::trunc) << "[{\"a\": 1, \"b\": {\"a\": 2}},\n {\"a\": 1, \"c\": 2, \"\\u0061\": 3}]";
   EXPECT_EQ(read_json_file(path).as_list().at(1).to_text(), "{'a': 3, 'c': 2}");
   EXPECT_THAT([&] { read_strict_json_file(path); },
-              ::testing::ThrowsMessage<JsonError>(path.string() + ": the key 'a' stands twice at line 2, column 19"));
+              ::testing::ThrowsMessage<JsonError>(path.string() + ": duplicate key 'a' at line 2, column 19"));
   std::ofstream(path, std::ios::trunc).close();
   EXPECT_THROW(read_json_file(path), JsonError);
   for (const auto& unreadable : {folder, folder / "missing.json"}) {

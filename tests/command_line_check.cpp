@@ -29,7 +29,7 @@ TEST_F(CommandLine, check_agent_says_in_plain_words_what_is_wrong) {
       {"exits-at-once", "- `step` ends the program, with status 0\n"},
       {"ends-its-thread", "- the agent, after `step`, ends the program"},
       {"crashes", "- `step` crashes: Aborted\n"},
-      {"never-returns", "- `step` does not return: it was given up after 0.5 s\n  in an ordinary episode"},
+      {"never-returns", "- `step` does not return: given up after 0.5 s\n  in an ordinary episode"},
       {"wavers", "  found at 0:00:00: `initial` throws"},
       {"wavers", "- `step` crashes: "},
   };

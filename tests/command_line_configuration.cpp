@@ -50,8 +50,7 @@ TEST_F(Configuration, a_wrong_value_is_told_with_its_key_what_is_expected_and_wh
       {"", "", R"("agent_libraries": "x.so")", R"(agent_libraries: expected a list of texts, found "x.so")"},
       {"", "", R"("agent_libraries": [1])", "found [1]"},
       {"", "", R"("agent_map": {"x": 1})", "agent_map: expected"},
-      {"", "", R"("rule_config": {}, "rule_config": {})",
-       "c.json: the key 'rule_config' stands twice at line 1, column "},
+      {"", "", R"("rule_config": {}, "rule_config": {})", "c.json: duplicate key 'rule_config' at line 1, column "},
   };
   for (const auto& given : cases) {
     const Output output = play(given.simulate, given.server, given.top);

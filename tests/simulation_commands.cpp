@@ -65,34 +65,34 @@ TEST_F(Commands, what_is_no_order_is_refused_with_its_place) {
   std::string many = "ChangeSpeed({SPEED={";
   for (int i = 0; i < 10'000; ++i) many += "1,";
   const std::pair<std::string, const char*> cases[] = {
-      {"", "byte 1: a command begins with its name"},
+      {"", "byte 1: a command must start with its name"},
       {"while true do end", "byte 7: '(' is missing after the command's name"},
       {"os.execute('true')", "byte 3: '(' is missing after the command's name"},
       {"print(1)", "byte 7: a command takes one table, '{'"},
       {"ChangeSpeed({SPEED='1'})ChangeSpeed({})", "byte 25: there is more than one command"},
       {"ChangeSpeed({SPEED=1}, {})", "byte 22: ')' is missing after the table"},
       {"ChangeSpeed({SPEED=('x'):rep(1e9)})", "byte 20: a text, number, true, false, nil or table is missing"},
-      {"ChangeSpeed({SPEED=leak})", "byte 20: 'leak' is no value; texts stand in quotes"},
+      {"ChangeSpeed({SPEED=leak})", "byte 20: 'leak' is not a value; texts need quotes"},
       {"ChangeSpeed({SPEED=1 .. 2})", "byte 22: ',' or '}' is missing"},
       {"ChangeSpeed({SPEED=1", "byte 21: ',' or '}' is missing"},
-      {"ChangeSpeed({SPEED=-inf})", "byte 20: '-inf' is no number"},
-      {"ChangeSpeed({SPEED=nan})", "byte 20: 'nan' is no value; texts stand in quotes"},
-      {"ChangeSpeed({SPEED=1.2.3})", "byte 20: '1.2.3' is no number"},
+      {"ChangeSpeed({SPEED=-inf})", "byte 20: '-inf' is not a number"},
+      {"ChangeSpeed({SPEED=nan})", "byte 20: 'nan' is not a value; texts need quotes"},
+      {"ChangeSpeed({SPEED=1.2.3})", "byte 20: '1.2.3' is not a number"},
       {"ChangeSpeed({SPEED=1e999})", "byte 20: a number is out of range"},
-      {"ChangeSpeed({SPEED='1})", "byte 20: a text has no end"},
-      {"ChangeSpeed({SPEED='\n'})", "byte 20: a text has no end"},
+      {"ChangeSpeed({SPEED='1})", "byte 20: a text is not terminated"},
+      {"ChangeSpeed({SPEED='\n'})", "byte 20: a text is not terminated"},
       {"ChangeSpeed({SPEED='\\q'})", "byte 21: an unknown escape"},
-      {"ChangeSpeed({SPEED='\\256'})", "byte 21: an escape that is no byte"},
-      {"ChangeSpeed({SPEED='\\x4'})", "byte 21: an escape that is no byte"},
+      {"ChangeSpeed({SPEED='\\256'})", "byte 21: an escape that is not a byte"},
+      {"ChangeSpeed({SPEED='\\x4'})", "byte 21: an escape that is not a byte"},
       {"ChangeSpeed({SPEED='a\\255'})", "byte 20: a text is not UTF-8"},
-      {"ChangeSpeed({SPEED={1, nil, 2}})", "byte 29: a list with nil in it"},
-      {"ChangeSpeed({SPEED={1, A=2}})", "byte 24: a table with some entries named and some not"},
+      {"ChangeSpeed({SPEED={1, nil, 2}})", "byte 29: nil inside a list"},
+      {"ChangeSpeed({SPEED={1, A=2}})", "byte 24: a table with both named and unnamed entries"},
       {"ChangeSpeed({1})", "byte 13: arguments need names, KEY=value"},
       {"ChangeSpeed({[1]=2})", "byte 15: a key in brackets is a text"},
       {"ChangeSpeed({A={{{{{{{{1}}}}}}}}})", "byte 23: tables more than 8 deep"},
       {many, "byte 20017: more than 10000 values"},
       {std::string(65'537, ' '), "longer than 65536 bytes"},
-      {std::string("\x1bGo\0({})", 8), "byte 1: a command begins with its name"},
+      {std::string("\x1bGo\0({})", 8), "byte 1: a command must start with its name"},
       {"Dance({})", "there is no command 'Dance'"},
   };
   for (const auto& [text, reason] : cases) EXPECT_EQ(refused(text).reason, reason) << text.substr(0, 100);
@@ -136,7 +136,7 @@ TEST_F(Commands, a_side_s_orders_missions_and_places_are_bounded) {
   ASSERT_GE(faults.size(), 2U);
   EXPECT_THAT(faults.front().reason,
               ::testing::MatchesRegex("the side's zones would have 2.... places, at most 20000"));
-  EXPECT_EQ(faults.back().reason, "the side has 1000 missions already, which is all it may have");
+  EXPECT_EQ(faults.back().reason, "the side already has 1000 missions, the maximum");
 }
 
 TEST_F(Commands, a_unit_obeys_its_own_side_alone) {
@@ -156,7 +156,7 @@ TEST_F(Commands, bad_arguments_are_named) {
   EXPECT_NE(run("SetAltitude({" + unit + ",ALTITUDE=1e999})"), "");
   EXPECT_EQ(run("SetRadar({" + unit + ",ON=1})"), "ON must be true or false");
   EXPECT_EQ(run("SetSpeed({" + unit + ",SPEED=1,SPED=2})"), "unknown argument SPED");
-  EXPECT_EQ(run("PlotCourse({" + unit + ",COURSE={}})"), "COURSE must list something");
+  EXPECT_EQ(run("PlotCourse({" + unit + ",COURSE={}})"), "COURSE must be a non-empty list");
   EXPECT_EQ(run("PlotCourse({" + unit + ",COURSE={{LON=1,LAT=95}}})"), "LAT must be in -89 to 89, is 95");
   EXPECT_EQ(run("SetWeaponControl({" + unit + ",CONTROL='loose'})"), "CONTROL must be free, tight or hold, is 'loose'");
   EXPECT_EQ(run("Attack({" + unit + ",CONTACT='contact#99'})"), "side holds no contact 'contact#99'");

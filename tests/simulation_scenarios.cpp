@@ -48,12 +48,12 @@ TEST_F(ScenarioMistake, references_must_lead_somewhere) {
   EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].platform: there is no platform 'Galleon'");
   unit_at(json_, 1, 0).set("platform", "Frigate");
   unit_at(json_, 0, 0).set("base", "blue-1");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[0].base: is no unit of this side");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[0].base: is not a unit of this side");
   unit_at(json_, 0, 0).set("base", "red-1");
   EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[0].base: cannot be a base");
   unit_at(json_, 0, 0).erase("base");
   side(1).set("postures", Dict{{"green", 1}});
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].postures.green: is no other side");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].postures.green: is not another side");
   side(1).erase("postures");
   json_.set("agents", Dict{{"green", Dict{{"x", Dict{{"class", "idle"}}}}}});
   EXPECT_EQ(mistake_in(json_), "broken.json: agents.green: the scenario has no such side");
@@ -65,7 +65,7 @@ TEST_F(ScenarioMistake, ids_are_used_once_and_kept_apart_from_made_ones) {
   unit_at(json_, 1, 0).set("id", "red-1");
   EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].id: is used twice");
   unit_at(json_, 1, 0).set("id", "weapon#1");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].id: '#' is kept for ids made in an episode");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].id: '#' is reserved for ids made in an episode");
 }
 
 TEST_F(ScenarioMistake, strike_missions_need_targets_the_side_knows) {
@@ -84,12 +84,12 @@ TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
     Simulation::load(folder.write("broken.json", json_));
     FAIL() << "no error";
   } catch (const ScenarioError& error) {
-    EXPECT_STREQ(error.what(), "bad.json: platforms.Raft.kind: 'raft' is not known here");
+    EXPECT_STREQ(error.what(), "bad.json: platforms.Raft.kind: 'raft' is not a known value");
   }
   std::ofstream(folder.path() / "bad.json") << R"({"platforms": {}, "sensors": {}, "platforms": {}})";
   EXPECT_THAT([&] { Simulation::load(folder.write("broken.json", json_)); },
               ::testing::ThrowsMessage<ScenarioError>(
-                  ::testing::EndsWith("bad.json: the key 'platforms' stands twice at line 1, column 34")));
+                  ::testing::EndsWith("bad.json: duplicate key 'platforms' at line 1, column 34")));
   EXPECT_THROW(Simulation::load(folder.path() / "absent.json"), ScenarioError);
 }
 

@@ -69,7 +69,7 @@ class Watch {
   int give_up() {
     ::kill(process_, SIGKILL);
     ::waitpid(process_, nullptr, 0);
-    return tell(fmt::format("does not return: it was given up after {:.1f} s", longest_));
+    return tell(fmt::format("does not return: given up after {:.1f} s", longest_));
   }
 
   int judge(int state) {

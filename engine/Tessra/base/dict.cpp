@@ -21,9 +21,9 @@ std::int64_t integer_key(const Value& value) {
   if (value.is_real()) {
     const double real = value.as_real();
     const bool whole = std::trunc(real) == real && real >= -0x1p63 && real < 0x1p63;
-    if (!whole) throw KindError("a real that is no 64 bit integer is no dictionary key: " + value.to_text());
+    if (!whole) throw KindError("a real that is not a 64-bit integer cannot be a dictionary key: " + value.to_text());
   }
-  if (!value.is_number()) throw KindError("a " + std::string(kind_name(value.kind())) + " is no dictionary key");
+  if (!value.is_number()) throw KindError("a " + std::string(kind_name(value.kind())) + " cannot be a dictionary key");
   return value.to_integer();
 }
 

@@ -103,7 +103,7 @@ class FaultFinder {
       std::string_view key;
       if (field.unescaped_key().get(key) != simdjson::SUCCESS) fail_text(begin);
       if (keys_ == Keys::distinct && !met.emplace(key).second) {
-        fail_at(text_, begin, "the key '" + excerpt(key, 60) + "' stands twice");
+        fail_at(text_, begin, "duplicate key '" + excerpt(key, 60) + "'");
       }
       walk_any(field.value(), depth);
     }
@@ -132,7 +132,7 @@ class FaultFinder {
       const std::size_t end = std::min(text_.find_first_not_of("-0123456789", begin), text_.size());
       const bool whole = end - begin > 18 && (end == text_.size() || std::string_view(",]} \t\r\n").find(text_[end]) !=
                                                                          std::string_view::npos);
-      fail_at(text_, begin, whole ? "integer beyond 64 bits" : "no valid number");
+      fail_at(text_, begin, whole ? "integer beyond 64 bits" : "invalid number");
     }
     if (number.is_uint64()) fail_at(text_, begin, "integer beyond 64 bits");
   }
@@ -144,7 +144,7 @@ class FaultFinder {
   template <class T>
   T checked(simdjson::simdjson_result<T> result) {
     if (result.error() == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
-      fail_at(text_, text_.size(), "the text does not end with its list or dictionary");
+      fail_at(text_, text_.size(), "a list or dictionary is not closed");
     }
     // `type` looks at the first byte only: a value that turns out to be something else is a misspelt true, false or
     // null.
@@ -159,7 +159,7 @@ class FaultFinder {
     return std::min(static_cast<std::size_t>(at - text_.data()), text_.size());
   }
 
-  [[noreturn]] void fail_text(std::size_t begin) { fail_at(text_, begin, "text with an invalid escape"); }
+  [[noreturn]] void fail_text(std::size_t begin) { fail_at(text_, begin, "a text with an invalid escape"); }
   [[noreturn]] void fail(const std::string& what) { fail_at(text_, place(), what); }
 
   std::string_view text_;

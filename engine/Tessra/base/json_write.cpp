@@ -76,7 +76,7 @@ class Writer {
   }
 
   void go_deeper() {
-    if (++depth_ > JsonLimits().max_depth) throw LimitError("nested deeper than JSON is read");
+    if (++depth_ > JsonLimits().max_depth) throw LimitError("nested deeper than JSON readers accept");
   }
 
   void separate(bool& first) {

@@ -127,7 +127,7 @@ namespace {
 std::int64_t whole_part(double real) {
   // Exclusive bounds: the nearest real below -2^63, and 2^63. NaN fails both comparisons.
   if (!(real > -9223372036854777856.0 && real < 9223372036854775808.0)) {
-    throw ConversionError("no 64 bit integer for real " + real_text(real));
+    throw ConversionError("no 64-bit integer for real " + real_text(real));
   }
   return static_cast<std::int64_t>(real);
 }
@@ -142,7 +142,7 @@ std::int64_t decimal_integer(std::string_view text) {
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
   if (error != std::errc() || end != digits.data() + digits.size()) {
-    throw ConversionError("not a 64 bit integer: '" + std::string(text) + "'");
+    throw ConversionError("not a 64-bit integer: '" + std::string(text) + "'");
   }
   return number;
 }

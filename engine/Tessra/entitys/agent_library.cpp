@@ -21,7 +21,7 @@ Loaded& loaded() {
 template <class Function>
 Function* entry_point(void* library, const char* name, const std::string& file) {
   void* symbol = ::dlsym(library, name);
-  if (symbol == nullptr) throw AgentLibraryError(file + ": no agent library, it does not export " + name);
+  if (symbol == nullptr) throw AgentLibraryError(file + ": not an agent library: it does not export " + name);
   return reinterpret_cast<Function*>(symbol);
 }
 
