@@ -36,7 +36,7 @@ void add_mission(World& world, const CommandArguments& arguments, Mission missio
     throw CommandError(fmt::format("NAME is longer than {} bytes", kMaxNameBytes));
   }
   if (find_mission_named(side, mission.name) != nullptr) {
-    throw CommandError(fmt::format("there is a mission '{}' already", quoted_name(mission.name)));
+    throw CommandError(fmt::format("mission '{}' already exists", quoted_name(mission.name)));
   }
   check_room(side, mission);
   mission.id = fmt::format("{}-mission#{}", side.setup->id, ++side.missions_made);

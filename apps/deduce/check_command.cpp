@@ -131,7 +131,7 @@ class Check {
     const bool ended = survives([&] {
       Deduction engine(config, seams());
       for (int episode = 1; episode <= episodes; ++episode) {
-        if (const int code = engine.reset(episode); code != 1) throw Error(fmt::format("reset answers {}", code));
+        if (const int code = engine.reset(episode); code != 1) throw Error(fmt::format("reset returns {}", code));
         while (!std::holds_alternative<BatResult>(engine.step(Dict()))) continue;
       }
     });

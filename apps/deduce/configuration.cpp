@@ -59,7 +59,7 @@ Dict read_object_file(const std::filesystem::path& file) {
   if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + file.string());
   try {
     Value value = read_strict_json_file(file);
-    if (!value.is_dict()) throw InputError(file.string() + ": a JSON object is required");
+    if (!value.is_dict()) throw InputError(file.string() + ": expected a JSON object");
     return value.as_dict();
   } catch (const InputError&) {
     throw;

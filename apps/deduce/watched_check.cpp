@@ -49,7 +49,7 @@ class Watch {
       int state = 0;
       const pid_t ended = ::waitpid(process_, &state, WNOHANG);
       if (ended == process_) return judge(state);
-      if (ended < 0 && errno != EINTR) throw Error(fmt::format("the check is lost: {}", std::strerror(errno)));
+      if (ended < 0 && errno != EINTR) throw Error(fmt::format("cannot watch the check: {}", std::strerror(errno)));
       if (hangs()) return give_up();
       std::this_thread::sleep_for(kBetweenLooks);
     }
@@ -100,7 +100,7 @@ class Watch {
 int run_watched(CheckProgress& progress, double limit, const std::function<int()>& work) {
   std::fflush(nullptr);  // otherwise both processes would write the buffered text
   const pid_t process = ::fork();
-  if (process < 0) throw Error(fmt::format("no process for the check: {}", std::strerror(errno)));
+  if (process < 0) throw Error(fmt::format("cannot start the check: {}", std::strerror(errno)));
   if (process == 0) check(progress, work);
   return Watch(progress, limit, process).wait();
 }

@@ -31,7 +31,7 @@ class Writer {
         write_integer(value.as_integer());
         break;
       case Kind::real:
-        if (!std::isfinite(value.as_real())) throw ConversionError("no JSON form for " + value.to_text());
+        if (!std::isfinite(value.as_real())) throw ConversionError("JSON cannot represent " + value.to_text());
         out_ += real_text(value.as_real());
         break;
       case Kind::string:
@@ -44,7 +44,7 @@ class Writer {
         write_dict(value.as_dict());
         break;
       case Kind::host:
-        throw ConversionError("no JSON form for a host object");
+        throw ConversionError("JSON cannot represent a host object");
     }
   }
 

@@ -17,7 +17,7 @@ void write_log(const LogSink& sink, LogLevel level, std::string_view text) {
 }
 
 std::int64_t whole_number(const Value& value) {
-  if (!value.is_number()) throw KindError("a number is required, found " + std::string(kind_name(value.kind())));
+  if (!value.is_number()) throw KindError("expected a number, found " + std::string(kind_name(value.kind())));
   return value.to_integer();
 }
 

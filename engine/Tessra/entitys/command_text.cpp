@@ -25,7 +25,7 @@ std::string quoted(std::string_view text) {
 }
 
 std::string real(double value) {
-  if (!std::isfinite(value)) throw ConversionError("a command takes finite numbers only");
+  if (!std::isfinite(value)) throw ConversionError("numbers in a command must be finite");
   return fmt::format("{}", value);
 }
 
