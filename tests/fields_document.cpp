@@ -35,10 +35,10 @@ std::string default_text(const Field& field) {
 template <class... Classes>
 std::string document() {
   std::string text =
-      "# Attributes the element classes know\n\n"
-      "Elements store whatever the service reports. These are the fields a class knows beforehand: an update may "
-      "bring\n"
-      "them although the initial situation did not, and those with a default can be read before they arrived.\n"
+      "# Attributes of the element classes\n\n"
+      "Elements store whatever the service reports. These are the fields a class declares: an update may add them even "
+      "if the\n"
+      "initial situation lacked them, and those with a default can be read before they arrive.\n"
       "`TESSRA_UPDATE=1 ./test -R FieldsDocument` writes this file from the tables in the sources.\n";
   const auto add = [&text](std::string_view name, const FieldTable& table) {
     text += "\n## " + std::string(name) + "\n\n| field | kind | default |\n|---|---|---|\n";

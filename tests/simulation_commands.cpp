@@ -162,7 +162,7 @@ TEST_F(Commands, bad_arguments_are_named) {
   EXPECT_EQ(run("Attack({" + unit + ",CONTACT='contact#99'})"), "side holds no contact 'contact#99'");
   EXPECT_EQ(run("AssignUnit({" + unit + ",MISSION='none'})"), "there is no mission 'none'");
   EXPECT_EQ(run("AddPatrolMission({SIDE='红方',NAME='Air patrol',ZONE={{LON=1,LAT=1}}})"),
-            "there is a mission 'Air patrol' already");
+            "mission 'Air patrol' already exists");
 }
 
 TEST_F(Commands, speed_and_height_keep_to_what_the_platform_can) {

@@ -100,11 +100,11 @@ std::string expected_value(const ConfigurationKey& key) {
     case number:
       return in_range("a number", key);
     case text:
-      return "a text";
+      return "a string";
     case id:
-      return "a text or a whole number";
+      return "a string or a whole number";
     case texts:
-      return "a list of texts";
+      return "a list of strings";
     case object:
       return "an object";
     case objects:
@@ -115,9 +115,9 @@ std::string expected_value(const ConfigurationKey& key) {
     case agent_class:
       return "the name of a class";
     case host:
-      return "an object of a host program";
+      return "a host object";
     case hosts:
-      return "an object of a host program's objects";
+      return "an object of host objects";
   }
   return "";
 }

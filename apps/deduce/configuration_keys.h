@@ -20,7 +20,7 @@ enum class KeyKind {
   whole,
   number,
   text,
-  id,  ///< a text or a whole number
+  id,  ///< a string or a whole number
   texts,
   object,
   objects,         ///< name → object
