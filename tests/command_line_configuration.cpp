@@ -47,7 +47,7 @@ TEST_F(Configuration, a_wrong_value_is_told_with_its_key_what_is_expected_and_wh
       {"", "", R"("rule_config": {"红方": {"a": {"class": 7}}})",
        "rule_config.红方.a.class: expected the name of a class"},
       {"", "", R"("rule_config": [])", "rule_config: expected an object of objects, found []"},
-      {"", "", R"("agent_libraries": "x.so")", R"(agent_libraries: expected a list of texts, found "x.so")"},
+      {"", "", R"("agent_libraries": "x.so")", R"(agent_libraries: expected a list of strings, found "x.so")"},
       {"", "", R"("agent_libraries": [1])", "found [1]"},
       {"", "", R"("agent_map": {"x": 1})", "agent_map: expected"},
       {"", "", R"("rule_config": {}, "rule_config": {})", "c.json: duplicate key 'rule_config' at line 1, column "},
