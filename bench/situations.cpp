@@ -90,7 +90,7 @@ class Generator {
                        low >> 48, low & 0xFFFF'FFFF'FFFF);
   }
   Item& add(std::vector<Item>& items, std::size_t kinds) { return items.emplace_back(Item{guid(), below(kinds)}); }
-  /// An index of a living item, or none.
+  /// A random item, or null if the one drawn no longer exists.
   Item* some(std::vector<Item>& items) {
     Item& item = items[below(items.size())];
     return item.alive ? &item : nullptr;
@@ -384,7 +384,7 @@ class Generator {
   }
 
   SituationOptions options_;
-  std::mt19937_64 bits_;
+  std::mt19937_64 bits_;  // its sequence is fixed by the standard, unlike the distributions of the library
   std::vector<Side> sides_;
 };
 

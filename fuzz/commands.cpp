@@ -29,6 +29,7 @@ std::string any_text(FuzzedDataProvider& bytes, Built& built) {
   return text;
 }
 
+/// Finite, since others are refused when the command is built.
 double any_number(FuzzedDataProvider& bytes) {
   const double number = bytes.ConsumeFloatingPoint<double>();
   return std::isfinite(number) ? number : 0.5;

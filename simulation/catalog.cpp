@@ -102,6 +102,7 @@ MountType read_mount(const CheckedJson& json, const Catalog& catalog) {
   return mount;
 }
 
+/// Each value bounds the next: no platform cruises faster than its maximum or higher than its ceiling.
 void read_motion(const CheckedJson& json, Platform& platform) {
   platform.max_speed = json.real_or("max_speed", 0, kMaxSpeed, 0);
   platform.cruise_speed = json.real_or("cruise_speed", 0, platform.max_speed, platform.max_speed);
@@ -134,6 +135,7 @@ Platform read_platform(const std::string& name, const CheckedJson& json, const C
   return platform;
 }
 
+/// A second definition is an error, since otherwise the order of files would decide which one holds.
 template <class Table, class Item>
 void add_new(Table& table, const std::string& name, const CheckedJson& json, Item item) {
   if (!table.emplace(name, std::move(item)).second) json.fail("is already defined");

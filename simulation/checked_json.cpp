@@ -24,6 +24,7 @@ Value read_file(const std::filesystem::path& path) {
 CheckedJson::CheckedJson(Value value, std::string file, std::string place)
     : value_(std::move(value)), file_(std::move(file)), place_(std::move(place)) {}
 
+/// Places start with the file's name alone: it is enough to find it, and messages stay on one line.
 CheckedJson CheckedJson::file(const std::filesystem::path& path) {
   CheckedJson top(read_file(path), path.filename().string(), "");
   top.dict();

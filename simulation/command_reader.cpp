@@ -74,6 +74,7 @@ CommandCall CommandReader::read() {
   skip_blanks();
   const std::size_t table = at_;
   if (peek() != '{') fail("a command takes one table, '{'");
+  // An empty table reads as a list and means no arguments.
   const Value arguments = read_value(0);
   if (arguments.is_list() && !arguments.as_list().empty()) fail("arguments need names, KEY=value", table);
   if (arguments.is_dict()) call.arguments = arguments.as_dict();
@@ -131,6 +132,7 @@ Value CommandReader::read_word() {
 
 Value CommandReader::read_number() {
   const std::size_t start = at_;
+  // Takes everything that could belong to a number, so that "1x" is one faulty number instead of two tokens.
   while (is_word(peek()) || peek() == '.' || peek() == '-' || peek() == '+') ++at_;
   const char* const first = text_.data() + start;
   const char* const last = text_.data() + at_;
@@ -157,6 +159,7 @@ std::string CommandReader::read_text() {
     ++at_;
     value += c == '\\' ? read_escape() : c;
   }
+  // After the escapes are resolved: they can produce any byte.
   if (first_invalid_utf8(value) < value.size()) fail("a text is not UTF-8", start);
   return value;
 }

@@ -59,6 +59,7 @@ void add_patrol_mission(World& world, const CommandArguments& arguments) {
 void add_strike_mission(World& world, const CommandArguments& arguments) {
   const std::size_t side = ordered_side(world, arguments);
   const std::vector<std::string> targets = arguments.texts("TARGETS");
+  // Contacts may be lost later; at the time of the order they must exist.
   for (const std::string& target : targets) {
     if (find_contact(world, side, target) == nullptr) {
       throw CommandError(fmt::format("side holds no contact '{}'", quoted_name(target)));

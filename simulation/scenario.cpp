@@ -42,11 +42,13 @@ class ScenarioReader {
   }
 
   void gather_ids() {
+    // One set for the whole file: ids of sides, units, groups and missions must not collide either.
     add_id(file_, all_ids_);
     for (const CheckedJson& side : file_.list("sides")) {
       const std::string side_id = side.text("id");
       add_id(side, all_ids_);
       side_ids_.insert(side_id);
+      // Orders and configurations refer to sides by name.
       if (!side_names_.insert(side.text("name")).second) side.at("name").fail("another side has this name");
       for (const CheckedJson& unit : side.list("units")) {
         add_id(unit, all_ids_);

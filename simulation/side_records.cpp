@@ -27,6 +27,7 @@ std::string_view mission_category(MissionKind kind) {
   return "Support";
 }
 
+/// Living units on a mission, in the scenario's order.
 List units_of(const World& world, std::size_t side, const Mission& mission) {
   List ids;
   for (const Unit& unit : world.units) {
@@ -96,6 +97,7 @@ Dict record_contact(const World& world, const Contact& contact) {
               {"IDStatus", contact.id_status},
               {"Age", world.now - contact.last_seen},
               {"Uncertainty", record_number(contact.error)}};
+  // Only what the side has identified. `ActualUnitID` is no secret: ids are opaque.
   if (contact.id_status >= 2) record.set("Side", world.sides[unit.side].setup->id);
   if (contact.id_status >= 3) record.set("ClassName", unit.platform->class_name);
   return record;

@@ -61,6 +61,7 @@ Dict Simulation::sides_info() const {
   for (std::size_t side = 0; side < world.sides.size(); ++side) {
     List friends;
     for (std::size_t other = 0; other < world.sides.size(); ++other) {
+      // Whose contacts it may use is decided by the others: their posture toward it counts.
       if (other != side && is_friend(world, other, side)) friends.push_back(world.sides[other].setup->id);
     }
     info.set(world.sides[side].setup->id, Dict{{"Name", world.sides[side].setup->name}, {"Friend", friends}});
@@ -71,6 +72,7 @@ Dict Simulation::sides_info() const {
 Dict Simulation::initial_situation() { return impl_->recorder.full(impl_->world); }
 
 void Simulation::advance() {
+  // A requested end takes effect here, so that it is reported by a record like any other end.
   if (impl_->ending) impl_->world.over = true;
   for (int second = 0; second < impl_->advance_seconds && !impl_->world.over; ++second) impl_->world.tick();
 }

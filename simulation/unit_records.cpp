@@ -10,6 +10,7 @@ namespace tessra::sim {
 
 namespace {
 
+/// The word as used in orders and scenario files.
 std::string_view control_word(WeaponControl control) {
   switch (control) {
     case WeaponControl::free:
@@ -60,6 +61,7 @@ Dict record_mounts(const Unit& unit) {
   return mounts;
 }
 
+/// All sensors but radars are passive and always active.
 Dict record_sensors(const Unit& unit) {
   Dict sensors;
   for (const SensorType* sensor : unit.platform->sensors) {
@@ -99,6 +101,8 @@ Dict record_live(const Unit& unit) {
           {"ActiveUnit", details}};
 }
 
+/// Weapons in flight are units of their own to the engine. Their target is given as the contact they were fired at, not
+/// as the actual unit.
 void record_shots(const World& world, std::size_t side, Dict& basic, Dict& live, Dict& positions) {
   for (const Shot& shot : world.shots) {
     if (shot.side != side) continue;
@@ -111,6 +115,7 @@ void record_shots(const World& world, std::size_t side, Dict& basic, Dict& live,
   }
 }
 
+/// A group has no state of its own: it is where its leader is and does what its leader does.
 void record_groups(const World& world, std::size_t side, Dict& basic, Dict& live, Dict& positions) {
   for (const Group& group : world.groups) {
     if (group.side != side || group.members.empty()) continue;

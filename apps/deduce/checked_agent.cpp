@@ -18,6 +18,7 @@ CheckedAgent::CheckedAgent(std::string side_name, AgentWatch watch)
 std::shared_ptr<Agent> CheckedAgent::make() const {
   const CheckProgress::Call call(*watch_.progress, "constructor", time_elapsed_);
   const AgentClass& agent_class = *watch_.agent_class;
+  // The same description that the engine gives to learning agents of its rule configuration.
   if (agent_class.is_learn()) return agent_class.make(AgentConf{1000, "torch", "", side, "RL-checked", "no"});
   return agent_class.make(side);
 }
@@ -51,6 +52,7 @@ void CheckedAgent::call(const char* operation, const std::function<void(Agent&)>
   if (clock->now() - start > watch_.limit) {
     watch_.findings->add(fmt::format("`{}` takes longer than {} s", operation, watch_.limit), time_elapsed_);
   }
+  // The score is restored, so that the episode ends as it would have without the agent's change.
   if (own_score() == score) return;
   watch_.findings->add(fmt::format("`{}` writes its own side's score (TotalScore)", operation), time_elapsed_);
   player_->set_attribute("TotalScore", score);

@@ -69,6 +69,7 @@ std::vector<std::string> configuration_warnings(const Dict& config) {
   std::vector<std::string> lines;
   const bool scheduled = config.non_empty("is_ai_apply");
   Keys top = key_names(KeyPart::top);
+  // In AI-apply mode the section is the top level itself, so its keys are allowed there.
   Keys of_section = key_names(KeyPart::section);
   if (!scheduled) std::erase(of_section, "player");
   if (scheduled) top.insert(top.end(), of_section.begin(), of_section.end());

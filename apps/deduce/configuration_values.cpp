@@ -147,6 +147,7 @@ class ValueCheck {
     }
   }
 
+  /// Only the scheme is checked; the rest of the URL is for the backend to interpret.
   void url(const Dict& server, const std::string& place) const {
     if (!server.contains("url")) return;
     const std::string url(server.at_text("url"));

@@ -9,6 +9,7 @@ namespace tessra::app {
 
 namespace {
 
+/// Some attributes are hidden: the service client is a host object, and others are dumped elsewhere.
 Dict attributes_without(const Element& element, std::initializer_list<std::string_view> left_out) {
   Dict shown;
   for (auto [name, value] : element.attributes()) {

@@ -12,6 +12,7 @@ namespace tessra::app {
 
 namespace {
 
+/// Whether a result matches the filters. Results without a run match no filter that asks for one.
 bool fits(const RunResult& result, const ResultsOptions& options) {
   if (options.run && (!result.run || result.run->id != *options.run)) return false;
   return options.scenario.empty() || (result.run && result.run->info.scenario == options.scenario);

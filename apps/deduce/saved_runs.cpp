@@ -53,6 +53,7 @@ RunInfo run_info(std::string command, const Dict& section, std::int64_t seed) {
 }
 
 void SavedRuns::add(std::int64_t result_id, const PlayedEpisode& episode) {
+  // The run's row is created with its first result, so that runs without results leave none; both or neither.
   const Database database(results_database(directory_));
   Transaction transaction(database);
   database.run(kTables);
@@ -64,13 +65,13 @@ void SavedRuns::add(std::int64_t result_id, const PlayedEpisode& episode) {
   insert.bind(4, episode.ended_by);
   insert.step();
   transaction.commit();
-  run_id_ = run_id;
+  run_id_ = run_id;  // only after the commit: a failed one leaves no row to refer to
 }
 
 std::vector<RunResult> load_run_results(const std::filesystem::path& config_directory) {
   std::vector<RunResult> results;
   std::vector<SavedResult> saved = load_results(config_directory);
-  if (saved.empty()) return results;
+  if (saved.empty()) return results;  // there may be no database yet, and reading must not create one
   const Database database(results_database(config_directory));
   database.run(kTables);
   const auto runs = load_runs(database);

@@ -75,6 +75,7 @@ class Writer {
     close(first, '}');
   }
 
+  /// The readers' limit: nothing is written that could not be read back, and a tree that contains itself ends here.
   void go_deeper() {
     if (++depth_ > JsonLimits().max_depth) throw LimitError("nested deeper than JSON readers accept");
   }
@@ -144,6 +145,7 @@ std::string write_json(const Value& value, JsonStyle style) {
 }
 
 void write_json_file(const std::filesystem::path& path, const Value& value, JsonStyle style) {
+  // First the text, so that a value that cannot be written leaves no file behind.
   const std::string text = write_json(value, style) + '\n';
   const auto fail = [&](const std::string& reason) {
     throw SurroundingsError("cannot write " + path.string() + ": " + reason);

@@ -20,6 +20,7 @@ std::string_view kind_name(Kind kind) {
   return kNames[static_cast<int>(kind)];
 }
 
+/// The type is stored with the pointer: a `shared_ptr<void>` alone could be read back as any type.
 struct Value::HostRep : Counted {
   std::shared_ptr<void> object;
   std::type_index type;
@@ -132,6 +133,7 @@ std::int64_t whole_part(double real) {
   return static_cast<std::int64_t>(real);
 }
 
+/// The integer that the whole text represents, with an optional sign and blanks around it.
 std::int64_t decimal_integer(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\n\r\f\v";
   const auto first = text.find_first_not_of(kBlanks);
@@ -183,6 +185,7 @@ bool equal_numbers(std::int64_t integer, double real) {
 bool operator==(const Value& a, const Value& b) { return Value::equal(a, b, 0); }
 
 bool Value::equal(const Value& a, const Value& b, int depth) {
+  // Numbers first: they are equal across kinds, everything else only within one.
   if (a.is_number() && b.is_number()) {
     if (a.is_real() && b.is_real()) return a.real() == b.real();
     if (a.is_real()) return equal_numbers(b.as_integer(), a.real());
@@ -256,6 +259,7 @@ class TextForm {
 
  private:
   void append_container(const Value& value) {
+    // A linear search is enough: `open_` holds only the containers around this one.
     if (open_.size() >= kMaxDepth) throw LimitError("nested deeper than " + std::to_string(kMaxDepth));
     const std::string_view brackets = value.is_list() ? "[]" : "{}";
     out_ += brackets[0];

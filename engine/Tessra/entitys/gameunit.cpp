@@ -51,6 +51,7 @@ const FieldTable& GameUnit::unit_fields() {
 
 namespace {
 
+/// Per thread, so that engines in different threads do not unlock each other's sides.
 std::optional<std::string>& creation_key() {
   thread_local std::optional<std::string> key;
   return key;
@@ -75,6 +76,7 @@ GameUnit::GameUnit(Value guid, const Value& name, std::string_view side, tessra:
     throw Error("unit '" + std::string(this->guid()) + "' made without the creation key of its side");
 }
 
+/// 0 for a unit whose record has not brought the attribute yet.
 double GameUnit::real(const KeyRef& name) const {
   return attributes().contains(name) ? attributes().at_real(name) : 0.0;
 }
@@ -87,6 +89,7 @@ std::string_view GameUnit::platform() const {
 }
 
 double GameUnit::weapon_reach(ContactType target) const {
+  // A service need not report loads, ranges or targets of weapons; such weapons do not count.
   const Value code = static_cast<int>(target);
   double reach = 0;
   for_each_record(attributes(), "Mounts", [&](const Dict& mount) {
