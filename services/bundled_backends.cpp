@@ -1,5 +1,5 @@
-// Registers the backends of this library with the service client, before `main` or when the library is loaded: a host
-// names a scheme in its configuration and includes nothing.
+// Registers the backends of this library with the service client, before `main` or when the library is loaded. A host
+// only names a scheme in its configuration and need not include anything.
 
 #include "services/embedded_server.h"
 #include "services/recorded_server.h"

@@ -11,7 +11,7 @@ namespace tessra {
 
 namespace {
 
-/// The folder of the library this function lives in.
+/// The folder of the library that contains this function. Relative to it, data is found wherever the installation is.
 std::filesystem::path library_folder() {
   Dl_info info{};
   if (::dladdr(reinterpret_cast<const void*>(&library_folder), &info) == 0 || info.dli_fname == nullptr) return {};
@@ -27,7 +27,7 @@ std::filesystem::path data_directory() {
   }
   const std::filesystem::path library = library_folder();
   std::string tried;
-  for (const char* place : {"../share/tessra", "../../.."}) {
+  for (const char* place : {"../share/tessra", "../../.."}) {  // installed; in a build folder of the source tree
     std::filesystem::path folder = (library / place).lexically_normal();
     if (std::filesystem::is_directory(folder / "scenarios")) return folder;
     tried.append(" ").append(folder.string());

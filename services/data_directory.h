@@ -4,8 +4,8 @@
 
 namespace tessra {
 
-/// The folder with the shipped data (`scenarios` lies in it): `TESSRA_DATA` when set, else beside the installed
-/// library, else the source tree the library was built in. Throws `Error` naming the places tried.
+/// The folder with the shipped data, which contains `scenarios`: `TESSRA_DATA` if set, otherwise next to the installed
+/// library, otherwise the source tree of the build. Throws `Error` naming the places tried.
 std::filesystem::path data_directory();
 
 }  // namespace tessra

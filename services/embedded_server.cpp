@@ -14,7 +14,7 @@ namespace tessra {
 
 namespace {
 
-/// A decision interval as the simulation takes it. Throws `Error` for what is none, instead of playing another one.
+/// A valid decision interval. Throws `Error` for anything else: rounding it would silently play a different interval.
 int advance_seconds(const Value& seconds) {
   constexpr std::int64_t kWeek = 604'800;
   const std::int64_t whole = seconds.to_integer();
@@ -31,16 +31,19 @@ Dict refusal(const sim::CommandFault& fault) {
   return entry;
 }
 
+/// Adapts the simulation to the interface of a service client. One object plays all episodes of an engine; every loaded
+/// scenario starts the next one.
 class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
  public:
   EmbeddedServer(std::filesystem::path folder, std::uint64_t seed, std::uint64_t first_episode, int advance_seconds)
       : folder_(std::move(folder)), seed_(seed), episode_(first_episode - 1), advance_seconds_(advance_seconds) {}
 
-  // Connecting cannot fail: the service is this process.
+  // Connecting cannot fail, since the service is in this process.
   Value connect_server() override { return true; }
   void check_clean_rooms() override {}
 
   Value reset(int flag) override {
+    // Returning the flag makes the engine request the sides and the full situation again.
     constexpr int kNewRoom = 2;
     simulation_.reset();
     commands_.clear();
@@ -57,6 +60,7 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
   Value load_scenario(const Value& name) override {
     const std::filesystem::path file = folder_ / (name.to_text() + ".json");
     if (!std::filesystem::is_regular_file(file)) return false;
+    // Parsed once and shared by all episodes: scenarios are immutable.
     if (name != scenario_name_) {
       scenario_ = sim::Simulation::load(file);
       scenario_name_ = name;
@@ -97,7 +101,7 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
   void simulate_end() override { loaded().end(); }
   void update_simulate_timestamp(std::int64_t /*milliseconds*/) override {}
 
-  // A scheduling client stands in front of this one, where there is one.
+  // Operations of a scheduling client: `SchedulingClient` implements them in front of this one.
   void connect_client(std::shared_ptr<StopEvent> /*stop*/) override {
     throw Error("the embedded service has a scheduling client in AI-apply mode only");
   }
@@ -109,7 +113,7 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
   const sim::Simulation* simulation() const { return simulation_ ? &*simulation_ : nullptr; }
 
  private:
-  // Deleting a scenario here never touches a file.
+  // Nothing to delete: an agent must not be able to remove scenario files.
   void delete_scen(int /*kind*/, std::string_view /*name*/) override {}
   Value req_client_agent_config(const Value& /*agent_id*/, const Value& /*agent_name*/) override { return Dict(); }
   void req_agent_times(const Value& /*id*/, const Value& /*name*/, std::int64_t /*agent_times*/) override {}

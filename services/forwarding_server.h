@@ -7,7 +7,7 @@
 
 namespace tessra {
 
-/// A service client in front of another: passes every call on. Derive from it to watch or change some of them.
+/// Proxy of a service client that forwards every call. Derive from it to observe or change some of them.
 class ForwardingServer : public GameServer {
  public:
   explicit ForwardingServer(std::shared_ptr<GameServer> inner) : inner_(std::move(inner)) { copy_attributes(); }
@@ -40,7 +40,7 @@ class ForwardingServer : public GameServer {
   NetSdk& net_sdk() override { return inner_->net_sdk(); }
   ConnReq& conn_req() override { return inner_->conn_req(); }
 
-  /// The client behind this one.
+  /// The wrapped client.
   virtual GameServer& inner() { return *inner_; }
 
  private:
@@ -52,7 +52,7 @@ class ForwardingServer : public GameServer {
   std::shared_ptr<GameServer> inner_;
 };
 
-/// The client of this type among a client and those behind it; null when there is none.
+/// The client of this type among a client and those it wraps; null if there is none.
 template <class Client>
 Client* find_client(GameServer& client) {
   if (auto* found = dynamic_cast<Client*>(&client)) return found;

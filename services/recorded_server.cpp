@@ -11,7 +11,7 @@ namespace tessra {
 
 namespace {
 
-/// A file of a recording, which holds an object whatever it is for.
+/// Reads a file of a recording; all of them hold an object.
 Value read_record(const std::filesystem::path& file) {
   Value record = read_json_file(file);
   if (!record.is_dict()) {
@@ -20,6 +20,7 @@ Value read_record(const std::filesystem::path& file) {
   return record;
 }
 
+/// Plays back records from files. Time advances with each record read, so `run_simulate` has nothing to do.
 class RecordedServer : public GameServer, private NetSdk, private ConnReq {
  public:
   explicit RecordedServer(std::filesystem::path folder) : folder_(std::move(folder)) {}
@@ -68,6 +69,7 @@ class RecordedServer : public GameServer, private NetSdk, private ConnReq {
   int updates_played_ = 0;
 };
 
+/// Saves what passes through. The sides are requested only once, so they are kept and written to every episode.
 class Recorder : public ForwardingServer {
  public:
   Recorder(std::shared_ptr<GameServer> client, std::filesystem::path folder)
@@ -77,7 +79,7 @@ class Recorder : public ForwardingServer {
 
   Value get_init_situation() override {
     Value situation = ForwardingServer::get_init_situation();
-    if (!situation.truthy()) return situation;
+    if (!situation.truthy()) return situation;  // a failed start is not an episode
     ++episode_;
     updates_ = 0;
     make_folder(episode_folder());

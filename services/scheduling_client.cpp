@@ -1,3 +1,6 @@
+// The scheduling client. State that other threads use is guarded by a mutex, which is never held while a callback or
+// the wrapped service runs: either may call back into this object.
+
 #include "services/scheduling_client.h"
 
 #include "Tessra/base/json_read.h"
@@ -42,7 +45,7 @@ void SchedulingClient::connect_client(std::shared_ptr<StopEvent> stop) {
   {
     const std::lock_guard lock(mutex_);
     stop_ = std::move(stop);
-    if (stopping_) {
+    if (stopping_) {  // `stop` came before the engine was ready
       stop_->set();
       throw Error("the client is stopping");
     }
@@ -53,6 +56,7 @@ void SchedulingClient::connect_client(std::shared_ptr<StopEvent> stop) {
 Value SchedulingClient::get_step_situation() {
   {
     const std::lock_guard lock(mutex_);
+    // To the engine a crash record means that the simulation is gone: it abandons the round at once.
     if (stop_ != nullptr && stop_->is_set()) return Dict{{"Crash", true}};
   }
   inner().run_simulate();

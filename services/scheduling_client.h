@@ -11,28 +11,28 @@
 
 namespace tessra {
 
-/// A scheduling client in this process, in front of a simulation service: it loads the scenario when an engine
-/// connects and runs it by itself, holds the settings of each agent, and receives decision counts and error texts.
-/// Sides without an agent are played by the service.
+/// An in-process scheduling client that wraps a simulation service. It loads the scenario when an engine connects,
+/// advances it, holds the settings of each agent, and receives decision counts and error texts. Sides without an agent
+/// are played by the service.
 ///
-/// The service client's operations belong to the engine's thread. Everything under "From any thread" may be called at
-/// any time; settings are kept as text, because a tree belongs to one thread.
+/// The operations of the service client belong to the engine's thread. Those under "From any thread" may be called at
+/// any time; settings are stored as text, because a value tree belongs to one thread.
 class SchedulingClient : public ForwardingServer, private ConnReq {
  public:
   /// `service` plays the scenario named by `simulate.scenario` of the section; `server.agent_settings` (agent id →
-  /// settings) is what the agents are told until somebody changes it.
+  /// settings) holds the agents' initial settings.
   SchedulingClient(std::shared_ptr<GameServer> service, const Dict& section);
 
   // From any thread.
 
-  /// Replaces an agent's settings; it receives them at its next decision. By custom `units` and `targets` are lists of
-  /// ids or names and `decision_interval` is in seconds; what else they hold is between the user and the agent.
+  /// Replaces an agent's settings; it receives them at its next decision. By convention `units` and `targets` are lists
+  /// of ids or names and `decision_interval` is in seconds; anything else is between the user and the agent.
   void set_agent_settings(const std::string& agent_id, const Dict& settings);
-  /// How often an agent has decided, as the engine reported it last; 0 before the first report.
+  /// Number of an agent's decisions, as last reported by the engine; 0 before the first report.
   std::int64_t agent_times(const std::string& agent_id) const;
-  /// What went wrong so far, in the order it was reported.
+  /// The errors reported so far, in order.
   std::vector<std::string> error_texts() const;
-  /// Ends the run: sets the engine's stop signal and answers the next advance with a crash record.
+  /// Ends the run: sets the engine's stop signal and returns a crash record for the next advance.
   void stop();
 
   // Set before the run; called on the engine's thread.
@@ -40,11 +40,11 @@ class SchedulingClient : public ForwardingServer, private ConnReq {
   std::function<void(const std::string& text)> on_error_text;
   std::function<void(std::int64_t agent_times)> on_decision;
 
-  // As a service client.
+  // Operations of the service client.
 
-  /// Loads the scenario. Throws when the service has none of this name, or after `stop`.
+  /// Loads the scenario. Throws if the service does not have it, or after `stop`.
   void connect_client(std::shared_ptr<StopEvent> stop) override;
-  /// Advances the simulation, unless the stop signal is set, and returns what changed.
+  /// Advances the simulation, unless the stop signal is set, and returns the changes.
   Value get_step_situation() override;
   void agent_error_message_output(std::string_view text) override;
   ConnReq& conn_req() override { return *this; }
@@ -54,7 +54,7 @@ class SchedulingClient : public ForwardingServer, private ConnReq {
   void req_agent_times(const Value& agent_id, const Value& agent_name, std::int64_t agent_times) override;
 
   std::string scenario_;
-  mutable std::mutex mutex_;  // guards everything below
+  mutable std::mutex mutex_;  // guards the members below
   std::map<std::string, std::string> settings_;
   std::map<std::string, std::int64_t> agent_times_;
   std::vector<std::string> error_texts_;
