@@ -1,9 +1,9 @@
 // The engine on real backends: the bundled simulation, and records of it.
 
 #include "Tessra/base/json_write.h"
-#include "services/embedded_server.h"
 #include "Tessra/entitys/gameunit.h"
 #include "apps/deduce/model_dump.h"
+#include "services/embedded_server.h"
 #include "simulation/simulation.h"
 #include "simulation/world.h"
 #include "support/embedded_episode.h"

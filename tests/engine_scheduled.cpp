@@ -34,6 +34,11 @@ class Scheduled : public EngineTest {
       return std::nullopt;
     };
   }
+  /// Makes an operation of red's agent throw.
+  void fail_agent(const std::string& operation) {
+    if (engine().agents.empty()) engine().config_agent(engine().rule_agent_config, engine().rl_agent_config);
+    agent_of(red()).throws_in = operation;
+  }
   /// Runs and expects the end of the program with a normal status.
   void expect_end() {
     try {
@@ -56,6 +61,7 @@ class Scheduled : public EngineTest {
 };
 
 TEST_F(Scheduled, plays_to_the_end) {
+  ScriptedAgent::journal.clear();
   const RoundResults results = engine().normal_simulate();
   ASSERT_EQ(results.size(), 1u);
   const BatResult result = results.at(1).value();
@@ -75,8 +81,15 @@ TEST_F(Scheduled, plays_to_the_end) {
   EXPECT_THAT(lines, Contains("info: round:1, time:120s, step index:2, step:0.000s, get data:0.000s, update:0.000s, "
                               "红方 step:0.000s, "));
   EXPECT_EQ(lines.back(), "info: 当前推演时间:150s, 推演结束");
-  EXPECT_THAT(agent_of(red()).calls, ElementsAre("info_extract", "initial", "info_extract", "step", "info_extract",
-                                                 "step", "info_extract", "step", "deduction_end"));
+  std::vector<std::string> expected = {"patrol-1 update_constant_attribute", "patrol-1 update_object_attribute",
+                                       "patrol-1 info_extract", "patrol-1 initial"};
+  for (int decision = 0; decision < 3; ++decision) {
+    for (const char* call : {"update_constant_attribute", "info_extract", "step"})
+      expected.push_back(std::string("patrol-1 ") + call);
+  }
+  expected.emplace_back("patrol-1 deduction_end");
+  std::erase_if(ScriptedAgent::journal, [](const std::string& call) { return !call.starts_with("patrol-1"); });
+  EXPECT_EQ(ScriptedAgent::journal, expected);
   EXPECT_TRUE(contacts().contains("gc1")) << "friends are found from the scenario's postures";
 }
 
@@ -92,30 +105,24 @@ TEST_F(Scheduled, the_larger_interval_counts) {
 }
 
 TEST_F(Scheduled, connection_and_situation_are_tried_three_times) {
-  struct Case {
-    const char* operation;
-    const char* text;
-  };
-  for (const Case& given : {Case{"connect_client", "连接客户端错误:lost，"},
-                            Case{"request_full_situation", "请求客户端完整态势错误:lost，"}}) {
-    server = [&] {
-      auto fresh = std::make_shared<ScriptedServer>();
-      fresh->initial = server->initial;
-      fresh->updates = server->updates;
-      return fresh;
-    }();
+  for (const auto& [operation, text] : {std::pair("connect_client", "error: 连接客户端错误:lost，"),
+                                        std::pair("request_full_situation", "error: 请求客户端完整态势错误:lost，")}) {
+    auto fresh = std::make_shared<ScriptedServer>();
+    fresh->initial = server->initial;
+    fresh->updates = server->updates;
+    server = fresh;
     Deduction e(config.deep_copy(), seams.seams());
-    const std::string retry = "error: " + std::string(given.text) + "再次请求！";
+    const std::string retry = text + std::string("再次请求！");
     log->lines.clear();
     seams.clock->waits.clear();
-    fail(given.operation, 2);
+    fail(operation, 2);
     EXPECT_EQ(e.normal_simulate().size(), 1u);
     EXPECT_THAT(log_errors(), ElementsAre(retry, retry));
     EXPECT_THAT(seams.clock->waits, ElementsAre(1, 1));
     log->lines.clear();
-    fail(given.operation);
+    fail(operation);
     EXPECT_THROW(e.normal_simulate(), ProgramEnd);
-    EXPECT_THAT(log_errors(), ElementsAre(retry, retry, "error: " + std::string(given.text) + "退出！"));
+    EXPECT_THAT(log_errors(), ElementsAre(retry, retry, text + std::string("退出！")));
     EXPECT_TRUE(e.main_exit_event->is_set());
   }
 }
@@ -129,19 +136,17 @@ TEST_F(Scheduled, without_a_situation_only_the_client_is_told) {
 }
 
 TEST_F(Scheduled, a_failed_stage_is_reported_and_ends_the_program) {
-  struct Case {
+  const struct {
     std::function<void()> break_it;
-    std::string text;
-    std::string error;
-  };
-  const Case cases[] = {
+    std::string text, error;
+  } cases[] = {
       {[&] { config.at_dict("rule_config").at_dict("红方").at_dict("patrol-1").erase("class"); },
        "读取配置创建智能体错误:", "agent 'patrol-1' of side '红方' has no 'class'"},
       {[&] { server->initial.as_dict().at_dict("ScenarioInfo").erase("Time"); },
        "解析初始态势错误:", "Scenario 'scen' has no attribute 'Time'"},
       {[&] { fail("req_client_agent_config"); }, "智能体请求客户端配置的单元、目标等参数报错:", "lost"},
   };
-  for (const Case& given : cases) {
+  for (const auto& given : cases) {
     const Dict kept = config.deep_copy();
     const Value initial = server->initial.deep_copy();
     given.break_it();
@@ -161,8 +166,7 @@ TEST_F(Scheduled, a_failed_stage_is_reported_and_ends_the_program) {
 }
 
 TEST_F(Scheduled, a_failing_initial_is_reported_and_ends_the_program) {
-  engine().config_agent(engine().rule_agent_config, engine().rl_agent_config);
-  agent_of(red()).throws_in = "initial";
+  fail_agent("initial");
   expect_end();
   EXPECT_THAT(server->error_messages, ElementsAre("智能体initial函数报错:boom in initial" + details()));
   EXPECT_THAT(log_errors(), ElementsAre("error: 智能体initial函数报错:std::runtime_error: boom in initial"));
@@ -170,8 +174,7 @@ TEST_F(Scheduled, a_failing_initial_is_reported_and_ends_the_program) {
 }
 
 TEST_F(Scheduled, failures_of_a_round_are_reported_and_it_goes_on) {
-  engine().config_agent(engine().rule_agent_config, engine().rl_agent_config);
-  agent_of(red()).throws_in = "step";
+  fail_agent("step");
   fail("req_agent_times", 1);
   const RoundResults results = engine().normal_simulate();
   EXPECT_TRUE(results.at(1).has_value());
@@ -186,7 +189,7 @@ TEST_F(Scheduled, failures_of_a_round_are_reported_and_it_goes_on) {
   server->error_messages.clear();
   log->lines.clear();
   engine().deduce_is_end = false;
-  agent_of(red()).throws_in = "deduction_end";
+  fail_agent("deduction_end");
   server->reset(0);
   fail("need_do_package_command");
   EXPECT_THROW(engine().game_run_round(), std::runtime_error) << "the package at the end is not guarded";
@@ -196,8 +199,7 @@ TEST_F(Scheduled, failures_of_a_round_are_reported_and_it_goes_on) {
 }
 
 TEST_F(Scheduled, a_failing_end_penalises_the_side) {
-  engine().config_agent(engine().rule_agent_config, engine().rl_agent_config);
-  agent_of(red()).throws_in = "deduction_end";
+  fail_agent("deduction_end");
   const BatResult result = engine().normal_simulate().at(1).value();
   EXPECT_EQ(result.error_side, "红方");
   EXPECT_EQ(result.red_score, Value(-90000.0));

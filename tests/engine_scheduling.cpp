@@ -6,8 +6,8 @@
 
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/agent_library.h"
-#include "services/scheduling_client.h"
 #include "agents/sample_agents.h"
+#include "services/scheduling_client.h"
 #include "support/engine_fixture.h"
 
 namespace tessra::testing {

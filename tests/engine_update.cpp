@@ -1,28 +1,15 @@
-// Update situations: merge, key messages, sharing, deletions.
+// Update situations: merge, key messages, sharing.
 
 #include "support/engine_fixture.h"
 
 namespace tessra::testing {
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
-class Update : public EngineTest {
- protected:
-  void SetUp() override {
-    with_log();
-    start();
-    log->lines.clear();
-  }
-  /// An update of red's record alone.
-  void update_red(const std::string& side_record) {
-    update("{'Situation': {'SituationSides': {'r': " + side_record + "}}}");
-  }
-};
+class Update : public StartedTest {};
 
 TEST_F(Update, merges_what_changed_positions_last) {
   update_red(
@@ -193,122 +180,6 @@ TEST_F(Update, contacts_without_type_or_place_are_reported) {
   engine().check_situation();
   EXPECT_THAT(log->lines, ElementsAre("error: side:红方, contact id:c1 name:Bogey no Lon!",
                                       "error: side:红方, contact id:gc1 name:no-name no Type!"));
-}
-
-class Deletions : public Update {};
-
-TEST_F(Deletions, reach_every_place_of_the_record) {
-  red().set_attribute("WeaponSalvos", json("{'sv': {'Shooters': {'sh1': 1, 'sh2': 1}}, 'gone': {}}"));
-  contacts().at_dict("c1").set("Emissions", json("{'e1': 1, 'e2': 2}"));
-  Element& scenario = *engine().scenario_obj;
-  scenario.set_attribute("NonActiveUnits", json("{'Aircraft': {'x': 1, 'y': 2}}"));
-  scenario.set_attribute("SimEvents", json("{'ev1': {'t': 1}, 'ev2': {}}"));
-  scenario.set_attribute("EventTriggers", json("{'1': {'tr1': 1, 'tr2': 2}}"));
-  update(R"({'Events': {'mapdel': {'SimEvents': {'v': ['ev2', 'unknown']}},
-                        'EventTriggers': {'mapdel': {'1': {'v': ['tr1']}, 'no such': {'v': ['tr2']}}}},
-    'Situation': {'SituationInfo': {'NonActiveUnits': {'mapdel': {'Aircraft': {'v': ['x']}, 'Ship': {'v': ['y']}}}},
-    'SituationSides': {'r': {
-      'Side': {'mapdel': {'ReferencePoints': {'v': ['p1', 'p9']}, 'NoNavZones': {}, 'Name': {'v': ['x']}},
-               'Missions': {'Patrol': {'m1': {'Mission': {'mapdel': {'Flight': {'v': ['f1']}}}}}},
-               'ActiveUnitsInfo': {'a1': {'Doctrine': {'mapdel': {'WRA': {'v': ['w2']}}, 'WRA': {'w1': {'mapdel': {'any': {'v': ['x']}}}}}}}},
-      'SideReal': {'mapdel': {'WeaponSalvos': {'v': ['gone']}},
-                   'WeaponSalvos': {'sv': {'mapdel': {'Shooters': {'v': ['sh1']}}}},
-                   'Contacts': {'c1': {'mapdel': {'Emissions': {'v': ['e1']}, 'Unheard': {'v': ['e2']}}}},
-                   'ActiveUnits': {'Aircraft': {'a1': {'ActiveUnit': {
-                      'mapdel': {'Sensors': {'v': ['se1']}, 'Warheads': {'v': ['x']}},
-                      'Mounts': {'mt': {'mapdel': {'WeaponRecs': {'v': ['rec2']}},
-                                        'WeaponRecs': {'rec': {'mapdel': {'Load': {'v': ['l1']}}}}},
-                                 'unknown': {'mapdel': {'WeaponRecs': {'v': ['rec']}}}}}}}}},
-      'SidePosition': {'mapdel': {'Contacts': {'v': ['gc1']}}}}}}})");
-  EXPECT_EQ(red().get_attribute("ReferencePoints"), Value(json("{'p2': 2}")));
-  EXPECT_EQ(element("m1").get_attribute("Flight"), Value(json("{'f2': 2}")));
-  EXPECT_EQ(element("a1").get_dict("Doctrine").at_dict("WRA").size(), 1u);
-  EXPECT_FALSE(element("a1").get_dict("Doctrine").at_dict("WRA").at_dict("w1").contains("x"));
-  EXPECT_EQ(red().get_dict("WeaponSalvos").at_dict("sv").at_dict("Shooters").size(), 1u);
-  EXPECT_FALSE(red().get_dict("WeaponSalvos").contains("gone"));
-  EXPECT_EQ(contacts().at_dict("c1").at("Emissions"), Value(json("{'e2': 2}")));
-  EXPECT_FALSE(contacts().contains("gc1"));
-  EXPECT_FALSE(element("a1").get_dict("Sensors").contains("se1"));
-  const Dict mount = element("a1").get_dict("Mounts").at_dict("mt").at_dict("WeaponRecs");
-  EXPECT_FALSE(mount.contains("rec2"));
-  EXPECT_FALSE(mount.at_dict("rec").at_dict("Load").contains("l1"));
-  EXPECT_TRUE(mount.at_dict("rec").at_dict("Load").contains("l2"));
-  EXPECT_FALSE(scenario.get_dict("NonActiveUnits").at_dict("Aircraft").contains("x"));
-  EXPECT_FALSE(scenario.get_dict("SimEvents").contains("ev2"));
-  EXPECT_FALSE(scenario.get_dict("EventTriggers").at_dict("1").contains("tr1"));
-  EXPECT_TRUE(scenario.get_dict("EventTriggers").at_dict("1").contains("tr2"));
-}
-
-TEST_F(Deletions, report_what_was_never_there) {
-  engine().parse_delete_situation(json(
-      R"({'Situation': {'SituationSides': {'nobody': {'Side': {'mapdel': {'ActiveUnitsInfo': {'v': ['a1']}}}}, 'r': {
-    'Side': {'mapdel': {'ActiveUnitsInfo': {'v': ['ghost', 's1']}},
-             'Missions': {'mapdel': {'Patrol': {'v': ['m1', 'm9']}, 'Odd': {'v': ['m1']}}, 'Patrol': {'m8': {'Mission': {}}}}},
-    'SideReal': {'ActiveUnits': {'mapdel': {'Aircraft': {'v': ['ghost2', 's1']}, 'Odd': {'v': ['a1']}}}},
-    'SidePosition': {'mapdel': {'Odd': {'v': ['a1']}, 'Ship': {'v': ['s1', 'ghost3']}}}}}}})"));
-  EXPECT_THAT(
-      log->lines,
-      ElementsAre("error: 出错！删除单元，类型-ghost-没有被创建!", "error: 出错！任务类型-Odd-没有在定义类型中!",
-                  "error: 出错！任务ID-m8-没有创建，但需删除其中元素!",
-                  "error: 出错！删除单元，类型-Aircraft-id:ghost2-没有被创建!",
-                  "error: 出错！类型-Odd-没有在定义类型中!", "error: 出错！类型-Odd-没有在定义类型中!"));
-  EXPECT_EQ(engine().crt_delete_units, (TextSet{"ghost", "s1", "ghost2", "ghost3"}));
-  EXPECT_FALSE(engine().elements.contains("s1"));
-  EXPECT_FALSE(engine().elements.contains("m1")) << "listed under an unknown category as well as its own";
-  EXPECT_FALSE(red().missions_obj.contains("Cap"));
-  EXPECT_TRUE(engine().elements.contains("a1"));
-}
-
-TEST_F(Deletions, leave_parts_alone_that_are_not_mentioned) {
-  // The service may leave a part empty with a none or a list; only a deletion in it may stumble over that.
-  Element& unit = element("a1");
-  unit.set_attribute("Cargos", json("{'l': [1]}").at("l"));
-  unit.set_attribute("Doctrine", json("{'WRA': null}"));
-  red().set_attribute("NoNavZones", Value());
-  unit.get_dict("Mounts").set("mt", json("{'WeaponRecs': [], 'MagazineWeaponRecs': null}"));
-  EXPECT_NO_THROW(update_red(R"({
-    'Side': {'ActiveUnitsInfo': {'a1': {'Doctrine': {'Roe': 1, 'mapdel': {'Roe': {'v': ['x']}}}}},
-             'mapdel': {'NoNavZones': {'v': ['x']}},
-             'Missions': {'Cargo': {'m1': {'mapdel': {'MountsToUnload': {'v': ['x']}}}}}},
-    'SideReal': {'WeaponSalvos': {'Count': 3, 'sv': {}},
-                 'ActiveUnits': {'Aircraft': {'a1': {'ActiveUnit': {'Mounts': {'mt': {'Status': 1}}}}}}}})"));
-  EXPECT_EQ(unit.get_dict("Mounts").at_dict("mt").get("Status"), Value(1));
-  EXPECT_THROW(update_red(R"({'SideReal': {'ActiveUnits': {'Aircraft': {'a1': {'ActiveUnit': {
-                                 'mapdel': {'Cargos': {'v': ['x']}}}}}}}})"),
-               KindError);
-  update_red(R"({'Side': {'mapdel': {'ExclusionZones': {'v': ['x']}}}})");
-  EXPECT_FALSE(red().attributes().contains("ExclusionZones")) << "nothing is stored for looking";
-}
-
-TEST_F(Deletions, the_list_form_stops_at_the_first_missing_id) {
-  engine().scenario_obj->set_attribute("SimEvents", json("{'ev1': {}, 'ev2': {}}"));
-  const Dict items = json(R"({'list': [
-    {'StructType': 11, 'v': {'x': {'v': ['ev1']}}}, {'StructType': 2, 'v': {'x': {'v': ['ev1']}}},
-    {'StructType': 7, 'v': {'Aircraft': {'v': ['a1']}}}, {'StructType': 9, 'v': {'Contacts': {'v': ['c1']}}},
-    {'StructType': 8, 'v': {'ReferencePoints': {'v': ['p1']}, 'ActiveUnitsInfo': {'v': ['s1']}}},
-    {'StructType': 2, 'v': {'x': {'v': ['ev1']}}}, {'StructType': 2, 'v': {'x': {'v': ['ev2']}}}]})");
-  engine().delete_elements(items.at("list"), red());
-  EXPECT_EQ(log->lines.size(), 1u);
-  EXPECT_THAT(log->lines.at(0), HasSubstr("删除信息失败:"));
-  EXPECT_TRUE(engine().scenario_obj->get_dict("SimEvents").contains("ev2"));
-  EXPECT_FALSE(red().aircrafts.contains("a1"));
-  EXPECT_TRUE(engine().elements.contains("a1")) << "the registry is cleaned only at the end";
-  EXPECT_FALSE(contacts().contains("c1"));
-  engine().delete_elements(json("{'l': [{'StructType': 1, 'v': {'Patrol': {'v': ['m1']}}}]}").at("l"), red());
-  EXPECT_FALSE(engine().elements.contains("m1"));
-}
-
-TEST_F(Deletions, an_item_of_the_list_form_without_an_id_touches_nothing) {
-  engine().scenario_obj = nullptr;
-  const Dict items = json(R"({'list': [
-    {'StructType': 2, 'v': {'x': {'v': []}}}, {'StructType': 3, 'v': {'x': {'v': []}, 'y': {}}},
-    {'StructType': 8, 'v': {'WeaponRecs': {'v': null}, 'ReferencePoints': {'v': []}}},
-    {'StructType': 9, 'v': {'Contacts': {'v': null}}}, {'StructType': 9, 'v': {'Contacts': {'v': ['c1']}}}]})");
-  engine().delete_elements(items.at("list"), red());
-  EXPECT_THAT(log->lines, IsEmpty());
-  EXPECT_FALSE(contacts().contains("c1")) << "the items after them are done";
-  engine().delete_elements(json("{'l': [{'StructType': 7, 'v': {'Ship': {'v': null}}}]}").at("l"), red());
-  EXPECT_THAT(log->lines, ElementsAre(HasSubstr("删除信息失败:"))) << "only side attributes ask for a value";
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
-// Generated episodes: the same for a seed, the same from files, and played through the engine.
+// Generated episodes, played through the engine.
 
 #include <fmt/format.h>
-
-#include <filesystem>
 
 #include "Tessra/base/json_write.h"
 #include "apps/deduce/model_dump.h"
@@ -18,57 +16,32 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 
-std::string as_text(const GeneratedEpisode& episode) {
-  List updates;
-  for (const Dict& update : episode.updates) updates.push_back(update);
-  return write_json(List{episode.config, episode.sides_info, episode.initial, updates});
-}
-
-TEST(Generator, makes_an_episode_from_its_seed_alone) {
-  const GeneratorOptions options;
-  GeneratorOptions other;
-  other.seed = 2;
-  EXPECT_EQ(as_text(generate_episode(options, 5)), as_text(generate_episode(options, 5)));
-  EXPECT_NE(as_text(generate_episode(options, 5)), as_text(generate_episode(other, 5)));
-}
-
-TEST(Generator, writes_what_it_made) {
-  const ScratchFolder scratch;
-  const std::filesystem::path& folder = scratch.path();
-  GeneratedEpisode episode = generate_episode({}, 2);
-  write_episode(episode, folder);
-  GeneratedEpisode back;
-  const auto read = [&](const char* file) { return read_json_file(folder / file).as_dict(); };
-  back = {read("config.json"), read("sides.json"), read("initial.json"), {}};
-  for (const char* file : {"update-000001.json", "update-000002.json"}) back.updates.push_back(read(file));
-  EXPECT_EQ(as_text(back), as_text(episode));
-  EXPECT_FALSE(std::filesystem::exists(folder / "update-000003.json"));
-}
-
 class GeneratedEpisodes : public EngineTest, public ::testing::WithParamInterface<std::uint64_t> {
  protected:
-  /// Plays a generated episode to its end, with a look at the model after every update.
-  void play(bool gaps) {
-    GeneratorOptions options;
-    options.seed = GetParam();
-    options.gaps = gaps;
-    const GeneratedEpisode episode = generate_episode(options, 25);
+  /// Makes an episode of the seed; the service and the configuration are then its own.
+  GeneratedEpisode generate(int updates, bool gaps = true, bool end = true) {
+    GeneratedEpisode episode = generate_episode({.seed = GetParam(), .gaps = gaps, .end = end}, updates);
     server->sides = episode.sides_info;
     server->initial = episode.initial;
     server->updates.assign(episode.updates.begin(), episode.updates.end());
-    Dict rules = episode.config.at_dict("rule_config");
-    for (auto [side, agents] : rules) {
+    for (auto [side, agents] : episode.config.at_dict("rule_config")) {
       for (auto [name, entry] : agents.as_dict()) {
         entry.as_dict().set("class", AgentClass::of<ScriptedAgent>("scripted"));
       }
     }
-    config.set("rule_config", rules);
+    config.set("rule_config", episode.config.at("rule_config"));
     with_log();
+    return episode;
+  }
+
+  /// Plays a generated episode to its end, with a look at the model after every update.
+  void play(bool gaps) {
+    const std::size_t updates = generate(25, gaps).updates.size();
     start();
-    for (std::size_t i = 1; i <= episode.updates.size(); ++i) {
+    for (std::size_t i = 1; i <= updates; ++i) {
       const StepOutcome outcome = engine().step({});
       check_model();
-      EXPECT_EQ(std::holds_alternative<BatResult>(outcome), i == episode.updates.size());
+      EXPECT_EQ(std::holds_alternative<BatResult>(outcome), i == updates);
     }
   }
 
@@ -120,22 +93,9 @@ TEST_P(GeneratedEpisodes, with_gaps_are_played_to_their_end) {
 }
 
 TEST_P(GeneratedEpisodes, lose_the_same_by_the_deletion_share_as_by_the_whole_record) {
-  GeneratorOptions options;
-  options.seed = GetParam();
-  options.end = false;
-  const GeneratedEpisode episode = generate_episode(options, 25);
-  server->sides = episode.sides_info;
-  server->initial = episode.initial;
-  section().set("logger", std::make_shared<spdlog::logger>("share", log));
-  config.set("rule_config", episode.config.at("rule_config"));
-  Dict whole_config = config.deep_copy();
-  for (Dict rules : {config.at_dict("rule_config"), whole_config.at_dict("rule_config")}) {
-    for (auto [side, agents] : rules) {
-      for (auto [name, entry] : agents.as_dict())
-        entry.as_dict().set("class", AgentClass::of<ScriptedAgent>("scripted"));
-    }
-  }
+  const GeneratedEpisode episode = generate(25, true, false);
   const auto whole_log = std::make_shared<LogLines>();
+  Dict whole_config = config.deep_copy();
   whole_config.at_dict("game_server").set("logger", std::make_shared<spdlog::logger>("whole", whole_log));
   Deduction whole(whole_config, seams.seams());
   start();
@@ -158,11 +118,7 @@ TEST_P(GeneratedEpisodes, lose_the_same_by_the_deletion_share_as_by_the_whole_re
 }
 
 TEST_P(GeneratedEpisodes, keep_their_deletions_out_of_the_merges_way) {
-  GeneratorOptions options;
-  options.seed = GetParam();
-  const GeneratedEpisode episode = generate_episode(options, 1);
-  server->sides = episode.sides_info;
-  server->initial = episode.initial;
+  const GeneratedEpisode episode = generate(1);
   start();
   const Dict update = episode.updates.front().deep_copy();
   const Dict share = Deduction::deletion_share(update);

@@ -5,12 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <regex>
 
 #include "Tessra/base/json_read.h"
 #include "Tessra/base/json_write.h"
-#include "Tessra/entitys/commonfunction.h"
 #include "support/record_mutator.h"
 #include "support/record_parts.h"
 #include "support/record_play.h"
@@ -78,13 +76,6 @@ TEST_P(MalformedRecords, are_refused_with_their_place_or_merged) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Gaps, MalformedRecords, ::testing::Bool());
-
-TEST(MalformedTimes, are_shown_over_the_whole_range) {
-  EXPECT_EQ(cf::get_scenario_time(-1, true), "1969-12-31 23:59:59");
-  EXPECT_EQ(cf::get_scenario_time(10'413'792'000'000, true), "2300-01-01 00:00:00");
-  EXPECT_EQ(cf::get_scenario_time(std::numeric_limits<std::int64_t>::max(), true), "292278994-08-17 07:12:55");
-  EXPECT_EQ(cf::get_scenario_time(std::numeric_limits<std::int64_t>::min(), true), "-292275055-05-16 16:47:04");
-}
 
 TEST(MalformedBytes, are_refused_inside_the_text_however_a_record_is_cut) {
   const std::string text = write_json(

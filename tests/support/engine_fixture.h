@@ -38,11 +38,15 @@ class ScriptedAgent : public Agent {
  public:
   explicit ScriptedAgent(std::string side_name) : Agent(std::move(side_name)) {}
 
+  void update_constant_attribute(RuleAgentBase&) override { note("update_constant_attribute"); }
+  void update_object_attribute(RuleAgentBase&) override { note("update_object_attribute"); }
   void initial(const Situation& situation) override {
-    call("initial", [&] { on_situation(situation); });
+    call("initial");
+    on_situation(situation);
   }
   void step(double, const Situation& situation) override {
-    call("step", [&] { on_situation(situation); });
+    call("step");
+    on_situation(situation);
   }
   void step_rl(double, const Situation&, const Dict& records) override {
     action_records.push_back(records);
@@ -52,6 +56,7 @@ class ScriptedAgent : public Agent {
     call("is_done");
     return done;
   }
+  void load_model() override { call("load_model"); }
   void deduction_end() override { call("deduction_end"); }
   void reset() override { call("reset"); }
   void info_extract() override { call("info_extract"); }
@@ -62,15 +67,17 @@ class ScriptedAgent : public Agent {
   bool done = false;
   Value decision_time = 0;
   std::function<void(const Situation&)> on_situation = [](const Situation&) {};
+  /// What was called, but for the updates of attributes; the journal has all calls into all agents.
   std::vector<std::string> calls;
+  static inline std::vector<std::string> journal;
   std::vector<Dict> action_records;
 
  private:
-  void call(
-      const std::string& operation, const std::function<void()>& work = [] {}) {
+  void note(const std::string& operation) const { journal.push_back(agent_type + " " + operation); }
+  void call(const std::string& operation) {
+    note(operation);
     calls.push_back(operation);
     if (operation == throws_in) throw std::runtime_error("boom in " + operation);
-    work();
   }
 };
 
@@ -128,6 +135,10 @@ class EngineTest : public ::testing::Test {
   void start() { ASSERT_EQ(engine().reset(1), 1) << ::testing::PrintToString(seams.console->printed); }
   /// Applies one update situation to the started engine.
   void update(const std::string& text) { engine().process_step_situation(json(text)); }
+  /// The same for an update of red's record alone.
+  void update_red(const std::string& side_record) {
+    update("{'Situation': {'SituationSides': {'r': " + side_record + "}}}");
+  }
 
   RuleAgentBase& red() { return *engine().players.at("红方"); }
   RuleAgentBase& blue() { return *engine().players.at("蓝方"); }
@@ -142,6 +153,16 @@ class EngineTest : public ::testing::Test {
 
  private:
   std::unique_ptr<Deduction> engine_;
+};
+
+/// The same after the start of an episode, with an empty run log.
+class StartedTest : public EngineTest {
+ protected:
+  void SetUp() override {
+    with_log();
+    start();
+    log->lines.clear();
+  }
 };
 
 }  // namespace tessra::testing

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include "Tessra/base/json_write.h"
 #include "tests/support/generated_sides.h"
 #include "tests/support/record_parts.h"
 
@@ -293,16 +292,6 @@ class Generator {
 
 GeneratedEpisode generate_episode(const GeneratorOptions& options, int updates) {
   return Generator(options).run(updates);
-}
-
-void write_episode(const GeneratedEpisode& episode, const std::filesystem::path& folder) {
-  std::filesystem::create_directories(folder);
-  write_json_file(folder / "config.json", episode.config, JsonStyle::pretty);
-  write_json_file(folder / "sides.json", episode.sides_info, JsonStyle::pretty);
-  write_json_file(folder / "initial.json", episode.initial);
-  for (std::size_t i = 0; i < episode.updates.size(); ++i) {
-    write_json_file(folder / fmt::format("update-{:06}.json", i + 1), episode.updates[i]);
-  }
 }
 
 }  // namespace tessra::testing

@@ -3,7 +3,6 @@
 // Whole episodes of service records from a seed: every place of the record that the engine reads, in random company.
 
 #include <cstdint>
-#include <filesystem>
 #include <vector>
 
 #include "Tessra/base/value.h"
@@ -41,8 +40,5 @@ struct GeneratedEpisode {
 };
 
 GeneratedEpisode generate_episode(const GeneratorOptions& options, int updates);
-
-/// Writes the records as `docs/replay.md` describes the folder, which is made when missing. Throws `Error`.
-void write_episode(const GeneratedEpisode& episode, const std::filesystem::path& folder);
 
 }  // namespace tessra::testing

@@ -1,0 +1,127 @@
+// Starts of episodes: codes, the calls of the service, what is kept and what goes.
+
+#include "support/engine_fixture.h"
+
+namespace tessra::testing {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+
+class Reset : public EngineTest {};
+
+TEST_F(Reset, calls_the_service_in_order) {
+  const auto expected = [](const std::vector<std::string>& connected) {
+    std::vector<std::string> calls = {"reset(0)", "get_scenarios", "load_scenario(strait)"};
+    calls.insert(calls.end(), connected.begin(), connected.end());
+    for (const char* call : {"get_init_situation", "update_simulate_timestamp(60000)",
+                             "run_command(ChangeSpeed({SPEED='1'}))", "need_do_package_command"})
+      calls.emplace_back(call);
+    return calls;
+  };
+  start();
+  auto first = expected({"set_data_receive", "request_full_situation"});
+  first.insert(first.begin(), {"connect_server", "check_clean_rooms"});
+  EXPECT_EQ(server->calls, first);
+  server->calls.clear();
+  EXPECT_EQ(engine().reset(2), 1);
+  EXPECT_EQ(server->calls, expected({}));
+  EXPECT_EQ(engine().room_id, Value("room-1"));
+}
+
+TEST_F(Reset, answers_each_failure_by_its_code_and_remembers_it) {
+  const struct {
+    const char* operation;
+    Value answer;
+    int code;
+    int flag;
+  } cases[] = {
+      {"connect_server", Value(), 0, 0},
+      {"reset", -1, -1, 1},
+      {"get_scenarios", Value(List()), -2, 0},
+      {"load_scenario", 1, -2, 1},
+      {"get_init_situation", Value(Dict()), -3, 2},
+      {"get_init_situation", json("{'ScenarioInfo': {}}"), -4, 1},
+  };
+  for (const auto& given : cases) {
+    auto fresh = std::make_shared<ScriptedServer>();
+    fresh->initial = server->initial;
+    fresh->sides = server->sides;
+    server = fresh;
+    server->rules[given.operation] = [&](int) { return given.answer; };
+    Deduction e(config.deep_copy(), seams.seams());
+    EXPECT_EQ(e.reset(1), given.code) << given.operation;
+    EXPECT_EQ(e.error_room_flag, given.flag) << given.operation;
+    EXPECT_EQ(e.current_round, 1);
+    server->rules.clear();
+    server->calls.clear();
+    EXPECT_EQ(e.reset(1), 1) << "the next start is whole again after " << given.operation;
+    EXPECT_THAT(server->calls, Contains("reset(" + std::to_string(given.flag) + ")"));
+    EXPECT_EQ(e.error_room_flag, 0);
+  }
+}
+
+TEST_F(Reset, a_stubborn_scenario_costs_five_attempts) {
+  server->rules["load_scenario"] = [](int call) -> std::optional<Value> {
+    if (call == 2) throw std::runtime_error("busy");
+    return Value(call == 3);
+  };
+  EXPECT_TRUE(engine().load_scenario("strait"));
+  EXPECT_THAT(seams.console->printed, ElementsAre("加载想定-strait-失败!", "加载想定-strait-出错:busy!"));
+  EXPECT_THAT(seams.clock->waits, ElementsAre(1, 1));
+  server->rules["load_scenario"] = [](int) { return Value(1); };
+  EXPECT_FALSE(engine().load_scenario("strait")) << "1 is not exactly true";
+  EXPECT_EQ(seams.clock->waits.size(), 7u);
+  EXPECT_TRUE(engine().load_scenario(""));
+}
+
+TEST_F(Reset, starts_the_room_anew_periodically_and_reopens_the_channel_when_told) {
+  section().at_dict("simulate").set("reset_episodes", 2);
+  start();
+  EXPECT_EQ(engine().reset(2), 1);
+  EXPECT_THAT(server->calls, Contains("reset(2)"));
+  server->rules["reset"] = [](int) { return Value(2); };
+  server->calls.clear();
+  EXPECT_EQ(engine().reset(3), 1);
+  EXPECT_THAT(server->calls, Contains("request_full_situation"));
+  EXPECT_THAT(server->calls, Contains("reset(0)"));
+  engine().reset_episodes = 0;
+  EXPECT_THROW(engine().reset(3), ConversionError);
+  engine().reset_episodes = "often";
+  EXPECT_THROW(engine().reset(3), KindError);
+}
+
+TEST_F(Reset, reports_a_finished_episode_from_the_third_start_on) {
+  start();
+  for (const auto& [process, begin] : {std::pair(Value(), ""), std::pair(Value(7), "进程:7, ")}) {
+    engine().process_id = process;
+    engine().current_round = 2;
+    engine().train_start_time = seams.clock->seconds - 31;
+    engine().last_round_start_time = seams.clock->seconds - 21;
+    seams.console->printed.clear();
+    engine().reset(3);
+    EXPECT_EQ(seams.console->printed.at(0),
+              std::string(begin) + "第2局结束, 当前局耗时:21s, 总耗时:31s, 平均每局耗时:15s.");
+  }
+}
+
+TEST_F(Reset, reports_no_episode_that_it_did_not_start) {
+  engine().current_round = 2;
+  EXPECT_THROW(engine().reset(3), std::exception) << "there is no time to report";
+}
+
+TEST_F(Reset, clears_the_episode_and_keeps_agents_and_first_positions) {
+  start();
+  const auto agent = red().agents_list->at(0);
+  update_red("{'SideReal': {'ActiveUnits': {'mapdel': {'Aircraft': {'v': ['a1']}}}}, 'SideKeyMsg': {'9': [1]}}");
+  engine().step_index = 5;
+  EXPECT_EQ(engine().reset(2), 1);
+  EXPECT_EQ(red().agents_list->at(0), agent);
+  EXPECT_TRUE(engine().crt_delete_units.empty());
+  EXPECT_TRUE(engine().elements.contains("a1"));
+  EXPECT_TRUE(red().get_dict("KeyMsg").empty());
+  EXPECT_EQ(engine().step_index, 0);
+}
+
+}  // namespace
+}  // namespace tessra::testing
