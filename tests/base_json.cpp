@@ -5,7 +5,6 @@
 #include <sys/mman.h>
 
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -161,7 +160,8 @@ class RandomPieces {
   }
   std::string text() {
     return of({R"("")", R"("a")", R"("Name")", R"("\u00e9\n")", R"("a longer field name")", R"("a\\")", R"("\"")",
-               R"("0f8b9c1e-6a51-4e5f-8a43-0c2d8f7b6e11")", R"("never read, \x")", R"("twelve bytes")"});
+               R"("0f8b9c1e-6a51-4e5f-8a43-0c2d8f7b6e11")", R"("never read, \x")", R"("twelve bytes")",
+               R"("\u001f\t态😀")"});
   }
   std::string digits(std::size_t most) {
     std::string digits;
@@ -178,7 +178,7 @@ class RandomPieces {
   std::mt19937_64 random_{5};
 };
 
-TEST(JsonRead, AcceptsWhatTheParserAcceptsAndReadsTheSame) {
+TEST(Json, IsReadAsTheParserReadsItAndComesBackWithItsKindsAndOrder) {
   RandomPieces pieces;
   JsonReader reader;
   int accepted = 0;
@@ -194,6 +194,9 @@ TEST(JsonRead, AcceptsWhatTheParserAcceptsAndReadsTheSame) {
     if (!read) continue;
     ++accepted;
     ASSERT_EQ(write_json(*read), write_json(*wanted)) << text;
+    // Equality alone would pass over 1 for 1.0, and over order.
+    const JsonStyle style = round % 2 == 0 ? JsonStyle::compact : JsonStyle::pretty;
+    ASSERT_EQ(reader.read(write_json(*read, style)).to_text(), read->to_text()) << text;
   }
   EXPECT_GT(accepted, 20'000);
 }
@@ -201,10 +204,13 @@ TEST(JsonRead, AcceptsWhatTheParserAcceptsAndReadsTheSame) {
 TEST(JsonRead, StaysWithinTextsThatAreCutOff) {
   const std::string whole = R"({"Name":"caf\u00e9 é","Lon":[-12.5,1234567890123.25,17],"é":{"on":true}})";
   for (std::size_t size = 0; size < whole.size(); ++size) {
-    EXPECT_THROW(read_json(TextAtPageEnd(whole.substr(0, size)).text()), JsonError) << size;
+    try {
+      ADD_FAILURE() << read_json(TextAtPageEnd(whole.substr(0, size)).text()) << " was read from " << size << " bytes";
+    } catch (const JsonError& error) {
+      EXPECT_LE(error.place.offset, size);
+    }
   }
   EXPECT_EQ(read_json(TextAtPageEnd(whole).text()), read_json(whole));
-  EXPECT_THROW(read_json({}), JsonError);
 }
 
 TEST(JsonWrite, EscapesAndIndents) {
@@ -220,67 +226,6 @@ TEST(JsonWrite, RefusesWhatJsonCannotSay) {
   cycle.truncate(0);
   for (const Value& value : {Value(std::make_shared<int>(1)), Value(std::nan("")), Value(List{-HUGE_VAL})}) {
     EXPECT_THROW(write_json(value), ConversionError) << value;
-  }
-}
-
-class RandomTree {
- public:
-  explicit RandomTree(std::uint64_t seed) : random_(seed) {}
-
-  Value make(int depth) {
-    switch (random_() % (depth > 0 ? 8 : 6)) {
-      case 0:
-        return Value();
-      case 1:
-        return random_() % 2 == 0;
-      case 2:
-        return static_cast<std::int64_t>(random_() >> random_() % 64);
-      case 3:
-        return real();
-      case 4:
-      case 5:
-        return text();
-      case 6: {
-        List list;
-        for (auto left = random_() % 6; left > 0; --left) list.push_back(make(depth - 1));
-        return list;
-      }
-      default: {
-        Dict dict;
-        for (auto left = random_() % 12; left > 0; --left) dict.set(text(), make(depth - 1));
-        return dict;
-      }
-    }
-  }
-
- private:
-  /// Any finite real, most of them with all their digits.
-  double real() {
-    const std::uint64_t bits = random_();
-    double real;
-    std::memcpy(&real, &bits, sizeof(real));
-    return std::isfinite(real) ? real : 0.5;
-  }
-  std::string text() {
-    const char* const pieces[] = {
-        "a", "Name", "\"", "\\", "\n", "\t", "\x1f", "\xe6\x80\x81", " ", "", "\xf0\x9f\x98\x80"};
-    std::string text;
-    for (auto left = random_() % 5; left > 0; --left) text += pieces[random_() % std::size(pieces)];
-    return text;
-  }
-  std::mt19937_64 random_;
-};
-
-TEST(Json, RandomTreesComeBackWithTheirKindsAndOrder) {
-  RandomTree trees(11);
-  JsonReader reader;
-  for (int i = 0; i < 500; ++i) {
-    const Value tree = trees.make(4);
-    for (const JsonStyle style : {JsonStyle::compact, JsonStyle::pretty}) {
-      const Value back = reader.read(write_json(tree, style));
-      ASSERT_EQ(back, tree);
-      ASSERT_EQ(back.to_text(), tree.to_text());  // equality alone would pass over 1 for 1.0, and over order
-    }
   }
 }
 

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstring>
 #include <deque>
-#include <functional>
 #include <random>
 #include <thread>
 #include <vector>
@@ -53,8 +52,6 @@ class Blocks {
   std::vector<Block> blocks_;
 };
 
-void on_another_thread(const std::function<void()>& work) { std::thread(work).join(); }
-
 TEST(Pool, UsesAgainWhatWasGivenBack) {
   const std::size_t used = Pool::used_bytes();
   {
@@ -82,29 +79,26 @@ TEST(Pool, BlocksMayEndOnAnotherThread) {
   Blocks blocks(3);
   std::size_t held = 0;
   for (int round = 0; round < 20; ++round) {
-    on_another_thread([&] { blocks.take(3000); });  // the next thread goes on with what the last one left
+    std::thread([&] { blocks.take(3000); }).join();  // the next thread goes on with what the last one left
     blocks.give(1000);
-    on_another_thread([&] { blocks.give(2000); });
+    std::thread([&] { blocks.give(2000); }).join();
     if (round == 2) held = Pool::held_bytes();
   }
   EXPECT_LE(Pool::held_bytes(), held + held / 20);
 }
 
 TEST(Pool, ThreadsWorkAtTheSameTime) {
-  constexpr int kThreads = 4;
   std::deque<Blocks> own;
-  for (int at = 0; at < kThreads; ++at) own.emplace_back(10 + at);
+  for (int at = 0; at < 4; ++at) own.emplace_back(10 + at);
   for (int round = 0; round < 10; ++round) {
     // Each takes for itself, and gives back what its neighbour took in the last round.
-    std::vector<std::thread> threads;
-    for (int at = 0; at < kThreads; ++at) {
-      threads.emplace_back([&own, at, round] {
-        Blocks& blocks = own[static_cast<std::size_t>((at + round) % kThreads)];
+    std::vector<std::jthread> threads;
+    for (int at = 0; at < 4; ++at) {
+      threads.emplace_back([&blocks = own[static_cast<std::size_t>((at + round) % 4)]] {
         blocks.take(2000);
         blocks.give(1500);
       });
     }
-    for (std::thread& thread : threads) thread.join();
   }
 }
 

@@ -77,21 +77,6 @@ TEST_P(MalformedRecords, are_refused_with_their_place_or_merged) {
 
 INSTANTIATE_TEST_SUITE_P(Gaps, MalformedRecords, ::testing::Bool());
 
-TEST(MalformedBytes, are_refused_inside_the_text_however_a_record_is_cut) {
-  const std::string text = write_json(
-      generate_episode({.sides = 1, .agent_sides = 1, .units_per_side = 1, .contacts_per_side = 1}, 1).updates[0]);
-  ASSERT_GT(text.size(), 1000U);
-  JsonReader reader;
-  for (std::size_t size = 0; size < text.size(); ++size) {
-    try {
-      ADD_FAILURE() << reader.read(text.substr(0, size)) << " was read from " << size << " bytes";
-    } catch (const JsonError& error) {
-      ASSERT_LE(error.place.offset, size);
-    }
-  }
-  EXPECT_EQ(write_json(reader.read(text)), text);
-}
-
 TEST(MalformedBytes, bombs_are_read_or_refused) {
   std::string wide = "{";
   for (int i = 0; i < 1'000'000; ++i) wide += fmt::format("{}\"key {}\":{}", i == 0 ? "" : ",", i % 900'000, i);
