@@ -50,10 +50,7 @@ Dict side_of(const Dict& scenario, const std::string& id) {
   throw KeyError("no side " + id);
 }
 
-List& units_of(const Dict& scenario, const std::string& side) {
-  Dict found = side_of(scenario, side);
-  return *found.find_list("units");
-}
+List& units_of(const Dict& scenario, const std::string& side) { return *side_of(scenario, side).find_list("units"); }
 
 void reverse_units(const Dict& scenario, const std::string& side) {
   List& units = units_of(scenario, side);

@@ -87,65 +87,26 @@ Simulation battle(std::uint64_t seed) {
   return simulation;
 }
 
-TEST(Records, updates_add_up_to_the_full_record) {
-  Simulation simulation = battle(3);
-  Reader reader(simulation.initial_situation());
-  while (!simulation.ended()) {
-    if (simulation.world().now == 1200) {
-      ASSERT_TRUE(simulation.execute({"DeleteMission({SIDE='红方',NAME='go'})"}).empty());
-    }
-    simulation.advance();
-    reader.read(simulation.step_situation());
-  }
-  EXPECT_TRUE(reader.strangers.empty()) << ::testing::PrintToString(reader.strangers);
-  EXPECT_GT(simulation.world().destroyed.size(), 5U);
-  EXPECT_GT(reader.deletions, 20);
-  EXPECT_TRUE(reader.model() == simulation.initial_situation());
-}
-
-TEST(Records, belong_to_the_caller_alone) {
-  Simulation simulation = battle(3);
-  Simulation twin = battle(3);
-  simulation.initial_situation().at_dict("Situation").at_dict("SituationSides").clear();
-  twin.initial_situation();
-  for (int i = 0; i < 10; ++i) {
-    simulation.advance();
-    twin.advance();
-    Dict update = simulation.step_situation();
-    EXPECT_EQ(write_json(update), write_json(twin.step_situation()));
-    for (auto [id, side] : update.at_dict("Situation").at_dict("SituationSides")) side.as_dict().clear();
-  }
-}
-
-TEST(Records, every_unit_and_contact_has_all_its_parts) {
-  Simulation simulation = battle(4);
-  Reader reader(simulation.initial_situation());
+/// What each unit and contact of a side must have; returns how many weapons there are.
+int check_parts(const Dict& record) {
+  const Dict& positions = record.at_dict("SidePosition");
+  const Dict& basics = record.at_dict("Side").at_dict("ActiveUnitsInfo");
+  std::size_t live = 0;
   int weapons = 0;
-  while (!simulation.ended()) {
-    simulation.advance();
-    reader.read(simulation.step_situation());
-    const Dict model = reader.model();
-    for (const auto& [id, side] : model.at_dict("Situation").at_dict("SituationSides")) {
-      const Dict& record = side.as_dict();
-      const Dict& positions = record.at_dict("SidePosition");
-      std::size_t live = 0;
-      for (const auto& [category, units] : record.at_dict("SideReal").at_dict("ActiveUnits")) {
-        for (const auto& [unit, data] : units.as_dict()) {
-          ASSERT_TRUE(positions.at_dict(category).at_dict(unit).contains("Lon")) << unit;
-          const Dict& basic = record.at_dict("Side").at_dict("ActiveUnitsInfo").at_dict(unit);
-          ASSERT_TRUE(basic.non_empty("Name") && basic.contains("UnitType")) << unit;
-          ASSERT_FALSE(basic.contains("Side") || basic.contains("ElementType"));
-          weapons += basic.at_integer("UnitType") == 6 ? 1 : 0;
-          ++live;
-        }
-      }
-      EXPECT_EQ(record.at_dict("Side").at_dict("ActiveUnitsInfo").size(), live);
-      for (const auto& [contact, data] : record.at_dict("SideReal").at_dict("Contacts")) {
-        ASSERT_TRUE(data.as_dict().contains("Type") && positions.at_dict("Contacts").at_dict(contact).contains("Lon"));
-      }
+  for (const auto& [category, units] : record.at_dict("SideReal").at_dict("ActiveUnits")) {
+    for (const auto& [unit, data] : units.as_dict()) {
+      EXPECT_TRUE(positions.at_dict(category).at_dict(unit).contains("Lon")) << unit;
+      const Dict& basic = basics.at_dict(unit);
+      EXPECT_TRUE(basic.non_empty("Name") && !basic.contains("Side") && !basic.contains("ElementType")) << unit;
+      weapons += basic.at_integer("UnitType") == 6 ? 1 : 0;
+      ++live;
     }
   }
-  EXPECT_GT(weapons, 0);
+  EXPECT_EQ(basics.size(), live);
+  for (const auto& [contact, data] : record.at_dict("SideReal").at_dict("Contacts")) {
+    EXPECT_TRUE(data.as_dict().contains("Type") && positions.at_dict("Contacts").at_dict(contact).contains("Lon"));
+  }
+  return weapons;
 }
 
 /// Adds the ids that a record reports deleted from a table.
@@ -186,26 +147,6 @@ TEST(Records, an_empty_weapon_record_and_spent_weapons_are_reported_deleted) {
   EXPECT_TRUE(unit_of(simulation, "boat").mounts[0].records.empty());
 }
 
-TEST(Records, what_is_lost_is_deleted_in_one_place) {
-  Simulation simulation = battle(5);
-  simulation.initial_situation();
-  std::set<std::string> deleted;
-  while (!simulation.ended()) {
-    simulation.advance();
-    const Dict update = simulation.step_situation();
-    for (const auto& [id, side] : update.at_dict("Situation").at_dict("SituationSides")) {
-      const Dict* positions = follow(&side.as_dict(), {"SidePosition"});
-      const Dict* basic = follow(&side.as_dict(), {"Side", "mapdel", "ActiveUnitsInfo"});
-      EXPECT_TRUE(basic == nullptr && (positions == nullptr || !positions->contains("mapdel")));
-      for (const char* category : {"Aircraft", "Ship", "Submarine", "Facility"}) {
-        collect_deleted(follow(&side.as_dict(), {"SideReal", "ActiveUnits"}), category, deleted);
-      }
-    }
-  }
-  const std::vector<std::string>& lost = simulation.world().destroyed;
-  EXPECT_EQ(deleted, (std::set<std::string>(lost.begin(), lost.end())));
-}
-
 /// Field names of a record; keys that are ids are passed over.
 void collect_fields(const Value& value, bool ids, const std::string& parent, std::set<std::string>& fields) {
   if (const List* list = value.if_list()) {
@@ -222,16 +163,43 @@ void collect_fields(const Value& value, bool ids, const std::string& parent, std
   }
 }
 
-TEST(Records, every_field_is_documented) {
+TEST(Records, of_an_episode_add_up_to_the_full_one_lack_no_part_delete_in_one_place_and_are_documented) {
+  Simulation simulation = battle(3);
+  const Dict initial = simulation.initial_situation();
+  Reader reader(initial);
+  int weapons = 0;
+  std::set<std::string> deleted, fields;
+  collect_fields(initial, false, "", fields);
+  while (!simulation.ended()) {
+    if (simulation.world().now == 1200) {
+      ASSERT_TRUE(simulation.execute({"DeleteMission({SIDE='红方',NAME='go'})"}).empty());
+    }
+    simulation.advance();
+    const Dict update = simulation.step_situation();
+    collect_fields(update, false, "", fields);
+    for (const auto& [id, side] : update.at_dict("Situation").at_dict("SituationSides")) {
+      const Dict* positions = follow(&side.as_dict(), {"SidePosition"});
+      const Dict* basic = follow(&side.as_dict(), {"Side", "mapdel", "ActiveUnitsInfo"});
+      EXPECT_TRUE(basic == nullptr && (positions == nullptr || !positions->contains("mapdel")));
+      for (const char* category : {"Aircraft", "Ship", "Submarine", "Facility"}) {
+        collect_deleted(follow(&side.as_dict(), {"SideReal", "ActiveUnits"}), category, deleted);
+      }
+    }
+    reader.read(update);
+    for (const auto& [id, side] : reader.model().at_dict("Situation").at_dict("SituationSides")) {
+      weapons += check_parts(side.as_dict());
+    }
+  }
+  EXPECT_TRUE(reader.strangers.empty()) << ::testing::PrintToString(reader.strangers);
+  EXPECT_GT(simulation.world().destroyed.size(), 5U);
+  EXPECT_GT(reader.deletions, 20);
+  EXPECT_GT(weapons, 0);
+  EXPECT_TRUE(reader.model() == simulation.initial_situation());
+  const std::vector<std::string>& lost = simulation.world().destroyed;
+  EXPECT_EQ(deleted, (std::set<std::string>(lost.begin(), lost.end())));
+
   std::ifstream file(std::filesystem::path(TESSRA_SOURCE_DIR) / "docs/records.md");
   const std::string page((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  Simulation simulation = battle(6);
-  std::set<std::string> fields;
-  collect_fields(simulation.initial_situation(), false, "", fields);
-  while (!simulation.ended()) {
-    simulation.advance();
-    collect_fields(simulation.step_situation(), false, "", fields);
-  }
   EXPECT_GT(fields.size(), 60U);
   for (const std::string& field : fields) {
     EXPECT_TRUE(page.find('`' + field + '`') != std::string::npos) << field << " is not in docs/records.md";
@@ -244,17 +212,22 @@ TEST(Records, new_contacts_and_detections_are_told_once_an_advance) {
                                60);
   simulation.initial_situation();
   simulation.advance();
-  const Dict first = simulation.step_situation().at_dict("Situation").at_dict("SituationSides").at_dict("red");
-  const Dict& message = first.at_dict("SideKeyMsg").at_list("3").at(0).as_dict();
-  EXPECT_EQ(message.at_text("ID"), "red-contact#1");
-  EXPECT_TRUE(message.contains("Type") && message.contains("Lon"));
-  const List& detections = first.at_dict("SideKeyMsg").at_list("7").at(0).as_dict().at_list("LastDetectionList");
+  const auto messages = [&simulation] {
+    return simulation.step_situation()
+        .at_dict("Situation")
+        .at_dict("SituationSides")
+        .at_dict("red")
+        .at_dict("SideKeyMsg");
+  };
+  const Dict first = messages();
+  const Dict& message = first.at_list("3").at(0).as_dict();
+  EXPECT_TRUE(message.at_text("ID") == "red-contact#1" && message.contains("Type") && message.contains("Lon"));
+  const List& detections = first.at_list("7").at(0).as_dict().at_list("LastDetectionList");
   ASSERT_EQ(detections.size(), 1U);
   EXPECT_EQ(detections.at(0).as_dict().at_text("ContactID"), "red-contact#1");
   EXPECT_NEAR(detections.at(0).as_dict().at_real("Range"), 104'647, 5000);
   simulation.advance();
-  const Dict second = simulation.step_situation().at_dict("Situation").at_dict("SituationSides").at_dict("red");
-  EXPECT_FALSE(second.at_dict("SideKeyMsg").contains("3"));
+  EXPECT_FALSE(messages().contains("3"));
 }
 
 }  // namespace

@@ -31,49 +31,43 @@ class ScenarioMistake : public ::testing::Test {
   Dict& side(std::size_t index) { return json_.find_list("sides")->at(index).as_dict(); }
 };
 
-TEST_F(ScenarioMistake, names_file_and_place_of_a_bad_value) {
-  unit_at(json_, 0, 1).set("lat", 95);
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].lat: 95 is not in -89 to 89");
-  unit_at(json_, 0, 1).set("lat", "north");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].lat: must be a number, is string");
-  unit_at(json_, 0, 1).erase("lat");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].lat: is missing");
-  unit_at(json_, 0, 1).set("lat", 20);
-  unit_at(json_, 0, 1).set("latt", 20);
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].latt: unknown field");
-}
-
-TEST_F(ScenarioMistake, references_must_lead_somewhere) {
-  unit_at(json_, 1, 0).set("platform", "Galleon");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].platform: there is no platform 'Galleon'");
-  unit_at(json_, 1, 0).set("platform", "Frigate");
-  unit_at(json_, 0, 0).set("base", "blue-1");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[0].base: is not a unit of this side");
-  unit_at(json_, 0, 0).set("base", "red-1");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[0].base: cannot be a base");
-  unit_at(json_, 0, 0).erase("base");
-  side(1).set("postures", Dict{{"green", 1}});
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].postures.green: is not another side");
-  side(1).erase("postures");
-  json_.set("agents", Dict{{"green", Dict{{"x", Dict{{"class", "idle"}}}}}});
-  EXPECT_EQ(mistake_in(json_), "broken.json: agents.green: the scenario has no such side");
-  json_.set("agents", Dict{{side(0).at("name"), Dict{{"x", Dict{{"clas", "idle"}}}}}});
-  EXPECT_THAT(mistake_in(json_), ::testing::EndsWith(".x.class: is missing"));
-}
-
-TEST_F(ScenarioMistake, ids_are_used_once_and_kept_apart_from_made_ones) {
-  unit_at(json_, 1, 0).set("id", "red-1");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].id: is used twice");
-  unit_at(json_, 1, 0).set("id", "weapon#1");
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[1].units[0].id: '#' is reserved for ids made in an episode");
-}
-
-TEST_F(ScenarioMistake, strike_missions_need_targets_the_side_knows) {
-  const Dict mission{{"id", "m"}, {"name", "M"}, {"kind", "strike"}, {"targets", List{"blue-1"}}};
-  side(0).set("missions", List{mission});
-  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].missions[0].targets[0]: is not among the side's known units");
+TEST_F(ScenarioMistake, is_told_with_its_place) {
+  const Dict strike{{"id", "m"}, {"name", "M"}, {"kind", "strike"}, {"targets", List{"blue-1"}}};
+  const auto agents_of = [](const Value& side, const char* key) {
+    return Dict{{side, Dict{{"x", Dict{{key, "idle"}}}}}};
+  };
+  Dict base = unit_at(json_, 0, 1), jet = unit_at(json_, 0, 0), ship = unit_at(json_, 1, 0);
+  const struct {
+    Dict where;
+    const char* key;
+    Value value;
+    const char* says;
+  } cases[] = {
+      {base, "lat", 95, "sides[0].units[1].lat: 95 is not in -89 to 89"},
+      {base, "lat", "north", "sides[0].units[1].lat: must be a number, is string"},
+      {base, "latt", 20, "sides[0].units[1].latt: unknown field"},
+      {ship, "platform", "Galleon", "sides[1].units[0].platform: there is no platform 'Galleon'"},
+      {jet, "base", "blue-1", "sides[0].units[0].base: is not a unit of this side"},
+      {jet, "base", "red-1", "sides[0].units[0].base: cannot be a base"},
+      {ship, "id", "red-1", "sides[1].units[0].id: is used twice"},
+      {ship, "id", "weapon#1", "sides[1].units[0].id: '#' is reserved for ids made in an episode"},
+      {side(1), "postures", Dict{{"green", 1}}, "sides[1].postures.green: is not another side"},
+      {json_, "agents", agents_of("green", "class"), "agents.green: the scenario has no such side"},
+      {json_, "agents", agents_of("红方", "clas"), "agents.红方.x.class: is missing"},
+      {side(0), "missions", List{strike}, "sides[0].missions[0].targets[0]: is not among the side's known units"},
+  };
+  for (auto [where, key, value, says] : cases) {
+    const Value* found = where.find(key);
+    const Value before = found != nullptr ? *found : Value();
+    where.set(key, value);
+    EXPECT_EQ(mistake_in(json_), std::string("broken.json: ") + says);
+    before.is_none() ? static_cast<void>(where.erase(key)) : static_cast<void>(where.set(key, before));
+  }
+  side(0).set("missions", List{strike});
   side(0).set("known", List{"blue-1"});
   EXPECT_EQ(mistake_in(json_), "");
+  base.erase("lat");
+  EXPECT_EQ(mistake_in(json_), "broken.json: sides[0].units[1].lat: is missing");
 }
 
 TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
