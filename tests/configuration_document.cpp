@@ -1,6 +1,7 @@
 // The key tables of docs/configuration.md are made from the command line's table of keys. TESSRA_UPDATE=1 writes them
 // anew.
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,9 +19,8 @@ std::string table(KeyPart part) {
   std::string text = "\n| key | value | default | meaning |\n|---|---|---|---|\n";
   for (const ConfigurationKey& key : configuration_keys()) {
     if (key.part != part) continue;
-    const std::string fallback = key.fallback.empty() ? "" : "`" + std::string(key.fallback) + "`";
-    text += "| `" + std::string(key.name) + "` | " + expected_value(key) + " | " + fallback + " | " +
-            std::string(key.meaning) + " |\n";
+    const std::string fallback = key.fallback.empty() ? "" : fmt::format("`{}`", key.fallback);
+    text += fmt::format("| `{}` | {} | {} | {} |\n", key.name, expected_value(key), fallback, key.meaning);
   }
   return text;
 }

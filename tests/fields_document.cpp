@@ -1,5 +1,6 @@
 // docs/fields.md is made from the element classes' field tables. TESSRA_UPDATE=1 writes it anew.
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -32,23 +33,23 @@ std::string default_text(const Field& field) {
   return value.is_string() ? "\"\"" : value.to_text();
 }
 
+void add(std::string& text, std::string_view name, const FieldTable& table) {
+  text += "\n## " + std::string(name) + "\n\n| field | kind | default |\n|---|---|---|\n";
+  for (const Field& field : table.fields()) {
+    text += fmt::format("| {} | {} | {} |\n", field.name, kind_name(field.kind), default_text(field));
+  }
+}
+
 template <class... Classes>
 std::string document() {
-  std::string text =
-      "# Attributes of the element classes\n\n"
-      "Elements store whatever the service reports. These are the fields a class declares: an update may add them even "
-      "if the\n"
-      "initial situation lacked them, and those with a default can be read before they arrive.\n"
-      "`TESSRA_UPDATE=1 ./test -R FieldsDocument` writes this file from the tables in the sources.\n";
-  const auto add = [&text](std::string_view name, const FieldTable& table) {
-    text += "\n## " + std::string(name) + "\n\n| field | kind | default |\n|---|---|---|\n";
-    for (const Field& field : table.fields()) {
-      text += "| " + std::string(field.name) + " | " + std::string(kind_name(field.kind)) + " | " +
-              default_text(field) + " |\n";
-    }
-  };
-  add("RuleAgentBase", RuleAgentBase::fields());
-  (add(demangle(typeid(Classes).name()).substr(std::string_view("tessra::").size()), Classes::fields()), ...);
+  std::string text = R"(# Attributes of the element classes
+
+Elements store whatever the service reports. These are the fields a class declares: an update may add them even if the
+initial situation lacked them, and those with a default can be read before they arrive.
+`TESSRA_UPDATE=1 ./test -R FieldsDocument` writes this file from the tables in the sources.
+)";
+  add(text, "RuleAgentBase", RuleAgentBase::fields());
+  (add(text, demangle(typeid(Classes).name()).substr(std::string_view("tessra::").size()), Classes::fields()), ...);
   return text;
 }
 

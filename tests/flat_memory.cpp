@@ -40,20 +40,17 @@ class FlatMemory : public ::testing::Test {
   FakeSeams seams_;
 };
 
-TEST_F(FlatMemory, of_one_engine_over_hundreds_of_episodes) {
+TEST_F(FlatMemory, over_hundreds_of_episodes_of_one_engine_and_over_engines_that_come_and_go) {
   const auto engine = make_engine();
   int round = 0;
-  while (++round <= 100) play_episode(*engine, round);
-  const double before = resident();
-  while (++round <= 500) play_episode(*engine, round);
-  EXPECT_LT(resident() - before, kMebibyte);
-}
-
-TEST_F(FlatMemory, of_engines_that_come_and_go) {
-  for (int i = 0; i < 50; ++i) play_episode(*make_engine());
-  const double before = resident();
-  for (int i = 0; i < 200; ++i) play_episode(*make_engine());
-  EXPECT_LT(resident() - before, kMebibyte);
+  const auto expect_flat = [](int warm, int more, auto&& play) {
+    for (int i = 0; i < warm; ++i) play();
+    const double before = resident();
+    for (int i = 0; i < more; ++i) play();
+    EXPECT_LT(resident() - before, kMebibyte);
+  };
+  expect_flat(100, 400, [&] { play_episode(*engine, ++round); });
+  expect_flat(50, 200, [&] { play_episode(*make_engine()); });
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "Tessra/base/value.h"
 #include "simulation/simulation.h"
 #include "simulation/world.h"
+#include "support/scratch_folder.h"
 
 namespace tessra::sim {
 
@@ -37,31 +38,15 @@ inline Dict scenario_json(List red, List blue, int duration = 600) {
           {"sides", List{red_side, blue_side}}};
 }
 
-/// A folder of the test's own that goes with it.
-class TestFolder {
- public:
-  TestFolder() {
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    path_ = std::filesystem::temp_directory_path() / (std::string("tessra_") + test->test_suite_name() + test->name());
-    std::filesystem::create_directories(path_);
-  }
-  ~TestFolder() { std::filesystem::remove_all(path_); }
-  TestFolder(const TestFolder&) = delete;
-  TestFolder& operator=(const TestFolder&) = delete;
-
-  const std::filesystem::path& path() const { return path_; }
-  std::filesystem::path write(const std::string& name, const Dict& json) const {
-    write_json_file(path_ / name, json);
-    return path_ / name;
-  }
-
- private:
-  std::filesystem::path path_;
-};
+/// A scenario file of the test's own; loading it tells its mistakes.
+inline std::shared_ptr<const Scenario> load_scenario(const Dict& json) {
+  const testing::ScratchFolder folder;
+  write_json_file(folder.path() / "broken.json", json);
+  return Simulation::load(folder.path() / "broken.json");
+}
 
 inline Simulation play(const Dict& json, int advance_seconds = 10, std::uint64_t seed = 1) {
-  const TestFolder folder;
-  return {Simulation::load(folder.write("test.json", json)), seed, advance_seconds};
+  return {load_scenario(json), seed, advance_seconds};
 }
 
 inline Simulation play_shipped(const std::string& name, int advance_seconds, std::uint64_t seed = 1) {

@@ -10,9 +10,8 @@ namespace tessra::sim {
 namespace {
 
 std::string mistake_in(const Dict& json) {
-  const TestFolder folder;
   try {
-    Simulation::load(folder.write("broken.json", json));
+    load_scenario(json);
   } catch (const ScenarioError& error) {
     return error.what();
   }
@@ -71,19 +70,14 @@ TEST_F(ScenarioMistake, is_told_with_its_place) {
 }
 
 TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
-  const TestFolder folder;
-  folder.write("bad.json", {{"platforms", Dict{{"Raft", Dict{{"kind", "raft"}}}}}});
-  json_.set("platforms", List{"bad.json"});
-  try {
-    Simulation::load(folder.write("broken.json", json_));
-    FAIL() << "no error";
-  } catch (const ScenarioError& error) {
-    EXPECT_STREQ(error.what(), "bad.json: platforms.Raft.kind: 'raft' is not a known value");
-  }
-  std::ofstream(folder.path() / "bad.json") << R"({"platforms": {}, "sensors": {}, "platforms": {}})";
-  EXPECT_THAT([&] { Simulation::load(folder.write("broken.json", json_)); },
-              ::testing::ThrowsMessage<ScenarioError>(
-                  ::testing::EndsWith("bad.json: duplicate key 'platforms' at line 1, column 34")));
+  const tessra::testing::ScratchFolder folder;
+  const auto file = folder.path() / "bad.json";
+  json_.set("platforms", List{file.string()});
+  std::ofstream(file) << R"({"platforms": {"Raft": {"kind": "raft"}}})";
+  EXPECT_EQ(mistake_in(json_), "bad.json: platforms.Raft.kind: 'raft' is not a known value");
+  std::ofstream(file) << R"({"platforms": {}, "sensors": {}, "platforms": {}})";
+  EXPECT_THAT(mistake_in(json_),
+              ::testing::EndsWith("bad.json: duplicate key 'platforms' at line 1, column 34"));
   EXPECT_THROW(Simulation::load(folder.path() / "absent.json"), ScenarioError);
 }
 

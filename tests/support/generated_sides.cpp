@@ -6,12 +6,8 @@ namespace tessra::testing {
 
 namespace {
 
-struct UnitCategory {
-  const char* name;
-  int type;
-};
-constexpr UnitCategory kUnitCategories[] = {{"Aircraft", 1},  {"Ship", 2},   {"Submarine", 3}, {"Facility", 4},
-                                            {"Satellite", 7}, {"Weapon", 6}, {"Group", 0}};
+constexpr std::pair<const char*, int> kUnitCategories[] = {
+    {"Aircraft", 1}, {"Ship", 2}, {"Submarine", 3}, {"Facility", 4}, {"Satellite", 7}, {"Weapon", 6}, {"Group", 0}};
 constexpr const char* kMissionCategories[] = {"Strike", "Patrol",       "Support",       "Ferry",
                                               "Mining", "MineClearing", "CargoTransfer", "Unheard"};
 constexpr int kMissionsPerSide = 10;
@@ -35,11 +31,11 @@ Cast::Cast(const GeneratorOptions& options) : options_(options) {
 
 GeneratedUnit& Cast::add_unit(GeneratedSide& side) const {
   const std::size_t number = side.units.size();
-  const UnitCategory& category = kUnitCategories[number % std::size(kUnitCategories)];
+  const auto& [category, type] = kUnitCategories[number % std::size(kUnitCategories)];
   return side.units.emplace_back(GeneratedUnit{.id = fmt::format("{}-unit-{}", side.id, number),
-                                               .category = category.name,
-                                               .name = fmt::format("{} {}", category.name, number % 21),  // some twice
-                                               .type = category.type,
+                                               .category = category,
+                                               .name = fmt::format("{} {}", category, number % 21),  // some twice
+                                               .type = type,
                                                .fields = options_.fields_per_unit});
 }
 

@@ -15,10 +15,8 @@ struct GeneratedUnit {
   /// The parts of a side's record in which a unit appears.
   enum Part { kBasic = 1, kLive = 2, kPosition = 4, kAll = 7 };
 
-  std::string id;
-  std::string category;
-  Value name;
-  Value type;
+  std::string id, category;
+  Value name, type;
   int fields = 0;  // beside those the engine knows, dealt out over the parts
   int parts = kAll;
   bool has_inner = true;  // live record with an `ActiveUnit`
@@ -26,8 +24,7 @@ struct GeneratedUnit {
 };
 
 struct GeneratedMission {
-  std::string id;
-  std::string category;
+  std::string id, category;
   bool alive = true;
 };
 
@@ -37,8 +34,7 @@ struct GeneratedContact {
 };
 
 struct GeneratedSide {
-  std::string id;
-  std::string name;
+  std::string id, name;
   std::vector<GeneratedUnit> units;
   std::vector<GeneratedMission> missions;
   std::vector<GeneratedContact> contacts;

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <limits>
+#include "Tessra/base/json_read.h"
 
 namespace tessra::testing {
 
@@ -27,29 +27,12 @@ Dict wide(int count) {
 }  // namespace
 
 std::vector<Value> odd_values() {
-  using Limits = std::numeric_limits<std::int64_t>;
-  return {Value(),
-          true,
-          false,
-          0,
-          -1,
-          7,
-          Limits::max(),
-          Limits::min(),
-          3.5,
-          1e300,
-          "",
-          "text",
-          "12",
-          List(),
-          List{1, "two"},
-          List{Dict{{"ID", List()}}, Value(), List{3}},
-          Dict(),
-          Dict{{"", Value()}},
-          Dict{{"v", 1}},
-          Dict{{"mapdel", List{1}}, {"x", Dict{{"v", Dict()}}}},
-          nested(200),
-          wide(2000)};
+  const Value odd =
+      read_json(R"([null, true, false, 0, -1, 7, 9223372036854775807, -9223372036854775808, 3.5, 1e300, "",
+      "text", "12", [], [1, "two"], [{"ID": []}, null, [3]], {}, {"": null}, {"v": 1}, {"mapdel": [1], "x": {"v": {}}}])");
+  std::vector<Value> values = {nested(200), wide(2000)};
+  for (const Value& value : odd.as_list()) values.push_back(value);
+  return values;
 }
 
 std::string RecordMutator::mutate(Dict record) const {

@@ -13,10 +13,8 @@ constexpr int kOpenComponents = 5;
 std::string numbered(std::string_view prefix, int number) { return std::string(prefix) + std::to_string(number); }
 
 Dict weapon_records() {
-  Dict records;
-  for (int i = 1; i <= 2; ++i)
-    records.set(numbered("w", i), Dict{{"Count", 4 * i}, {"Targets", UnitRecords::items("t", 3)}});
-  return records;
+  const auto weapon = [](int count) { return Dict{{"Count", count}, {"Targets", UnitRecords::items("t", 3)}}; };
+  return {{"w1", weapon(4)}, {"w2", weapon(8)}};
 }
 
 Dict component(std::string_view table) {
@@ -57,20 +55,14 @@ Dict UnitRecords::doctrine_changes() {
 
 Value UnitRecords::field_value(int field) {
   const int number = chance_.below(1000);
-  switch (field / 4 % 6) {
-    case 0:
-      return number;
-    case 1:
-      return number / 8.0;
-    case 2:
-      return numbered("text ", number);
-    case 3:
-      return number % 2 == 0;
-    case 4:
-      return List{number, "x", Value()};
-    default:
-      return Dict{{numbered("k", number % 3), number}, {"deep", Dict{{numbered("k", number % 4), number}}}};
-  }
+  const Value values[] = {
+      number,
+      number / 8.0,
+      numbered("text ", number),
+      number % 2 == 0,
+      List{number, "x", Value()},
+      Dict{{numbered("k", number % 3), number}, {"deep", Dict{{numbered("k", number % 4), number}}}}};
+  return values[field / 4 % 6];
 }
 
 /// Fields are dealt out to four records: basic, inner, live, position.
@@ -88,26 +80,23 @@ Dict UnitRecords::basic(const GeneratedUnit& unit) {
   return record;
 }
 
-Dict UnitRecords::inner(const GeneratedUnit&) {
-  Dict record{{"Speed", 2}, {"Fuel", chance_.real(0, 100)}};
-  record.set("AI", Dict{{"TargetList", items("t", 4)}, {"Mode", "search"}});
+Dict UnitRecords::inner() {
+  Dict record{{"Speed", 2}, {"Fuel", chance_.real(0, 100)}, {"AI", Dict{{"TargetList", items("t", 4)}, {"Mode", "x"}}}};
   for (const std::string_view table : kComponents) {
     record.set(table, Dict{{"c1", component(table)}, {"c2", component(table)}, {"c3", component(table)}});
   }
   return record;
 }
 
-Dict UnitRecords::live(const GeneratedUnit&) {
-  Dict record{{"Speed", 3}, {"Status", "ready"}, {"Warheads", items("h", 3)}};
-  record.set("Navigator", Dict{{"Leg", chance_.below(9)}, {"Plan", Dict{{"p1", 1}, {"p2", 2}}}});
-  return record;
+Dict UnitRecords::live() {
+  return {{"Speed", 3},
+          {"Status", "ready"},
+          {"Warheads", items("h", 3)},
+          {"Navigator", Dict{{"Leg", chance_.below(9)}, {"Plan", Dict{{"p1", 1}, {"p2", 2}}}}}};
 }
 
 Dict UnitRecords::position() {
-  Dict record{{"Lon", chance_.real(110, 130)}, {"Lat", chance_.real(15, 30)}};
-  record.set("Alt", chance_.real(0, 12'000));
-  record.set("Speed", chance_.real(0, 300));
-  return record;
+  return {{"Lon", chance_.real(110, 130)}, {"Lat", chance_.real(15, 30)}, {"Speed", chance_.real(0, 300)}};
 }
 
 void UnitRecords::put_whole(Dict side_record, const GeneratedUnit& unit, int parts) {
@@ -117,32 +106,37 @@ void UnitRecords::put_whole(Dict side_record, const GeneratedUnit& unit, int par
     branch(side_record, {"Side", "ActiveUnitsInfo"}).set(unit.id, record);
   }
   if ((parts & GeneratedUnit::kLive) != 0) {
-    Dict record = live(unit);
+    Dict record = live();
     add_fields(record, unit, 1, 1);
     if (unit.has_inner) {
-      const Dict active = inner(unit);
+      const Dict active = inner();
       add_fields(active, unit, 2, 1);
       record.set("ActiveUnit", active);
     }
     branch(side_record, {"SideReal", "ActiveUnits", unit.category}).set(unit.id, record);
   }
-  if ((parts & GeneratedUnit::kPosition) != 0) {
-    const Dict record = position();
-    add_fields(record, unit, 3, 1);
-    branch(side_record, {"SidePosition", unit.category}).set(unit.id, record);
-  }
+  put_position(side_record, unit, parts, 1);
+}
+
+void UnitRecords::put_position(Dict side_record, const GeneratedUnit& unit, int parts, double share) {
+  if ((parts & GeneratedUnit::kPosition) == 0) return;
+  const Dict record = position();
+  add_fields(record, unit, 3, share);
+  branch(side_record, {"SidePosition", unit.category}).set(unit.id, record);
+}
+
+Dict UnitRecords::changed_item(std::string_view prefix) {
+  return {{numbered(prefix, 1 + chance_.below(5)), Dict{{"Value", chance_.below(9)}}}};
 }
 
 Dict UnitRecords::weapon_changes() {
-  Dict weapon{{"Count", chance_.below(9)}};
-  weapon.set("Targets", Dict{{numbered("t", 1 + chance_.below(5)), Dict{{"Value", chance_.below(9)}}}});
+  Dict weapon{{"Count", chance_.below(9)}, {"Targets", changed_item("t")}};
   if (chance_.happens(0.6)) weapon.set("mapdel", Dict{{"Targets", deletion("t", 5)}, {"Unheard", deletion("t", 5)}});
   return {{numbered("w", 1 + chance_.below(3)), weapon}};
 }
 
 Dict UnitRecords::component_changes(std::string_view table) {
-  Dict change{{"Status", chance_.below(4)}};
-  change.set("Parts", Dict{{numbered("p", 1 + chance_.below(5)), Dict{{"Value", chance_.below(9)}}}});
+  Dict change{{"Status", chance_.below(4)}, {"Parts", changed_item("p")}};
   if (chance_.happens(0.5)) change.set("mapdel", Dict{{"Parts", deletion("p", 5)}, {"Unheard", deletion("p", 5)}});
   if (table != "CommDevices" && table != "Cargos") change.set("WeaponRecs", weapon_changes());
   if (table == "Mounts") change.set("MagazineWeaponRecs", weapon_changes());
@@ -186,11 +180,7 @@ void UnitRecords::put_changes(Dict side_record, const GeneratedUnit& unit, int p
     if (gaps_ && chance_.happens(0.1)) record.set("Unheard", chance_.below(9));
     branch(side_record, {"SideReal", "ActiveUnits", unit.category}).set(unit.id, record);
   }
-  if ((parts & GeneratedUnit::kPosition) != 0) {
-    Dict record = position();
-    add_fields(record, unit, 3, 0.3);
-    branch(side_record, {"SidePosition", unit.category}).set(unit.id, record);
-  }
+  put_position(side_record, unit, parts, 0.3);
 }
 
 }  // namespace tessra::testing

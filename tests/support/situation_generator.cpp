@@ -37,26 +37,17 @@ class Generator {
   // Whole records.
 
   Dict initial() {
-    Dict record;
-    record.set("ScenarioInfo", Dict{{"ScenarioID", "scenario-1"},
-                                    {"Title", "generated"},
-                                    {"Time", kStart},
-                                    {"StartTime", kStart},
-                                    {"Duration", 3600},
-                                    {"Weather", "scenario"},
-                                    {"SideInfo", side_info(true)}});
-    const Dict idle = UnitRecords::items("n", 3);
-    record.set("Situation",
-               Dict{{"SituationInfo",
-                     Dict{{"Weather", "situation"}, {"Phase", 0}, {"NonActiveUnits", Dict{{"Aircraft", idle}}}}}});
-    record.set("Events", Dict{{"Weather", "events"}, {"SimEvents", UnitRecords::items("e", 4)}});
-    for (const char* table : kEventTables) {
-      branch(record, {"Events", table}).set("Time", UnitRecords::items("x", 4));
-    }
-    Dict sides = branch(record, {"Situation", "SituationSides"});
+    Dict info{{"ScenarioID", "scenario-1"}, {"Time", kStart},        {"StartTime", kStart},
+              {"Duration", 3600},           {"Weather", "scenario"}, {"SideInfo", side_info(true)}};
+    Dict situation{{"Weather", "situation"}, {"NonActiveUnits", Dict{{"Aircraft", UnitRecords::items("n", 3)}}}};
+    Dict events{{"Weather", "events"}, {"SimEvents", UnitRecords::items("e", 4)}};
+    for (const char* table : kEventTables) events.set(table, Dict{{"Time", UnitRecords::items("x", 4)}});
+    Dict sides;
     for (GeneratedSide& side : cast_.sides) sides.set(side.id, initial_side(side));
     if (options_.gaps) sides.set("side-unknown", Dict{{"Side", Dict()}});
-    return record;
+    return {{"ScenarioInfo", info},
+            {"Situation", Dict{{"SituationInfo", situation}, {"SituationSides", sides}}},
+            {"Events", events}};
   }
 
   Dict side_info(bool whole) {
@@ -147,12 +138,11 @@ class Generator {
   }
 
   Dict situation_info(int number) {
-    Dict info{{"Time", kStart + 1000 * number + 500}, {"Phase", number}};
+    Dict info{{"Time", kStart + 1000 * number + 500}};
     if (chance_.happens(0.3)) info.set("Weather", fmt::format("situation {}", number));
-    if (!chance_.happens(0.3)) return info;
-    info.set("NonActiveUnits",
-             Dict{{"Aircraft", Dict{{"n2", Dict{{"Value", number}}}}},
-                  {"mapdel", Dict{{"Aircraft", units_.deletion("n", 4)}, {"Unheard", units_.deletion("n", 4)}}}});
+    const Dict deletions{{"Aircraft", units_.deletion("n", 4)}, {"Unheard", units_.deletion("n", 4)}};
+    const Dict units{{"Aircraft", Dict{{"n2", Dict{{"Value", number}}}}}, {"mapdel", deletions}};
+    if (chance_.happens(0.3)) info.set("NonActiveUnits", units);
     return info;
   }
 
@@ -249,11 +239,14 @@ class Generator {
       const std::string id = fmt::format("{}-mission-{}", side.id, options_.gaps ? chance_.below(12) : 6);
       branch(record, {"Side", "Missions", "Cargo", id, "mapdel"}).set("MountsToUnload", units_.deletion("m", 4));
     }
-    if (gap(0.1)) branch(record, {"SidePosition", "mapdel"}).set("Unheard", units_.deletion("u", 3));
-    if (gap(0.1)) branch(record, {"SideReal", "ActiveUnits", "mapdel"}).set("Unheard", units_.deletion("u", 3));
-    if (gap(0.1)) branch(record, {"SideReal", "ActiveUnits", "mapdel"}).set("Ship", units_.deletion("u", 3));
-    if (gap(0.1)) branch(record, {"Side", "mapdel"}).set("ActiveUnitsInfo", units_.deletion("u", 3));
-    if (gap(0.1)) branch(record, {"Side", "Missions", "mapdel"}).set("Unheard", units_.deletion("u", 3));
+    const std::initializer_list<std::string_view> odd[] = {{"SidePosition", "mapdel", "Unheard"},
+                                                           {"SideReal", "ActiveUnits", "mapdel", "Unheard"},
+                                                           {"SideReal", "ActiveUnits", "mapdel", "Ship"},
+                                                           {"Side", "mapdel", "ActiveUnitsInfo"},
+                                                           {"Side", "Missions", "mapdel", "Unheard"}};
+    for (const auto& path : odd) {
+      if (gap(0.1)) branch(record, path).update(units_.deletion("u", 3));
+    }
   }
 
   void delete_unit(Dict record, GeneratedSide& side) {
