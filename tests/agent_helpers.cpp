@@ -30,14 +30,9 @@ TEST(Helpers, a_contact_s_unknown_fields_are_empty) {
   const std::vector<Contact> contacts = situation.contact_list();
   ASSERT_EQ(contacts.size(), 2U);
   const Contact& known = contacts[0];
-  EXPECT_EQ(known.id(), "c1");
-  EXPECT_EQ(known.name(), "Contact 1");
-  EXPECT_EQ(known.type(), ContactType::aircraft);
-  EXPECT_EQ(known.position()->lon, 150.5);
-  EXPECT_EQ(known.position()->lat, 20);
-  EXPECT_EQ(known.age(), 7);
-  EXPECT_EQ(known.id_status(), 2);
-  EXPECT_EQ(known.uncertainty(), 250.5);
+  EXPECT_TRUE(known.id() == "c1" && known.name() == "Contact 1" && known.type() == ContactType::aircraft);
+  EXPECT_TRUE(known.position()->lon == 150.5 && known.position()->lat == 20);
+  EXPECT_TRUE(known.age() == 7 && known.id_status() == 2 && known.uncertainty() == 250.5);
   EXPECT_TRUE(situation.may_be_enemy(known));
   player.set_attribute("Postures", json("{'s2': 0}"));
   EXPECT_FALSE(situation.may_be_enemy(known)) << "a neutral";
@@ -67,13 +62,10 @@ TEST_F(OwnUnits, reach_is_that_of_loaded_weapons_and_of_sensors_that_are_on) {
   const auto unit = add<Aircraft>("a", ElementType::Aircraft);
   EXPECT_EQ(unit->weapon_reach(ContactType::ship), 0) << "nothing has arrived yet";
   EXPECT_EQ(unit->sensor_reach(), 0);
-  unit->attributes().update(json(
-      "{'ClassName': 'Fighter', 'Mounts': {'m': {'WeaponRecs': {'1': {'CurrentLoad': 2, 'Range': 40000.0, 'Targets': "
-      "[1, 2]},"
-      "'2': {'CurrentLoad': 0, 'Range': 90000.0, 'Targets': [2]}, '3': {'CurrentLoad': 1, 'Range': 60000, 'Targets': "
-      "[1]},"
-      "'4': {'CurrentLoad': 1}}}, 'n': {}},"
-      "'Sensors': {'r': {'Active': false, 'Range': 200000.0}, 'v': {'Active': true, 'Range': 20000.0}, 'w': {}}}"));
+  unit->attributes().update(json(R"({'ClassName': 'Fighter', 'Mounts': {'n': {}, 'm': {'WeaponRecs': {
+      '1': {'CurrentLoad': 2, 'Range': 40000.0, 'Targets': [1, 2]}, '2': {'CurrentLoad': 0, 'Range': 90000.0, 'Targets': [2]},
+      '3': {'CurrentLoad': 1, 'Range': 60000, 'Targets': [1]}, '4': {'CurrentLoad': 1}}}},
+      'Sensors': {'r': {'Active': false, 'Range': 200000.0}, 'v': {'Active': true, 'Range': 20000.0}, 'w': {}}})"));
   EXPECT_EQ(unit->platform(), "Fighter");
   EXPECT_EQ(unit->weapon_reach(ContactType::aircraft), 60'000);
   EXPECT_EQ(unit->weapon_reach(ContactType::ship), 40'000);
@@ -94,13 +86,10 @@ TEST_F(OwnUnits, losses_and_hits_are_told_once) {
   player_.delete_element("a", ElementType::Aircraft);
   const UnitWatch::Events events = watch.observe(situation);
   ASSERT_EQ(events.hits.size(), 1U);
-  EXPECT_EQ(events.hits[0].id, "s");
-  EXPECT_EQ(events.hits[0].damage_before, 10);
-  EXPECT_EQ(events.hits[0].damage, 35);
+  EXPECT_TRUE(events.hits[0].id == "s" && events.hits[0].damage_before == 10 && events.hits[0].damage == 35);
   ASSERT_EQ(events.losses.size(), 1U);
-  EXPECT_EQ(events.losses[0].id, "a");
-  EXPECT_EQ(events.losses[0].name, "unit a");
-  EXPECT_EQ(events.losses[0].platform, "Fighter");
+  const auto& loss = events.losses[0];
+  EXPECT_TRUE(loss.id == "a" && loss.name == "unit a" && loss.platform == "Fighter");
   ship->set_attribute("Damage", 20.0);  // repaired
   const UnitWatch::Events none = watch.observe(situation);
   EXPECT_TRUE(none.hits.empty() && none.losses.empty());

@@ -71,9 +71,7 @@ TEST_F(Agents, are_built_by_the_form_of_their_class) {
   ASSERT_EQ(list.size(), 2u) << "a class with another constructor is passed over";
   EXPECT_EQ(list.at(0)->client_info, Value(json("{'range': 5}")));
   const auto& tank = dynamic_cast<const Learner&>(*list.at(1));
-  EXPECT_EQ(tank.conf.uid, 1001);
-  EXPECT_EQ(tank.conf.enemy_side, "蓝方");
-  EXPECT_EQ(tank.conf.agent_name, "RL-tank");
+  EXPECT_TRUE(tank.conf.uid == 1001 && tank.conf.enemy_side == "蓝方" && tank.conf.agent_name == "RL-tank");
   EXPECT_FALSE(tank.is_rule_agent);
   EXPECT_EQ(dynamic_cast<const Learner&>(*blue().agents_list->at(1)).conf.uid, 1000);
   EXPECT_EQ(blue().agents_list->at(2)->side, "蓝方") << "a class that does not learn is built from its side";

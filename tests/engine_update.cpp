@@ -1,6 +1,7 @@
 // Update situations: merge, key messages, sharing.
 
 #include "support/engine_fixture.h"
+#include "support/record_tree.h"
 
 namespace tessra::testing {
 namespace {
@@ -9,17 +10,21 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class Update : public StartedTest {};
+class Update : public StartedTest {
+ protected:
+  std::string shown(const char* id, std::initializer_list<const char*> attributes) {
+    List values;
+    for (const char* name : attributes) values.push_back(element(id).get_attribute(name));
+    return Value(values).to_text();
+  }
+};
 
 TEST_F(Update, merges_what_changed_positions_last) {
   update_red(
       R"({'SideReal': {'ActiveUnits': {'Aircraft': {'a1': {'Fuel': 0.5, 'Lon': 9.0, 'ActiveUnit': {'Damage': 0.1}}}}},
                  'SidePosition': {'Aircraft': {'a1': {'Lon': 1.5}}, 'Ship': {'s1': {'Lat': 4.5}}}})");
-  EXPECT_EQ(element("a1").get_attribute("Lon"), Value(1.5));
-  EXPECT_EQ(element("a1").get_attribute("Fuel"), Value(0.5));
-  EXPECT_EQ(element("a1").get_attribute("Damage"), Value(0.1));
-  EXPECT_EQ(element("s1").get_attribute("Lat"), Value(4.5));
-  EXPECT_EQ(element("s1").get_attribute("Lon"), Value(3.0)) << "a part that did not change stays";
+  EXPECT_EQ(shown("a1", {"Lon", "Fuel", "Damage"}), "[1.5, 0.5, 0.1]");
+  EXPECT_EQ(shown("s1", {"Lon", "Lat"}), "[3.0, 4.5]") << "a part that did not change stays";
   EXPECT_THAT(log->lines, IsEmpty());
 }
 
@@ -45,7 +50,6 @@ TEST_F(Update, a_unit_deleted_and_reported_again_is_only_logged) {
   EXPECT_FALSE(red().units_of_name.contains("Alpha 1"));
   update_red("{'SideReal': {'ActiveUnits': {'Aircraft': {'a1': {'Fuel': 1.0}}}}}");
   EXPECT_FALSE(engine().elements.contains("a1"));
-  // Now that the unit is unknown it also lacks a basic record; a later report with a basic record names its first key.
   log->lines.clear();
   update_red("{'Side': {'ActiveUnitsInfo': {'a1': {'Name': 'Alpha 1', 'UnitType': 1}}}}");
   EXPECT_THAT(log->lines, ElementsAre("info: 更新态势出错！推演中在推演方-红方-单元-a1删除后又有信息-Name-收到!"));
@@ -129,30 +133,21 @@ TEST_F(Update, a_table_of_units_with_gaps_reaches_the_right_units) {
                                                 'SideReal': {'ActiveUnits': {'Aircraft': {'a1': {'Fuel': 7.0}},
                                                                              'Ship': {'s1': {'Fuel': 8.0}}}},
                                                 'SidePosition': {'Ship': {'s1': {'Lon': 9.0}}}}}}})");
-  Dict units = tree.as_dict()
-                   .at_dict("Situation")
-                   .at_dict("SituationSides")
-                   .at_dict("r")
-                   .at_dict("Side")
-                   .at_dict("ActiveUnitsInfo");
+  Dict units = branch(tree.as_dict(), {"Situation", "SituationSides", "r", "Side", "ActiveUnitsInfo"});
   for (int gone = 0; gone < 40; ++gone) units.set("gone-" + std::to_string(gone), Dict());
   units.set("a1", Dict{{"Speed", 1.0}});
   for (int unknown = 0; unknown < 50; ++unknown) units.set("x-" + std::to_string(unknown), Dict{{"Speed", 99.0}});
   for (int gone = 0; gone < 40; ++gone) units.erase("gone-" + std::to_string(gone));
   engine().process_step_situation(tree);
-  EXPECT_EQ(element("a1").get_attribute("Fuel"), Value(7.0));
-  EXPECT_EQ(element("a1").get_attribute("Speed"), Value(1.0));
-  EXPECT_EQ(element("s1").get_attribute("Fuel"), Value(8.0));
-  EXPECT_EQ(element("s1").get_attribute("Lon"), Value(9.0));
+  EXPECT_EQ(shown("a1", {"Fuel", "Speed"}), "[7.0, 1.0]");
+  EXPECT_EQ(shown("s1", {"Fuel", "Lon"}), "[8.0, 9.0]");
 }
 
 TEST_F(Update, scenario_attributes_of_later_records_win) {
-  engine().scenario_obj->set_attribute("Both", 0);
-  engine().scenario_obj->set_attribute("All", 0);
+  for (const char* name : {"Both", "All"}) engine().scenario_obj->set_attribute(name, 0);
   update(R"({'ScenarioInfo': {'Time': 125500, 'Both': 1, 'All': 1, 'SideInfo': {'r': {'Postures': {'b': 3}}}},
              'Situation': {'SituationInfo': {'Both': 2, 'All': 2}, 'SituationSides': {'r': {}}}, 'Events': {'All': 3}})");
-  EXPECT_EQ(engine().scenario_obj->get_attribute("Both"), Value(2));
-  EXPECT_EQ(engine().scenario_obj->get_attribute("All"), Value(3));
+  EXPECT_EQ(shown("scen", {"Both", "All"}), "[2, 3]");
   EXPECT_EQ(red().get_attribute("Postures"), Value(json("{'b': 3}")));
   EXPECT_EQ(engine().time_elapsed, 125.5);
   EXPECT_EQ(engine().start_game_time_elapsed, 60.0);
