@@ -187,7 +187,7 @@ int dispatch(int argc, char** argv) {
 }
 
 // As in `guarded`, forced unwinding has no exception object.
-[[gnu::no_sanitize("null")]] int run_program(int argc, char** argv) {
+[[gnu::no_sanitize("null", "alignment")]] int run_program(int argc, char** argv) {
   try {
     const int status = dispatch(argc, argv);
     say_text("");  // throws if an earlier write failed unnoticed

@@ -16,8 +16,8 @@ namespace tessra {
 /// place that catches everything, because agents may throw anything; the functions of error.h rethrow a caught error
 /// internally to inspect it.
 template <class Work, class OnError>
-// Forced unwinding has no exception object: the null sanitizer would report the handler that rethrows it.
-[[gnu::no_sanitize("null")]] bool guarded(Work&& work, OnError&& on_error) {
+// Forced unwinding has no exception object: the checks of references would report the handler that rethrows it.
+[[gnu::no_sanitize("null", "alignment")]] bool guarded(Work&& work, OnError&& on_error) {
   std::exception_ptr error;
   try {
     std::forward<Work>(work)();
