@@ -154,8 +154,7 @@ TEST_F(Commands, what_cannot_be_done_is_told_with_its_argument) {
       {"SetWeaponControl({$,CONTROL='loose'})", "CONTROL must be free, tight or hold, is 'loose'"},
       {"Attack({$,CONTACT='contact#99'})", "side holds no contact 'contact#99'"},
       {"AssignUnit({$,MISSION='none'})", "there is no mission 'none'"},
-      {"AddPatrolMission({SIDE='红方',NAME='Air patrol',ZONE={{LON=1,LAT=1}}})",
-       "mission 'Air patrol' already exists"},
+      {"AddPatrolMission({SIDE='红方',NAME='Air patrol',ZONE={{LON=1,LAT=1}}})", "mission 'Air patrol' already exists"},
   };
   for (auto [command, reason] : cases) {
     const std::size_t unit = command.find('$');

@@ -76,8 +76,7 @@ TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
   std::ofstream(file) << R"({"platforms": {"Raft": {"kind": "raft"}}})";
   EXPECT_EQ(mistake_in(json_), "bad.json: platforms.Raft.kind: 'raft' is not a known value");
   std::ofstream(file) << R"({"platforms": {}, "sensors": {}, "platforms": {}})";
-  EXPECT_THAT(mistake_in(json_),
-              ::testing::EndsWith("bad.json: duplicate key 'platforms' at line 1, column 34"));
+  EXPECT_THAT(mistake_in(json_), ::testing::EndsWith("bad.json: duplicate key 'platforms' at line 1, column 34"));
   EXPECT_THROW(Simulation::load(folder.path() / "absent.json"), ScenarioError);
 }
 

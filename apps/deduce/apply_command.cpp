@@ -8,7 +8,6 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "services/scheduling_client.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/exit_status.h"
@@ -18,6 +17,7 @@
 #include "apps/deduce/run_report.h"
 #include "apps/deduce/saved_runs.h"
 #include "apps/deduce/stop_signals.h"
+#include "services/scheduling_client.h"
 
 namespace tessra::app {
 

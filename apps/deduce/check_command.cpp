@@ -13,15 +13,15 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/agent_library.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "services/data_directory.h"
-#include "services/embedded_server.h"
-#include "services/scheduling_client.h"
 #include "apps/deduce/checked_agent.h"
 #include "apps/deduce/checking_service.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/output.h"
 #include "apps/deduce/watched_check.h"
+#include "services/data_directory.h"
+#include "services/embedded_server.h"
+#include "services/scheduling_client.h"
 
 namespace tessra::app {
 

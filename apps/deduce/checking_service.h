@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "services/forwarding_server.h"
 #include "apps/deduce/check_progress.h"
 #include "apps/deduce/findings.h"
+#include "services/forwarding_server.h"
 
 namespace tessra::app {
 

@@ -2,13 +2,13 @@
 
 #include "Tessra/base/json_read.h"
 #include "Tessra/entitys/agent_class.h"
-#include "services/data_directory.h"
-#include "services/embedded_server.h"
 #include "apps/deduce/configuration_checks.h"
 #include "apps/deduce/configuration_values.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/output.h"
 #include "apps/deduce/recording.h"
+#include "services/data_directory.h"
+#include "services/embedded_server.h"
 
 namespace tessra::app {
 

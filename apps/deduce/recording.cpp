@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <charconv>
 
-#include "services/recorded_server.h"
 #include "apps/deduce/exit_status.h"
+#include "services/recorded_server.h"
 
 namespace tessra::app {
 

@@ -15,13 +15,13 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/base/json_write.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
-#include "services/recorded_server.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/model_dump.h"
 #include "apps/deduce/output.h"
 #include "apps/deduce/recording.h"
 #include "apps/deduce/results.h"
+#include "services/recorded_server.h"
 
 namespace tessra::app {
 

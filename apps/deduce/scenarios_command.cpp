@@ -1,11 +1,11 @@
 #include "apps/deduce/scenarios_command.h"
 
 #include "Tessra/base/json_read.h"
-#include "services/data_directory.h"
-#include "services/embedded_server.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/output.h"
 #include "apps/deduce/results.h"
+#include "services/data_directory.h"
+#include "services/embedded_server.h"
 
 namespace tessra::app {
 
