@@ -68,3 +68,23 @@ PatrolAgent::PatrolAgent(std::string side_name) : FightingAgent(std::move(side_n
 void PatrolAgent::initial(const Situation& situation) {
   FightingAgent::initial(situation);
   // A rectangular barrier on the line from home to the threat, a third of the way out.
+  const GeoPoint home = home_of(situation);
+  const GeoPoint threat = threat_of(situation);
+  const GeoPoint out{home.lon + (threat.lon - home.lon) / 3, home.lat + (threat.lat - home.lat) / 3};
+  constexpr double kHalfWidth = 0.3;  // degrees
+  // Starts at the corner nearest to home, so that nobody begins on the enemy's side of it.
+  const double east = threat.lon < home.lon ? -kHalfWidth : kHalfWidth;
+  const double north = threat.lat < home.lat ? -kHalfWidth : kHalfWidth;
+  const GeoPoint zone[] = {{out.lon - east, out.lat - north},
+                           {out.lon - east, out.lat + north},
+                           {out.lon + east, out.lat + north},
+                           {out.lon + east, out.lat - north}};
+  PatrolMission::order_new(*_game_server, side, kBarrier, zone);
+  for (const auto& [id, element] : situation.aircrafts()) {
+    auto& unit = dynamic_cast<GameUnit&>(*element);
+    const bool allowed = settings().allows_unit(unit.guid(), unit.attributes().get("Name"));
+    if (allowed && unit.platform() == "Fighter") unit.assign_to_mission(kBarrier);
+  }
+}
+
+}  // namespace tessra

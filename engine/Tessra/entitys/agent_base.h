@@ -43,12 +43,11 @@ class RuleAgentBase : public Element {
   const std::string& simulate_time() const { return simulate_time_; }
   const Value& scenario_duration() const { return duration_; }
 
-  /// Brings `units_of_name` up to date with the side tables. The last of equal names wins. Units that were put into the
-  /// tables past `add_unit` or taken out past `delete_element` are found after `units_of_name.note_anything()`.
+  /// Brings `units_of_name` up to date with the side tables. The last of equal names wins. After changing a table
+  /// directly, not by `add_unit` or `delete_element`, call `units_of_name.note_anything()` first.
   void update_units_of_names();
 
-  /// Puts a unit into the side table of its type, in the place of one with the same guid. Types without a table of
-  /// units are not allowed.
+  /// Adds a unit to the side table of its type, replacing one with the same guid. The type must be one of a unit.
   void add_unit(const Value& guid, tessra::ElementType type, const std::shared_ptr<Element>& unit);
 
   /// Removes an element from its side table; a mission by `unit_name`, everything else by `guid`. Returns the ids the

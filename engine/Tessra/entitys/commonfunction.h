@@ -7,22 +7,22 @@
 
 namespace tessra::cf {
 
-/// What a merge does with a list or dictionary that it takes over as a whole.
+/// What a merge does with a list or dictionary of the record that it adopts as a whole.
 enum class Adopt : std::uint8_t { shared, copied };
 
-/// The value as a merge takes it over. A copy shares texts.
+/// The value as a merge adopts it. Copies share texts.
 inline Value adopted(const Value& fresh, Adopt adopt) {
   const bool is_copied = adopt == Adopt::copied && (fresh.is_dict() || fresh.is_list());
   return is_copied ? fresh.deep_copy(Texts::shared) : fresh;
 }
 
-/// An id or a name as the model's tables know it: a text, which is shared when it is one.
+/// An id or name as text, shared if it already is one: the key type of the model's tables.
 inline Value text_of(const Value& id) { return id.is_string() ? id : Value(id.to_text()); }
 
 /// Merges `fresh` into `old` in place and returns `old`: entries that only `old` has stay, entries of `fresh` win, and
 /// where both hold a dictionary the two are merged in the same way. Merging a dictionary into itself changes nothing.
 Dict update_dict(Dict old, const Dict& fresh);
-/// The same for who needs no handle back.
+/// The same, with a choice of what is adopted.
 void merge_dict(Dict old, const Dict& fresh, Adopt adopt);
 
 /// The scenario clock as text, UTC, "%Y-%m-%d %H:%M:%S"; whole seconds rounded down. `milliseconds` counts from 1970.

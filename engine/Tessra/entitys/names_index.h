@@ -30,17 +30,17 @@ class NamesIndex {
   bool contains(std::string_view name) const { return find(name) != nullptr; }
   std::size_t size() const { return holders_.size(); }
   bool empty() const { return size() == 0; }
-  /// All names in the order in which they stand first in the tables. Sorts: for looking at, not for every step.
+  /// A table of all names, ordered by their first unit. Sorts, so not for every step.
   operator ElementTable() const;
 
   void clear() { *this = NamesIndex(); }
 
-  // What has happened to the side tables since the last `refresh`, in its order.
+  // Changes of the side tables since the last `refresh`, in their order.
 
   void note_added(std::size_t table, std::shared_ptr<Element> unit) { note(Change::added, table, std::move(unit)); }
   void note_removed(std::shared_ptr<Element> unit) { note(Change::removed, 0, std::move(unit)); }
   void note_renamed(const Element& unit);
-  /// The tables changed in a way that cannot be noted: the next `refresh` goes through all of them.
+  /// For any other change: the next `refresh` rebuilds the index.
   void note_anything() { stale_ = true; }
 
   /// Brings the index up to date with these tables.
@@ -53,7 +53,7 @@ class NamesIndex {
     std::size_t table;
     std::shared_ptr<Element> unit;
   };
-  /// Where a unit stands: the table in the highest byte, below it a number that grows within the table.
+  /// Position of a unit: its table in the highest byte, below it a number that grows within the table.
   using Order = std::uint64_t;
   struct Holder {
     Order order;

@@ -8,26 +8,26 @@
 #include "Tessra/base/log.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
-// How the engine calls agents, so that an error that reaches the host has a culprit.
+// Calls to agents. They record which agent and operation is running, so that hosts can tell where an error came from.
 
 namespace tessra {
 
-/// From here on an error is one of this side's part of the model; of none for an empty name.
+/// Attributes errors from here on to this side's part of the model; an empty name to none.
 void work_on(EpisodeState& engine, std::string_view side);
 
-/// Calls into an agent; its error reaches the host, which can ask whose it was.
+/// Calls an agent without a guard: its errors reach the host.
 void call_bare(EpisodeState& engine, const std::shared_ptr<Agent>& agent, const char* operation,
                const std::function<void()>& call);
 
-/// Lets the agent take over what it wants of its player.
+/// Calls the agent's `update_constant_attribute`, without a guard.
 void show_player(EpisodeState& engine, const std::shared_ptr<Agent>& agent, RuleAgentBase& player);
 
-/// Builds an agent; its constructor's error reaches the host in the same way.
+/// Calls an agent's constructor, without a guard.
 std::shared_ptr<Agent> build_agent(EpisodeState& engine, const std::string& side, const std::string& name,
                                    const std::function<std::shared_ptr<Agent>()>& make);
 
-/// Calls into an agent: bare while testing, else guarded, with the trace on standard error and the message in the run
-/// log. False when the agent failed.
+/// Calls an agent. While testing its errors reach the host; otherwise they are logged, with the trace on standard
+/// error, and false is returned.
 bool call_agent(Deduction& engine, const std::shared_ptr<Agent>& agent, const char* operation,
                 const std::function<void()>& call, LogLevel level,
                 const std::function<std::string(const std::string& error)>& message);

@@ -1,3 +1,6 @@
+// From the agent entries of the configuration to agents and players. Rule agents come first and learning agents after
+// them, in the order of the configuration; learning agents are numbered from 1000.
+
 #include <fmt/printf.h>
 
 #include "Tessra/entitys/agent_call.h"

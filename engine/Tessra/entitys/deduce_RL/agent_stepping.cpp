@@ -1,3 +1,5 @@
+// One decision of every agent, and sending the commands they queued.
+
 #include <fmt/format.h>
 #include <fmt/printf.h>
 

@@ -10,9 +10,9 @@ namespace tessra {
 /// What friends of the played sides see, by side id.
 using FriendViews = OrderedMap<SideView>;
 
-/// Gives every player its friends' units and the contacts that it does not hold itself.
+/// Gives every player its friends' units, and those of their contacts that are new or better than its own.
 void share_initial_contacts(Deduction& engine, const FriendViews& views);
-/// The same for what an update brought: merges it into what the players hold already.
+/// The same for an update, merged into what the players already hold.
 void share_updated_contacts(Deduction& engine, const FriendViews& views);
 
 }  // namespace tessra

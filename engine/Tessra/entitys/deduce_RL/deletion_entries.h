@@ -5,7 +5,7 @@
 #include "Tessra/entitys/field_names.h"
 
 // Deletion entries: wherever the service reports deletions, a record carries `mapdel`, a dictionary from a name to an
-// entry whose `v` lists the ids to remove. Entries without `v` are passed over.
+// entry whose `v` lists the ids to remove. Entries without `v` are ignored.
 
 namespace tessra {
 
@@ -19,13 +19,13 @@ void for_each_deletion(const Dict& record, Visit&& visit) {
   }
 }
 
-/// An element's table of this name when it has entries; defaults are not stored for looking.
+/// An element's table of this name, or null when it is missing or empty. Unlike `get_dict` it stores no default.
 inline Dict* stored_table(Element& element, const KeyRef& name) {
   const Value* value = element.attributes().find(name);
   return value != nullptr && value->truthy() ? element.attributes().find_dict(name) : nullptr;
 }
 
-/// Removes the ids that are there.
+/// Removes these ids; missing ones are ignored.
 inline void remove_ids(Dict table, const List& ids) {
   if (table.empty()) return;
   for (const Value& id : ids) table.erase(id);

@@ -1,3 +1,6 @@
+// The deletion pass over an update record. It reads the record part by part (`Side`, `SideReal`, `SidePosition`) in a
+// fixed order, because later parts depend on what earlier ones have treated as deleted.
+
 #include <fmt/format.h>
 #include <fmt/printf.h>
 

@@ -5,8 +5,8 @@
 
 namespace tessra {
 
-/// `Deduction::update_element_info` for a record that others keep: with `Adopt::copied` the element takes over copies
-/// of its lists and dictionaries.
+/// `Deduction::update_element_info` for a record that others hold as well: `Adopt::copied` makes the element copy the
+/// lists and dictionaries it adopts.
 void merge_element_info(Deduction& engine, Element& element, const Dict& info, cf::Adopt adopt);
 
 }  // namespace tessra

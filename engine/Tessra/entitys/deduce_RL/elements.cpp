@@ -1,3 +1,6 @@
+// Creating the sixteen kinds of elements, and the two ways a record gets into one: assignment at creation, which takes
+// everything, and the merge of an update, which only takes attributes the element may have.
+
 #include <fmt/format.h>
 #include <fmt/printf.h>
 

@@ -1,3 +1,6 @@
+// The start of an episode: connection, room, scenario, initial situation, agents. Every failure has its return code and
+// sets the flag that the next start passes to the service.
+
 #include <fmt/printf.h>
 
 #include <cmath>

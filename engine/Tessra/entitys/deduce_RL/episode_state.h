@@ -24,13 +24,13 @@ struct TextHash {
 };
 using TextSet = std::unordered_set<std::string, TextHash, std::equal_to<>>;
 
-/// An agent's call that failed, or a part of the model that could not be worked on.
+/// The call to an agent, or the part of the model, in which an error occurred.
 struct FailedCall {
-  /// Null when it was not an agent's, or when the agent could not even be built.
+  /// Null if no agent was involved or its constructor failed.
   std::shared_ptr<const Agent> agent;
-  /// As the agent's author knows it; empty when it was not an agent's.
+  /// The operation of `Agent`, or "constructor"; empty if no agent was involved.
   const char* operation = "";
-  /// The agent's, or the one whose part of the model was worked on; empty for none.
+  /// The side of the agent or of the part of the model; may be empty.
   std::string side;
   std::string agent_name;
 };
@@ -67,14 +67,14 @@ struct EpisodeState {
 
   // Failures.
 
-  /// Whose the error was that reached the host from the last `reset`, `step` or `normal_simulate`.
+  /// Where the error occurred that reached the host from the last `reset`, `step` or `normal_simulate`.
   FailedCall failed_call;
-  /// The failure for which `normal_simulate` ended the program; null when the end had none.
+  /// The failure for which `normal_simulate` ended the program; null if there was none.
   std::exception_ptr fatal_error;
 
   // The situation model.
 
-  /// Guid → element. A side's guid leads to its player.
+  /// Guid → element. The guid of a side maps to its player.
   ElementTable elements;
   std::shared_ptr<Scenario> scenario_obj;
   /// Guids of the units deleted so far in the episode.

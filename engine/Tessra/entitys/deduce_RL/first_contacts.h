@@ -22,7 +22,7 @@ class FirstContacts {
   const Dict* on(const Value& unit_id);
   /// Merges fresh data into the table's contact of this id, shallowly; the data wins.
   void merge(const Value& contact_id, Dict& contact, const Dict& fresh);
-  /// Adds a contact whose id the table does not hold.
+  /// Adds a contact whose id is not in the table yet.
   void adopt(const Value& contact_id, const Value& contact);
 
  private:

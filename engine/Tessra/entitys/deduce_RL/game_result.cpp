@@ -1,3 +1,6 @@
+// Names and scores of the two camps. The sides 红方 and 蓝方 are red and blue; where one or both are missing, the order
+// of the configured sides decides.
+
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
 namespace tessra {

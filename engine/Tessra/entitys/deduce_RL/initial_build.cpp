@@ -1,3 +1,5 @@
+// Building the model from an initial situation. Sides that only a friend can see get a view but no elements.
+
 #include <fmt/printf.h>
 
 #include <algorithm>

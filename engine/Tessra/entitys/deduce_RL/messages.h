@@ -15,8 +15,8 @@ inline void log_only(const Settings& engine, LogLevel level, std::string_view te
   write_log(engine.logger, level, text);
 }
 
-/// The same for a text that has to be made. Without a run log it is not made, so a value that cannot be shown in it is
-/// no failure then.
+/// The same for a text that has to be formatted. Without a run log it is not, and a value that cannot be formatted is
+/// then no error.
 template <std::invocable Text>
 void log_only(const Settings& engine, LogLevel level, const Text& text) {
   if (engine.logger != nullptr) write_log(engine.logger, level, text());
@@ -25,7 +25,7 @@ void log_only(const Settings& engine, LogLevel level, const Text& text) {
 /// To the run log, or to standard output when there is none.
 void log_or_print(const Deduction& engine, LogLevel level, std::string_view text);
 
-/// Gives a scheduled engine its run log: a file of its own beside whatever the host's logger writes to.
+/// Opens the run log of AI-apply mode: a file, in addition to the outputs of the host's logger.
 void open_run_log(Deduction& engine, Dict game_config);
 
 }  // namespace tessra

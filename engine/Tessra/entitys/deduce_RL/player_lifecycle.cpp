@@ -1,3 +1,5 @@
+// Calls to all agents at episode start and end, in the order of the players and of their lists of agents.
+
 #include <fmt/format.h>
 #include <fmt/printf.h>
 

@@ -6,7 +6,7 @@
 #include "Tessra/base/value.h"
 #include "Tessra/entitys/global_util.h"
 
-// What initial and update situations have in common, for the sources of the engine that read them.
+// Reading situation records: what initial and update situations have in common.
 
 namespace tessra {
 

@@ -4,8 +4,8 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
-// How a scheduled run tells of failures: to the client, to the run log, by the stop signal. The texts are formats: the
-// client's takes the error and the path of the run log, the run log's takes the error with its trace.
+// Failure reports of a scheduled run. Texts are printf formats: those for the client take the error and the path of the
+// run log, those for the run log take the error with its trace.
 
 namespace tessra {
 

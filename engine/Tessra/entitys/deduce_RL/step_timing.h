@@ -6,7 +6,7 @@
 
 #include "Tessra/entitys/deduce_RL/deduction.h"
 
-// The line of the run log that tells how long a step took and what took the time.
+// The run log's line about the wall-clock time of a step.
 
 namespace tessra {
 
@@ -16,7 +16,7 @@ struct StepTiming {
   double step, data, update;  // wall-clock seconds
 };
 
-/// Whether the settings ask for the line at this step.
+/// Whether this step is to be logged.
 bool is_timing_due(const Settings& settings, std::int64_t index);
 /// Throws `KindError` when the process id is no number.
 std::string timing_line(const Deduction& engine, const StepTiming& timing, const StepTimes& step_times);

@@ -1,3 +1,6 @@
+// Merging an update. Deletions are copied out of the record first and applied last: the merge takes the record apart,
+// and what it reports on must still be registered.
+
 #include <fmt/printf.h>
 
 #include "Tessra/entitys/commonfunction.h"
