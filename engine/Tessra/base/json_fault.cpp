@@ -144,7 +144,7 @@ class FaultFinder {
   template <class T>
   T checked(simdjson::simdjson_result<T> result) {
     if (result.error() == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) {
-      fail_at(text_, text_.size(), "a list or dictionary is not closed");
+      fail_at(text_, text_.size(), "the text does not end with the closing bracket of its list or dictionary");
     }
     // `type` looks at the first byte only: a value that turns out to be something else is a misspelt true, false or
     // null.
