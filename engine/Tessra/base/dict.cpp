@@ -165,18 +165,6 @@ Dict& Dict::operator=(Dict other) noexcept {
   return *this;
 }
 
-void Dict::reserve(std::size_t count) {
-  row();
-  if (row_->absent > 0) squeeze(count - std::min(count, size()));
-  if (row_->keys->is_shape() && count > KeySet::kMaxShapeKeys) own_keys(count - row_->count);
-  if (!row_->keys->is_shape()) {
-    auto* own = const_cast<KeySet*>(row_->keys);
-    KeySet::reserve(own, count);
-    row_->keys = own;
-  }
-  if (count > row_->count) Row::reserve(row_, count - row_->count);
-}
-
 const Value& Dict::at(const KeyRef& key) const {
   const Value* value = find(key);
   if (value == nullptr) throw KeyError("missing key '" + key.to_text() + "'");

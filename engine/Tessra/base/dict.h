@@ -90,9 +90,6 @@ class Dict {
 
   std::size_t size() const;
   bool empty() const;
-  /// Reserves room for `count` entries and removes the gaps left by erased ones. Until the next erasure no insertion
-  /// changes the place of another entry.
-  void reserve(std::size_t count);
 
   // Reading. `find`, `get` and `non_empty` accept absent keys; `at` throws a `KeyError` naming the key.
 
@@ -107,7 +104,7 @@ class Dict {
   bool non_empty(const KeyRef& key) const;
 
   /// Position of a value of this dictionary: of two values, the one inserted first has the smaller place. Valid until
-  /// the next insertion, or longer (`reserve`).
+  /// the next insertion.
   std::size_t place(const Value& stored) const;
   /// The value at this place.
   const Value& at_place(std::size_t place) const;
@@ -142,14 +139,8 @@ class Dict {
   /// unless it is this dictionary.
   void update(Dict&& other);
 
-  /// Prefetches the entries of a record, for a caller about to touch many of them.
-  void fetch() const;
-  /// Prefetches what the values refer to; call some time after `fetch`, once the values themselves have arrived.
-  void fetch_inside() const;
-  /// Prefetches what a lookup of these keys reads, and the dictionaries found. The entries of a large dictionary are
-  /// scattered in memory; in a batch the cache misses overlap.
-  void fetch_under(std::span<const Value* const> keys) const;
-  /// For each key of a table, in its order, the value here under that key, or null. Prefetches in batches as above.
+  /// For each key of a table, in its order, the value here under that key, or null. The entries of a large dictionary
+  /// are scattered in memory; looked up in batches, their cache misses overlap.
   std::vector<Value*> find_all(const Dict& table);
   /// Walks `fresh` in its order and calls `visit(key, stored, value)` for its entries, where `stored` is the value here
   /// under the key, or null. A plain value (number or short text) that replaces a plain one may be written directly,
@@ -184,8 +175,8 @@ class Dict {
   static bool equal(const Dict& a, const Dict& b, int depth);
   /// Adds an entry whose key is known to be absent.
   Value& append(Value key, Value value);
-  /// For scattered tables: prefetches the value at this place of `fresh`, and the value here under its key.
-  void fetch_beside(const Row& fresh, std::size_t at) const;
+  /// Prefetches what a lookup of these keys reads, and the dictionaries found.
+  void fetch_under(std::span<const Value* const> keys) const;
   /// Fast path of `update` for dictionaries whose keys are shapes; returns false, without effect, if it does not apply.
   bool join(Row& from);
   /// Removes absent entries. Own keys get room for `more` further ones.

@@ -169,13 +169,6 @@ void KeySet::enlarge(KeySet*& keys, std::size_t room) {
   std::exchange(keys, larger)->free();
 }
 
-void KeySet::reserve(KeySet*& keys, std::size_t room) {
-  if (room > keys->room_) enlarge(keys, room);
-  // A reserved table of this size will be searched, so it gets its index now.
-  const bool is_wide = keys->index_ != nullptr && 2 * room <= std::size_t{keys->index_->mask} + 1;
-  if (room > kMaxShapeKeys && !is_wide) keys->make_index(room);
-}
-
 void KeySet::append(KeySet*& keys, Value key) {
   if (keys->count_ == keys->room_) enlarge(keys, keys->room_ + std::size_t{keys->room_} / 2 + 4);
   keys->add(std::move(key));
@@ -198,9 +191,7 @@ void KeySet::make_index(std::size_t room) const {
   index_ = static_cast<Index*>(Pool::take(sizeof(Index) + (slots - 1) * sizeof(Slot)));
   index_->mask = static_cast<std::uint32_t>(slots - 1);
   std::fill_n(index_->slots, slots, Slot{0, 0});
-  constexpr std::size_t kFar = 8;  // prefetch distance: the texts, which store their hashes, are scattered
   for (std::size_t at = 0; at < count_; ++at) {
-    if (at + kFar < count_) key(at + kFar).fetch_held();
     if (!key(at).is_none()) link(at);
   }
 }

@@ -81,8 +81,6 @@ class KeySet {
 
   /// Adds a new key. The keys may move; `keys` is the dictionary's pointer and is updated.
   static void append(KeySet*& keys, Value key);
-  /// Reserves room for this many keys. The keys may move.
-  static void reserve(KeySet*& keys, std::size_t room);
   /// Removes the key but keeps its place.
   void erase(std::uint32_t at);
 

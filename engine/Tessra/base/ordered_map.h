@@ -59,15 +59,6 @@ class OrderedMap {
   }
   T& at(std::string_view key) { return const_cast<T&>(std::as_const(*this).at(key)); }
 
-  /// Prefetches what `find` or `set` of these keys reads.
-  void fetch(std::span<const Sought> keys) const;
-  /// Prefetches the index slot of a new key with this `hash_text`.
-  void fetch_slot(std::uint32_t hash) const {
-    if (!index_.empty()) index_.fetch(hash);
-  }
-
-  /// Reserves room for this many entries in an empty map.
-  void reserve(std::size_t entries);
   /// Inserts at the end or replaces in place. The key is a text; it is shared with the caller's value.
   T& set(Value key, T value);
   /// Removes the entry; its value is destroyed at once. Returns false when there is none.
@@ -98,6 +89,8 @@ class OrderedMap {
   };
   static constexpr std::size_t kScanLimit = 8;
 
+  /// Prefetches what `find` of these keys reads.
+  void fetch(std::span<const Sought> keys) const;
   const Entry* find_entry(std::string_view key, std::uint32_t hash) const;
   void make_room();
   void squeeze();
@@ -139,12 +132,6 @@ class OrderedMap<T>::Iterator {
   Map* map_;
   std::size_t at_;
 };
-
-template <class T>
-void OrderedMap<T>::reserve(std::size_t entries) {
-  entries_.reserve(entries);
-  if (entries > kScanLimit) make_index(entries);
-}
 
 template <class T>
 T& OrderedMap<T>::set(Value key, T value) {

@@ -83,11 +83,7 @@ class Pool {
     std::byte* end = nullptr;
 
     std::size_t size() const { return static_cast<std::size_t>(end - at); }
-    void* cut(std::size_t bytes) {
-      constexpr std::size_t kAhead = 256;
-      __builtin_prefetch(at + kAhead, 1);
-      return std::exchange(at, at + bytes);
-    }
+    void* cut(std::size_t bytes) { return std::exchange(at, at + bytes); }
     /// Takes back the block that was cut last, so that its memory is reused while still cached. False for other blocks.
     bool take_back(void* block, std::size_t bytes) {
       if (static_cast<std::byte*>(block) + bytes != at) return false;

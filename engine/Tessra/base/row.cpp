@@ -86,8 +86,7 @@ Row* Row::take_out() {
 }
 
 /// Destroys a row and everything it holds the last reference to, iteratively: open rows form a linked list instead of a
-/// call stack. What a row refers to is scattered in memory, so each object is prefetched when it is found and released
-/// some objects later; `fetched_` is a ring of those in between.
+/// call stack.
 ///
 /// The destructor of a host object may destroy another tree, and that one further host objects. Each such tree is
 /// destroyed right away by a nested `Ending`, up to a limit that protects the stack; beyond it the row is left to the
@@ -107,12 +106,6 @@ class Row::Ending {
   }
 
  private:
-  struct Held {
-    Value::Counted* counted = nullptr;
-    Value::Tag tag{};
-  };
-  static constexpr unsigned kAhead = 8;
-
   explicit Ending(Row* row)
       : outside_(std::exchange(innermost_, this)), depth_(outside_ != nullptr ? outside_->depth_ + 1 : 1) {
     open(row);
@@ -120,8 +113,14 @@ class Row::Ending {
   ~Ending() { innermost_ = outside_; }
 
   void run() {
-    for (unsigned at = 0; open_ != nullptr || waiting_ > 0; at = (at + 1) % kAhead) {
-      let_go(std::exchange(fetched_[at], next()));
+    while (open_ != nullptr) {
+      if (open_->come_to < open_->count) {
+        let_go(open_->values[open_->come_to++]);
+      } else {
+        Row* ended = std::exchange(open_, open_->outer);
+        ended->free_outside();
+        ended->free_block();
+      }
     }
   }
   void open(Row* row) {
@@ -129,33 +128,13 @@ class Row::Ending {
     row->outer = std::exchange(open_, row);
     row->come_to = 0;
   }
-  /// The next counted object of the open rows; frees rows that are finished. Null at the end.
-  Held next() {
-    while (open_ != nullptr) {
-      const std::uint32_t count = open_->count;
-      for (std::uint32_t at = open_->come_to; at < count; ++at) {
-        const Value& value = open_->values[at];
-        Value::Counted* held = value.counted();
-        if (held == nullptr) continue;
-        open_->come_to = at + 1;
-        value.fetch_held();
-        ++waiting_;
-        return {held, value.tag()};
-      }
-      Row* ended = std::exchange(open_, open_->outer);
-      ended->free_outside();
-      ended->free_block();
-    }
-    return {};
-  }
-  void let_go(Held held) {
-    if (held.counted == nullptr) return;
-    --waiting_;
-    if (--held.counted->refs > 0) return;
-    if (held.tag == Value::Tag::list || held.tag == Value::Tag::dictionary) {
-      open(reinterpret_cast<Row*>(held.counted));
+  void let_go(const Value& value) {
+    Value::Counted* held = value.counted();
+    if (held == nullptr || --held->refs > 0) return;
+    if (value.tag() == Value::Tag::list || value.tag() == Value::Tag::dictionary) {
+      open(reinterpret_cast<Row*>(held));
     } else {
-      Value::end_leaf(held.tag, held.counted);
+      Value::end_leaf(value.tag(), held);
     }
   }
 
@@ -164,8 +143,6 @@ class Row::Ending {
   Ending* const outside_;
   const int depth_;
   Row* open_ = nullptr;  // innermost open row
-  Held fetched_[kAhead];
-  unsigned waiting_ = 0;
 };
 
 thread_local constinit Row::Ending* Row::Ending::innermost_ = nullptr;

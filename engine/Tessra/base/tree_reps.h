@@ -61,12 +61,6 @@ struct Row {
   Row(const Row&) = delete;
   Row& operator=(const Row&) = delete;
 
-  /// For iterations that follow the values' references, which are scattered: prefetches a few values ahead.
-  void fetch_ahead(std::size_t at) const;
-
-  /// Prefetches the row and as many values as a large record has, without reading the row.
-  void fetch() const;
-
   // For dictionaries.
 
   std::size_t size() const { return count - absent; }
@@ -122,16 +116,6 @@ void Row::put(std::size_t at, const Make& make) {
   new (values + at) Value(make());
   --absent;
 }
-inline void Row::fetch_ahead(std::size_t at) const {
-  constexpr std::size_t kAhead = 8;
-  if (at + kAhead < count) values[at + kAhead].fetch_held();
-}
-inline void Row::fetch() const {
-  constexpr std::size_t kLine = 64;
-  constexpr std::size_t kMost = 8;
-  const auto* begin = reinterpret_cast<const char*>(this);
-  for (std::size_t line = 0; line < kMost; ++line) __builtin_prefetch(begin + line * kLine);
-}
 template <class Is>
 std::uint64_t Row::which_from(std::size_t at, Is is) const {
   std::uint64_t bits = 0;
@@ -177,7 +161,6 @@ class DictIterator {
   DictIterator(Row* row, std::size_t at) : row_(row), at_(at) { skip_absent(); }
   Item operator*() const { return {row_->keys->key(at_), row_->values[at_]}; }
   DictIterator& operator++() {
-    row_->fetch_ahead(at_);
     ++at_;
     skip_absent();
     return *this;
@@ -276,13 +259,6 @@ inline Dict::~Dict() {
   if (row_ != nullptr && --row_->refs == 0) Row::end(row_);
 }
 
-inline void Dict::fetch() const {
-  if (row_ != nullptr) row_->fetch();
-}
-inline void Dict::fetch_inside() const {
-  if (row_ == nullptr || !row_->keys->is_shape()) return;
-  for (std::size_t at = 0; at < row_->count; ++at) row_->values[at].fetch_held();
-}
 inline std::size_t Dict::size() const { return row_ != nullptr ? row_->size() : 0; }
 inline bool Dict::empty() const { return size() == 0; }
 
@@ -302,12 +278,6 @@ inline std::size_t Dict::place(const Value& stored) const { return static_cast<s
 inline const Value& Dict::at_place(std::size_t place) const { return row_->values[place]; }
 inline Value* Dict::find(const KeyRef& key) { return const_cast<Value*>(std::as_const(*this).find(key)); }
 
-inline void Dict::fetch_beside(const Row& fresh, std::size_t at) const {
-  if (at >= fresh.count || fresh.values[at].counted() == nullptr) return;
-  fresh.values[at].fetch_held();
-  if (const Value* stored = find(fresh.keys->key(at)); stored != nullptr && stored->is_dict()) stored->dict_.fetch();
-}
-
 template <class Visit>
 void Dict::merge(const Dict& fresh, Visit&& visit) {
   const Dict source = fresh;  // keeps it alive: it may be inside this dictionary and get overwritten
@@ -326,8 +296,6 @@ void Dict::merge(const Dict& fresh, Visit&& visit) {
     const Value& key = from.keys->key(at);
     find_places();
     if (places == nullptr) {
-      constexpr std::size_t kAhead = 2;
-      fetch_beside(from, at + kAhead);
       visit(key, find(key), *value);
     } else {
       const std::uint32_t place = places->place(at);
