@@ -1,3 +1,9 @@
+# Where sources are compiled several in one (presets asan, tsan, tidy), these are not: they say a name, private to its
+# source, that another one of the target has too.
+function(tessra_alone)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
+
 # Warnings, sanitizers and defaults of our own targets; libraries of others keep theirs.
 function(tessra_target_options target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
@@ -18,6 +24,8 @@ function(tessra_target_options target)
     target_compile_options(${target} PRIVATE
       $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
   endif()
+  set_target_properties(${target} PROPERTIES
+    UNITY_BUILD_CODE_BEFORE_INCLUDE "// NOLINTNEXTLINE(bugprone-suspicious-include)")
   if(TESSRA_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
