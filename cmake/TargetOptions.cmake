@@ -1,5 +1,5 @@
-# Where sources are compiled several in one (presets asan, tsan, tidy), these are not: they say a name, private to its
-# source, that another one of the target has too.
+# Excludes sources from unity builds (presets asan, tsan, tidy), because a name in their anonymous namespace is also used
+# in another source of the target.
 function(tessra_alone)
   set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
