@@ -44,7 +44,6 @@ Stage& stage(std::size_t number) {
                                                               .agent_sides = 2,
                                                               .units_per_side = 3,
                                                               .contacts_per_side = 2,
-                                                              .fields_per_unit = 1,
                                                               .change_share = 0.5,
                                                               .gaps = gaps}));
   }

@@ -25,37 +25,23 @@ std::string keys_of(const Dict& dict) {
   return keys;
 }
 
-TEST(Dict, KeepsOrderUnderOverwritingAndErasing) {
+TEST(Dict, ComparesWithoutOrderAndIsErasedWhileWalked) {
   Dict dict{{"a", 1}, {"b", 2}, {"c", 3}, {"a", 4}};
-  EXPECT_EQ(keys_of(dict), "a b c ");
-  EXPECT_EQ(dict.at_integer("a"), 4);
-  dict.set("b", 5);
-  EXPECT_TRUE(dict.erase("a"));
-  EXPECT_FALSE(dict.erase("a"));
   EXPECT_TRUE(dict["d"].is_none());
-  dict.set("a", 6);
-  EXPECT_EQ(keys_of(dict), "b c d a ");
-  EXPECT_EQ(dict, (Dict{{"a", 6}, {"d", Value()}, {"c", 3}, {"b", 5}})) << "order is no part of equality";
+  EXPECT_EQ(dict, (Dict{{"d", Value()}, {"c", 3}, {"b", 2}, {"a", 4}}));
   for (auto [key, value] : dict) {
     if (key != "d") dict.erase(key);
   }
   EXPECT_EQ(keys_of(dict), "d ");
-  dict.clear();
-  EXPECT_TRUE(dict.empty() && dict.find("d") == nullptr);
 }
 
 TEST(Dict, CopiesOfTheHandleShareTheDictionary) {
   Dict dict{{"inner", Dict{{"n", 1}}}};
-  Dict same = dict;
-  same.at_dict("inner").set("n", 2);
-  EXPECT_EQ(dict.at_dict("inner").at_integer("n"), 2);
-  EXPECT_TRUE(same.is(dict));
-
-  Dict shallow = dict.shallow_copy();
-  EXPECT_TRUE(shallow == dict && !shallow.is(dict));
-  EXPECT_TRUE(shallow.at_dict("inner").is(dict.at_dict("inner")));
-  shallow.set("more", 1);
-  EXPECT_FALSE(dict.contains("more"));
+  const Dict same = dict, shallow = dict.shallow_copy();
+  dict.at_dict("inner").set("n", 2);
+  dict.set("more", 1);
+  EXPECT_TRUE(same.is(dict) && !shallow.is(dict) && shallow.at_dict("inner").is(dict.at_dict("inner")));
+  EXPECT_EQ(Value(shallow).to_text(), "{'inner': {'n': 2}}");
 }
 
 TEST(Dict, NumbersAreKeysByValue) {
@@ -87,16 +73,6 @@ TEST(Dict, TypedReadingNamesTheKeyAndTheKinds) {
   EXPECT_TRUE(dict.get("Course").is_none());
   EXPECT_EQ(dict.at_real(7) + dict.at_real("Speed"), 4.5);
   EXPECT_TRUE(dict.non_empty("List") && !dict.non_empty("Zero") && !dict.non_empty("Course"));
-}
-
-TEST(Dict, UpdateMergesOneLevel) {
-  const Dict shared{{"x", 1}};
-  Dict dict{{"a", Dict{{"old", 1}}}, {"b", 2}};
-  dict.update(Dict{{"c", shared}, {"a", shared}});
-  EXPECT_EQ(keys_of(dict), "a b c ");
-  EXPECT_TRUE(dict.at_dict("a").is(shared) && dict.at_dict("c").is(shared));
-  dict.update(dict);
-  EXPECT_EQ(dict.size(), 3u);
 }
 
 TEST(Dict, UpdateMovesOnlyWhatNobodyElseHolds) {

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <deque>
 #include <random>
 #include <thread>
 #include <vector>
@@ -85,21 +84,6 @@ TEST(Pool, BlocksMayEndOnAnotherThread) {
     if (round == 2) held = Pool::held_bytes();
   }
   EXPECT_LE(Pool::held_bytes(), held + held / 20);
-}
-
-TEST(Pool, ThreadsWorkAtTheSameTime) {
-  std::deque<Blocks> own;
-  for (int at = 0; at < 4; ++at) own.emplace_back(10 + at);
-  for (int round = 0; round < 10; ++round) {
-    // Each takes for itself, and gives back what its neighbour took in the last round.
-    std::vector<std::jthread> threads;
-    for (int at = 0; at < 4; ++at) {
-      threads.emplace_back([&blocks = own[static_cast<std::size_t>((at + round) % 4)]] {
-        blocks.take(2000);
-        blocks.give(1500);
-      });
-    }
-  }
 }
 
 }  // namespace

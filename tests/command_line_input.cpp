@@ -5,14 +5,9 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::StartsWith;
-
 TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
   const std::string bad_json = write("bad.json", "{\n  \"game_server\": [}\n");
-  const struct {
-    std::string arguments;
-    std::string says;
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"run --scenario nosuch", "nosuch"},
       {"run --scenario " + path("nosuch.json"), "nosuch.json"},
       {"run --config " + path("nosuch.json"), "no such file"},
@@ -49,14 +44,7 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
       {"check-agent --class nosuch", "no agent class 'nosuch'; there are: idle"},
       {"check-agent --class x --agents " + bad_json, "bad.json"},
   };
-  for (const auto& given : cases) {
-    const Output output = run(given.arguments);
-    EXPECT_EQ(output.status, 2) << given.arguments;
-    EXPECT_THAT(output.err, StartsWith("error: ")) << given.arguments;
-    EXPECT_THAT(output.err, HasSubstr(given.says)) << given.arguments;
-    EXPECT_EQ(std::count(output.err.begin(), output.err.end(), '\n'), 1) << output.err;
-    EXPECT_THAT(output.out, IsEmpty());
-  }
+  for (const auto& [arguments, says] : cases) expect_refused(arguments, says);
   EXPECT_EQ(run("--help").status, 0);
 }
 

@@ -10,14 +10,8 @@ namespace {
 
 class Recordings : public CommandLine {
  protected:
+  const std::string replay = "replay " + path("rec");
   std::string episode(const std::string& file = "") const { return path("rec/episode-000001/" + file); }
-  /// Replays, and expects one line that says this.
-  void expect_refused(const std::string& arguments, int status, const std::string& says) {
-    const Output output = run("replay " + arguments);
-    EXPECT_EQ(output.status, status) << output.err;
-    EXPECT_THAT(output.err, HasSubstr(says));
-    EXPECT_EQ(std::count(output.err.begin(), output.err.end(), '\n'), 1) << output.err;
-  }
 };
 
 TEST_F(Recordings, replay_and_dump) {
@@ -42,39 +36,35 @@ TEST_F(Recordings, what_is_damaged_is_told_in_a_line) {
   const Output gap = run("replay " + path("rec") + " --dump " + path("dump.json"));
   EXPECT_EQ(gap.out.substr(0, gap.out.find(',')), "2 updates played") << "what comes before is played";
   EXPECT_EQ(read_json_file(path("dump.json")).as_list().size(), 3u);
-  expect_refused(path("rec"), 1, "update-000003.json is missing, update-000004.json is there");
+  expect_refused(replay, "update-000003.json is missing, update-000004.json is there", 1);
   for (const char* record : {"[]", "5", "null", "{\"Situation\""}) {
     std::ofstream(episode("update-000003.json")) << record;
-    expect_refused(path("rec"), 1, "update-000003.json: ");
+    expect_refused(replay, "update-000003.json: ", 1);
   }
   std::filesystem::rename(path("third"), episode("update-000003.json"));
   for (int number = 5; std::filesystem::remove(episode(fmt::format("update-{:06}.json", number))); ++number) continue;
-  expect_refused(path("rec"), 1, "the recording breaks off: there is no update-000005.json");
+  expect_refused(replay, "the recording breaks off: there is no update-000005.json", 1);
   std::ofstream(episode("config.json")) << R"({"game_server": {}, "rule_config": {"红方": {"a": {}}}})";
   EXPECT_THAT(run("replay " + path("rec")).out, HasSubstr("4 updates played")) << "only sides and names matter";
   std::ofstream(episode("config.json")) << R"({"game_server": {}, "rule_config": {"红方": {"a": 1}}})";
-  expect_refused(path("rec"), 2, "config.json: ");
+  expect_refused(replay, "config.json: ");
   std::filesystem::remove(episode("config.json"));
   std::ofstream(episode("initial.json")) << R"({"ScenarioInfo": {"Time": 0}, "Situation": {"SituationSides": {}}})";
-  expect_refused(path("rec"), 1, "initial.json: the episode does not start (reset answers -4): ");
+  expect_refused(replay, "initial.json: the episode does not start (reset answers -4): ", 1);
 }
 
 TEST_F(Recordings, an_episode_is_chosen_and_a_folder_is_used_once) {
   ASSERT_EQ(run("run --scenario skirmish --quiet --episodes 2 --record " + path("rec")).status, 0);
-  expect_refused(path("rec"), 2, "holds several episodes: 1, 2; choose one with --episode");
-  expect_refused(path("rec") + " --episode 3", 2, "has no episode 3; there are: 1, 2");
-  expect_refused(path("none"), 2, "no recording");
+  expect_refused(replay, "holds several episodes: 1, 2; choose one with --episode");
+  expect_refused(replay + " --episode 3", "has no episode 3; there are: 1, 2");
+  expect_refused("replay " + path("none"), "no recording");
   EXPECT_EQ(run("replay --episode 2 " + path("rec")).status, 0);
-  const std::string dump = path("rec") + " --episode 1 --dump ";
-  expect_refused(dump + "/dev/full", 1, "error: cannot write /dev/full: No space left on device\n");
-  expect_refused(dump + path("no/x"), 2, "error: cannot write " + path("no/x") + ": No such file or directory\n");
+  const std::string dump = replay + " --episode 1 --dump ";
+  expect_refused(dump + "/dev/full", "error: cannot write /dev/full: No space left on device\n", 1);
+  expect_refused(dump + path("no/x"), "error: cannot write " + path("no/x") + ": No such file or directory\n");
 
-  for (const std::string& used : {path("rec"), episode()}) {
-    const Output again = run("run --scenario skirmish --record " + used);
-    EXPECT_EQ(again.status, 2);
-    EXPECT_THAT(again.err, HasSubstr("holds another recording"));
-    EXPECT_THAT(again.out, IsEmpty());
-  }
+  for (const std::string& used : {path("rec"), episode()})
+    expect_refused("run --scenario skirmish --record " + used, "holds another recording");
   EXPECT_EQ(run("run --scenario skirmish --record " + write("file", "")).status, 2);
 }
 

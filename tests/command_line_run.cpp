@@ -23,13 +23,14 @@ TEST_F(CommandLine, json_lines_are_the_same_for_the_same_seed) {
 
 TEST_F(CommandLine, options_beat_the_configuration_and_misspelt_keys_are_warned_of) {
   const std::string config = write("c.json", R"({"game_server": {
-    "simulate": {"scenario": "strait", "episodes": 5, "step_intervall": 1}, "server": {"seed": 1}, "simualte": {}}})");
+    "simulate": {"scenario": "strait", "episodes": 5, "step_intervall": 1}, "server": {"sed": 1}, "simualte": {}}})");
   const Output output =
       run("run --config " + config + " --scenario skirmish --episodes 1 --seed 9 --json --log " + path("log"));
   EXPECT_EQ(output.status, 0);
   EXPECT_EQ(output.err,
             "warning: unknown key game_server.simualte has no effect; did you mean simulate?\n"
-            "warning: unknown key simulate.step_intervall has no effect; did you mean step_interval?\n");
+            "warning: unknown key simulate.step_intervall has no effect; did you mean step_interval?\n"
+            "warning: unknown key server.sed has no effect; did you mean seed?\n");
   EXPECT_EQ(read_json(output.out).as_dict().at("seed"), Value(9));
   EXPECT_THAT(read(path("log")), HasSubstr(" - deduce - INFO - 第1局,想定'skirmish'加载成功"));
 }

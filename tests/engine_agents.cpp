@@ -27,11 +27,16 @@ class Odd : public Agent {
   Odd(std::string side_name, int) : Agent(std::move(side_name)) {}
 };
 
-class Agents : public EngineTest {};
+class Agents : public EngineTest {
+ protected:
+  void add_rule_agent(const char* side, const char* name, const Value& agent_class) {
+    config.at_dict("rule_config").at_dict(side).set(name, Dict{{"class", agent_class}});
+  }
+};
 
 /// Every call into three agents of two sides, over two episodes.
 TEST_F(Agents, are_called_in_order) {
-  config.at_dict("rule_config").at_dict("红方").set("tank", Dict{{"class", AgentClass::of<Learner>("learner")}});
+  add_rule_agent("红方", "tank", AgentClass::of<Learner>("learner"));
   const Value tick = json("{'ScenarioInfo': {'Time': 90000}}");
   server->updates = {tick, json("{'IsEnd': true}")};
   ScriptedAgent::journal.clear();
@@ -60,31 +65,45 @@ TEST_F(Agents, are_called_in_order) {
 
 TEST_F(Agents, are_built_by_the_form_of_their_class) {
   const Value learner(AgentClass::of<Learner>("learner"));
-  config.at_dict("rule_config").at_dict("红方").set("odd", Dict{{"class", AgentClass::of<Odd>("odd")}});
-  config.at_dict("rule_config").at_dict("蓝方").set("thinker", Dict{{"class", learner}});
-  config.at_dict("rule_config").at_dict("蓝方").set("both", Dict{{"class", AgentClass::of<Both>("both")}});
-  section().set(
-      "RL_agents",
-      Dict{{"红方", Dict{{"enemy", "蓝方"}, {"agents", Dict{{"tank", Dict{{"class", learner}, {"speed", 3}}}}}}}});
+  add_rule_agent("红方", "odd", AgentClass::of<Odd>("odd"));
+  add_rule_agent("蓝方", "thinker", learner);
+  add_rule_agent("蓝方", "both", AgentClass::of<Both>("both"));
+  const Dict tanks{{"tank", Dict{{"class", learner}, {"speed", 3}}}};
+  section().set("RL_agents", Dict{{"红方", Dict{{"enemy", "黄方"}, {"agents", tanks}}}});
   start();
   const AgentList& list = *red().agents_list;
   ASSERT_EQ(list.size(), 2u) << "a class with another constructor is passed over";
   EXPECT_EQ(list.at(0)->client_info, Value(json("{'range': 5}")));
   const auto& tank = dynamic_cast<const Learner&>(*list.at(1));
-  EXPECT_TRUE(tank.conf.uid == 1001 && tank.conf.enemy_side == "蓝方" && tank.conf.agent_name == "RL-tank");
+  EXPECT_TRUE(tank.conf.uid == 1001 && tank.conf.enemy_side == "黄方" && tank.conf.agent_name == "RL-tank");
   EXPECT_FALSE(tank.is_rule_agent);
   EXPECT_EQ(dynamic_cast<const Learner&>(*blue().agents_list->at(1)).conf.uid, 1000);
   EXPECT_EQ(blue().agents_list->at(2)->side, "蓝方") << "a class that does not learn is built from its side";
   EXPECT_EQ(engine().agents.at("红方"), red().agents_list);
-  EXPECT_EQ(Value(engine().agent_names), Value(json("{'红方': 'patrol-1', '蓝方': 'strike-1'}")));
+  EXPECT_THAT(engine().unreported_sides(), ElementsAre("黄方"));
+  EXPECT_EQ(Value(engine().agent_names),
+            Value(json("{'红方': 'patrol-1', '蓝方': 'strike-1', '黄方': 'Data-NoAgent'}")));
   EXPECT_THROW(engine().config_agent(engine().rule_agent_config, engine().rl_agent_config), KeyError)
       << "`class` was taken out of the entries";
 }
 
+TEST_F(Agents, of_a_training_host_are_told_what_they_are) {
+  Dict sides = json("{'红方': {'enemy': '蓝方', 'agents': {'tank': {'unit': ['u1', 'u2']}}}}");
+  sides.at_dict("红方").at_dict("agents").at_dict("tank").set("class", AgentClass::of<Learner>("learner"));
+  std::string told;
+  for (const auto& agent : Deduction::create_rl_agents(sides, json("{'framework': 'f', 'alg': 'a'}"))) {
+    const AgentConf& conf = dynamic_cast<const Learner&>(*agent).conf;
+    told += agent->agent_type + std::to_string(conf.uid);
+    for (const std::string& text : {conf.framework, conf.enemy_side, conf.side, conf.agent_name, conf.alg})
+      told += " " + text;
+  }
+  EXPECT_EQ(told, "tank0 f 蓝方 红方 u1 atank1 f 蓝方 红方 u2 a");
+}
+
 TEST_F(Agents, action_records_go_to_the_first_learner_of_their_type) {
   const Value learner(AgentClass::of<Learner>("learner"));
-  section().set("RL_agents", Dict{{"红方", Dict{{"agents", Dict{{"tank", Dict{{"class", learner}}}}}}},
-                                  {"蓝方", Dict{{"agents", Dict{{"tank", Dict{{"class", learner}}}}}}}});
+  const Dict tanks{{"agents", Dict{{"tank", Dict{{"class", learner}}}}}};
+  section().set("RL_agents", Dict{{"红方", tanks}, {"蓝方", tanks.deep_copy()}});
   start();
   const Dict actions = json("{'u1': {'_agent_type_': 'tank', 'go': 1}, 'u2': {'_agent_type_': 'patrol-1'}, 'u3': {}}");
   engine().agents_step(actions);

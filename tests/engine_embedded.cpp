@@ -119,17 +119,6 @@ TEST_F(Episode, a_recorded_one_replays_to_the_same_model) {
   EXPECT_THROW(play_episode(broken_off), Error) << "a recording without an end must not be waited for";
 }
 
-TEST_F(Episode, a_played_side_that_the_service_does_not_have_can_be_named_at_the_start) {
-  Dict config = configuration("skirmish", 7);
-  Dict agents = config.at_dict("rule_config");
-  agents.set("nowhere", agents.at("蓝方"));
-  agents.erase("蓝方");
-  Deduction engine(config, seams.seams());
-  EXPECT_THAT([&] { play_episode(engine); },
-              ::testing::ThrowsMessage<KeyError>(::testing::HasSubstr("side 'nowhere'")));
-  EXPECT_THAT(engine.unreported_sides(), ::testing::ElementsAre("nowhere"));
-}
-
 TEST_F(Episode, a_learner_executes_the_hosts_records) {
   Dict config = configuration("skirmish", 7);
   config.at_dict("rule_config").erase("红方");

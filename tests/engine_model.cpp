@@ -30,6 +30,7 @@ TEST_F(InitialBuild, joins_the_parts_of_a_side) {
   EXPECT_FALSE(element("m1").has_attribute("Mission"));
   EXPECT_EQ(engine().elements.at("r"), engine().players.at("红方"));
   EXPECT_EQ(red().units_of_name.at("Alpha 1")->guid(), "a1");
+  EXPECT_FALSE(engine().scenario_obj->has_attribute("SideInfo")) << "that is the sides' own";
   EXPECT_EQ(contacts().at_dict("c1").at("Side"), Value("蓝方")) << "sides of contacts are shown by name";
   EXPECT_FALSE(engine().elements.contains("g1")) << "nobody plays the green side";
   EXPECT_THAT(seams.console->printed, Contains("推演第1局处理初始化态势完成, 单元和任务总数:4"));
@@ -138,28 +139,40 @@ TEST_F(InitialBuild, derives_friends_from_postures) {
 class Elements : public EngineTest {};
 class KnownElements : public StartedTest {};
 
-TEST_F(Elements, creation_answers_and_messages) {
+TEST_F(Elements, without_a_name_or_a_side_are_not_made) {
+  using enum ElementType;
   start();
-  seams.console->printed.clear();
+  const std::pair<ElementType, const char*> units[] = {{Group, "Group 编队"},         {Aircraft, "Aircraft 飞机"},
+                                                       {Ship, "Ship 舰船"},           {Submarine, "Submarine 潜艇"},
+                                                       {Satellite, "Satellite 卫星"}, {Facility, "Facility 地面装备"},
+                                                       {Weapon, "Weapon 武器"}};
+  const std::pair<ElementType, const char*> missions[] = {
+      {StrikeMission, "Strike"}, {PatrolMission, "Patrol"},       {SupportMission, "Support"}, {FerryMission, "Ferry"},
+      {MineMission, "Mine"},     {MineClearMission, "MineClear"}, {CargoMission, "Cargo"}};
   const Value named = json("{'Name': 'N'}");
-  EXPECT_FALSE(engine().create_element("x", named, ElementType::PatrolMission, "nobody"));
-  EXPECT_TRUE(engine().create_element("x", Dict(), ElementType::PatrolMission, "红方"));
-  EXPECT_TRUE(engine().create_element("x", named, ElementType::Aircraft, "nobody"));
-  EXPECT_TRUE(engine().create_element("x", Dict(), ElementType::Weapon, "nobody"));
-  EXPECT_TRUE(engine().create_element("x", json("{'Name': ''}"), ElementType::Aircraft, "红方"));
-  EXPECT_TRUE(engine().create_element("x", named, ElementType::Side, "nobody"));
+  const auto printed = [&](const Value& record, ElementType type, const char* side) {
+    EXPECT_TRUE(engine().create_element("x", record, type, side));
+    return seams.console->printed.back();
+  };
+  for (const auto& [type, names] : units) {
+    const std::string both = names;
+    const std::string english = both.substr(0, both.find(' ')), chinese = both.substr(both.find(' ') + 1);
+    EXPECT_EQ(printed(json("{'Name': ''}"), type, "红方"), english + " x create but has no name!");
+    EXPECT_EQ(printed(named, type, "nobody"), "创建" + chinese + "-N-无推演方-nobody!");
+    EXPECT_EQ(printed(Dict(), type, "nobody"), "创建" + chinese + "--无推演方-nobody!");
+  }
+  for (const auto& [type, name] : missions) {
+    EXPECT_EQ(printed(Dict(), type, "红方"), std::string(name) + "Mission create but has no name!!!");
+    EXPECT_FALSE(engine().create_element("x", named, type, "nobody"));
+  }
+  EXPECT_EQ(printed(named, Side, "nobody"), "创建推演方-nobody-无对应智能体!");
   EXPECT_FALSE(engine().create_element("x", named, static_cast<ElementType>(42), "红方"));
-  EXPECT_THAT(seams.console->printed,
-              ElementsAre("PatrolMission create but has no name!!!", "创建飞机-N-无推演方-nobody!",
-                          "创建武器--无推演方-nobody!", "Aircraft x create but has no name!",
-                          "创建推演方-nobody-无对应智能体!"));
   EXPECT_FALSE(engine().elements.contains("x"));
-
-  EXPECT_TRUE(engine().create_element("x", named, ElementType::StrikeMission, "红方"));
-  EXPECT_TRUE(engine().create_element("y", named, ElementType::PatrolMission, "红方"));
+  EXPECT_TRUE(engine().create_element("x", named, StrikeMission, "红方"));
+  EXPECT_TRUE(engine().create_element("y", named, PatrolMission, "红方"));
   EXPECT_EQ(red().missions_obj.at("N")->guid(), "y");
-  EXPECT_TRUE(engine().elements.contains("x"));
-  EXPECT_EQ(dynamic_cast<StrikeMission&>(element("x")).escort().at("_game_server").as_host<GameServer>(), server);
+  EXPECT_EQ(dynamic_cast<tessra::StrikeMission&>(element("x")).escort().at("_game_server").as_host<GameServer>(),
+            server);
 }
 
 TEST_F(KnownElements, take_known_names_only_and_merge_dictionaries) {

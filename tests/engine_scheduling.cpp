@@ -13,7 +13,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
@@ -62,13 +61,6 @@ class Client : public ::testing::Test {
  private:
   std::unique_ptr<Deduction> engine_;
 };
-
-TEST_F(Client, a_library_that_cannot_be_used_is_a_failure_of_agent_creation) {
-  config.at_dict("player").set("agent_path", TESSRA_WRONG_INTERFACE);
-  EXPECT_THROW(engine().normal_simulate(), ProgramEnd);
-  EXPECT_THAT(client().error_texts(), ElementsAre(AllOf(StartsWith("读取配置创建智能体错误:"), HasSubstr("99"))));
-  EXPECT_THAT(errors_logged(), HasSubstr("tessra::AgentLibraryError"));
-}
 
 TEST_F(Client, what_a_librarys_agent_throws_is_reported_with_type_causes_and_stack) {
   use("throws-in-step");

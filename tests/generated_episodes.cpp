@@ -117,17 +117,6 @@ TEST_P(GeneratedEpisodes, lose_the_same_by_the_deletion_share_as_by_the_whole_re
   EXPECT_THAT(log->lines, Contains(HasSubstr("没有创建，但需删除其中元素!")));
 }
 
-TEST_P(GeneratedEpisodes, keep_their_deletions_out_of_the_merges_way) {
-  const GeneratedEpisode episode = generate(1);
-  start();
-  const Dict update = episode.updates.front().deep_copy();
-  const Dict share = Deduction::deletion_share(update);
-  const std::string as_taken = write_json(share);
-  EXPECT_LT(as_taken.size(), write_json(update).size());
-  engine().process_step_situation(update);
-  EXPECT_EQ(write_json(share), as_taken);
-}
-
 INSTANTIATE_TEST_SUITE_P(Seeds, GeneratedEpisodes, ::testing::Values(1, 2, 3, 4));
 
 }  // namespace

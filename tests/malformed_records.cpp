@@ -26,7 +26,6 @@ class MalformedRecords : public ::testing::TestWithParam<bool> {
                              .agent_sides = 2,
                              .units_per_side = 7,
                              .contacts_per_side = 4,
-                             .fields_per_unit = 1,
                              .change_share = 0.5,
                              .gaps = gaps},
                             2);

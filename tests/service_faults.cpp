@@ -36,22 +36,12 @@ std::map<std::string, int> counted(const std::vector<std::string>& calls) {
   return counts;
 }
 
-GeneratedEpisode small_episode() {
-  return generate_episode({.seed = 3,
-                           .sides = 3,
-                           .agent_sides = 2,
-                           .units_per_side = 7,
-                           .contacts_per_side = 2,
-                           .fields_per_unit = 1,
-                           .gaps = false},
-                          2);
-}
-
 class ServiceFaults : public ::testing::Test {
  protected:
   Played play(RecordPlay& player) { return player.play(episode_.initial, updates_); }
 
-  GeneratedEpisode episode_ = small_episode();
+  GeneratedEpisode episode_ = generate_episode(
+      {.seed = 3, .sides = 3, .agent_sides = 2, .units_per_side = 7, .contacts_per_side = 2, .gaps = false}, 2);
   std::vector<Value> updates_{episode_.updates.begin(), episode_.updates.end()};
 };
 

@@ -3,24 +3,6 @@
 namespace tessra::sim {
 namespace {
 
-/// All records of an episode of the strait in which red's weapons are free.
-std::string transcript(std::uint64_t seed, int advance_seconds, int advances) {
-  Simulation simulation = play_shipped("strait", advance_seconds, seed);
-  std::string text = write_json(simulation.initial_situation());
-  free_weapons(simulation, 0);
-  for (int i = 0; i < advances; ++i) {
-    simulation.advance();
-    text += write_json(simulation.step_situation());
-  }
-  return text;
-}
-
-TEST(Episodes, the_same_seed_and_commands_give_the_same_records) {
-  const std::string first = transcript(42, 30, 60);
-  EXPECT_EQ(first, transcript(42, 30, 60));
-  EXPECT_NE(first, transcript(43, 30, 60));
-}
-
 TEST(Episodes, the_decision_interval_does_not_change_what_happens) {
   Simulation coarse = play_shipped("strait", 900, 8);
   Simulation fine = play_shipped("strait", 7, 8);
@@ -47,18 +29,6 @@ TEST(Episodes, end_with_their_time) {
     EXPECT_EQ(simulation.step_situation().at("IsEnd"), Value(end));
   }
   EXPECT_EQ(simulation.world().now, 600);
-}
-
-TEST(Episodes, end_when_asked_with_the_next_advance) {
-  Simulation simulation = play_shipped("skirmish", 10, 1);
-  simulation.initial_situation();
-  simulation.advance();
-  simulation.end();
-  EXPECT_FALSE(simulation.ended());
-  simulation.advance();
-  EXPECT_TRUE(simulation.ended());
-  EXPECT_TRUE(simulation.step_situation().at("IsEnd").is_true());
-  EXPECT_EQ(simulation.world().now, 10);
 }
 
 TEST(Episodes, end_when_a_side_has_lost_its_armed_units) {

@@ -34,6 +34,15 @@ class CommandLine : public ::testing::Test {
 
   Output run(const std::string& arguments) { return shell(std::string(TESSRA_DEDUCE) + " " + arguments); }
 
+  /// Expects one line that says this; wrong input must do nothing else.
+  void expect_refused(const std::string& arguments, const std::string& says, int status = 2) {
+    const Output output = run(arguments);
+    EXPECT_EQ(output.status, status) << arguments;
+    EXPECT_THAT(output.err, ::testing::AllOf(::testing::StartsWith("error: "), HasSubstr(says))) << arguments;
+    EXPECT_EQ(std::count(output.err.begin(), output.err.end(), '\n'), 1) << output.err;
+    EXPECT_TRUE(status != 2 || output.out.empty()) << output.out;
+  }
+
   Output shell(const std::string& command) {
     const std::string err_file = path("stderr");
     std::FILE* pipe = ::popen(("{ " + command + "\n} 2>" + err_file).c_str(), "r");

@@ -35,8 +35,7 @@ GeneratedUnit& Cast::add_unit(GeneratedSide& side) const {
   return side.units.emplace_back(GeneratedUnit{.id = fmt::format("{}-unit-{}", side.id, number),
                                                .category = category,
                                                .name = fmt::format("{} {}", category, number % 21),  // some twice
-                                               .type = type,
-                                               .fields = options_.fields_per_unit});
+                                               .type = type});
 }
 
 void Cast::make_odd(GeneratedUnit& unit, int way) {

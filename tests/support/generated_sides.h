@@ -17,7 +17,6 @@ struct GeneratedUnit {
 
   std::string id, category;
   Value name, type;
-  int fields = 0;  // beside those the engine knows, dealt out over the parts
   int parts = kAll;
   bool has_inner = true;  // live record with an `ActiveUnit`
   bool alive = true;

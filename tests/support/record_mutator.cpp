@@ -61,39 +61,20 @@ std::string RecordMutator::mutate(Dict record) const {
 }
 
 std::string RecordMutator::mutate_entry(Dict& dict, const Value& key, const Dict& record) const {
-  switch (below_(6)) {
-    case 0:
-      dict.erase(key);
-      return " is gone";
-    case 1: {
-      const Value value = dict.at(key);
-      dict.erase(key);
-      dict.set(7, value);
-      return " is under the number 7";
-    }
-    case 2: {
-      const Value taken = taken_from(record);
-      dict.set(key, taken);
-      return " is a " + std::string(kind_name(taken.kind())) + " from elsewhere";
-    }
-    case 3: {
-      const char* const name = kServiceKeys[below_(std::size(kServiceKeys))];
-      const Value odd = odd_value();
-      dict.set(name, odd);
-      return fmt::format(" has a neighbour {}: {:.60}", name, odd.to_text());
-    }
-    default: {
-      const Value odd = odd_value();
-      dict.set(key, odd);
-      return fmt::format(" is {:.60}", odd.to_text());
-    }
-  }
+  const int way = below_(6);
+  const Value before = dict.at(key);
+  const Value fresh = way == 2 ? taken_from(record) : odd_value();
+  const char* const neighbour = kServiceKeys[below_(std::size(kServiceKeys))];
+  if (way < 2) dict.erase(key);
+  if (way == 0) return " is gone";
+  const Value place = way == 1 ? Value(7) : way == 3 ? Value(neighbour) : key;
+  dict.set(place, way == 1 ? before : fresh);
+  return fmt::format(": {} is {:.60}", place.to_text(), dict.at(place).to_text());
 }
 
 std::string RecordMutator::mutate_item(List& list, std::size_t index) const {
-  const Value odd = odd_value();
-  list.at(index) = odd;
-  return fmt::format(" is {:.60}", odd.to_text());
+  list.at(index) = odd_value();
+  return fmt::format(" is {:.60}", list.at(index).to_text());
 }
 
 Value RecordMutator::odd_value() const {

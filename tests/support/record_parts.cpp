@@ -53,25 +53,6 @@ Dict UnitRecords::doctrine_changes() {
   return changes;
 }
 
-Value UnitRecords::field_value(int field) {
-  const int number = chance_.below(1000);
-  const Value values[] = {
-      number,
-      number / 8.0,
-      numbered("text ", number),
-      number % 2 == 0,
-      List{number, "x", Value()},
-      Dict{{numbered("k", number % 3), number}, {"deep", Dict{{numbered("k", number % 4), number}}}}};
-  return values[field / 4 % 6];
-}
-
-/// Fields are dealt out to four records: basic, inner, live, position.
-void UnitRecords::add_fields(Dict record, const GeneratedUnit& unit, int part, double share) {
-  for (int field = part; field < unit.fields; field += 4) {
-    if (share >= 1 || chance_.happens(share)) record.set(numbered("Field", field), field_value(field));
-  }
-}
-
 Dict UnitRecords::basic(const GeneratedUnit& unit) {
   Dict record{{"ClassName", unit.category + " mark " + std::to_string(chance_.below(5))}, {"Speed", 1}};
   if (!unit.name.is_none()) record.set("Name", unit.name);
@@ -95,34 +76,20 @@ Dict UnitRecords::live() {
           {"Navigator", Dict{{"Leg", chance_.below(9)}, {"Plan", Dict{{"p1", 1}, {"p2", 2}}}}}};
 }
 
-Dict UnitRecords::position() {
-  return {{"Lon", chance_.real(110, 130)}, {"Lat", chance_.real(15, 30)}, {"Speed", chance_.real(0, 300)}};
+void UnitRecords::put_position(Dict side_record, const GeneratedUnit& unit, int parts) {
+  if ((parts & GeneratedUnit::kPosition) == 0) return;
+  const Dict record{{"Lon", chance_.real(110, 130)}, {"Lat", chance_.real(15, 30)}, {"Speed", chance_.real(0, 300)}};
+  branch(side_record, {"SidePosition", unit.category}).set(unit.id, record);
 }
 
 void UnitRecords::put_whole(Dict side_record, const GeneratedUnit& unit, int parts) {
-  if ((parts & GeneratedUnit::kBasic) != 0) {
-    const Dict record = basic(unit);
-    add_fields(record, unit, 0, 1);
-    branch(side_record, {"Side", "ActiveUnitsInfo"}).set(unit.id, record);
-  }
+  if ((parts & GeneratedUnit::kBasic) != 0) branch(side_record, {"Side", "ActiveUnitsInfo"}).set(unit.id, basic(unit));
   if ((parts & GeneratedUnit::kLive) != 0) {
     Dict record = live();
-    add_fields(record, unit, 1, 1);
-    if (unit.has_inner) {
-      const Dict active = inner();
-      add_fields(active, unit, 2, 1);
-      record.set("ActiveUnit", active);
-    }
+    if (unit.has_inner) record.set("ActiveUnit", inner());
     branch(side_record, {"SideReal", "ActiveUnits", unit.category}).set(unit.id, record);
   }
-  put_position(side_record, unit, parts, 1);
-}
-
-void UnitRecords::put_position(Dict side_record, const GeneratedUnit& unit, int parts, double share) {
-  if ((parts & GeneratedUnit::kPosition) == 0) return;
-  const Dict record = position();
-  add_fields(record, unit, 3, share);
-  branch(side_record, {"SidePosition", unit.category}).set(unit.id, record);
+  put_position(side_record, unit, parts);
 }
 
 Dict UnitRecords::changed_item(std::string_view prefix) {
@@ -164,23 +131,17 @@ void UnitRecords::put_changes(Dict side_record, const GeneratedUnit& unit, int p
   if ((parts & GeneratedUnit::kBasic) != 0) {
     Dict record{{"ClassName", numbered("refit ", chance_.below(5))}};
     if (chance_.happens(0.4)) record.set("Doctrine", doctrine_changes());
-    add_fields(record, unit, 0, 0.3);
     branch(side_record, {"Side", "ActiveUnitsInfo"}).set(unit.id, record);
   }
   if ((parts & GeneratedUnit::kLive) != 0) {
     Dict record{{"Status", numbered("state ", chance_.below(5))}, {"Speed", chance_.real(0, 300)}};
     if (chance_.happens(0.3)) record.set("Navigator", Dict{{"Plan", Dict{{numbered("p", chance_.below(9)), 1}}}});
     if (chance_.happens(0.2)) record.set("mapdel", Dict{{"Warheads", deletion("h", 4)}, {"Mounts", deletion("c", 3)}});
-    add_fields(record, unit, 1, 0.3);
-    if (chance_.happens(0.7)) {
-      const Dict active = inner_changes();
-      add_fields(active, unit, 2, 0.3);
-      record.set("ActiveUnit", active);
-    }
+    if (chance_.happens(0.7)) record.set("ActiveUnit", inner_changes());
     if (gaps_ && chance_.happens(0.1)) record.set("Unheard", chance_.below(9));
     branch(side_record, {"SideReal", "ActiveUnits", unit.category}).set(unit.id, record);
   }
-  put_position(side_record, unit, parts, 0.3);
+  put_position(side_record, unit, parts);
 }
 
 }  // namespace tessra::testing

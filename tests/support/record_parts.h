@@ -50,14 +50,11 @@ class UnitRecords {
   Dict basic(const GeneratedUnit& unit);
   Dict inner();
   Dict live();
-  Dict position();
   Dict inner_changes();
   Dict component_changes(std::string_view table);
   Dict weapon_changes();
   Dict changed_item(std::string_view prefix);
-  void put_position(Dict side_record, const GeneratedUnit& unit, int parts, double share);
-  void add_fields(Dict record, const GeneratedUnit& unit, int part, double share);
-  Value field_value(int field);
+  void put_position(Dict side_record, const GeneratedUnit& unit, int parts);
 
   Chance& chance_;
   bool gaps_;

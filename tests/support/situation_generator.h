@@ -18,8 +18,6 @@ struct GeneratorOptions {
   int agent_sides = 3;
   int units_per_side = 26;
   int contacts_per_side = 12;
-  /// Fields of a unit beside those the engine knows.
-  int fields_per_unit = 12;
   /// Share of the units, contacts and missions that one update touches.
   double change_share = 0.3;
   /// With gaps, records miss parts, names and types, name unknown ids and categories, and carry unheard fields.
