@@ -92,7 +92,7 @@ TEST(Scenarios, the_two_shores_of_the_strait_mirror_each_other) {
       const SideSetup& setup = strait.world().scenario->sides[side];
       for (const UnitSetup& unit : setup.units) {
         const int control = static_cast<int>(unit.control);
-        note(fmt::format("{} {} {} {}", unit.platform, control, unit.radar, unit.at_base), unit.place);
+        note(fmt::format("{} {} {} {}", unit.platform->class_name, control, unit.radar, unit.at_base), unit.place);
       }
       for (const MissionSetup& mission : setup.missions) {
         for (const Place place : mission.zone) note("zone", place);
