@@ -6,9 +6,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-
 class Learner : public ScriptedAgent {
  public:
   static constexpr bool is_learn = true;

@@ -44,7 +44,7 @@ TEST_F(Configuration, missing_sections_and_bad_integers_name_themselves) {
            {"{'is_ai_apply': true, 'simulate': {}, 'server': {}, 'player': {'agent_name': 'x'}}", "player_side"},
        }) {
     const auto construct = [&, &text = text] { Deduction(json(text), seams.seams()); };
-    EXPECT_THAT(construct, ::testing::ThrowsMessage<Error>(::testing::HasSubstr(named)));
+    EXPECT_THAT(construct, ::testing::ThrowsMessage<Error>(HasSubstr(named)));
   }
 }
 

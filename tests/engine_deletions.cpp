@@ -6,10 +6,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-
 class Deletions : public StartedTest {};
 
 /// The dictionary at a path of keys with slashes between them; what is missing on the way is made.

@@ -67,7 +67,7 @@ class Episode : public ::testing::Test {
 TEST_F(Episode, model_and_simulation_agree_at_the_end) {
   Deduction engine(configuration("strait", 5), seams.seams());
   play_episode(engine);
-  EXPECT_THAT(engine.unreported_sides(), ::testing::IsEmpty());
+  EXPECT_THAT(engine.unreported_sides(), IsEmpty());
   const sim::World& world = simulation_of(*engine.game)->world();
   int living = 0, dead = 0;
   for (const sim::Unit& unit : world.units) {

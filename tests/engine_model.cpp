@@ -7,10 +7,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-
 class InitialBuild : public EngineTest {
  protected:
   Dict initial_side(const char* id) { return branch(server->initial.as_dict(), {"Situation", "SituationSides", id}); }

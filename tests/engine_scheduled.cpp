@@ -6,12 +6,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::StartsWith;
-
 class Scheduled : public EngineTest {
  protected:
   Scheduled() {

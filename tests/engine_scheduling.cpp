@@ -13,10 +13,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
-
 TEST(AgentLibraries, unusable_files_are_refused_with_the_reason) {
   for (const auto& [file, reason] : {std::pair("/no/such/library.so", "/no/such/library.so: No such file"),
                                      {TESSRA_SOURCE_DIR "/README.md", "README.md: "},

@@ -5,9 +5,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::StartsWith;
-
 class Step : public EngineTest {
  protected:
   const Value tick = json("{'ScenarioInfo': {'Time': 90000}}");

@@ -6,10 +6,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-
 class Update : public StartedTest {
  protected:
   std::string shown(const char* id, std::initializer_list<const char*> attributes) {

@@ -11,11 +11,6 @@
 namespace tessra::testing {
 namespace {
 
-using ::testing::Contains;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
-
 class GeneratedEpisodes : public EngineTest, public ::testing::WithParamInterface<std::uint64_t> {
  protected:
   /// Makes an episode of the seed; the service and the configuration are then its own.

@@ -293,15 +293,13 @@ TEST(Fog, contacts_become_better_in_view) {
     const Motion& truth = unit_of(simulation, "jet").motion;
     return std::pair(contact.error, distance_between(contact.seen.place, truth.place));
   };
-  double early = 0;
-  double late = 0;
+  double early = 0, late = 0;
   for (std::uint64_t seed = 1; seed <= 40; ++seed) {
-    const auto [first_error, first_miss] = contact_after(40, seed);
-    const auto [last_error, last_miss] = contact_after(400, seed);
-    EXPECT_LT(last_error, first_error);
-    EXPECT_LT(last_miss, 4.5 * last_error) << "three deviations in each of two directions";
-    early += first_miss;
-    late += last_miss;
+    const auto first = contact_after(40, seed), last = contact_after(400, seed);
+    EXPECT_LT(last.first, first.first);
+    EXPECT_LT(last.second, 4.5 * last.first) << "three deviations in each of two directions";
+    early += first.second;
+    late += last.second;
   }
   EXPECT_LT(late, 0.7 * early);
   EXPECT_GT(late / 40, 100) << "metres; it never becomes exact";

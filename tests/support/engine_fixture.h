@@ -14,6 +14,13 @@
 
 namespace tessra::testing {
 
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
 /// Keeps log lines as "level: text".
 class LogLines : public spdlog::sinks::base_sink<std::mutex> {
  public:
