@@ -68,7 +68,8 @@ void Deduction::get_sides_info_from_situation(const Dict& all_situation) {
 
 namespace {
 
-/// The record of the first side with this name, or null. Entries that are not records are ignored; the build reports them.
+/// The record of the first side with this name, or null. Entries that are not records are ignored; the build reports
+/// them.
 const Dict* side_named(const Value& sides_info, const Value& name) {
   const Dict* sides = sides_info.if_dict();
   if (sides == nullptr) return nullptr;
