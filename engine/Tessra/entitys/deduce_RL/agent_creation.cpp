@@ -27,6 +27,7 @@ void Deduction::add_agents_side(const Value& rl_config, const Value& rule_config
       if (!agents_side_config.contains(side)) agents_side_config.set(side, List());
       agents_side_config.at(side).as_list().extend(names(*agent_entries));
     }
+    // The enemy gets a player even without agents of its own.
     const Value enemy = entry.as_dict().get("enemy");
     if (enemy.truthy() && !agents_side_config.contains(enemy)) agents_side_config.set(enemy, List());
   }
@@ -62,6 +63,7 @@ class AgentMaker {
 
 void AgentMaker::make_rule_side(const std::string& side, const Dict& entries) {
   auto list = std::make_shared<AgentList>();
+  // An agent's constructor may make units, but only of its own side.
   const GameUnit::CreationKey key(side);
   for (auto [agent_name, entry] : entries) {
     Dict settings = entry.as_dict();
@@ -128,6 +130,7 @@ void AgentMaker::equip(Agent& agent, Dict& entry, const std::string& agent_type,
   agent.get_command_check = [engine](std::string_view unit_guid) { return engine()->get_command_check(unit_guid); };
   agent.log = engine_.logger;
   agent._game_server = engine_.game;
+  // What remains are the agent's own settings.
   entry.erase("class");
   agent.client_info = entry;
   agent.agent_type = agent_type;

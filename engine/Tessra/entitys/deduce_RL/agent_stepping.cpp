@@ -56,7 +56,7 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
   for (const auto& [side, player] : players) {
     const Situation& situation = player->get_situation();
     for (const auto& agent : *player->agents_list) {
-      const std::string name = agent->agent_type;
+      const std::string name = agent->agent_type;  // a copy: the agent may change its fields
       show_player(*this, agent, *player);
       const Dict records = agent->is_rule_agent ? Dict() : take_action_records(action_dict, name);
       const double start = seams_.clock->now();
@@ -79,6 +79,7 @@ std::variant<StepTimes, BatResult> Deduction::agents_step(Dict action_dict) {
 }
 
 void Deduction::cmd_package() {
+  // Agents see the refusals of the last package only.
   for (const auto& [side, player] : players) player->refused_orders.clear();
   if (!game->need_do_package_command()) return;
   const Value response = game->do_package_command();

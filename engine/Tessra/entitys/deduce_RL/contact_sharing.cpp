@@ -47,17 +47,20 @@ std::optional<double> number(const Dict& contact, Name key) {
 /// Whether a friend's contact is new or better than what the side holds on the same unit.
 bool is_better(const EpisodeState& engine, const FriendShare& share, const Dict& contact) {
   const Value* unit_id = contact.find(names::kActualUnitID);
-  if (unit_id == nullptr) return true;
+  if (unit_id == nullptr) return true;  // nothing to compare it with
+  // A friend may have a contact on a unit of this very side.
   auto* const unit = element_of(engine, *unit_id);
   if (unit != nullptr && unit->get_attribute(names::kSide).is_text(share.side)) return false;
   const Dict* own = share.own.on(*unit_id);
   if (own == nullptr) return true;
+  // The better identified contact wins, and at equal status the more recent one.
   const auto status = number(*own, names::kIDStatus);
   if (status && *status > number(contact, names::kIDStatus).value_or(0)) return false;
   const auto age = number(*own, names::kAge);
   return !(age && *age <= number(contact, names::kAge).value_or(3));
 }
 
+/// Updates those of the friend's units that the initial situation contained; later ones are not shared.
 void share_units(const FriendShare& share, const Dict& units) {
   Dict known_units = share.player.get_dict("friend_side_units").at_dict(share.friend_name);
   const std::vector<Value*> known = known_units.find_all(units);
@@ -76,6 +79,7 @@ void share_contact(const EpisodeState& engine, const FriendShare& share, const V
     share.own.merge(contact_id, *held, entry_dict(contact_id, fresh));
     return;
   }
+  // Updates leave out what has not changed, so a contact is completed from earlier ones before it is adopted.
   if (Dict* known = record.find_dict(contact_id)) {
     known->update(entry_dict(contact_id, fresh));
   } else {

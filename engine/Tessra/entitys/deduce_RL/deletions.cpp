@@ -135,7 +135,7 @@ void DeletionPass::delete_in_basic_part(RuleAgentBase& player, const Dict& side)
 
 void DeletionPass::delete_listed_units(RuleAgentBase& player, const List& ids) {
   append(ids);
-  units_ = TextSet(ids_.begin(), ids_.end());
+  units_ = TextSet(ids_.begin(), ids_.end());  // later parts skip what is listed here
   for (const Value& id : ids) {
     if (auto* const unit = element_of(engine_, id)) {
       player.delete_element(id.to_text(), unit->element_type());

@@ -115,6 +115,7 @@ bool create_mission(const Creation& given, const MissionKind& kind, Value info_d
   }
   const std::shared_ptr<Element> mission = kind.make(given.guid, name, given.side_name);
   mission->set_attribute(names::kGameServer, given.client);
+  // The escort of a strike is a record of its own and needs the client as well.
   if (const auto* strike = dynamic_cast<const StrikeMission*>(mission.get())) {
     strike->escort().set(names::kGameServer, given.client);
   }
@@ -142,6 +143,7 @@ bool create_unit(const Creation& given, const UnitKind& kind, Value info_dict) {
     unit = kind.make(given.guid, *name, given.side_name);
   }
   unit->set_attribute(names::kGameServer, given.client);
+  // Before it is registered: an invalid record leaves no half-made unit behind.
   given.engine.set_element_info(*unit, std::move(info_dict));
   (*player)->add_unit(given.guid, kind.type, unit);
   given.engine.elements.set(given.guid, unit);

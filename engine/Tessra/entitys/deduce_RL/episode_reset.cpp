@@ -99,7 +99,7 @@ int Deduction::reset(std::int64_t round) {
   if (!train_start_time) train_start_time = start;
   if (current_round > 1) report_finished_episode(*this, start);
   last_round_start_time = start;
-  ++current_round;
+  ++current_round;  // also for starts that fail below
 
   if (!connect_once(*this)) return kNoConnection;
   if (error_room_flag != kNewRoom && round > 1 && is_room_reset_due(*this, round)) error_room_flag = kNewRoom;
@@ -110,7 +110,7 @@ int Deduction::reset(std::int64_t round) {
     return kRoomFailed;
   }
   room_id = game->room_id;
-  if (round >= 0) clear_episode(*this);
+  if (round >= 0) clear_episode(*this);  // a negative number continues with the model as it is
   if (load_scen.truthy() && !open_scenario(*this)) return kNoScenario;
 
   const bool open_channel = reset_result == Value(2) || init_connect_data;
@@ -120,6 +120,7 @@ int Deduction::reset(std::int64_t round) {
     error_room_flag = kNewRoom;
     return kNoSituation;
   }
+  // Once per engine: agents live as long as it does.
   if (agents.empty()) config_agent(rule_agent_config, rl_agent_config);
   if (!process_init_situation(situation)) {
     error_room_flag = kFailed;

@@ -7,6 +7,7 @@ StepOutcome Deduction::step(Dict action_dict) {
   failed_call = {};
   ++step_index;
   const double start = seams_.clock->now();
+  // A failed agent ends the decisions of this step, not the step: commands given so far are sent, time advances.
   const auto decided = agents_step(std::move(action_dict));
   cmd_package();
   game->run_simulate();
@@ -20,7 +21,7 @@ StepOutcome Deduction::step(Dict action_dict) {
   const double update_time = seams_.clock->now() - start - data_time;
   if (is_done()) {
     agents_end();
-    cmd_package();
+    cmd_package();  // what agents ordered in `deduction_end`
     return get_game_result();
   }
   const auto* step_times = std::get_if<StepTimes>(&decided);

@@ -37,6 +37,7 @@ bool Deduction::process_init_situation(const Value& situation) {
     player->set_simulate_time(simulate_time);
     player->set_scenario_duration(scenario_obj->get_attribute("Duration"));
   }
+  // The registry also holds the players and the scenario.
   const auto total = static_cast<std::int64_t>(elements.size()) - static_cast<std::int64_t>(players.size()) - 1;
   log_or_print(*this, LogLevel::info,
                fmt::sprintf("推演第%d局处理初始化态势完成, 单元和任务总数:%d", current_round, total));
@@ -96,7 +97,7 @@ void Deduction::init_friend_sides() {
 
 namespace {
 
-/// Texts stay shared: nobody can change one.
+/// For friends, who see the side as delivered: the build consumes the view. Texts stay shared, since they never change.
 SideView copy_of(const SideView& view) {
   return {view.units.deep_copy(Texts::shared), view.contacts.deep_copy(Texts::shared)};
 }
@@ -163,6 +164,7 @@ void Deduction::initial_all_units(const Dict& situation_data) {
     side_id2name.set(side_id, entry_dict(side_id, record).at("Name"));
   }
 
+  // Shared, not copied: situations show names for ids of sides.
   for (const auto& [side, player] : players) player->side_names = side_id2name;
 
   FriendViews friend_views;

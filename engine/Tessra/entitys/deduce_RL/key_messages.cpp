@@ -33,7 +33,7 @@ void add_new_contacts(Dict& contacts, const List& messages) {
 }
 
 void add_detection_records(Dict& contacts, const List& messages) {
-  constexpr std::size_t kKept = 10;
+  constexpr std::size_t kKept = 10;  // detections per contact, the most recent first
   for (const Value& message : messages) {
     const List* detections = entry_dict(utils::CONTACT_DETECT_RECORD, message).find_list("LastDetectionList");
     if (detections == nullptr) continue;
