@@ -40,6 +40,20 @@ TEST_F(Update, new_units_are_created_or_reported) {
                                       "error: 更新态势出错！推演中新单元-n4-在推演方-红方-没有基本信息的UnitType!"));
 }
 
+TEST_F(Update, a_unit_is_found_by_the_name_that_an_agent_or_a_record_gave_it) {
+  const auto names = [this](const char* update) {
+    update_red(update);
+    std::string held;
+    for (const char* name : {"Alpha 1", "Beta", "Gamma"}) held += red().units_of_name.contains(name) ? name : "-";
+    return held;
+  };
+  red().units_of_name.at("Alpha 1")->set_attribute("Name", "Beta");
+  EXPECT_EQ(names("{'Side': {}}"), "-Beta-");
+  EXPECT_EQ(names("{'Side': {'ActiveUnitsInfo': {'a1': {'Name': 'Gamma'}}}}"), "--Gamma");
+  red().units_of_name.at("Gamma")->set_attribute("Name", "Alpha 1");
+  EXPECT_EQ(names("{'Side': {}}"), "Alpha 1--");
+}
+
 TEST_F(Update, a_unit_deleted_and_reported_again_is_only_logged) {
   update_red("{'SideReal': {'ActiveUnits': {'mapdel': {'Aircraft': {'v': ['a1']}}}}}");
   EXPECT_FALSE(engine().elements.contains("a1"));
