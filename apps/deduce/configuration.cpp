@@ -9,6 +9,7 @@
 #include "apps/deduce/recording.h"
 #include "services/data_directory.h"
 #include "services/embedded_server.h"
+#include "services/remote/remote_backends.h"
 
 namespace tessra::app {
 
@@ -25,6 +26,7 @@ std::optional<std::filesystem::path> scenario_folder(const Dict& server) {
 
 void choose_scenario(const RunOptions& options, Dict simulate, Dict server) {
   if (options.scenario.ends_with(".json")) {
+    if (!options.url.empty()) throw InputError("--scenario " + options.scenario + ": with --url it must be a name");
     const std::filesystem::path file = std::filesystem::absolute(options.scenario);
     if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + options.scenario);
     server.set("url", "embedded:" + file.parent_path().string());
@@ -44,6 +46,13 @@ void choose_agents(Dict config, const Dict& scenario) {
   } else {
     tell("note: no agents; every side follows its missions\n");
   }
+}
+
+/// The shipped scenario with the name of the one played elsewhere, if there is one.
+std::optional<Dict> shipped_scenario(const Dict& simulate) {
+  if (simulate.contains("load_scenario") && !simulate.non_empty("load_scenario")) return std::nullopt;
+  const std::filesystem::path file = data_directory() / "scenarios" / (simulate.at("scenario").to_text() + ".json");
+  return std::filesystem::is_regular_file(file) ? std::optional(read_object_file(file)) : std::nullopt;
 }
 
 void add_agent_library(Dict config, const std::string& file) {
@@ -108,6 +117,16 @@ std::optional<Dict> checked_scenario(const Dict& config, const Dict& section, co
   return scenario;
 }
 
+void check_service(const Dict& section) {
+  try {
+    remote::check_remote_settings(section);
+  } catch (const SurroundingsError&) {
+    throw;
+  } catch (const Error& error) {
+    throw InputError(error.what());
+  }
+}
+
 std::string agent_library_path(const std::string& file) {
   if (!std::filesystem::is_regular_file(file)) throw InputError("no such file: " + file);
   return std::filesystem::absolute(file).string();
@@ -121,17 +140,23 @@ Dict run_configuration(const RunOptions& options) {
   const Dict section = engine_section(config);
   Dict simulate = section.at_dict("simulate");
   Dict server = section.at_dict("server");
+  if (!options.url.empty()) server.set("url", options.url);
   if (options.seed) server.set("seed", *options.seed);
   if (options.first_episode) server.set("first_episode", *options.first_episode);
   if (options.episodes) simulate.set("episodes", *options.episodes);
   if (!options.record.empty()) server.set("record", options.record);
   if (!options.agents.empty()) add_agent_library(config, options.agents);
   check_recording(server);
+  check_service(section);
   // The scenario may decide the URL, which decides whether a recording is played, and that whether there is a scenario
   // file to check; its agents come last.
   choose_scenario(options, simulate, server);
   choose_recording(simulate, server);
-  if (const auto scenario = checked_scenario(config, section, options.config)) choose_agents(config, *scenario);
+  if (const auto scenario = checked_scenario(config, section, options.config)) {
+    choose_agents(config, *scenario);
+  } else if (const auto shipped = shipped_scenario(simulate)) {
+    choose_agents(config, *shipped);
+  }
   return config;
 }
 

@@ -13,6 +13,7 @@ namespace tessra::app {
 struct RunOptions {
   std::string scenario;  ///< name of a shipped scenario, or a scenario file
   std::string config;
+  std::string url;  ///< of the service
   std::optional<std::int64_t> episodes;
   std::optional<std::int64_t> first_episode;  ///< number of the first episode to play
   std::optional<std::int64_t> seed;
@@ -45,6 +46,9 @@ Dict child_section(Dict parent, std::string_view key);
 /// if the service is not the embedded one. Throws `InputError` for a missing or invalid scenario, naming the place;
 /// `config_file` is named in errors of the configuration.
 std::optional<Dict> checked_scenario(const Dict& config, const Dict& section, const std::string& config_file);
+
+/// Checks the settings of a remote service. Throws `InputError`.
+void check_service(const Dict& section);
 
 /// The absolute path of an agent library given on the command line. Throws `InputError` if there is no such file.
 std::string agent_library_path(const std::string& file);

@@ -22,6 +22,8 @@
 #include "apps/deduce/results_command.h"
 #include "apps/deduce/run_command.h"
 #include "apps/deduce/scenarios_command.h"
+#include "apps/deduce/serve_command.h"
+#include "services/remote/remote_backends.h"
 
 namespace {
 
@@ -79,10 +81,19 @@ void check_command_name(const CLI::App& app, int argc, char** argv) {
   throw InputError("no command '" + given + "'; there are: " + names);
 }
 
+void add_access(CLI::App& command, AccessOptions& access) {
+  command.add_option("--tls-cert", access.certificate, "Certificate (PEM); required beyond loopback")->check(filled);
+  command.add_option("--tls-key", access.key, "Its private key (PEM)")->check(filled);
+  command.add_option("--client-ca", access.client_authority, "Authority (PEM) that clients' certificates must be from")
+      ->check(filled);
+  command.add_option("--token-file", access.token_file, "File with the token that clients must send")->check(filled);
+}
+
 CLI::App* add_run(CLI::App& app, RunOptions& run) {
   CLI::App* command = app.add_subcommand("run", "Play episodes and print who won");
   command->add_option("--scenario", run.scenario, "Name of a shipped scenario, or a scenario file")->check(filled);
   command->add_option("--config", run.config, "Configuration file (JSON)")->check(filled);
+  command->add_option("--url", run.url, "Service to play on, for example grpc://localhost:7700")->check(filled);
   command->add_option("--episodes", run.episodes, "Number of episodes to play")->transform(count);
   command->add_option("--first-episode", run.first_episode, "Number of the first episode, to replay part of a series")
       ->transform(count);
@@ -118,6 +129,27 @@ CLI::App* add_apply(CLI::App& app, ApplyOptions& apply) {
   command->add_flag("--json", apply.json, "Print the result as one JSON object and nothing else");
   command->add_flag("--quiet", apply.quiet, "Show neither progress nor table");
   command->add_flag("--trace", apply.trace, "Show type, causes and stack of errors");
+  return command;
+}
+
+CLI::App* add_serve(CLI::App& app, ServeOptions& serve) {
+  CLI::App* command = app.add_subcommand("serve", "Offer the bundled simulation to programs elsewhere");
+  command
+      ->add_option("--listen", serve.listen, "Address to listen on: HOST:PORT, port 0 for any free one, or unix:PATH")
+      ->check(filled)
+      ->capture_default_str();
+  command->add_option("--backend", serve.backend, "Backend to offer, as in the configuration's server.url")
+      ->check(filled)
+      ->capture_default_str();
+  command->add_option("--max-rooms", serve.max_rooms, "Most rooms open at once")
+      ->transform(count)
+      ->capture_default_str();
+  command->add_option("--lease", serve.lease, "Seconds a room outlives its last call")
+      ->transform(count)
+      ->capture_default_str();
+  add_access(*command, serve.access);
+  command->add_flag("--exit-with-parent", serve.exit_with_parent, "End when the process that started this one ends");
+  command->add_flag("--json", serve.json, "Print the address as one JSON object");
   return command;
 }
 
@@ -159,11 +191,13 @@ int dispatch(int argc, char** argv) {
   ApplyOptions apply;
   CheckOptions check;
   ResultsOptions results;
+  ServeOptions serve;
   const CLI::App* run_command = add_run(app, run);
   const CLI::App* replay_command = add_replay(app, replay);
   const CLI::App* apply_command = add_apply(app, apply);
   const CLI::App* check_command = add_check(app, check);
   const CLI::App* results_command = add_results(app, results);
+  const CLI::App* serve_command = add_serve(app, serve);
   const CLI::App* scenarios_command = app.add_subcommand("scenarios", "List the shipped scenarios");
 
   std::string agents_library;
@@ -181,6 +215,7 @@ int dispatch(int argc, char** argv) {
   if (apply_command->parsed()) return apply_agent(apply);
   if (check_command->parsed()) return check_agent(check);
   if (results_command->parsed()) return list_results(results);
+  if (serve_command->parsed()) return serve_simulation(serve);
   if (scenarios_command->parsed()) return list_scenarios();
   if (agents_command->parsed()) return list_agents(agents_library);
   return kWrongInput;
@@ -209,6 +244,7 @@ int main(int argc, char** argv) {
   prepare_streams();
   watch_for_sudden_end();
   register_sample_agents(AgentRegistry::instance());
+  remote::register_remote_backends();
   const int status = run_program(argc, argv);
   end_is_expected();
   return status;

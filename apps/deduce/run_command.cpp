@@ -19,6 +19,7 @@
 #include "apps/deduce/run_report.h"
 #include "apps/deduce/saved_runs.h"
 #include "apps/deduce/stop_signals.h"
+#include "services/remote/remote_backends.h"
 
 namespace tessra::app {
 
@@ -154,7 +155,9 @@ class Run {
     }
     if (code == 1) return std::nullopt;
     progress_.clear();
-    tell("error: episode {} did not start: {} ({})\n", episode, reset_failure(code), code);
+    std::string why(reset_failure(code));
+    if (const std::string cause = remote::remote_failure(*engine_->game); !cause.empty()) why += ": " + cause;
+    tell("error: episode {} did not start: {} ({})\n", episode, why, code);
     return kFailed;
   }
 

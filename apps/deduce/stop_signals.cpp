@@ -14,9 +14,6 @@ namespace {
 /// Wakes the waiting thread when the object is destroyed; nobody else sends it.
 constexpr int kWakeUp = SIGUSR1;
 
-/// Seconds after a signal in which the program may end regularly.
-constexpr double kGrace = 0.8;
-
 /// The next signal of the set; 0 on timeout.
 int next_signal(const sigset_t& signals, std::optional<double> seconds) {
   siginfo_t info{};
@@ -29,7 +26,7 @@ int next_signal(const sigset_t& signals, std::optional<double> seconds) {
 
 }  // namespace
 
-StopSignals::StopSignals() {
+StopSignals::StopSignals(double grace) : grace_(grace) {
   sigemptyset(&signals_);
   for (const int signal : {SIGINT, SIGTERM, kWakeUp}) sigaddset(&signals_, signal);
   ::pthread_sigmask(SIG_BLOCK, &signals_, &earlier_mask_);
@@ -64,7 +61,7 @@ int StopSignals::status() const {
 
 void StopSignals::wait_for_signals() {
   while (true) {
-    const int signal = next_signal(signals_, received() ? std::optional(kGrace) : std::nullopt);
+    const int signal = next_signal(signals_, received() ? std::optional(grace_) : std::nullopt);
     {
       const std::lock_guard lock(mutex_);
       if (ending_) return;

@@ -18,7 +18,8 @@ namespace tessra::app {
 /// action is called first, and the status is 128 plus the signal's number.
 class StopSignals {
  public:
-  StopSignals();
+  /// `grace` is the time in seconds in which the program may end regularly after a signal.
+  explicit StopSignals(double grace = 0.8);
   ~StopSignals();
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
@@ -37,6 +38,7 @@ class StopSignals {
   void wait_for_signals();
   [[noreturn]] void end();
 
+  const double grace_;
   sigset_t signals_{};
   sigset_t earlier_mask_{};
   mutable std::mutex mutex_;  // guards the four members below

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "Tessra/entitys/gameenvs/gameserver.h"
+
+namespace tessra::remote {
+
+/// Registers the backends "grpc:", "grpcs:" and "grpc+unix:" with the service client. Call it once, before an engine
+/// with such a `server.url` is made. It starts nothing and opens no connection: that happens when the engine connects,
+/// so a host may fork in between.
+///
+/// They read of the section, besides `server.url`: `server.seed` and `server.first_episode` (default 1),
+/// `simulate.decision_interval`, `server.token_file`, `server.ca_file`, `server.cert_file`, `server.key_file`,
+/// `server.lease` (seconds), and in AI-apply mode `player.player_side`. docs/remote.md describes them.
+void register_remote_backends();
+
+/// Throws `Error` if the section names a remote service with settings that cannot be used: a bad address, a token file
+/// that is not there. Does nothing for other services.
+void check_remote_settings(const Dict& section);
+
+/// Why a remote client could not connect or prepare its room, when the engine's `reset` answered 0 or -1. Empty for
+/// other clients. `client` may be wrapped in others.
+std::string remote_failure(GameServer& client);
+
+}  // namespace tessra::remote

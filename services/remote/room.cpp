@@ -1,0 +1,164 @@
+#include "services/remote/room.h"
+
+#include <fmt/format.h>
+
+#include "Tessra/base/guard.h"
+
+namespace tessra::remote {
+
+namespace {
+
+using grpc::StatusCode;
+
+/// The status of an error that carrying out a call has thrown.
+grpc::Status status_of(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const CallError& refused) {
+    return {refused.code, refused.what()};
+  } catch (const std::exception& failed) {
+    return {StatusCode::ABORTED, failed.what()};
+  } catch (...) {
+    return {StatusCode::ABORTED, error_text(error)};
+  }
+}
+
+}  // namespace
+
+Room::Room(Terms terms, Make make, Finish opened)
+    : terms_(std::move(terms)),
+      thread_([this, make = std::move(make), opened = std::move(opened)] { live(make, opened); }) {}
+
+Room::~Room() {
+  end({StatusCode::NOT_FOUND, "the room was closed"});
+  thread_.join();
+}
+
+// The room's thread.
+
+void Room::live(const Make& make, const Finish& opened) {
+  std::unique_ptr<RoomPlay> play;
+  const bool made = guarded([&] { play = make(stop_); },
+                            [&](const std::exception_ptr& error) {
+                              end({StatusCode::NOT_FOUND, "the room could not be opened"});
+                              opened({status_of(error), {}});
+                            });
+  if (made) opened({});
+  while (std::optional<Work> work = next_work()) work->run(*play);
+  play.reset();
+  last_reply_.Clear();
+  const std::lock_guard lock(mutex_);
+  is_over_ = true;
+  changed_.notify_all();
+}
+
+/// Waits for work. None when the room has ended, which it does by itself when the lease runs out.
+std::optional<Room::Work> Room::next_work() {
+  std::unique_lock lock(mutex_);
+  while (waiting_.empty() && !why_ended_) {
+    const auto lease_ends = last_used_ + terms_.lease;
+    if (attached_ > 0) {
+      changed_.wait(lock);
+    } else if (changed_.wait_until(lock, lease_ends) == std::cv_status::timeout && waiting_.empty() && attached_ == 0 &&
+               std::chrono::steady_clock::now() >= last_used_ + terms_.lease && !why_ended_) {
+      why_ended_.emplace(StatusCode::NOT_FOUND, "the room's lease ran out");
+    }
+  }
+  if (why_ended_) return std::nullopt;
+  Work work = std::move(waiting_.front());
+  waiting_.pop_front();
+  return work;
+}
+
+Room::Outcome Room::carry_out(RoomPlay& play, const Call& call) {
+  if (call.number == last_number_ && call.digest == last_digest_ && last_number_ > 0) return {{}, last_reply_};
+  if (call.number != last_number_ + 1) {
+    return {{StatusCode::OUT_OF_RANGE,
+             fmt::format("call number {} is not the one expected, {}", call.number, last_number_ + 1)},
+            {}};
+  }
+  Outcome outcome;
+  guarded([&] { outcome.reply = call.run(play); },
+          [&](const std::exception_ptr& error) { outcome.status = status_of(error); });
+  if (outcome.status.ok()) {
+    last_number_ = call.number;
+    last_digest_ = call.digest;
+    last_reply_ = outcome.reply;
+  }
+  return outcome;
+}
+
+// From any thread.
+
+void Room::enqueue(Work work) {
+  std::optional<grpc::Status> refused;
+  {
+    const std::lock_guard lock(mutex_);
+    refused = why_ended_;
+    if (!refused && waiting_.size() >= terms_.most_waiting) {
+      refused.emplace(StatusCode::RESOURCE_EXHAUSTED,
+                      fmt::format("more than {} calls wait in this room", terms_.most_waiting));
+    }
+    if (!refused) {
+      last_used_ = std::chrono::steady_clock::now();
+      waiting_.push_back(std::move(work));
+      changed_.notify_all();
+    }
+  }
+  if (refused) work.refuse(*refused);
+}
+
+void Room::submit(Call call) {
+  const auto shared = std::make_shared<const Call>(std::move(call));
+  enqueue({[this, shared](RoomPlay& play) {
+             const Outcome outcome = carry_out(play, *shared);
+             {
+               const std::lock_guard lock(mutex_);  // the lease starts when the reply leaves
+               last_used_ = std::chrono::steady_clock::now();
+             }
+             shared->finish(outcome);
+           },
+           [shared](const grpc::Status& why) {
+             shared->finish({why, {}});
+           }});
+}
+
+void Room::resume(std::function<void(const grpc::Status&, std::uint64_t)> finish) {
+  enqueue({[this, finish](RoomPlay&) { finish({}, last_number_ + 1); },
+           [finish](const grpc::Status& why) { finish(why, 0); }});
+}
+
+void Room::end(const grpc::Status& why) {
+  std::deque<Work> refused;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!why_ended_) why_ended_ = why;
+    refused.swap(waiting_);
+    changed_.notify_all();
+  }
+  for (const Work& work : refused) work.refuse(why);
+}
+
+bool Room::wait_for_end(std::chrono::steady_clock::time_point until) {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_until(lock, until, [this] { return is_over_; });
+}
+
+bool Room::has_ended() const {
+  const std::lock_guard lock(mutex_);
+  return why_ended_.has_value();
+}
+
+void Room::attach() {
+  const std::lock_guard lock(mutex_);
+  ++attached_;
+}
+
+void Room::detach() {
+  const std::lock_guard lock(mutex_);
+  --attached_;
+  last_used_ = std::chrono::steady_clock::now();
+  changed_.notify_all();
+}
+
+}  // namespace tessra::remote

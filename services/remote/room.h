@@ -1,0 +1,105 @@
+#pragma once
+
+#include <grpcpp/support/byte_buffer.h>
+#include <grpcpp/support/status.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "services/remote/room_play.h"
+
+namespace tessra::remote {
+
+/// One client's room: a thread of its own that carries out the calls one by one, counts them, keeps the last reply, and
+/// ends when the lease runs out. The public operations are safe from any thread.
+class Room {
+ public:
+  struct Outcome {
+    grpc::Status status;
+    grpc::ByteBuffer reply;  ///< of a call that succeeded
+  };
+  /// Called once with what became of a call, on the room's thread or the caller's.
+  using Finish = std::function<void(const Outcome& outcome)>;
+
+  struct Call {
+    std::uint64_t number = 0;
+    std::uint64_t digest = 0;  ///< checksum of the request, to tell a repeated call from another one
+    std::function<grpc::ByteBuffer(RoomPlay& play)> run;
+    Finish finish;
+  };
+
+  struct Terms {
+    std::string id;
+    std::string token;
+    std::string client_id;
+    std::string request_id;
+    std::chrono::seconds lease{0};
+    std::size_t most_waiting = 0;
+  };
+  /// Makes what the room plays, on the room's thread.
+  using Make = std::function<std::unique_ptr<RoomPlay>(const std::shared_ptr<StopEvent>& stop)>;
+
+  /// Starts the thread. `opened` is finished when `make` has succeeded or failed; after a failure the room has ended.
+  Room(Terms terms, Make make, Finish opened);
+  /// Ends the room and waits for its running call.
+  ~Room();
+  Room(const Room&) = delete;
+  Room& operator=(const Room&) = delete;
+
+  const Terms& terms() const { return terms_; }
+
+  void submit(Call call);
+  /// Renews the lease. `finish` gets the number of the next call, when those before have ended.
+  void resume(std::function<void(const grpc::Status& status, std::uint64_t next_number)> finish);
+
+  /// No more calls; those waiting are answered with `why`. Does not wait for the running one.
+  void end(const grpc::Status& why);
+  /// Waits until the running call has ended; false if it takes longer.
+  bool wait_for_end(std::chrono::steady_clock::time_point until);
+  bool has_ended() const;
+
+  /// A stream that is attached keeps the lease from running out.
+  void attach();
+  void detach();
+  /// The agent's stop signal, set by the scheduling client.
+  const std::shared_ptr<StopEvent>& stop() const { return stop_; }
+
+ private:
+  struct Work {
+    std::function<void(RoomPlay& play)> run;
+    std::function<void(const grpc::Status& why)> refuse;
+  };
+
+  void live(const Make& make, const Finish& opened);
+  std::optional<Work> next_work();
+  void enqueue(Work work);
+  Outcome carry_out(RoomPlay& play, const Call& call);
+
+  const Terms terms_;
+  const std::shared_ptr<StopEvent> stop_ = std::make_shared<StopEvent>();
+
+  // For the room's thread alone.
+  std::uint64_t last_number_ = 0;
+  std::uint64_t last_digest_ = 0;
+  grpc::ByteBuffer last_reply_;
+
+  mutable std::mutex mutex_;  // guards the members below
+  std::condition_variable changed_;
+  std::deque<Work> waiting_;
+  std::chrono::steady_clock::time_point last_used_ = std::chrono::steady_clock::now();
+  int attached_ = 0;
+  std::optional<grpc::Status> why_ended_;
+  bool is_over_ = false;  // the thread has nothing left to do
+
+  std::thread thread_;
+};
+
+}  // namespace tessra::remote

@@ -1,0 +1,202 @@
+#include "services/remote/room_link.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "services/remote/protocol.h"
+#include "services/remote/secrets.h"
+
+namespace tessra::remote {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Reason = RemoteError::Reason;
+
+/// How often one call is sent: a link that damages everything must not keep a client for ever.
+constexpr int kMostAttempts = 8;
+
+/// The link failed, not the call. INTERNAL is what the transport says of frames that make no sense; servers are not
+/// meant to use it.
+bool is_link_failure(const grpc::Status& status) {
+  switch (status.error_code()) {
+    case grpc::StatusCode::UNAVAILABLE:
+    case grpc::StatusCode::DATA_LOSS:
+    case grpc::StatusCode::INTERNAL:
+    case grpc::StatusCode::CANCELLED:
+      return true;
+    default:
+      return false;
+  }
+}
+
+Reason reason_of(const grpc::Status& status) {
+  switch (status.error_code()) {
+    case grpc::StatusCode::DEADLINE_EXCEEDED:
+      return Reason::timed_out;
+    case grpc::StatusCode::UNAUTHENTICATED:
+    case grpc::StatusCode::PERMISSION_DENIED:
+      return Reason::refused_token;
+    case grpc::StatusCode::NOT_FOUND:
+      return Reason::room_lost;
+    case grpc::StatusCode::INVALID_ARGUMENT:
+    case grpc::StatusCode::OUT_OF_RANGE:
+      return Reason::bad_request;
+    case grpc::StatusCode::RESOURCE_EXHAUSTED:
+      return Reason::too_large;
+    default:
+      return is_link_failure(status) ? Reason::unreachable : Reason::refused;
+  }
+}
+
+std::string_view words(Reason reason) {
+  switch (reason) {
+    case Reason::unreachable:
+      return "the service cannot be reached";
+    case Reason::timed_out:
+      return "the service did not answer in time";
+    case Reason::refused_version:
+      return "no common version";
+    case Reason::refused_token:
+      return "access refused";
+    case Reason::room_lost:
+      return "the room is lost, and its episode with it";
+    case Reason::bad_request:
+      return "bad request";
+    case Reason::too_large:
+      return "a limit is exceeded";
+    case Reason::refused:
+      break;
+  }
+  return "refused by the service";
+}
+
+}  // namespace
+
+RoomLink::RoomLink(Transport& transport) : transport_(transport), client_id_(random_id()) {}
+
+void RoomLink::fail(const std::string& method, const grpc::Status& status) {
+  Reason reason = reason_of(status);
+  if (method == "Hello" && status.error_code() == grpc::StatusCode::FAILED_PRECONDITION)
+    reason = Reason::refused_version;
+  // Waiting for the port is all that Hello spends its time with.
+  if (method == "Hello" && reason == Reason::timed_out) reason = Reason::unreachable;
+  throw RemoteError(reason,
+                    fmt::format("{}: {}: {}: {}", transport_.url(), method, words(reason), status.error_message()));
+}
+
+void RoomLink::hello() {
+  v1::HelloRequest request;
+  request.set_oldest_version(kOldestVersion);
+  request.set_newest_version(kNewestVersion);
+  request.set_client("tessra " TESSRA_VERSION);
+  v1::HelloReply reply;
+  const auto end = Clock::now() + std::chrono::seconds(5);
+  grpc::Status status;
+  do {  // a server that has its port but is not ready answers UNAVAILABLE
+    status = transport_.call("Hello", request, reply, end - Clock::now(), Transport::WhenDown::wait);
+    if (status.error_code() != grpc::StatusCode::UNAVAILABLE) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  } while (Clock::now() < end);
+  if (!status.ok()) fail("Hello", status);
+  if (reply.version() < kOldestVersion || reply.version() > kNewestVersion) {
+    fail("Hello",
+         {grpc::StatusCode::FAILED_PRECONDITION, fmt::format("the server speaks version {}, this client {} to {}",
+                                                             reply.version(), kOldestVersion, kNewestVersion)});
+  }
+}
+
+void RoomLink::open(v1::OpenRoomRequest request) {
+  request.set_request_id(random_id());
+  request.set_client_id(client_id_);
+  v1::OpenRoomReply reply;
+  grpc::Status status;
+  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+    status = transport_.call("OpenRoom", request, reply, kLongLimit);
+    if (status.ok() || !is_link_failure(status)) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  if (!status.ok()) fail("OpenRoom", status);
+  room_ = reply.room();
+  token_ = reply.token();
+  lease_ = std::chrono::seconds(std::max(reply.lease_seconds(), 1U));
+  next_number_ = 1;
+  in_doubt_ = false;
+}
+
+void RoomLink::close() noexcept {
+  if (room_.empty()) return;
+  v1::CloseRoomRequest request;
+  request.set_room(std::exchange(room_, ""));
+  request.set_token(token_);
+  v1::CloseRoomReply reply;
+  static_cast<void>(transport_.call("CloseRoom", request, reply, std::chrono::seconds(2)));
+}
+
+void RoomLink::close_lost_rooms() {
+  if (lost_rooms_.empty()) return;
+  v1::ListRoomsRequest request;
+  request.set_client_id(client_id_);
+  v1::ListRoomsReply reply;
+  const grpc::Status status = transport_.call("ListRooms", request, reply, kUsualLimit);
+  if (!status.ok()) fail("ListRooms", status);
+  for (const std::string& room : reply.rooms()) {
+    const auto lost = lost_rooms_.find(room);
+    if (lost == lost_rooms_.end()) continue;
+    v1::CloseRoomRequest close;
+    close.set_room(room);
+    close.set_token(lost->second);
+    v1::CloseRoomReply closed;
+    static_cast<void>(transport_.call("CloseRoom", close, closed, kUsualLimit));
+  }
+  lost_rooms_.clear();
+}
+
+void RoomLink::call(const std::string& method, const google::protobuf::MessageLite& request, v1::RoomCall& call,
+                    google::protobuf::MessageLite& reply, std::chrono::duration<double> limit) {
+  if (!is_open()) fail(method, {grpc::StatusCode::NOT_FOUND, "no room is open"});
+  if (in_doubt_) resume();
+  const std::uint64_t number = next_number_;
+  call.set_room(room_);
+  call.set_token(token_);
+  call.set_number(number);
+  for (int attempt = 1;; ++attempt) {
+    const grpc::Status status = transport_.call(method, request, reply, limit);
+    if (status.ok()) break;
+    in_doubt_ = true;
+    if (status.error_code() == grpc::StatusCode::NOT_FOUND) room_.clear();
+    if (!is_link_failure(status) || attempt == kMostAttempts) fail(method, status);
+    resume();
+  }
+  next_number_ = number + 1;
+  in_doubt_ = false;
+}
+
+/// Waits for the link to come back, at most as long as the lease, and learns which number is next.
+void RoomLink::resume() {
+  v1::ResumeRoomRequest request;
+  request.set_room(room_);
+  request.set_token(token_);
+  v1::ResumeRoomReply reply;
+  const auto end = Clock::now() + lease_;
+  grpc::Status status;
+  while (Clock::now() < end) {
+    const auto limit = std::min<Clock::duration>(end - Clock::now(), std::chrono::seconds(5));
+    status = transport_.call("ResumeRoom", request, reply, limit, Transport::WhenDown::wait);
+    if (status.ok()) {
+      next_number_ = reply.next_number();
+      in_doubt_ = false;
+      return;
+    }
+    const bool waits = is_link_failure(status) || status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED;
+    if (!waits) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  lost_rooms_.emplace(room_, token_);
+  room_.clear();
+  fail("ResumeRoom", status);
+}
+
+}  // namespace tessra::remote

@@ -1,0 +1,59 @@
+#include "services/remote/secrets.h"
+
+#include <fmt/format.h>
+
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include "Tessra/base/error.h"
+
+namespace tessra::remote {
+
+namespace {
+
+std::string read_file(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  if (!in.is_open() || in.bad() || std::filesystem::is_directory(file)) {
+    throw SurroundingsError("cannot read " + file.string());
+  }
+  return text.str();
+}
+
+}  // namespace
+
+std::string random_id() {
+  std::random_device source;
+  std::string id;
+  for (int word = 0; word < 4; ++word) id += fmt::format("{:08x}", source());
+  return id;
+}
+
+bool same_secret(std::string_view given, std::string_view secret) {
+  unsigned difference = given.size() == secret.size() ? 0 : 1;
+  for (std::size_t i = 0; i < given.size(); ++i) {
+    const char other = secret.empty() ? '\0' : secret[i % secret.size()];
+    difference |= static_cast<unsigned char>(given[i] ^ other);
+  }
+  return difference == 0;
+}
+
+std::string read_token(const std::filesystem::path& file) {
+  std::string text = read_file(file);
+  text.erase(text.find_last_not_of(" \t\r\n") + 1);
+  if (text.empty()) throw Error(file.string() + ": the token file is empty");
+  if (text.find_first_of(" \t\r\n") != std::string::npos) {
+    throw Error(file.string() + ": a token must be one word on one line");
+  }
+  return text;
+}
+
+std::string read_pem(const std::filesystem::path& file) {
+  std::string text = read_file(file);
+  if (text.find("-----BEGIN ") == std::string::npos) throw Error(file.string() + ": not a PEM file");
+  return text;
+}
+
+}  // namespace tessra::remote
