@@ -13,29 +13,15 @@
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/failure.h"
 #include "apps/deduce/output.h"
-#include "apps/deduce/recording.h"
 #include "apps/deduce/run_report.h"
 #include "apps/deduce/saved_runs.h"
 #include "apps/deduce/stop_signals.h"
+#include "services/remote/remote_backends.h"
 #include "services/scheduling_client.h"
 
 namespace tessra::app {
 
 namespace {
-
-Dict apply_configuration(const ApplyOptions& options) {
-  Dict config = read_configuration(options.config);
-  if (!config.non_empty("is_ai_apply")) {
-    throw InputError(options.config + ": not for a scheduling client ('is_ai_apply' is not true); use 'deduce run'");
-  }
-  for (const char* key : {"simulate", "server"}) child_section(config, key);
-  if (config.find_dict("player") == nullptr) throw InputError(options.config + ": 'player' is missing");
-  checked_scenario(config, config, options.config);
-  check_recording(config.at_dict("server"));
-  if (options.seed) config.at_dict("server").set("seed", *options.seed);
-  if (!options.agents.empty()) config.at_dict("player").set("agent_path", agent_library_path(options.agents));
-  return config;
-}
 
 /// Exit status for a failure on which the engine ends the program. The engine's own `status`, which a scheduler takes
 /// for a normal end, applies to failures of agent and service, not to those of the environment.
@@ -57,7 +43,10 @@ class Apply {
     seams.exit = std::make_shared<EarlyEnd>(*this);
     engine_ = std::make_unique<Deduction>(config_, seams);
     signals_.on_end([call = &AgentCall::of_this_thread()] { tell_unreturned(*call); });
-    if (client_ = find_client<SchedulingClient>(*engine_->game); client_ != nullptr) connect();
+    client_ = find_client<SchedulingClient>(*engine_->game);
+    link_ = remote::remote_control(*engine_->game);
+    if (client_ != nullptr) connect();
+    if (link_ != nullptr) signals_.on_signal([link = link_] { link->stop(); });
   }
   ~Apply() { signals_.on_signal(nullptr); }
   Apply(const Apply&) = delete;
@@ -157,7 +146,9 @@ class Apply {
 
   PlayedEpisode episode() const {
     const std::string agent_id = engine_->agent_id_from_client.to_text();
-    const std::int64_t decisions = client_ != nullptr ? client_->agent_times(agent_id) : 0;
+    const std::int64_t decisions = link_ != nullptr     ? link_->decisions()
+                                   : client_ != nullptr ? client_->agent_times(agent_id)
+                                                        : 0;
     const Dict server = config_.at_dict("server");
     const std::int64_t seed = server.contains("seed") ? server.at_integer("seed") : 1;
     return played_episode(*engine_, *engine_->round_result, decisions, seed, real_clock()->now() - start_);
@@ -176,7 +167,8 @@ class Apply {
   Dict config_;
   std::shared_ptr<const std::atomic<bool>> log_failed_;
   std::unique_ptr<Deduction> engine_;
-  SchedulingClient* client_ = nullptr;
+  SchedulingClient* client_ = nullptr;     // in this process, or
+  remote::RemoteControl* link_ = nullptr;  // the link to one in another
   double start_ = 0;
 };
 

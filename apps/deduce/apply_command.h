@@ -1,19 +1,8 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string>
+#include "apps/deduce/configuration.h"
 
 namespace tessra::app {
-
-struct ApplyOptions {
-  std::string config;
-  std::string agents;  ///< agent library; overrides the configuration's `player.agent_path`
-  std::optional<std::int64_t> seed;
-  bool json = false;
-  bool quiet = false;
-  bool trace = false;
-};
 
 /// Runs one agent of one side for the in-process scheduling client, to the end of the scenario. The engine's reports to
 /// the client are printed on standard error as they are made. Returns the exit status: 0 after a complete round; 1 if

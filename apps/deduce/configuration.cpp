@@ -160,6 +160,22 @@ Dict run_configuration(const RunOptions& options) {
   return config;
 }
 
+Dict apply_configuration(const ApplyOptions& options) {
+  Dict config = read_configuration(options.config);
+  if (!config.non_empty("is_ai_apply")) {
+    throw InputError(options.config + ": not for a scheduling client ('is_ai_apply' is not true); use 'deduce run'");
+  }
+  for (const char* key : {"simulate", "server"}) child_section(config, key);
+  if (config.find_dict("player") == nullptr) throw InputError(options.config + ": 'player' is missing");
+  if (!options.url.empty()) config.at_dict("server").set("url", options.url);
+  check_service(config);
+  checked_scenario(config, config, options.config);
+  check_recording(config.at_dict("server"));
+  if (options.seed) config.at_dict("server").set("seed", *options.seed);
+  if (!options.agents.empty()) config.at_dict("player").set("agent_path", agent_library_path(options.agents));
+  return config;
+}
+
 namespace {
 
 /// A copy in which host objects are replaced by names, or by none.

@@ -25,10 +25,24 @@ struct RunOptions {
   bool trace = false;  ///< show type, causes and stack of errors
 };
 
+/// Command line options of a scheduled run; they override the configuration file.
+struct ApplyOptions {
+  std::string config;
+  std::string url;     ///< of the scheduling client; overrides the configuration's `server.url`
+  std::string agents;  ///< agent library; overrides the configuration's `player.agent_path`
+  std::optional<std::int64_t> seed;
+  bool json = false;
+  bool quiet = false;
+  bool trace = false;
+};
+
 /// The game configuration of a run in standard mode: that of the file, or an empty one, completed by the options. The
 /// scenario defaults to `strait`; a configuration without agents gets those of the scenario file's `agents`. Throws
 /// `InputError`.
 Dict run_configuration(const RunOptions& options);
+
+/// The configuration of a scheduled run. Throws `InputError`.
+Dict apply_configuration(const ApplyOptions& options);
 
 /// Reads a file with one JSON object without duplicate keys. Throws `InputError`.
 Dict read_object_file(const std::filesystem::path& file);

@@ -22,6 +22,7 @@
 #include "apps/deduce/results_command.h"
 #include "apps/deduce/run_command.h"
 #include "apps/deduce/scenarios_command.h"
+#include "apps/deduce/schedule_command.h"
 #include "apps/deduce/serve_command.h"
 #include "services/remote/remote_backends.h"
 
@@ -124,6 +125,8 @@ CLI::App* add_apply(CLI::App& app, ApplyOptions& apply) {
   command->add_option("--config", apply.config, "Configuration file (JSON) with 'is_ai_apply'")
       ->required()
       ->check(filled);
+  command->add_option("--url", apply.url, "Scheduling client in another process, for example grpc://localhost:7701")
+      ->check(filled);
   command->add_option("--agents", apply.agents, "Agent library (.so) with the agent's class")->check(filled);
   command->add_option("--seed", apply.seed, "Base seed of the bundled simulation")->transform(whole);
   command->add_flag("--json", apply.json, "Print the result as one JSON object and nothing else");
@@ -150,6 +153,31 @@ CLI::App* add_serve(CLI::App& app, ServeOptions& serve) {
   add_access(*command, serve.access);
   command->add_flag("--exit-with-parent", serve.exit_with_parent, "End when the process that started this one ends");
   command->add_flag("--json", serve.json, "Print the address as one JSON object");
+  return command;
+}
+
+CLI::App* add_schedule(CLI::App& app, ScheduleOptions& schedule) {
+  CLI::App* command = app.add_subcommand("schedule", "Let an agent in another process play one side of a scenario");
+  command->add_option("--config", schedule.config, "Configuration file (JSON) with 'is_ai_apply'")
+      ->required()
+      ->check(filled);
+  command
+      ->add_option("--listen", schedule.listen,
+                   "Address to listen on: HOST:PORT, port 0 for any free one, or unix:PATH")
+      ->check(filled)
+      ->capture_default_str();
+  command
+      ->add_option("--settings", schedule.settings,
+                   "File (JSON) with the agents' settings; may be changed during a run")
+      ->check(filled);
+  command->add_option("--seed", schedule.seed, "Base seed of the bundled simulation")->transform(whole);
+  command->add_option("--lease", schedule.lease, "Seconds an agent may be silent before it counts as gone")
+      ->transform(count)
+      ->capture_default_str();
+  add_access(*command, schedule.access);
+  command->add_flag("--once", schedule.once, "End when the first agent has left");
+  command->add_flag("--exit-with-parent", schedule.exit_with_parent, "End when the process that started this one ends");
+  command->add_flag("--json", schedule.json, "Print what happens as JSON objects");
   return command;
 }
 
@@ -192,12 +220,14 @@ int dispatch(int argc, char** argv) {
   CheckOptions check;
   ResultsOptions results;
   ServeOptions serve;
+  ScheduleOptions schedule;
   const CLI::App* run_command = add_run(app, run);
   const CLI::App* replay_command = add_replay(app, replay);
   const CLI::App* apply_command = add_apply(app, apply);
   const CLI::App* check_command = add_check(app, check);
   const CLI::App* results_command = add_results(app, results);
   const CLI::App* serve_command = add_serve(app, serve);
+  const CLI::App* schedule_command = add_schedule(app, schedule);
   const CLI::App* scenarios_command = app.add_subcommand("scenarios", "List the shipped scenarios");
 
   std::string agents_library;
@@ -216,6 +246,7 @@ int dispatch(int argc, char** argv) {
   if (check_command->parsed()) return check_agent(check);
   if (results_command->parsed()) return list_results(results);
   if (serve_command->parsed()) return serve_simulation(serve);
+  if (schedule_command->parsed()) return schedule_agents(schedule);
   if (scenarios_command->parsed()) return list_scenarios();
   if (agents_command->parsed()) return list_agents(agents_library);
   return kWrongInput;

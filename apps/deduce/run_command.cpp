@@ -156,7 +156,8 @@ class Run {
     if (code == 1) return std::nullopt;
     progress_.clear();
     std::string why(reset_failure(code));
-    if (const std::string cause = remote::remote_failure(*engine_->game); !cause.empty()) why += ": " + cause;
+    const remote::RemoteControl* link = remote::remote_control(*engine_->game);
+    if (link != nullptr && !link->last_failure().empty()) why += ": " + link->last_failure();
     tell("error: episode {} did not start: {} ({})\n", episode, why, code);
     return kFailed;
   }

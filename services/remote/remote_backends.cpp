@@ -7,6 +7,7 @@
 #include "services/forwarding_server.h"
 #include "services/remote/remote_server.h"
 #include "services/remote/secrets.h"
+#include "services/remote/unseen_camps.h"
 
 namespace tessra::remote {
 
@@ -54,7 +55,10 @@ RemoteSettings read_remote_settings(const Dict& section, const Address& address)
   const Value* interval = simulate != nullptr ? simulate->find("decision_interval") : nullptr;
   if (interval != nullptr) settings.step_interval = interval->as_real();
   settings.is_ai_apply = section.non_empty("is_ai_apply");
-  if (settings.is_ai_apply) settings.side = section.at_dict("player").at("player_side").to_text();
+  if (settings.is_ai_apply) {
+    settings.side = section.at_dict("player").at("player_side").to_text();
+    settings.camps = camps_of(section);
+  }
   return settings;
 }
 
@@ -74,10 +78,7 @@ void check_remote_settings(const Dict& section) {
   if (is_remote) read_remote_settings(section, read_url(url));
 }
 
-std::string remote_failure(GameServer& client) {
-  const auto* remote = find_client<RemoteServer>(client);
-  return remote != nullptr ? remote->last_failure() : "";
-}
+RemoteControl* remote_control(GameServer& client) { return find_client<RemoteServer>(client); }
 
 void register_remote_backends() {
   for (const std::string scheme : kSchemes) {

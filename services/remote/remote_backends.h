@@ -19,8 +19,20 @@ void register_remote_backends();
 /// that is not there. Does nothing for other services.
 void check_remote_settings(const Dict& section);
 
-/// Why a remote client could not connect or prepare its room, when the engine's `reset` answered 0 or -1. Empty for
-/// other clients. `client` may be wrapped in others.
-std::string remote_failure(GameServer& client);
+/// What a host may ask of a remote client beyond the operations of a service client.
+class RemoteControl {
+ public:
+  virtual ~RemoteControl() = default;
+
+  /// Why the engine's `reset` answered 0 or -1; empty if it did not.
+  virtual std::string last_failure() const = 0;
+  /// In AI-apply mode: how many decisions the scheduling client was told of.
+  virtual std::int64_t decisions() const = 0;
+  /// In AI-apply mode: sets the engine's stop signal, and the next record says "Crash". Safe from any thread.
+  virtual void stop() = 0;
+};
+
+/// The control of a remote client, which may be wrapped in others; null for other clients. Belongs to the client.
+RemoteControl* remote_control(GameServer& client);
 
 }  // namespace tessra::remote

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "Tessra/base/json_write.h"
+#include "services/remote/unseen_camps.h"
 
 namespace tessra::remote {
 
@@ -40,7 +41,7 @@ RemoteServer::~RemoteServer() {
 RoomLink& RemoteServer::link() {
   if (link_ == nullptr) {
     transport_ = std::make_unique<Transport>(settings_.address, settings_.access);
-    link_ = std::make_unique<RoomLink>(*transport_);
+    link_ = std::make_unique<RoomLink>(*transport_, settings_.deadlines);
   }
   return *link_;
 }
@@ -80,7 +81,7 @@ v1::ResetRoomReply RemoteServer::reset_room(int flag, bool& reopened) {
   }
   v1::ResetRoomRequest request;
   request.set_reason(static_cast<v1::ResetRoomRequest::Reason>(flag));
-  return link().call<v1::ResetRoomReply>("ResetRoom", request, RoomLink::kLongLimit);
+  return link().call<v1::ResetRoomReply>("ResetRoom", request, link().deadlines().start);
 }
 
 Value RemoteServer::reset(int flag) {
@@ -121,7 +122,7 @@ Value RemoteServer::load_scenario(const Value& name) {
   request.set_name(name.to_text());
   request.set_seed(settings_.seed);
   request.set_episode(settings_.first_episode + episodes_loaded_);
-  const bool loaded = link().call<v1::LoadScenarioReply>("LoadScenario", request, RoomLink::kLongLimit).loaded();
+  const bool loaded = link().call<v1::LoadScenarioReply>("LoadScenario", request, link().deadlines().start).loaded();
   if (loaded) ++episodes_loaded_;
   step_interval_.reset();
   return loaded;
@@ -141,13 +142,15 @@ Value RemoteServer::set_data_receive() {
 void RemoteServer::request_full_situation() {
   situation_ =
       std::move(*link()
-                     .call<v1::GetSituationReply>("GetSituation", v1::GetSituationRequest(), RoomLink::kLongLimit)
+                     .call<v1::GetSituationReply>("GetSituation", v1::GetSituationRequest(), link().deadlines().start)
                      .mutable_record());
 }
 
 Value RemoteServer::get_init_situation() {
   if (!situation_) request_full_situation();
-  return read(*std::exchange(situation_, std::nullopt));
+  Value record = read(*std::exchange(situation_, std::nullopt));
+  if (is_ai_apply && record.is_dict()) add_unseen_camps(record.as_dict(), settings_.camps);
+  return record;
 }
 
 /// Decodes a record from the memory it was received in.
@@ -194,7 +197,7 @@ void RemoteServer::run_simulate() {
   v1::AdvanceRequest request;
   if (timestamp_) request.set_timestamp(*timestamp_);
   timestamp_.reset();
-  const auto limit = std::max(RoomLink::kUsualLimit, std::chrono::duration<double>(20 * usual_advance_));
+  const auto limit = std::max(link().deadlines().usual, std::chrono::duration<double>(20 * usual_advance_));
   const auto start = std::chrono::steady_clock::now();
   step_ = std::move(*link().call<v1::AdvanceReply>("Advance", std::move(request), limit).mutable_record());
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
@@ -202,7 +205,10 @@ void RemoteServer::run_simulate() {
 }
 
 Value RemoteServer::get_step_situation() {
-  if (is_ai_apply && !step_) run_simulate();  // in this mode the engine asks for the record alone
+  if (is_ai_apply) {
+    if (is_stopped()) return Dict{{"Crash", true}};
+    if (!step_) run_simulate();  // in this mode the engine asks for the record alone
+  }
   if (!step_) return {};
   return read(*std::exchange(step_, std::nullopt));
 }
@@ -212,10 +218,29 @@ void RemoteServer::simulate_end() { link().call<v1::EndEpisodeReply>("EndEpisode
 // Scheduling clients.
 
 void RemoteServer::connect_client(std::shared_ptr<StopEvent> stop) {
+  {
+    const std::lock_guard lock(mutex_);
+    stop_ = stop;
+    if (stopping_) {
+      stop_->set();
+      throw Error("the client is stopping");
+    }
+  }
   link().hello();
   attachment_.reset();
   if (!link().is_open()) open_room();
   attachment_ = std::make_unique<Attachment>(*transport_, link(), std::move(stop));
+}
+
+void RemoteServer::stop() {
+  const std::lock_guard lock(mutex_);
+  stopping_ = true;
+  if (stop_ != nullptr) stop_->set();
+}
+
+bool RemoteServer::is_stopped() {
+  const std::lock_guard lock(mutex_);
+  return stop_ != nullptr && stop_->is_set();
 }
 
 void RemoteServer::agent_error_message_output(std::string_view text) {
@@ -252,6 +277,7 @@ void RemoteServer::req_agent_times(const Value& agent_id, const Value& agent_nam
   *request.mutable_agent_id() = to_json(agent_id);
   *request.mutable_agent_name() = to_json(agent_name);
   request.set_decisions(agent_times);
+  decisions_ = agent_times;
   link().call<v1::ReportDecisionsReply>("ReportDecisions", request);
 }
 

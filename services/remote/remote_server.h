@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "Tessra/base/json_read.h"
 #include "Tessra/entitys/gameenvs/gameserver.h"
 #include "services/remote/attachment.h"
+#include "services/remote/remote_backends.h"
 #include "services/remote/room_link.h"
 #include "services/remote/transport.h"
 
@@ -21,8 +23,10 @@ struct RemoteSettings {
   std::uint64_t first_episode = 1;
   double step_interval = 0;  ///< seconds; 0: the service's own
   std::uint32_t lease = 0;   ///< seconds; 0: the service's own
+  Deadlines deadlines;
   bool is_ai_apply = false;
-  std::string side;  ///< the agent's, in AI-apply mode
+  std::string side;                ///< the agent's, in AI-apply mode
+  std::vector<std::string> camps;  ///< the sides of the result, in AI-apply mode
 };
 
 /// Reads them from the engine's section. Throws `Error` naming the key that is wrong.
@@ -30,14 +34,14 @@ RemoteSettings read_remote_settings(const Dict& section, const Address& address)
 
 /// The service client of a simulation in another process. Maps the operations to calls in a room; docs/remote.md says
 /// what happens when the link breaks. Errors are `RemoteError`.
-class RemoteServer : public GameServer, private NetSdk, private ConnReq {
+class RemoteServer : public GameServer, public RemoteControl, private NetSdk, private ConnReq {
  public:
   explicit RemoteServer(RemoteSettings settings) : settings_(std::move(settings)) {
     is_ai_apply = settings_.is_ai_apply;
   }
   ~RemoteServer() override;
 
-  /// None if the service cannot be reached, see `last_failure`; a refusal is thrown.
+  /// None if the service cannot be reached; a refusal is thrown.
   Value connect_server() override;
   void check_clean_rooms() override;
   Value reset(int flag) override;
@@ -64,8 +68,9 @@ class RemoteServer : public GameServer, private NetSdk, private ConnReq {
   NetSdk& net_sdk() override { return *this; }
   ConnReq& conn_req() override { return *this; }
 
-  /// Why `connect_server` answered none, or `reset` -1. Empty if neither did.
-  const std::string& last_failure() const { return last_failure_; }
+  std::string last_failure() const override { return last_failure_; }
+  std::int64_t decisions() const override { return decisions_; }
+  void stop() override;
 
  private:
   void delete_scen(int kind, std::string_view name) override;
@@ -76,6 +81,7 @@ class RemoteServer : public GameServer, private NetSdk, private ConnReq {
   void open_room();
   v1::ResetRoomReply reset_room(int flag, bool& reopened);
   Value read(const v1::Json& record);
+  bool is_stopped();
 
   RemoteSettings settings_;
   std::unique_ptr<Transport> transport_;  // none before the first call: a host may fork
@@ -90,7 +96,11 @@ class RemoteServer : public GameServer, private NetSdk, private ConnReq {
   std::optional<std::int64_t> timestamp_;
   std::optional<double> step_interval_;  // as the service has it, if it was told
   double usual_advance_ = 0;             // seconds
+  std::int64_t decisions_ = 0;
   JsonReader reader_;
+  std::mutex mutex_;                 // guards the members below
+  std::shared_ptr<StopEvent> stop_;  // the engine's
+  bool stopping_ = false;
 };
 
 }  // namespace tessra::remote

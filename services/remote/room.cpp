@@ -25,9 +25,11 @@ grpc::Status status_of(const std::exception_ptr& error) {
 
 }  // namespace
 
-Room::Room(Terms terms, Make make, Finish opened)
+Room::Room(Terms terms, Make make, Finish opened, std::function<void(const std::string&)> over)
     : terms_(std::move(terms)),
-      thread_([this, make = std::move(make), opened = std::move(opened)] { live(make, opened); }) {}
+      thread_([this, make = std::move(make), opened = std::move(opened), over = std::move(over)] {
+        live(make, opened, over);
+      }) {}
 
 Room::~Room() {
   end({StatusCode::NOT_FOUND, "the room was closed"});
@@ -36,7 +38,7 @@ Room::~Room() {
 
 // The room's thread.
 
-void Room::live(const Make& make, const Finish& opened) {
+void Room::live(const Make& make, const Finish& opened, const std::function<void(const std::string&)>& over) {
   std::unique_ptr<RoomPlay> play;
   const bool made = guarded([&] { play = make(stop_); },
                             [&](const std::exception_ptr& error) {
@@ -47,6 +49,7 @@ void Room::live(const Make& make, const Finish& opened) {
   while (std::optional<Work> work = next_work()) work->run(*play);
   play.reset();
   last_reply_.Clear();
+  if (made && over) over(why_ended_->error_message());
   const std::lock_guard lock(mutex_);
   is_over_ = true;
   changed_.notify_all();

@@ -48,7 +48,8 @@ class Room {
   using Make = std::function<std::unique_ptr<RoomPlay>(const std::shared_ptr<StopEvent>& stop)>;
 
   /// Starts the thread. `opened` is finished when `make` has succeeded or failed; after a failure the room has ended.
-  Room(Terms terms, Make make, Finish opened);
+  /// `over` is called once when a room that could be opened has ended, with the reason.
+  Room(Terms terms, Make make, Finish opened, std::function<void(const std::string& why)> over);
   /// Ends the room and waits for its running call.
   ~Room();
   Room(const Room&) = delete;
@@ -78,7 +79,7 @@ class Room {
     std::function<void(const grpc::Status& why)> refuse;
   };
 
-  void live(const Make& make, const Finish& opened);
+  void live(const Make& make, const Finish& opened, const std::function<void(const std::string&)>& over);
   std::optional<Work> next_work();
   void enqueue(Work work);
   Outcome carry_out(RoomPlay& play, const Call& call);

@@ -75,7 +75,8 @@ std::string_view words(Reason reason) {
 
 }  // namespace
 
-RoomLink::RoomLink(Transport& transport) : transport_(transport), client_id_(random_id()) {}
+RoomLink::RoomLink(Transport& transport, const Deadlines& deadlines)
+    : transport_(transport), deadlines_(deadlines), client_id_(random_id()) {}
 
 void RoomLink::fail(const std::string& method, const grpc::Status& status) {
   Reason reason = reason_of(status);
@@ -93,7 +94,7 @@ void RoomLink::hello() {
   request.set_newest_version(kNewestVersion);
   request.set_client("tessra " TESSRA_VERSION);
   v1::HelloReply reply;
-  const auto end = Clock::now() + std::chrono::seconds(5);
+  const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(deadlines_.hello);
   grpc::Status status;
   do {  // a server that has its port but is not ready answers UNAVAILABLE
     status = transport_.call("Hello", request, reply, end - Clock::now(), Transport::WhenDown::wait);
@@ -114,7 +115,7 @@ void RoomLink::open(v1::OpenRoomRequest request) {
   v1::OpenRoomReply reply;
   grpc::Status status;
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
-    status = transport_.call("OpenRoom", request, reply, kLongLimit);
+    status = transport_.call("OpenRoom", request, reply, deadlines_.start);
     if (status.ok() || !is_link_failure(status)) break;
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
@@ -140,7 +141,7 @@ void RoomLink::close_lost_rooms() {
   v1::ListRoomsRequest request;
   request.set_client_id(client_id_);
   v1::ListRoomsReply reply;
-  const grpc::Status status = transport_.call("ListRooms", request, reply, kUsualLimit);
+  const grpc::Status status = transport_.call("ListRooms", request, reply, deadlines_.usual);
   if (!status.ok()) fail("ListRooms", status);
   for (const std::string& room : reply.rooms()) {
     const auto lost = lost_rooms_.find(room);
@@ -149,7 +150,7 @@ void RoomLink::close_lost_rooms() {
     close.set_room(room);
     close.set_token(lost->second);
     v1::CloseRoomReply closed;
-    static_cast<void>(transport_.call("CloseRoom", close, closed, kUsualLimit));
+    static_cast<void>(transport_.call("CloseRoom", close, closed, deadlines_.usual));
   }
   lost_rooms_.clear();
 }

@@ -11,13 +11,20 @@
 
 namespace tessra::remote {
 
+/// How long the calls may take; an advance also gets 20 times the usual one.
+struct Deadlines {
+  std::chrono::duration<double> hello{5};  ///< waits for the port
+  std::chrono::duration<double> usual{10};
+  std::chrono::duration<double> start{60};  ///< opening a room, resetting it, loading a scenario and its situation
+};
+
 /// A client's room on a server: numbers its calls, and sends a call again whose reply was lost with a broken link, so
 /// that every call runs once. All operations throw `RemoteError`.
 class RoomLink {
  public:
-  explicit RoomLink(Transport& transport);
+  explicit RoomLink(Transport& transport, const Deadlines& deadlines = {});
 
-  /// The handshake. Waits up to 5 seconds for the server.
+  /// The handshake, which waits for the server.
   void hello();
 
   /// Opens a room; `request` says what kind of room.
@@ -31,18 +38,21 @@ class RoomLink {
 
   /// Makes a call in the room. The reply comes from the first time it ran, however often it was sent.
   template <class Reply, class Request>
-  Reply call(const std::string& method, Request request, std::chrono::duration<double> limit = kUsualLimit) {
+  Reply call(const std::string& method, Request request, std::chrono::duration<double> limit) {
     Reply reply;
     call(method, request, *request.mutable_call(), reply, limit);
     return reply;
+  }
+  template <class Reply, class Request>
+  Reply call(const std::string& method, Request request) {
+    return call<Reply>(method, std::move(request), deadlines_.usual);
   }
 
   const std::string& room() const { return room_; }
   const std::string& token() const { return token_; }
   std::chrono::seconds lease() const { return lease_; }
 
-  static constexpr std::chrono::duration<double> kUsualLimit{10};
-  static constexpr std::chrono::duration<double> kLongLimit{60};  ///< opening, loading and resetting
+  const Deadlines& deadlines() const { return deadlines_; }
 
  private:
   void call(const std::string& method, const google::protobuf::MessageLite& request, v1::RoomCall& call,
@@ -51,6 +61,7 @@ class RoomLink {
   [[noreturn]] void fail(const std::string& method, const grpc::Status& status);
 
   Transport& transport_;
+  Deadlines deadlines_;
   std::string client_id_;
   std::string room_;
   std::string token_;

@@ -38,8 +38,9 @@ struct RoomOptions {
   Limits limits;
   std::chrono::seconds lease{120};  ///< the usual one; the longest granted is ten times as long
   std::string agent_side;           ///< rooms are for agents of this side; empty: for whole scenarios
-  /// Called when a room was opened or has ended, with the number of rooms that are open; on any thread, one at a time.
-  std::function<void(bool opened, std::size_t open_rooms)> on_change;
+  /// Called on the room's thread when a room can be used, and when it has ended, with the reason.
+  std::function<void()> on_open;
+  std::function<void(const std::string& why)> on_end;
 };
 
 }  // namespace tessra::remote

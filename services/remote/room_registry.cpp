@@ -43,7 +43,8 @@ void RoomRegistry::open(const v1::OpenRoomRequest& request,
     room->resume([terms = room->terms(), opened](const grpc::Status& status, std::uint64_t) { opened(status, terms); });
     return;
   }
-  if (rooms_.size() >= options_.limits.rooms) {
+  const auto open_rooms = std::ranges::count_if(rooms_, [](const auto& entry) { return !entry.second->has_ended(); });
+  if (static_cast<std::size_t>(open_rooms) >= options_.limits.rooms) {
     throw CallError(StatusCode::RESOURCE_EXHAUSTED,
                     fmt::format("all {} rooms of this server are taken", options_.limits.rooms));
   }
@@ -52,10 +53,11 @@ void RoomRegistry::open(const v1::OpenRoomRequest& request,
   auto make = [make_backend = options_.make_backend, plan, limits = options_.limits](const auto& stop) {
     return std::make_unique<RoomPlay>(make_backend, plan, limits, stop);
   };
-  rooms_.emplace(terms.id,
-                 std::make_shared<Room>(terms, std::move(make), [terms, opened](const Room::Outcome& outcome) {
-                   opened(outcome.status, terms);
-                 }));
+  auto tell_opened = [terms, opened, on_open = options_.on_open](const Room::Outcome& outcome) {
+    if (outcome.status.ok() && on_open) on_open();
+    opened(outcome.status, terms);
+  };
+  rooms_.emplace(terms.id, std::make_shared<Room>(terms, std::move(make), std::move(tell_opened), options_.on_end));
 }
 
 std::shared_ptr<Room> RoomRegistry::find(const std::string& id, const std::string& token) {
