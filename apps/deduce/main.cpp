@@ -272,6 +272,7 @@ int dispatch(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  ::setenv("GRPC_VERBOSITY", "NONE", 0);  // what it has to say is in our own messages
   prepare_streams();
   watch_for_sudden_end();
   register_sample_agents(AgentRegistry::instance());

@@ -31,7 +31,7 @@ class Room {
 
   struct Call {
     std::uint64_t number = 0;
-    std::uint64_t digest = 0;  ///< checksum of the request, to tell a repeated call from another one
+    std::uint64_t digest = 0;  ///< of method and request, to tell a repeated call from another one
     std::function<grpc::ByteBuffer(RoomPlay& play)> run;
     Finish finish;
   };

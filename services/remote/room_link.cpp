@@ -193,6 +193,8 @@ void RoomLink::resume() {
     }
     const bool waits = is_link_failure(status) || status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED;
     if (!waits) break;
+    status = {grpc::StatusCode::UNAVAILABLE,
+              fmt::format("the link broke and did not come back within {} s", lease_.count())};
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
   lost_rooms_.emplace(room_, token_);

@@ -14,10 +14,10 @@ MakeBackend backend_of(const std::string& url);
 
 /// What a server shows and asks for. Texts of PEM files, not their names.
 struct ServerAccess {
-  std::string certificate;
-  std::string key;
-  std::string client_authority;  ///< clients need a certificate signed by it
-  std::string token;             ///< clients must send it
+  std::string certificate = {};
+  std::string key = {};
+  std::string client_authority = {};  ///< clients need a certificate signed by it
+  std::string token = {};             ///< clients must send it
 };
 
 /// Offers service clients of this process to clients of other processes, on threads of its own.

@@ -48,7 +48,7 @@ class WireService : public v1::Simulation::Service {
   template <class Request, class Reply, class Run>
   Handler plain_call(Run run);
   template <class Request, class Reply>
-  Handler room_call(void (RoomPlay::*run)(const Request&, Reply&));
+  void add_room_call(const std::string& method, void (RoomPlay::*run)(const Request&, Reply&));
 
   RoomRegistry& rooms_;
   const std::string authorization_;
