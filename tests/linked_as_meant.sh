@@ -15,5 +15,10 @@ for file in "$@"; do
   done <<<"${places:+$places:}"
   grep -q BIND_NOW <<<"$dynamic" || complain "$file: binds functions while it runs"
   readelf -lW "$file" | grep -q GNU_RELRO || complain "$file: its table of functions stays writable"
+  # Only what speaks to other processes needs what that takes.
+  case $(basename "$file") in
+  deduce) ;;
+  *) if ldd "$file" | grep -q grpc; then complain "$file: needs gRPC"; fi ;;
+  esac
 done
 exit $failed

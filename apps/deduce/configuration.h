@@ -61,7 +61,7 @@ Dict child_section(Dict parent, std::string_view key);
 /// `config_file` is named in errors of the configuration.
 std::optional<Dict> checked_scenario(const Dict& config, const Dict& section, const std::string& config_file);
 
-/// Checks the settings of a remote service. Throws `InputError`.
+/// Checks the service's URL and what a remote one takes besides. Throws `InputError`.
 void check_service(const Dict& section);
 
 /// The absolute path of an agent library given on the command line. Throws `InputError` if there is no such file.

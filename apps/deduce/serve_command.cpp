@@ -1,5 +1,7 @@
 #include "apps/deduce/serve_command.h"
 
+#include <filesystem>
+
 #include "Tessra/base/stop_event.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/listening.h"
@@ -12,7 +14,10 @@ namespace {
 
 /// Opens the backend once, so that a mistake is reported here and not to the first client.
 void check_backend(const remote::MakeBackend& make_backend, const std::string& url) {
+  constexpr std::string_view kEmbedded = "embedded:";
   try {
+    const std::string folder = url.starts_with(kEmbedded) ? url.substr(kEmbedded.size()) : "";
+    if (!folder.empty() && !std::filesystem::is_directory(folder)) throw Error("no such folder");
     const std::shared_ptr<GameServer> backend = make_backend({});
     if (backend->connect_server().is_none()) throw Error("it cannot be reached");
     backend->get_scenarios();
