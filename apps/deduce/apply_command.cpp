@@ -46,7 +46,7 @@ class Apply {
     client_ = find_client<SchedulingClient>(*engine_->game);
     link_ = remote::remote_control(*engine_->game);
     if (client_ != nullptr) connect();
-    if (link_ != nullptr) signals_.on_signal([link = link_] { link->stop(); });
+    if (link_ != nullptr) follow_link();
   }
   ~Apply() { signals_.on_signal(nullptr); }
   Apply(const Apply&) = delete;
@@ -118,6 +118,14 @@ class Apply {
     };
     client_->on_decision = [this](std::int64_t decisions) { progress_.show(decisions, engine_->time_elapsed); };
     signals_.on_signal([client = client_] { client->stop(); });
+  }
+
+  void follow_link() {
+    link_->watch_link([this](const std::string& what) {
+      progress_.clear();
+      tell("{}\n", what);
+    });
+    signals_.on_signal([link = link_] { link->stop(); });
   }
 
   int report() const {

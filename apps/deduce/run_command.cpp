@@ -95,6 +95,12 @@ class Run {
     Seams seams = default_seams();
     seams.console = std::make_shared<FailureConsole>(progress_, options.trace);
     engine_ = std::make_unique<Deduction>(config, seams);
+    if (remote::RemoteControl* link = remote::remote_control(*engine_->game)) {
+      link->watch_link([this](const std::string& what) {
+        progress_.clear();
+        tell("{}\n", what);
+      });
+    }
     signals_.on_end([this, call = &AgentCall::of_this_thread()] {
       tell_unreturned(*call);
       report_.end_without_waiting();

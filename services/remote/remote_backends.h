@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "Tessra/entitys/gameenvs/gameserver.h"
@@ -26,6 +27,9 @@ class RemoteControl {
 
   /// Why the engine's `reset` answered 0 or -1; empty if it did not.
   virtual std::string last_failure() const = 0;
+  /// `tell` is called on the engine's thread when the link breaks for longer than a moment, and when it is back, with a
+  /// line for people.
+  virtual void watch_link(std::function<void(const std::string& what)> tell) = 0;
   /// In AI-apply mode: how many decisions the scheduling client was told of.
   virtual std::int64_t decisions() const = 0;
   /// In AI-apply mode: sets the engine's stop signal, and the next record says "Crash". Safe from any thread.

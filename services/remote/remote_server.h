@@ -71,6 +71,7 @@ class RemoteServer : public GameServer, public RemoteControl, private NetSdk, pr
   std::string last_failure() const override { return last_failure_; }
   std::int64_t decisions() const override { return decisions_; }
   void stop() override;
+  void watch_link(std::function<void(const std::string&)> tell) override { link().on_link = std::move(tell); }
 
  private:
   void delete_scen(int kind, std::string_view name) override;

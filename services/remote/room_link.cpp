@@ -181,12 +181,14 @@ void RoomLink::resume() {
   request.set_room(room_);
   request.set_token(token_);
   v1::ResumeRoomReply reply;
+  bool told = false;
   const auto end = Clock::now() + lease_;
   grpc::Status status;
   while (Clock::now() < end) {
-    const auto limit = std::min<Clock::duration>(end - Clock::now(), std::chrono::seconds(5));
+    const auto limit = std::min<Clock::duration>(end - Clock::now(), std::chrono::seconds(told ? 5 : 1));
     status = transport_.call("ResumeRoom", request, reply, limit, Transport::WhenDown::wait);
     if (status.ok()) {
+      if (told && on_link) on_link(transport_.url() + ": the link is back");
       next_number_ = reply.next_number();
       in_doubt_ = false;
       return;
@@ -195,6 +197,9 @@ void RoomLink::resume() {
     if (!waits) break;
     status = {grpc::StatusCode::UNAVAILABLE,
               fmt::format("the link broke and did not come back within {} s", lease_.count())};
+    if (!std::exchange(told, true) && on_link) {
+      on_link(fmt::format("{}: the link broke; trying again for {} s", transport_.url(), lease_.count()));
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
   lost_rooms_.emplace(room_, token_);

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -51,6 +52,9 @@ class RoomLink {
   const std::string& room() const { return room_; }
   const std::string& token() const { return token_; }
   std::chrono::seconds lease() const { return lease_; }
+
+  /// Called when the link breaks and when it is back, with a line for people. Optional.
+  std::function<void(const std::string& what)> on_link;
 
   const Deadlines& deadlines() const { return deadlines_; }
 
