@@ -37,7 +37,7 @@ TEST_F(Configuration, a_wrong_value_is_told_with_its_key_what_is_expected_and_wh
       {R"("testing": 0)", "", "", "simulate.testing: expected true or false, found 0"},
       {"", R"("seed": [1])", "", "server.seed: expected a whole number, found [1]"},
       {"", R"("url": "tcp:host")", "",
-       R"(server.url: expected a URL with one of the schemes embedded:, records:, found "tcp:host")"},
+       R"(server.url: expected a URL with one of the schemes embedded:, grpc:, grpc+unix:, grpcs:, records:, found "tcp:host")"},
       {"", R"("url": "records:/nonexist")", "", "error: no recording: no initial.json in /nonexist or below"},
       {"", R"("agent_settings": {"x": 1})", "", "server.agent_settings.x: expected an object, found 1"},
       {"", "", R"("rule_config": {"红方": {"a": "patrol"}})",
