@@ -24,11 +24,9 @@ TEST_F(Configuration, a_wrong_value_is_told_with_its_key_what_is_expected_and_wh
       {R"("decision_interval": "5")", "", "",
        R"(simulate.decision_interval: expected a whole number from 1 to 604800, found "5")"},
       {R"("decision_interval": 0)", "", "", "found 0"},
-      {R"("decision_interval": 604801)", "", "", "found 604801"},
       {R"("decision_interval": 0.5)", "", "", "found 0.5"},
       {R"("decision_interval": 1e30)", "", "", "found 1e+30"},
       {R"("episodes": 0)", "", "", "simulate.episodes: expected a whole number from 1 to 1000000000, found 0"},
-      {R"("episodes": 1000000001)", "", "", "found 1000000001"},
       {"", R"("first_episode": 9000000000000000000)", "", "found 9000000000000000000"},
       {R"("reset_episodes": -1)", "", "", "simulate.reset_episodes: expected a whole number of at least 1"},
       {R"("plan_time": -0.5)", "", "", "simulate.plan_time: expected a number of at least 0, found -0.5"},
@@ -89,6 +87,10 @@ TEST_F(Configuration, a_side_the_service_does_not_have_is_named_at_the_start) {
 TEST_F(Configuration, what_there_is_to_play_is_listed) {
   EXPECT_THAT(run("scenarios").out,
               HasSubstr("Skirmish, 0:10:00\n                 红方: 4 units, played by patrol-1 (patrol)\n"));
+  EXPECT_EQ(shell("TESSRA_DATA=/none " TESSRA_DEDUCE " scenarios").err,
+            "error: TESSRA_DATA: there is no folder /none/scenarios\n");
+  std::filesystem::create_directory(path("scenarios"));
+  EXPECT_THAT(shell("TESSRA_DATA=" + path("") + " " TESSRA_DEDUCE " scenarios").out, IsEmpty());
   const Output agents = run("agents" + library());
   EXPECT_EQ(agents.status, 0);
   EXPECT_THAT(agents.out, HasSubstr("\nstrike         strikes the enemy's facilities"));

@@ -136,6 +136,9 @@ TEST_F(CommandLine, a_results_database_that_fails_is_told_and_the_result_is_show
   EXPECT_EQ(run("results").err, says);
 
   std::filesystem::remove(database);
+  std::filesystem::create_directory(database);
+  EXPECT_EQ(run("results").err, "error: results database " + database + ": unable to open database file\n");
+  std::filesystem::remove(database);
   const Output limited = shell("ulimit -f 1; exec " + std::string(TESSRA_DEDUCE) + " run --config " + config);
   EXPECT_EQ(limited.status, 1);
   EXPECT_THAT(limited.err, StartsWith("error: results database " + database + ": "));

@@ -13,7 +13,6 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
       {"run --config " + path("nosuch.json"), "no such file"},
       {"run --config " + bad_json, "line 2, column"},
       {"run --config " + write("list.json", "[]"), "object"},
-      {"run --episodes 0", "episodes"},
       {"run --seed 99999999999999999999",
        "--seed: must be a whole number of at most 64 bits, is '99999999999999999999'"},
       {"run --seed 1.5", "--seed: must be a whole number"},

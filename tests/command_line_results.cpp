@@ -53,10 +53,17 @@ TEST_F(SavedResults, of_other_hosts_are_listed_without_a_run) {
   std::optional<BatResult> result(std::in_place, 1, 60.0);
   result->red_name = "mine";
   save_result(result, path("config"));
+  EXPECT_FALSE(std::filesystem::exists(path("config/results.sqlite-wal"))) << "it is closed";
   ASSERT_EQ(results().size(), 1u);
   EXPECT_FALSE(results()[0].contains("run"));
   EXPECT_THAT(run("results").out, HasSubstr("    -  "));
   EXPECT_THAT(results("--run 1"), IsEmpty());
+  for (const auto& [variables, folder] : {std::pair("XDG_CONFIG_HOME=/x", "/x/tessra/"),
+                                          {"XDG_CONFIG_HOME= HOME=/h", "/h/.config/tessra/"},
+                                          {"XDG_CONFIG_HOME= HOME=", "/config/"}}) {
+    const std::string command = std::string("cd /; env -u TESSRA_CONFIG ") + variables + " " TESSRA_DEDUCE " results";
+    EXPECT_THAT(shell(command).out, HasSubstr(std::string(" in ") + folder));
+  }
 }
 
 }  // namespace

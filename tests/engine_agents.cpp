@@ -1,6 +1,8 @@
 // Agents: how they are built, when they are called, what they see, and the results of their sides.
 
-#include "Tessra/entitys/gameunit.h"
+#include "Tessra/entitys/aircraft.h"
+#include "Tessra/entitys/patrolmission.h"
+#include "Tessra/entitys/strikemission.h"
 #include "support/engine_fixture.h"
 
 namespace tessra::testing {
@@ -11,6 +13,13 @@ class Learner : public ScriptedAgent {
   static constexpr bool is_learn = true;
   explicit Learner(const AgentConf& given) : ScriptedAgent(given.side), conf(given) {}
   AgentConf conf;
+
+  std::string conf_text() const {
+    std::string text = agent_type + std::to_string(conf.uid);
+    for (const std::string& part : {conf.framework, conf.enemy_side, conf.side, conf.agent_name, conf.alg})
+      text += " " + part;
+    return text;
+  }
 };
 
 class Both : public ScriptedAgent {
@@ -62,19 +71,20 @@ TEST_F(Agents, are_called_in_order) {
 
 TEST_F(Agents, are_built_by_the_form_of_their_class) {
   const Value learner(AgentClass::of<Learner>("learner"));
-  add_rule_agent("红方", "odd", AgentClass::of<Odd>("odd"));
+  add_rule_agent("蓝方", "odd", AgentClass::of<Odd>("odd"));
   add_rule_agent("蓝方", "thinker", learner);
   add_rule_agent("蓝方", "both", AgentClass::of<Both>("both"));
   const Dict tanks{{"tank", Dict{{"class", learner}, {"speed", 3}}}};
   section().set("RL_agents", Dict{{"红方", Dict{{"enemy", "黄方"}, {"agents", tanks}}}});
   start();
   const AgentList& list = *red().agents_list;
-  ASSERT_EQ(list.size(), 2u) << "a class with another constructor is passed over";
+  ASSERT_EQ(blue().agents_list->size(), 3u) << "a class with another constructor is passed over";
   EXPECT_EQ(list.at(0)->client_info, Value(json("{'range': 5}")));
   const auto& tank = dynamic_cast<const Learner&>(*list.at(1));
-  EXPECT_TRUE(tank.conf.uid == 1001 && tank.conf.enemy_side == "黄方" && tank.conf.agent_name == "RL-tank");
+  EXPECT_EQ(tank.conf_text(), "tank1001 torch 黄方 红方 RL-tank no");
   EXPECT_FALSE(tank.is_rule_agent);
-  EXPECT_EQ(dynamic_cast<const Learner&>(*blue().agents_list->at(1)).conf.uid, 1000);
+  EXPECT_EQ(dynamic_cast<const Learner&>(*blue().agents_list->at(1)).conf_text(),
+            "thinker1000 torch  蓝方 RL-thinker no");
   EXPECT_EQ(blue().agents_list->at(2)->side, "蓝方") << "a class that does not learn is built from its side";
   EXPECT_EQ(engine().agents.at("红方"), red().agents_list);
   EXPECT_THAT(engine().unreported_sides(), ElementsAre("黄方"));
@@ -84,17 +94,23 @@ TEST_F(Agents, are_built_by_the_form_of_their_class) {
       << "`class` was taken out of the entries";
 }
 
+TEST(AgentClasses, name_themselves_when_asked_for_another_form) {
+  const auto factory =
+      AgentClass::from_factory("made", [](const std::string& side) { return std::make_shared<Both>(side); });
+  EXPECT_EQ(factory->make("side")->side, "side");
+  EXPECT_EQ(thrown([&] { factory->make(AgentConf()); }),
+            "tessra::Error: agent class 'made' has no constructor from an AgentConf");
+  EXPECT_EQ(thrown([] { AgentClass::of<Learner>("learner")->make("side"); }),
+            "tessra::Error: agent class 'learner' has no constructor from a side");
+}
+
 TEST_F(Agents, of_a_training_host_are_told_what_they_are) {
   Dict sides = json("{'红方': {'enemy': '蓝方', 'agents': {'tank': {'unit': ['u1', 'u2']}}}}");
   sides.at_dict("红方").at_dict("agents").at_dict("tank").set("class", AgentClass::of<Learner>("learner"));
   std::string told;
-  for (const auto& agent : Deduction::create_rl_agents(sides, json("{'framework': 'f', 'alg': 'a'}"))) {
-    const AgentConf& conf = dynamic_cast<const Learner&>(*agent).conf;
-    told += agent->agent_type + std::to_string(conf.uid);
-    for (const std::string& text : {conf.framework, conf.enemy_side, conf.side, conf.agent_name, conf.alg})
-      told += " " + text;
-  }
-  EXPECT_EQ(told, "tank0 f 蓝方 红方 u1 atank1 f 蓝方 红方 u2 a");
+  for (const auto& agent : Deduction::create_rl_agents(sides, json("{'framework': 'f', 'alg': 'a'}")))
+    told += dynamic_cast<const Learner&>(*agent).conf_text() + "; ";
+  EXPECT_EQ(told, "tank0 f 蓝方 红方 u1 a; tank1 f 蓝方 红方 u2 a; ");
 }
 
 TEST_F(Agents, action_records_go_to_the_first_learner_of_their_type) {
@@ -102,7 +118,7 @@ TEST_F(Agents, action_records_go_to_the_first_learner_of_their_type) {
   const Dict tanks{{"agents", Dict{{"tank", Dict{{"class", learner}}}}}};
   section().set("RL_agents", Dict{{"红方", tanks}, {"蓝方", tanks.deep_copy()}});
   start();
-  const Dict actions = json("{'u1': {'_agent_type_': 'tank', 'go': 1}, 'u2': {'_agent_type_': 'patrol-1'}, 'u3': {}}");
+  const Dict actions = json("{'u3': {}, 'u2': {'_agent_type_': 'patrol-1'}, 'u1': {'_agent_type_': 'tank', 'go': 1}}");
   engine().agents_step(actions);
   const auto& first = dynamic_cast<const Learner&>(*red().agents_list->at(1));
   const auto& second = dynamic_cast<const Learner&>(*blue().agents_list->at(1));
@@ -119,25 +135,79 @@ TEST_F(Agents, see_their_side_and_order_their_units) {
     ASSERT_NE(situation.unit("a1"), nullptr);
     EXPECT_EQ(situation.unit_named("Alpha 1"), situation.unit("a1"));
     EXPECT_EQ(situation.unit("u9"), nullptr) << "not red's";
+    ASSERT_NE(situation.mission("Cap"), nullptr);
+    EXPECT_EQ(situation.mission("Cap")->guid(), "m1");
+    EXPECT_EQ(situation.mission("m1"), nullptr) << "missions go by their names";
     EXPECT_TRUE(situation.contacts().contains("c1"));
     EXPECT_EQ(situation.duration(), Value(3600));
     EXPECT_EQ(situation.posture_toward(situation.contacts().at_dict("c1").at("Side")), 3) << "by the name it shows";
     EXPECT_EQ(situation.posture_toward("g"), 1);
     EXPECT_EQ(situation.posture_toward("nobody"), std::nullopt);
-    situation.unit("a1")->attack("c1'}) Evil({'", "Missile", 2);
-    const GeoPoint course[] = {{1.5, -2.25}};
-    situation.unit("s1")->plot_course(course);
   };
   engine().agents_step(Dict());
-  EXPECT_THAT(
-      server->commands,
-      ElementsAre("Attack({SIDE='红方', UNIT='a1', CONTACT='c1\\039}) Evil({\\039', WEAPON='Missile', QUANTITY=2})",
-                  "PlotCourse({SIDE='红方', UNIT='s1', COURSE={{LON=1.5, LAT=-2.25}}})"));
+}
+
+TEST_F(Agents, orders_are_texts_for_the_service) {
+  start();
+  auto& jet = dynamic_cast<Aircraft&>(element("a1"));
+  auto& cap = dynamic_cast<Mission&>(element("m1"));
+  const GeoPoint places[] = {{1.5, -2.25}, {3, 4}};
+  const std::string targets[] = {"c1", "c\x7F\n2\\"};
+  jet.plot_course(places);
+  jet.set_speed(250.5);
+  jet.set_radar(true);
+  jet.set_altitude(900);
+  jet.attack("c1");
+  jet.attack("c1'}) Evil({'", "Missile", 2);
+  jet.cancel_attack();
+  jet.set_weapon_control("hold");
+  jet.assign_to_mission("Cap");
+  jet.unassign_from_mission();
+  jet.return_to_base();
+  cap.assign_unit(jet);
+  cap.unassign_unit(jet);
+  cap.remove();
+  PatrolMission::order_new(*server, "红方", "P", places);
+  StrikeMission::order_new(*server, "红方", "S", targets);
+  std::string orders;
+  for (const std::string& order : server->commands) orders += order + "\n";
+  EXPECT_EQ(orders, R"(PlotCourse({SIDE='红方', UNIT='a1', COURSE={{LON=1.5, LAT=-2.25}, {LON=3, LAT=4}}})
+SetSpeed({SIDE='红方', UNIT='a1', SPEED=250.5})
+SetRadar({SIDE='红方', UNIT='a1', ON=true})
+SetAltitude({SIDE='红方', UNIT='a1', ALTITUDE=900})
+Attack({SIDE='红方', UNIT='a1', CONTACT='c1'})
+Attack({SIDE='红方', UNIT='a1', CONTACT='c1\039}) Evil({\039', WEAPON='Missile', QUANTITY=2})
+CancelAttack({SIDE='红方', UNIT='a1'})
+SetWeaponControl({SIDE='红方', UNIT='a1', CONTROL='hold'})
+AssignUnit({SIDE='红方', UNIT='a1', MISSION='Cap'})
+UnassignUnit({SIDE='红方', UNIT='a1'})
+ReturnToBase({SIDE='红方', UNIT='a1'})
+AssignUnit({SIDE='红方', UNIT='a1', MISSION='Cap'})
+UnassignUnit({SIDE='红方', UNIT='a1'})
+DeleteMission({SIDE='红方', NAME='Cap'})
+AddPatrolMission({SIDE='红方', NAME='P', ZONE={{LON=1.5, LAT=-2.25}, {LON=3, LAT=4}}})
+AddStrikeMission({SIDE='红方', NAME='S', TARGETS={'c1', 'c\127\0102\092'}})
+)");
+  EXPECT_EQ(thrown([&] { jet.set_speed(HUGE_VAL); }), "tessra::ConversionError: numbers in a command must be finite");
+  EXPECT_EQ(thrown([&] { Aircraft("a2", "Invented", "红方"); }),
+            "tessra::Error: unit 'a2' made without the creation key of its side");
+}
+
+TEST_F(Agents, calls_to_them_are_remembered_in_bounded_memory) {
+  const AgentCall::Memory& memory = AgentCall::of_this_thread();
+  for (const std::string& name : {std::string("tank"), std::string(300, 'x')}) {
+    const AgentCall running("红方", name, "step");
+    EXPECT_EQ(memory.running_text(), ("agent '" + name + "' of side '红方' in `step`").substr(0, 255));
+  }
+  EXPECT_EQ(memory.running_text(), "");
 }
 
 TEST_F(Agents, callbacks_end_with_the_engine) {
   start();
   const auto agent = red().agents_list->at(0);
+  EXPECT_TRUE(agent->_game_server == server && agent->log == engine().logger);
+  agent->deduce_add_unit("added", engine().elements.at("a1"));
+  EXPECT_EQ(&element("added"), &element("a1"));
   const WargameCommand command = agent->get_command_check("a1");
   EXPECT_EQ(command.time_elapsed, 60.0);
   EXPECT_EQ(command.plan_time, Value(300));
@@ -151,13 +221,15 @@ TEST_F(Agents, callbacks_end_with_the_engine) {
     short_lived.players.at("x")->agents_list->at(0)->deduce_remove_mission("x", "m");
     red().agents_list->push_back(short_lived.players.at("x")->agents_list->at(0));
   }
-  EXPECT_THROW(red().agents_list->back()->deduce_remove_mission("x", "m"), Error);
+  EXPECT_EQ(thrown([&] { red().agents_list->back()->deduce_remove_mission("x", "m"); }),
+            "tessra::Error: the engine of this agent has ended");
 }
 
 TEST_F(Agents, unit_ids_reach_the_agents_of_the_map) {
   auto agent = std::make_shared<ScriptedAgent>("红方");
   agent->agent_unit_name = "Ship 1";
-  config.set("agent_map", Dict{{"0", std::shared_ptr<Agent>(agent)}});
+  const auto nobodys = std::make_shared<ScriptedAgent>("nobody");
+  config.set("agent_map", Dict{{"0", std::shared_ptr<Agent>(nobodys)}, {"1", std::shared_ptr<Agent>(agent)}});
   start();
   EXPECT_EQ(agent->agent_unit_id, Value("s1"));
 }
@@ -169,6 +241,7 @@ TEST_F(Agents, results_map_sides_onto_camps) {
     double red_score;
   } cases[] = {
       {"{'红方': 'A', '蓝方': 'B'}", "", "A", "B", 10},
+      {"{'蓝方': 'B', '红方': 'A'}", "", "A", "B", 10},
       {"{'蓝方': 'B', '红方': 'A'}", "蓝方", "A", "B", 90000},
       {"{'X': 'x', 'Y': 'y'}", "Y", "x", "y", 90000},
       {"{'X': 'x', 'Y': 'y', 'Z': 'z'}", "X", "x", "y", -90000},
@@ -184,8 +257,28 @@ TEST_F(Agents, results_map_sides_onto_camps) {
     EXPECT_EQ(result.blue_score, Value(-given.red_score));
     EXPECT_EQ(result.error_side, given.error_side);
   }
+  const auto first = engine().players.at("红方"), second = engine().players.at("蓝方");
+  const struct {
+    const char *first, *second, *names, *scores;
+  } others[] = {
+      {"X", "蓝方", "{}", "[10.0, -10.0]"},
+      {"红方", "Y", "{}", "[10.0, -10.0]"},
+      {"蓝方", "X", "{}", "[-10.0, 10.0]"},
+      {"Y", "X", "{'X': 'x', 'Y': 'y', 'Z': 'z'}", "[-10.0, 10.0]"},
+      {"X", "Z", "{'X': 'x', 'Y': 'y', 'Z': 'z'}", "[10.0, 0]"},
+  };
+  for (const auto& given : others) {
+    engine().agent_names = json(given.names);
+    engine().players = {};
+    engine().players.set(given.first, first);
+    engine().players.set(given.second, second);
+    const BatResult result = engine().get_game_result();
+    EXPECT_EQ(Value(List{result.red_score, result.blue_score}).to_text(), given.scores);
+  }
+  engine().players.set("红方", first);
   red().attributes().erase("TotalScore");
-  EXPECT_THROW(engine().get_game_result(), KeyError);
+  EXPECT_EQ(thrown([&] { engine().get_game_result(); }),
+            "tessra::KeyError: side '红方' has no attribute 'TotalScore': the service has reported none");
 }
 
 }  // namespace

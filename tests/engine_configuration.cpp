@@ -39,7 +39,9 @@ TEST_F(Configuration, missing_sections_and_bad_integers_name_themselves) {
            {"{'game_server': {'server': {}}}", "simulate"},
            {"{'game_server': {'simulate': {}}}", "server"},
            {"{'game_server': {'simulate': {}, 'server': {'continuous': 'many'}}}", "many"},
-           {"{'game_server': {'simulate': {}, 'server': {'url': 'nowhere:'}}}", "nowhere"},
+           {"{'game_server': {'simulate': {}, 'server': {'url': 'nowhere:'}}}",
+            "no service backend for the scheme 'nowhere' of server.url; there are: embedded, records, scripted"},
+           {"{'game_server': {'simulate': {}, 'server': {'url': 'x'}}}", "server.url has no scheme: 'x'"},
            {"{'is_ai_apply': true, 'simulate': {}, 'server': {}}", "player"},
            {"{'is_ai_apply': true, 'simulate': {}, 'server': {}, 'player': {'agent_name': 'x'}}", "player_side"},
        }) {

@@ -8,11 +8,15 @@ namespace {
 
 class Deletions : public StartedTest {};
 
-/// The dictionary at a path of keys with slashes between them; what is missing on the way is made.
-Dict at_path(Dict root, std::string_view path) {
+/// The dictionary at a path of keys with slashes between them; what is missing on the way is made. What is made may
+/// come with empty records in front of what is asked for, of nobody and of another side's unit: they end no walk.
+Dict at_path(Dict root, std::string_view path, bool decoys = false) {
+  const Dict ahead = decoys ? json("{'decoy': {}, 'u9': {}}") : Dict();
+  root.update(ahead);
   for (std::size_t slash; !path.empty(); path.remove_prefix(std::min(slash, path.size() - 1) + 1)) {
     slash = path.find('/');
     if (slash != 0) root = branch(root, {path.substr(0, slash)});
+    if (root.empty()) root.update(ahead.deep_copy());
   }
   return root;
 }
@@ -84,8 +88,7 @@ TEST_F(Deletions, reach_the_table_they_are_listed_for_and_no_other) {
       Dict held = at_path(element(holder).attributes(), table);
       held.update(json("{'gone': {}, 'kept': {}}"));
       Dict update;
-      at_path(update, record + "/mapdel").set(name, json("{'v': ['gone', 'unknown']}"));
-      at_path(update, record + "/mapdel").set("no ids", Dict());
+      at_path(update, record + "/mapdel", true).set(name, json("{'v': ['unknown', 'gone']}"));
       engine().process_step_situation(update);
       EXPECT_EQ(held.contains("gone"), !reaches);
       EXPECT_TRUE(held.contains("kept"));
@@ -94,10 +97,10 @@ TEST_F(Deletions, reach_the_table_they_are_listed_for_and_no_other) {
 }
 
 TEST_F(Deletions, report_what_was_never_there) {
-  engine().parse_delete_situation(json(
+  engine().process_step_situation(json(
       R"({'Situation': {'SituationSides': {'nobody': {'Side': {'mapdel': {'ActiveUnitsInfo': {'v': ['a1']}}}}, 'r': {
     'Side': {'mapdel': {'ActiveUnitsInfo': {'v': ['ghost', 's1']}},
-             'Missions': {'mapdel': {'Patrol': {'v': ['m1', 'm9']}, 'Odd': {'v': ['m1']}}, 'Patrol': {'m8': {'Mission': {}}}}},
+             'Missions': {'mapdel': {'Patrol': {'v': ['m9', 'm1']}, 'Odd': {'v': ['m1']}}, 'Patrol': {'m8': {'Mission': {}}}}},
     'SideReal': {'ActiveUnits': {'mapdel': {'Aircraft': {'v': ['ghost2', 's1']}, 'Odd': {'v': ['a1']}}}},
     'SidePosition': {'mapdel': {'Odd': {'v': ['a1']}, 'Ship': {'v': ['s1', 'ghost3']}}}}}}})"));
   EXPECT_THAT(
@@ -136,7 +139,7 @@ TEST_F(Deletions, leave_parts_alone_that_are_not_mentioned) {
 
 /// A list of one item of the list form: the deletion of these ids under this name.
 List item(const Value& type, const Value& name, const Value& ids) {
-  return {Dict{{"StructType", type}, {"v", Dict{{name, Dict{{"v", ids}}}, {"no ids", Dict()}}}}};
+  return {Dict{{"StructType", type}, {"v", Dict{{"no ids", Dict()}, {name, Dict{{"v", ids}}}}}}};
 }
 
 TEST_F(Deletions, of_the_list_form_reach_the_table_of_their_type) {

@@ -4,6 +4,7 @@
 #include "Tessra/entitys/gameunit.h"
 #include "apps/deduce/model_dump.h"
 #include "services/embedded_server.h"
+#include "services/recorded_server.h"
 #include "simulation/simulation.h"
 #include "simulation/world.h"
 #include "support/embedded_episode.h"
@@ -22,33 +23,59 @@ TEST(Services, conform) {
 
 TEST(Services, embedded_failures_are_those_the_engine_expects) {
   const auto service = make_embedded_server(json("{'server': {}}"), kScenarios);
-  service->reset(0);
+  EXPECT_EQ(
+      Value(List{service->connect_server(), service->reset(0), service->reset(1), service->reset(2), service->room_id})
+          .to_text(),
+      "[True, 0, 0, 2, 'embedded']");
   service->run_simulate();
   EXPECT_TRUE(service->get_step_situation().is_none()) << "nothing is loaded";
+  EXPECT_EQ(thrown([&] { service->set_data_receive(); }), "tessra::Error: no scenario is loaded");
+  EXPECT_EQ(thrown([&] { service->connect_client(nullptr); }),
+            "tessra::Error: the embedded service has a scheduling client in AI-apply mode only");
   EXPECT_TRUE(service->get_init_situation().is_none());
   EXPECT_EQ(service->load_scenario("no such scenario"), Value(false));
   service->net_sdk().delete_scen(1, "skirmish");
   EXPECT_TRUE(service->load_scenario("skirmish").is_true()) << "deleting never touches a file";
-  service->add_command("SetRadar({SIDE='红方', UNIT='somebody', ON=true})");
   const std::string command = "SetRadar({SIDE='红方', UNIT='somebody', ON=true})";
   const std::string reason = "'somebody' is no living unit of side '红方'";
+  EXPECT_EQ(thrown([&] { service->run_command(command); }),
+            "tessra::Error: command refused: " + command + ": " + reason);
+  service->add_command(command);
+  service->add_command("Dance({})");
   const Dict entry{{"number", 1}, {"side", "红方"}, {"command", command}, {"reason", reason}};
+  const Dict dance{{"number", 2}, {"command", "Dance({})"}, {"reason", "there is no command 'Dance'"}};
+  const std::string lines = "1: " + command + ": " + reason + "\n2: Dance({}): there is no command 'Dance'";
   EXPECT_EQ(service->do_package_command(),
-            Value(Dict{{"message", "Error"}, {"resbin", "1: " + command + ": " + reason}, {"refused", List{entry}}}));
+            Value(Dict{{"message", "Error"}, {"resbin", lines}, {"refused", List{entry, dance}}}));
   EXPECT_FALSE(service->need_do_package_command());
+  EXPECT_EQ(service->do_package_command().to_text(), "{'message': 'OK', 'resbin': '', 'refused': []}");
+  service->add_command(command);
+  service->reset(0);
+  EXPECT_FALSE(service->need_do_package_command());
+  EXPECT_TRUE(service->get_init_situation().is_none());
 }
 
 TEST(Services, the_embedded_one_plays_no_other_interval_than_it_is_told) {
-  Dict section = json("{'server': {}, 'simulate': {'decision_interval': 604800}}");
+  Dict section = json("{'server': {}, 'simulate': {}}");
   const auto service = make_embedded_server(section, kScenarios);
   service->reset(0);
   service->load_scenario("skirmish");
+  EXPECT_EQ(simulation_of(*service)->world().now, 0);
+  service->run_simulate();
+  EXPECT_EQ(simulation_of(*service)->world().now, 30);
   service->update_step_interval(45.0);
-  for (const Value& bad :
-       {Value(0), Value(-1), Value(604'801), Value(std::int64_t{1} << 33), Value(0.5), Value(1e30)}) {
-    EXPECT_THROW(service->update_step_interval(bad), Error) << bad.to_text();
+  service->run_simulate();
+  EXPECT_EQ(simulation_of(*service)->world().now, 75);
+  EXPECT_THROW(service->update_step_interval(1e30), ConversionError);
+  for (const int good : {1, 604'800}) {
+    section.at_dict("simulate").set("decision_interval", good);
+    EXPECT_NO_THROW(make_embedded_server(section, kScenarios));
+  }
+  for (const Value& bad : {Value(0), Value(-1), Value(604'801), Value(std::int64_t{1} << 33), Value(0.5)}) {
+    const std::string says = "tessra::Error: a decision interval is 1 to 604800 whole seconds, not " + bad.to_text();
+    EXPECT_EQ(thrown([&] { service->update_step_interval(bad); }), says);
     section.at_dict("simulate").set("decision_interval", bad);
-    EXPECT_THROW(make_embedded_server(section, kScenarios), Error) << bad.to_text();
+    EXPECT_EQ(thrown([&] { make_embedded_server(section, kScenarios); }), says);
   }
 }
 
@@ -95,16 +122,16 @@ TEST_F(Episode, model_and_simulation_agree_at_the_end) {
 }
 
 TEST_F(Episode, a_recorded_one_replays_to_the_same_model) {
-  const std::filesystem::path folder = seams.config_directory / "recording";
+  const std::filesystem::path folder = seams.config_directory / "recording" / "episode-000001";
   Dict config = configuration("skirmish", 7);
-  config.at_dict("game_server").at_dict("server").set("record", folder.string());
+  config.at_dict("game_server").at_dict("server").set("record", folder.parent_path().string());
   Deduction played(config, seams.seams());
   const BatResult result = play_episode(played);
 
   Dict again = configuration("skirmish", 7);
   again.at_dict("game_server").at_dict("simulate").set("load_scenario", false);
-  again.at_dict("game_server").at_dict("server").set("url", "records:" + (folder / "episode-000001").string());
-  Deduction replayed(again, seams.seams());
+  again.at_dict("game_server").at_dict("server").set("url", "records:" + folder.string());
+  Deduction replayed(again.deep_copy(), seams.seams());
   const BatResult same = play_episode(replayed);
 
   // Equality would pass over 1 for 1.0, and JSON over number keys for texts; this text does neither.
@@ -114,9 +141,18 @@ TEST_F(Episode, a_recorded_one_replays_to_the_same_model) {
   EXPECT_EQ(shown(played), shown(replayed));
   EXPECT_EQ(result.red_score, same.red_score);
 
-  std::filesystem::remove(folder / "episode-000001" / "update-000002.json");
+  const auto service = make_recorded_server(Dict(), folder.string());
+  check_service([&] { return service; }, "");
+  EXPECT_EQ(service->do_package_command().to_text(), "{'message': 'OK', 'resbin': ''}");
+  EXPECT_EQ(thrown([&] { service->connect_client(nullptr); }),
+            "tessra::Error: recorded situations have no scheduling client");
+  std::filesystem::remove(folder / "update-000002.json");
   Deduction broken_off(again, seams.seams());
-  EXPECT_THROW(play_episode(broken_off), Error) << "a recording without an end must not be waited for";
+  EXPECT_EQ(thrown([&] { play_episode(broken_off); }),
+            "tessra::Error: the recording breaks off: no " + (folder / "update-000002.json").string());
+  write_json_file(folder / "initial.json", List());
+  EXPECT_EQ(thrown([&] { service->get_init_situation(); }),
+            "tessra::Error: " + (folder / "initial.json").string() + ": a record must be an object, is a list");
 }
 
 TEST_F(Episode, a_learner_executes_the_hosts_records) {

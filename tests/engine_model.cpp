@@ -9,10 +9,19 @@ namespace {
 
 class InitialBuild : public EngineTest {
  protected:
+  /// Puts an entry in front of the others of a side's table: what is passed over must not end the walk.
+  void put_first(const char* side, const char* table, const char* id, const Dict& entry) {
+    Dict entries{{id, entry}};
+    Dict parent = branch(initial_side(side), {"SideReal"});
+    if (table == std::string("Aircraft")) parent = branch(parent, {"ActiveUnits"});
+    entries.update(parent.at_dict(table));
+    parent.set(table, entries);
+  }
   Dict initial_side(const char* id) { return branch(server->initial.as_dict(), {"Situation", "SituationSides", id}); }
 };
 
 TEST_F(InitialBuild, joins_the_parts_of_a_side) {
+  put_first("r", "Contacts", "c0", Dict{{"Side", List()}});
   start();
   Dict alpha = element("a1").attributes().shallow_copy();
   for (const char* table : {"Doctrine", "Mounts", "Sensors", "_game_server"})
@@ -33,7 +42,9 @@ TEST_F(InitialBuild, joins_the_parts_of_a_side) {
 }
 
 TEST_F(InitialBuild, shares_a_friends_contacts) {
+  put_first("g", "Contacts", "c1", Dict{{"Name", "known to both"}});
   start();
+  EXPECT_EQ(contacts().at_dict("c1").at("Name"), Value("Bogey"));
   EXPECT_TRUE(contacts().contains("gc1")) << "unknown to red";
   EXPECT_TRUE(contacts().contains("gc2")) << "red's own contact on that unit is older";
   EXPECT_FALSE(contacts().contains("gc3")) << "it is red's own unit";
@@ -69,32 +80,38 @@ TEST_F(InitialBuild, keeps_the_better_own_contact) {
 TEST_F(InitialBuild, reports_every_gap_and_goes_on) {
   const Dict red_side = initial_side("r");
   branch(red_side, {"SideReal", "ActiveUnits"}).set("Group", json("{'gr': {'Fuel': 0.0}}"));
-  branch(red_side, {"SideReal", "ActiveUnits", "Aircraft"}).set("ghost", Dict());
+  put_first("r", "Aircraft", "ghost", Dict());
+  branch(red_side, {"SideReal", "ActiveUnits", "Ship"}).set("typeless", Dict());
+  branch(red_side, {"SidePosition", "Ship"}).set("typeless", Dict());
+  branch(red_side, {"SideReal", "Contacts"}).set("c0", Dict());
   branch(red_side, {"Side", "ActiveUnitsInfo"})
-      .update(json(
-          "{'gr': {'Name': 'Group'}, 'odd': {'Name': 'Odd', 'UnitType': 5}, 'anon': {'UnitType': 2, 'Name': ''}}"));
+      .update(json("{'gr': {'Name': 'Group'}, 'odd': {'Name': 'Odd', 'UnitType': 5}, 'anon': {'UnitType': 2, 'Name': "
+                   "''}, 'typeless': {}}"));
   branch(red_side, {"SidePosition", "Contacts"}).erase("c1");
   start();
   EXPECT_THAT(seams.console->printed,
               ElementsAre("初始化态势出错！单元-ghost-在推演方-红方-实时动态信息中存在但没有基本信息!",
+                          "初始化态势出错！类别-Ship-单元-typeless-在推演方-红方-没有UnitType!",
                           "初始化态势出错！类别-Group-在推演方-红方-实时动态信息中存在但没有位置!",
                           "初始化态势出错！单元-gr-在推演方-红方-实时动态信息中存在但没有位置!",
                           "初始化态势出错！情报-Bogey-在推演方-红方-实时动态信息中存在但没有位置!",
+                          "初始化态势出错！情报-No Name-在推演方-红方-实时动态信息中存在但没有位置!",
                           "初始化态势出错！单元-odd-在推演方-红方-未知UnitType值:5!",
                           "Ship anon create but has no name!", "推演第1局处理初始化态势完成, 单元和任务总数:4",
                           "第1局, 当前推演时间:60s, 智能体initial完成, 决策间隔:30s "));
   EXPECT_FALSE(engine().elements.contains("gr")) << "a group without a position gets no UnitType";
+  EXPECT_EQ(element("a1").get_attribute("Lon"), Value(1.0));
 }
 
 TEST_F(InitialBuild, fails_with_a_message_on_an_empty_side) {
   with_log();
-  initial_side("b").set("SideReal", Dict());
-  EXPECT_EQ(engine().reset(1), -4);
-  EXPECT_EQ(engine().error_room_flag, 1);
-  EXPECT_THAT(log->lines,
-              Contains("error: 推演第1局处理初始化态势失败，错误:初始全量态势，推演方-b-的SideReal没有有效值！"));
+  for (const std::string part : {"SideReal", "Side"}) {
+    initial_side("b").set(part, Dict());
+    EXPECT_EQ(engine().reset(1), -4);
+    EXPECT_THAT(log->lines.back(), ::testing::EndsWith("错误:初始全量态势，推演方-b-的" + part + "没有有效值！"));
+  }
   EXPECT_FALSE(engine().process_init_situation(json("{'ScenarioInfo': {'x': 1}, 'Situation': {}}")));
-  EXPECT_EQ(log->lines.back(), "error: 推演第1局处理初始化态势失败，收到态势为空！");
+  EXPECT_EQ(log->lines.back(), "error: 推演第2局处理初始化态势失败，收到态势为空！");
 }
 
 TEST_F(InitialBuild, the_scenarios_id_is_the_one_merged_last) {
@@ -125,10 +142,11 @@ TEST_F(InitialBuild, derives_friends_from_postures) {
   start();
   engine().sides_info = Dict();
   engine().get_sides_info_from_situation(
-      json("{'ScenarioInfo': {'SideInfo': {'r': {'Name': '红方', 'Postures': {'b': 3}},"
-           "'g': {'Name': '绿方', 'Postures': {'r': 1, 'b': 0}}}}}"));
+      json("{'ScenarioInfo': {'SideInfo': {'y': {'Name': '黄方'}, 'r': {'Name': '红方', 'Postures': {'b': 3}},"
+           "'g': {'Name': '绿方', 'Postures': {'b': 0, 'r': 1}}}}}"));
   EXPECT_EQ(Value(engine().sides_info),
-            Value(json("{'r': {'Name': '红方', 'Friend': ['g']}, 'g': {'Name': '绿方', 'Friend': []}}")));
+            Value(json("{'y': {'Name': '黄方', 'Friend': []}, 'r': {'Name': '红方', 'Friend': ['g']},"
+                       "'g': {'Name': '绿方', 'Friend': []}}")));
   EXPECT_EQ(engine().friend_side_set, TextSet{"g"});
 }
 
@@ -213,8 +231,13 @@ TEST_F(Elements, deletion_goes_through_the_player) {
   engine().agent_delete("红方", "s1");
   EXPECT_TRUE(engine().elements.contains("m1") && engine().elements.contains("s1"))
       << "only missions, only of the own side";
-  engine().agent_delete("红方", "m1");
-  EXPECT_FALSE(engine().elements.contains("m1"));
+  for (const auto& [id, type] : {std::pair("m1", ElementType::PatrolMission),
+                                 {"m2", ElementType::StrikeMission},
+                                 {"m3", ElementType::CargoMission}}) {
+    engine().create_element(id, json("{'Name': 'N'}"), type, "红方");
+    engine().agent_delete("红方", id);
+    EXPECT_FALSE(engine().elements.contains(id));
+  }
 }
 
 TEST_F(Elements, defaults_are_kept_where_they_are_written_into) {
@@ -224,7 +247,10 @@ TEST_F(Elements, defaults_are_kept_where_they_are_written_into) {
   alpha.get_dict("Cargos").set("c", 1);
   EXPECT_EQ(alpha.get_dict("Cargos").size(), 1u);
   EXPECT_TRUE(element("s1").get_dict("Cargos").empty()) << "not shared between elements";
-  EXPECT_THROW(alpha.get_attribute("Unheard"), KeyError);
+  EXPECT_EQ(thrown([&] { alpha.get_attribute("Unheard"); }),
+            "tessra::KeyError: Aircraft 'a1' has no attribute 'Unheard'");
+  EXPECT_EQ(thrown([&] { alpha.get_dict("Fuel"); }),
+            "tessra::KindError: Aircraft attribute 'Fuel': expected dictionary, found real");
   EXPECT_THROW(RuleAgentBase("x").get_attribute("TotalScore"), KeyError);
 }
 

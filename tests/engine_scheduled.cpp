@@ -1,6 +1,8 @@
 // The scheduled run and its round: what the client is told, what the log holds, what is set, in which order, and that
 // nothing runs after the end.
 
+#include <set>
+
 #include "support/engine_fixture.h"
 
 namespace tessra::testing {
@@ -10,7 +12,7 @@ class Scheduled : public EngineTest {
  protected:
   Scheduled() {
     config.update(json(
-        "{'is_ai_apply': true, 'simulate': {'step_interval': 2}, 'server': {'url': 'scripted:'},"
+        "{'is_ai_apply': true, 'simulate': {'step_interval': 2, 'process_id': 4}, 'server': {'url': 'scripted:'},"
         "'player': {'agent_name': 'patrol-1', 'agent_id': 'id-1', 'player_side': '红方', 'decision_time': '20'}}"));
     config.set("logger", std::make_shared<spdlog::logger>("test", log));
     Dict sides = server->initial.as_dict().at_dict("ScenarioInfo").at_dict("SideInfo");
@@ -54,19 +56,39 @@ TEST_F(Scheduled, plays_to_the_end) {
   const BatResult result = engine().normal_simulate().at(1).value();
   EXPECT_EQ(result.red_score, Value(10.0));
   EXPECT_EQ(result.time_elapsed, 150.0);
+  EXPECT_EQ(result.process_id, Value(4));
   EXPECT_TRUE(log_errors().empty() && server->error_messages.empty());
   EXPECT_FALSE(engine().main_exit_event->is_set());
   EXPECT_EQ(server->stop, engine().main_exit_event);
   EXPECT_EQ(server->count("run_simulate"), 0);
   EXPECT_THAT(server->calls, Contains("req_agent_times(id-1, patrol-1, 3)"));
   EXPECT_THAT(server->calls, Contains("update_step_interval(20)"));
-  const auto& lines = log->lines;
-  EXPECT_THAT(lines, Contains("info: 管理后台决策间隔：决策间隔为20s").Times(1));
-  EXPECT_THAT(lines, Contains("info: 选手配置控制决策间隔：决策间隔为0s").Times(6));
-  EXPECT_THAT(lines, Contains("info: 智能体初始运行时间:60s, 当前推演时间:90s 满足决策间隔:20s, 进行决策"));
-  EXPECT_THAT(lines, Contains("info: round:1, time:120s, step index:2, step:0.000s, get data:0.000s, update:0.000s, "
-                              "红方 step:0.000s, "));
-  EXPECT_EQ(lines.back(), "info: 当前推演时间:150s, 推演结束");
+  std::string lines;
+  for (const std::string& line : log->lines) lines += line + "\n";
+  const auto decision_at = [](const std::string& time) {
+    return R"(info: 选手配置控制决策间隔：决策间隔为0s
+info: 智能体初始运行时间:60s, 当前推演时间:)" +
+           time + R"(s 满足决策间隔:20s, 进行决策
+info: 智能体请求前端配置参数成功！
+info: 选手配置控制决策间隔：决策间隔为0s
+info: 取选手和管理后台智能体决策间隔最大值：决策间隔为20s
+)";
+  };
+  EXPECT_EQ(lines, R"(warning: user intelligent lua delay log, mode='w', encoding='utf-8
+info: 请求客户端完整态势成功！
+info: 收到客户端完整态势！
+info: 推演第1局处理初始化态势完成, 单元和任务总数:4
+info: 初始态势处理完成！
+info: 非强化学习智能体不用加载模型！
+info: 智能体请求客户端参数完成！
+info: 智能体根据客户端设置的参数更新属性！
+info: 智能体initial函数执行完成
+info: 管理后台决策间隔：决策间隔为20s
+)" + decision_at("60") +
+                       decision_at("90") +
+                       "info: process:4, round:1, time:120s, step index:2, step:0.000s, get data:0.000s, "
+                       "update:0.000s, 红方 step:0.000s, \n" +
+                       decision_at("120") + "info: receive end situation!\ninfo: 当前推演时间:150s, 推演结束\n");
   std::string journal;
   for (const std::string& call : ScriptedAgent::journal) journal += call.starts_with("patrol-1") ? call.substr(8) : "";
   const std::string decision = " update_constant_attribute info_extract step";
@@ -147,12 +169,45 @@ TEST_F(Scheduled, a_failed_stage_is_reported_and_ends_the_program) {
   }
 }
 
-TEST_F(Scheduled, a_failing_initial_is_reported_and_ends_the_program) {
-  fail_agent("initial");
-  expect_end();
-  EXPECT_THAT(server->error_messages, ElementsAre("智能体initial函数报错:boom in initial" + details()));
-  EXPECT_THAT(log_errors(), ElementsAre("error: 智能体initial函数报错:std::runtime_error: boom in initial"));
-  EXPECT_THAT(agent_of(blue()).calls, Contains("initial").Times(0));
+TEST_F(Scheduled, an_agent_that_fails_before_the_round_is_reported_and_ends_the_program) {
+  for (const auto& [operation, text] : {std::pair("load_model", "强化学习智能体加载模型报错:"),
+                                        {"info_extract", "智能体更新属性值报错:"},
+                                        {"initial", "智能体initial函数报错:"}}) {
+    fail_agent(operation);
+    agent_of(red()).is_rule_agent = false;
+    log->lines.clear();
+    server->error_messages.clear();
+    seams.exit->ends = 0;
+    expect_end();
+    const std::string error = std::string("boom in ") + operation;
+    EXPECT_THAT(server->error_messages, ElementsAre(text + error + details()));
+    EXPECT_THAT(log_errors(), ElementsAre(std::string("error: ") + text + "std::runtime_error: " + error));
+    EXPECT_THAT(agent_of(blue()).calls, Contains("initial").Times(0));
+  }
+  EXPECT_THAT(log->lines, Contains("info: 强化学习智能体加载模型成功！"));
+}
+
+TEST_F(Scheduled, whatever_an_operation_answers_the_run_ends) {
+  engine().normal_simulate();
+  std::set<std::string> operations;
+  for (const std::string& call : server->calls) operations.insert(call.substr(0, call.find('(')));
+  server->updates.insert(server->updates.end(), 2, server->updates.back());  // an ended service says so again
+  for (const std::string& operation : operations) {
+    for (const Value& answer :
+         List{Value(), false, -1, "text", 3.5, List(), Dict(), json("{'x': 1}"), json("{'x': {}}")}) {
+      SCOPED_TRACE(operation + ": " + answer.to_text());
+      server->reset(0);
+      server->rules = {{operation, [&answer, calls = 0](int) mutable {
+                          return ++calls == 1 ? std::optional(answer.deep_copy()) : std::nullopt;
+                        }}};
+      Deduction e(config.deep_copy(), seams.seams());
+      try {
+        e.normal_simulate();
+      } catch (const ProgramEnd& end) {
+        EXPECT_TRUE(end.status == 0 && e.main_exit_event->is_set());
+      }
+    }
+  }
 }
 
 TEST_F(Scheduled, failures_of_a_round_are_reported_and_it_goes_on) {
@@ -181,12 +236,21 @@ TEST_F(Scheduled, failures_of_a_round_are_reported_and_it_goes_on) {
 }
 
 TEST_F(Scheduled, a_failing_end_penalises_the_side) {
-  fail_agent("deduction_end");
+  config.at_dict("player").erase("decision_time");
+  fail_agent("");
+  agent_of(red()).on_situation = [&, calls = 0](const Situation&) mutable {
+    agent_of(red()).throws_in = ++calls < 4 ? "info_extract" : "deduction_end";
+  };
   const BatResult result = engine().normal_simulate().at(1).value();
+  EXPECT_THAT(log->lines, Contains("warning: 决策间隔未设置, 按照默认决策间隔处理：决策间隔为30s"));
+  EXPECT_THAT(server->calls, Contains("update_step_interval(30)").Times(3));
   EXPECT_EQ(result.error_side, "红方");
   EXPECT_EQ(result.red_score, Value(-90000.0));
-  EXPECT_THAT(server->error_messages,
-              ElementsAre("智能体'deduction_end'函数代码出错:boom in deduction_end" + details()));
+  const std::string extract = "智能体'info_extract'函数代码出错:", end = "智能体'deduction_end'函数代码出错:";
+  const std::string told = extract + "boom in info_extract" + details();
+  EXPECT_THAT(server->error_messages, ElementsAre(told, told, told, end + "boom in deduction_end" + details()));
+  EXPECT_THAT(log_errors(), Contains("error: " + extract + "std::runtime_error: boom in info_extract").Times(3));
+  EXPECT_EQ(log_errors().back(), "error: " + end + "std::runtime_error: boom in deduction_end");
   EXPECT_TRUE(engine().main_exit_event->is_set());
 }
 
@@ -233,7 +297,8 @@ TEST_F(Scheduled, without_a_run_log_no_message_is_even_made) {
 }
 
 TEST_F(Scheduled, a_round_without_a_run_has_no_stop_signal_to_set) {
-  EXPECT_THROW(engine().game_run_round(), Error);
+  EXPECT_EQ(thrown([&] { engine().game_run_round(); }),
+            "tessra::Error: there is no stop signal: no scheduled run was started");
   EXPECT_THAT(server->error_messages, ElementsAre("创建调度的智能体失败，智能体退出！"));
 }
 

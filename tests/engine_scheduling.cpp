@@ -98,18 +98,6 @@ TEST_F(Client, settings_reach_the_agent_at_its_next_decision) {
   EXPECT_EQ(client().agent_times("id-2"), 0);
 }
 
-TEST_F(Client, the_other_side_is_played_by_its_missions) {
-  bool seen_moving = false;
-  client().on_decision = [&](std::int64_t) {
-    for (const auto& [id, contact] : engine().players.at("红方")->get_dict("Contacts")) {
-      const Dict& record = contact.as_dict();
-      seen_moving |= record.get("Type") == Value(1) && record.at_real("Lon") < 150.25;  // it begins at 150.3
-    }
-  };
-  engine().normal_simulate();
-  EXPECT_TRUE(seen_moving);
-}
-
 TEST_F(Client, a_stop_ends_the_round_with_the_next_advance) {
   client().on_decision = [&](std::int64_t count) {
     if (count == 3) client().stop();
@@ -119,6 +107,12 @@ TEST_F(Client, a_stop_ends_the_round_with_the_next_advance) {
   EXPECT_TRUE(engine().main_exit_event->is_set());
   EXPECT_THROW(engine().normal_simulate(), ProgramEnd) << "a stopped client takes no new run";
   EXPECT_THAT(errors_logged(), HasSubstr("连接客户端错误:the client is stopping，退出！"));
+}
+
+TEST_F(Client, a_scenario_that_the_service_lacks_is_told) {
+  config.at_dict("simulate").set("scenario", "gone");
+  EXPECT_THROW(engine().normal_simulate(), ProgramEnd);
+  EXPECT_THAT(errors_logged(), HasSubstr("连接客户端错误:the client has no scenario 'gone'，退出！"));
 }
 
 TEST_F(Client, two_engines_write_whole_lines_to_one_run_log) {

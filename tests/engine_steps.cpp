@@ -12,7 +12,7 @@ class Step : public EngineTest {
 
 TEST_F(Step, goes_on_until_the_service_reports_the_end) {
   with_log();
-  server->updates = {tick, tick, json("{'IsEnd': true, 'ScenarioInfo': {'Time': 120000}}")};
+  server->updates = {tick, tick, tick, json("{'IsEnd': true, 'ScenarioInfo': {'Time': 120000}}")};
   section().at_dict("simulate").set("step_interval", 2);
   start();
   agent_of(red()).on_situation = [this](const Situation&) { server->add_command("Order({})"); };
@@ -21,12 +21,15 @@ TEST_F(Step, goes_on_until_the_service_reports_the_end) {
   EXPECT_EQ(log->lines.back(),
             "info: round:1, time:90s, step index:2, step:0.000s, simulate:0.000s, update:0.000s, "
             "patrol-1 step:0.000s, strike-1 step:0.000s, ");
+  engine().step_interval = 1;
+  engine().step(Dict());
+  EXPECT_THAT(log->lines, Contains(HasSubstr("step index:")).Times(2));
   const BatResult result = std::get<BatResult>(engine().step(Dict()));
   EXPECT_EQ(result.red_name, "patrol-1");
   EXPECT_EQ(result.time_elapsed, 120.0);
   EXPECT_EQ(Value(List{result.red_score, result.blue_score, result.process_id}).to_text(), "[10.0, -10.0, 1]");
-  EXPECT_EQ(server->sent_commands.size(), 3u);
-  EXPECT_EQ(engine().step_index, 3);
+  EXPECT_EQ(server->sent_commands.size(), 4u);
+  EXPECT_EQ(engine().step_index, 4);
 }
 
 TEST_F(Step, without_a_situation_answers_nothing) {
@@ -38,11 +41,13 @@ TEST_F(Step, without_a_situation_answers_nothing) {
 }
 
 TEST_F(Step, an_agent_may_ask_for_the_end_in_training) {
+  with_log();
   server->updates = {tick, tick};
   start();
   agent_of(red()).done = true;
   EXPECT_EQ(std::get<int>(engine().step(Dict())), 1);
   EXPECT_EQ(server->count("simulate_end"), 1);
+  EXPECT_THAT(log->lines, Contains("info: 推演方-红方, 智能体-patrol-1, is_done函数返回True, 结束本局！"));
   EXPECT_EQ(agent_of(blue()).calls.back(), "step") << "later agents are not asked";
   engine().is_training = false;
   engine().step(Dict());
@@ -52,8 +57,8 @@ TEST_F(Step, an_agent_may_ask_for_the_end_in_training) {
 TEST_F(Step, a_refused_package_is_reported_and_reaches_the_sides_agents) {
   const Dict answers[] = {
       json("{'message': 'Error', 'resbin': '1: 坏'}"),
-      json(R"({'message': 'Error', 'resbin': '', 'refused': [{'side': '红方', 'command': 'x', 'reason': 'no'},
-               {'number': 2, 'command': 'y', 'reason': 'of no side'}, {'side': '绿方'}, {'side': 1}, 'z']})"),
+      json(R"({'message': 'Error', 'resbin': '', 'refused': ['z', {'number': 2, 'command': 'y', 'reason': 'of no side'},
+               {'side': '绿方'}, {'side': 1}, {'side': '红方', 'command': 'x', 'reason': 'no'}]})"),
       json("{'message': 'Error', 'resbin': '1: a\\n2: b'}"),
       json("{'message': 'Error', 'resbin': '1: a\\n2: b\\n'}"),
       json("{'message': 'OK', 'resbin': '1: a'}"),

@@ -18,7 +18,7 @@ class Update : public StartedTest {
 TEST_F(Update, merges_what_changed_positions_last) {
   update_red(
       R"({'SideReal': {'ActiveUnits': {'Aircraft': {'a1': {'Fuel': 0.5, 'Lon': 9.0, 'ActiveUnit': {'Damage': 0.1}}}}},
-                 'SidePosition': {'Aircraft': {'a1': {'Lon': 1.5}}, 'Ship': {'s1': {'Lat': 4.5}}}})");
+                 'SidePosition': {'mapdel': {}, 'Contacts': {}, 'Aircraft': {'a1': {'Lon': 1.5}}, 'Ship': {'s1': {'Lat': 4.5}}}})");
   EXPECT_EQ(shown("a1", {"Lon", "Fuel", "Damage"}), "[1.5, 0.5, 0.1]");
   EXPECT_EQ(shown("s1", {"Lon", "Lat"}), "[3.0, 4.5]") << "a part that did not change stays";
   EXPECT_THAT(log->lines, IsEmpty());
@@ -27,17 +27,21 @@ TEST_F(Update, merges_what_changed_positions_last) {
 TEST_F(Update, new_units_are_created_or_reported) {
   update_red(R"({'Side': {'ActiveUnitsInfo': {'n1': {'Name': 'New', 'UnitType': 6}, 'n2': {'Name': 'Group'},
                                               'n3': {'Name': 'Odd', 'UnitType': 9}, 'n4': {'Name': 'Typeless'}}},
-                 'SideReal': {'ActiveUnits': {'Weapon': {'n1': {}}, 'Group': {'n2': {}}, 'Ship': {'n4': {}, 'n5': {}}}},
-                 'SidePosition': {'Weapon': {'n1': {'Lon': 1.0}}}})");
+                 'SideReal': {'ActiveUnits': {'Weapon': {'n1': {}}, 'Group': {'n2': {}}, 'Ship': {'n4': {}, 'n5': {}}},
+                              'Contacts': {'c1': {}, 'c2': {'Type': 1}, 'c3': {}}},
+                 'SidePosition': {'Weapon': {'n1': {'Lon': 1.0}}, 'Contacts': {'c3': {'Lon': 1.0, 'Type': 1}}}})");
   EXPECT_TRUE(red().weapons.contains("n1"));
   EXPECT_TRUE(red().groups.contains("n2"));
   EXPECT_TRUE(red().units_of_name.contains("New"));
-  EXPECT_THAT(log->lines, ElementsAre("error: 更新态势出错！新单元-n2-在推演方-红方-实时动态信息中存在但没有位置!",
-                                      "error: 更新态势出错！新单元-n4-在推演方-红方-实时动态信息中存在但没有位置!",
-                                      "error: 更新态势出错！新单元-n4-类别-Ship-在推演方-红方-没有UnitType!",
-                                      "error: 更新态势出错！新单元-n5-在推演方-红方-实时动态信息中存在但没有基本信息!",
-                                      "error: 更新态势出错！推演中在推演方-红方-新单元-n3-UnitType异常值:9!",
-                                      "error: 更新态势出错！推演中新单元-n4-在推演方-红方-没有基本信息的UnitType!"));
+  EXPECT_THAT(log->lines,
+              ElementsAre("error: 更新态势出错！新单元-n2-在推演方-红方-实时动态信息中存在但没有位置!",
+                          "error: 更新态势出错！新单元-n4-在推演方-红方-实时动态信息中存在但没有位置!",
+                          "error: 更新态势出错！新单元-n4-类别-Ship-在推演方-红方-没有UnitType!",
+                          "error: 更新态势出错！新单元-n5-在推演方-红方-实时动态信息中存在但没有基本信息!",
+                          "error: 更新态势出错！新情报-No Name-在推演方-红方-实时动态信息中存在但没有基本信息!",
+                          "error: 更新态势出错！推演中在推演方-红方-新单元-n3-UnitType异常值:9!",
+                          "error: 更新态势出错！推演中新单元-n4-在推演方-红方-没有基本信息的UnitType!",
+                          "error: side:红方, contact id:c2 name:no-name no Lon!"));
 }
 
 TEST_F(Update, a_unit_is_found_by_the_name_that_an_agent_or_a_record_gave_it) {
@@ -50,7 +54,13 @@ TEST_F(Update, a_unit_is_found_by_the_name_that_an_agent_or_a_record_gave_it) {
   red().units_of_name.at("Alpha 1")->set_attribute("Name", "Beta");
   EXPECT_EQ(names("{'Side': {}}"), "-Beta-");
   EXPECT_EQ(names("{'Side': {'ActiveUnitsInfo': {'a1': {'Name': 'Gamma'}}}}"), "--Gamma");
-  red().units_of_name.at("Gamma")->set_attribute("Name", "Alpha 1");
+  const auto unit = red().units_of_name.at("Gamma");
+  unit->set_attribute("Name", "");
+  EXPECT_EQ(names("{'Side': {}}"), "---");
+  unit->set_attribute("Name", "Alpha 1");
+  EXPECT_EQ(names("{'Side': {}}"), "Alpha 1--");
+  engine().names_key = false;
+  unit->set_attribute("Name", "Beta");
   EXPECT_EQ(names("{'Side': {}}"), "Alpha 1--");
 }
 
@@ -77,7 +87,7 @@ TEST_F(Update, an_addition_and_deletion_in_one_record_ends_deleted) {
 
 TEST_F(Update, key_messages_find_their_contacts) {
   update_red(
-      R"({'SideKeyMsg': {'3': [{'ID': 'k1', 'Name': 'Found', 'Type': 1, 'Lon': 1.0}, {'ID': 'c1'}, {'ID': ''}, {}],
+      R"({'SideKeyMsg': {'3': [{'ID': ''}, {}, {'ID': 'c1'}, {'ID': 'k1', 'Name': 'Found', 'Type': 1, 'Lon': 1.0}],
                                 'x': [1], '9': ['kept']}})");
   EXPECT_EQ(contacts().at_dict("k1").at("Name"), Value("Found"));
   EXPECT_EQ(contacts().at_dict("c1").at("Name"), Value("Bogey"));
@@ -88,8 +98,9 @@ TEST_F(Update, key_messages_find_their_contacts) {
   EXPECT_THAT(log->lines.at(1), HasSubstr("error: 事件类型转换整数出错, side 红方 receive: msg_type:x, error:"));
 
   for (int i = 1; i <= 11; ++i) {
-    update_red("{'SideKeyMsg': {'7': [{'LastDetectionList': [{'ContactID': 'c1', 'n': " + std::to_string(i) +
-               "}, {'ContactID': 'unknown'}]}, {}]}}");
+    update_red(
+        "{'SideKeyMsg': {'7': [{}, {'LastDetectionList': [{}, {'ContactID': 'unknown'}, {'ContactID': 'c1', 'n': " +
+        std::to_string(i) + "}]}]}}");
   }
   const List record = contacts().at_dict("c1").at_list("Record");
   ASSERT_EQ(record.size(), 10u);
@@ -163,12 +174,17 @@ TEST_F(Update, scenario_attributes_of_later_records_win) {
   EXPECT_EQ(engine().start_game_time_elapsed, 60.0);
   EXPECT_EQ(engine().simulate_time, "1970-01-01 00:02:05");
   EXPECT_EQ(red().time_elapsed(), 125.5);
+  EXPECT_EQ(red().simulate_timestamp, 125500);
+  EXPECT_EQ(red().scenario, engine().scenario_obj);
   EXPECT_EQ(server->calls.back(), "update_simulate_timestamp(125500)");
 }
 
 TEST_F(Update, the_end_flag_and_empty_records) {
   engine().process_step_situation({});
   EXPECT_FALSE(engine().is_done());
+  for (const char* no_table : {"[]", "5"})
+    EXPECT_THAT(thrown([&] { update("{'ScenarioInfo': " + std::string(no_table) + ", 'Events': {'x': 1}}"); }),
+                StartsWith("tessra::KindError: 'ScenarioInfo': expected dictionary, found "));
   update("{'IsEnd': false}");
   EXPECT_FALSE(engine().is_done());
   update(
@@ -179,12 +195,12 @@ TEST_F(Update, the_end_flag_and_empty_records) {
 }
 
 TEST_F(Update, contacts_without_type_or_place_are_reported) {
-  contacts().at_dict("c1").erase("Lon");
-  contacts().at_dict("gc1").erase("Type");
-  contacts().at_dict("gc1").erase("Name");
+  contacts().at_dict("gc1").erase("Lon");
+  contacts().at_dict("gc2").erase("Type");
+  contacts().at_dict("gc2").erase("Name");
   engine().check_situation();
-  EXPECT_THAT(log->lines, ElementsAre("error: side:红方, contact id:c1 name:Bogey no Lon!",
-                                      "error: side:红方, contact id:gc1 name:no-name no Type!"));
+  EXPECT_THAT(log->lines, ElementsAre("error: side:红方, contact id:gc1 name:Far no Lon!",
+                                      "error: side:红方, contact id:gc2 name:no-name no Type!"));
 }
 
 }  // namespace

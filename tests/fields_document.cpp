@@ -30,7 +30,7 @@ namespace {
 std::string default_text(const Field& field) {
   if (!field.has_default) return "";
   const Value value = default_value(field.kind);
-  return value.is_string() ? "\"\"" : value.to_text();
+  return value.is_string() ? fmt::format("\"{}\"", value.as_text()) : value.to_text();
 }
 
 void add(std::string& text, std::string_view name, const FieldTable& table) {

@@ -18,6 +18,11 @@ const Dict* first_by_walking(const Dict& contacts, const Value& unit_id) {
   return nullptr;
 }
 
+TEST(FirstContacts, stumble_over_what_is_no_contact) {
+  Dict contacts{{"c1", 5}};
+  EXPECT_THROW(FirstContacts(contacts).on("u1"), KindError);
+}
+
 TEST(FirstContacts, agree_with_walking_the_table_whatever_is_merged_and_adopted) {
   std::mt19937_64 random(3);
   // Few units, so that contacts share them and turn from one to another; one is no text.

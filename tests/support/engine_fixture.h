@@ -7,7 +7,9 @@
 
 #include <mutex>
 
+#include "Tessra/base/guard.h"
 #include "Tessra/base/json_read.h"
+#include "Tessra/entitys/agent_call.h"
 #include "Tessra/entitys/deduce_RL/deduction.h"
 #include "support/fake_seams.h"
 #include "support/scripted_server.h"
@@ -40,6 +42,14 @@ inline Dict json(std::string text) {
   return read_json(text).as_dict();
 }
 
+/// What a call throws, as "type: text"; empty if nothing.
+template <class Call>
+std::string thrown(const Call& call) {
+  std::string text;
+  guarded(call, [&text](const std::exception_ptr& error) { text = trace_text(error); });
+  return text.substr(0, text.find('\n'));
+}
+
 /// Does what the test tells it; otherwise nothing.
 class ScriptedAgent : public Agent {
  public:
@@ -67,7 +77,10 @@ class ScriptedAgent : public Agent {
   void deduction_end() override { call("deduction_end"); }
   void reset() override { call("reset"); }
   void info_extract() override { call("info_extract"); }
-  Value agent_decision_time() override { return decision_time; }
+  Value agent_decision_time() override {
+    check("agent_decision_time");
+    return decision_time;
+  }
 
   /// The operation that throws, if any.
   std::string throws_in;
@@ -80,7 +93,15 @@ class ScriptedAgent : public Agent {
   std::vector<Dict> action_records;
 
  private:
-  void note(const std::string& operation) const { journal.push_back(agent_type + " " + operation); }
+  /// The engine must know whom it calls, to tell who did not come back.
+  void check(const std::string& operation) const {
+    EXPECT_EQ(AgentCall::of_this_thread().running_text(),
+              "agent '" + agent_type + "' of side '" + side + "' in `" + operation + "`");
+  }
+  void note(const std::string& operation) const {
+    check(operation);
+    journal.push_back(agent_type + " " + operation);
+  }
   void call(const std::string& operation) {
     note(operation);
     calls.push_back(operation);
@@ -99,15 +120,16 @@ class EngineTest : public ::testing::Test {
     const Value agent_class(AgentClass::of<ScriptedAgent>("scripted"));
     config.set("rule_config", Dict{{"红方", Dict{{"patrol-1", Dict{{"class", agent_class}, {"range", 5}}}}},
                                    {"蓝方", Dict{{"strike-1", Dict{{"class", agent_class}}}}}});
-    server->sides = json(R"({"r": {"Name": "红方", "Friend": ["g"]}, "b": {"Name": "蓝方", "Friend": []},
+    server->sides = json(R"({"r": {"Name": "红方", "Friend": ["unknown", "g"]}, "b": {"Name": "蓝方", "Friend": []},
                              "g": {"Name": "绿方", "Friend": ["r"]}})");
     server->initial = json(R"({
       "ScenarioInfo": {"ScenarioID": "scen", "Time": 60000, "StartTime": 0, "Duration": 3600,
                        "SideInfo": {"r": {"Name": "红方"}, "b": {"Name": "蓝方"}, "g": {"Name": "绿方"}}},
       "Situation": {"SituationSides": {
+        "unknown": {},
         "r": {"Side": {"ActiveUnitsInfo": {"a1": {"Name": "Alpha 1", "UnitType": 1, "Doctrine": {"WRA": {"w1": {"x": 1}, "w2": {}}}},
                                            "s1": {"Name": "Ship 1", "UnitType": 2}},
-                       "Missions": {"Patrol": {"m1": {"Name": "Cap", "Mission": {"Flight": {"f1": 1, "f2": 2}}}}},
+                       "Missions": {"Unheard": {"m0": {"Name": "x"}}, "Patrol": {"m1": {"Name": "Cap", "Mission": {"Flight": {"f1": 1, "f2": 2}}}}},
                        "ReferencePoints": {"p1": 1, "p2": 2}},
               "SideReal": {"ActiveUnits": {"Aircraft": {"a1": {"Fuel": 1.0, "ActiveUnit": {
                              "Mounts": {"mt": {"WeaponRecs": {"rec": {"Load": {"l1": 1, "l2": 2}}, "rec2": {}}}},
