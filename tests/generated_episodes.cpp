@@ -2,20 +2,17 @@
 
 #include <fmt/format.h>
 
-#include "Tessra/base/json_write.h"
-#include "apps/deduce/model_dump.h"
 #include "support/engine_fixture.h"
 #include "support/situation_generator.h"
-#include "tests/support/record_tree.h"
 
 namespace tessra::testing {
 namespace {
 
 class GeneratedEpisodes : public EngineTest, public ::testing::WithParamInterface<std::uint64_t> {
  protected:
-  /// Makes an episode of the seed; the service and the configuration are then its own.
-  GeneratedEpisode generate(int updates, bool gaps = true, bool end = true) {
-    GeneratedEpisode episode = generate_episode({.seed = GetParam(), .gaps = gaps, .end = end}, updates);
+  /// Plays an episode of the seed to its end, with a look at the model after every update.
+  void play(bool gaps) {
+    GeneratedEpisode episode = generate_episode({.seed = GetParam(), .gaps = gaps}, 25);
     server->sides = episode.sides_info;
     server->initial = episode.initial;
     server->updates.assign(episode.updates.begin(), episode.updates.end());
@@ -26,17 +23,11 @@ class GeneratedEpisodes : public EngineTest, public ::testing::WithParamInterfac
     }
     config.set("rule_config", episode.config.at("rule_config"));
     with_log();
-    return episode;
-  }
-
-  /// Plays a generated episode to its end, with a look at the model after every update.
-  void play(bool gaps) {
-    const std::size_t updates = generate(25, gaps).updates.size();
     start();
-    for (std::size_t i = 1; i <= updates; ++i) {
+    for (std::size_t i = 1; i <= episode.updates.size(); ++i) {
       const StepOutcome outcome = engine().step({});
       check_model();
-      EXPECT_EQ(std::holds_alternative<BatResult>(outcome), i == updates);
+      EXPECT_EQ(std::holds_alternative<BatResult>(outcome), i == episode.updates.size());
     }
   }
 
@@ -85,31 +76,6 @@ TEST_P(GeneratedEpisodes, with_gaps_are_played_to_their_end) {
        {"未知UnitType值", "没有基本信息!", "没有位置!", "no Type!", "删除后又有信息", "have no attribute"}) {
     EXPECT_THAT(log->lines, Contains(HasSubstr(text)));
   }
-}
-
-TEST_P(GeneratedEpisodes, lose_the_same_by_the_deletion_share_as_by_the_whole_record) {
-  const GeneratedEpisode episode = generate(25, true, false);
-  const auto whole_log = std::make_shared<LogLines>();
-  Dict whole_config = config.deep_copy();
-  whole_config.at_dict("game_server").set("logger", std::make_shared<spdlog::logger>("whole", whole_log));
-  Deduction whole(whole_config, seams.seams());
-  start();
-  ASSERT_EQ(whole.reset(1), 1);
-
-  for (const Dict& update : episode.updates) {
-    const Dict share = Deduction::deletion_share(update);
-    const std::string as_taken = write_json(share);
-    Value merged = update.deep_copy();
-    strip_deletions(merged);
-    engine().process_step_situation(merged.deep_copy());
-    whole.process_step_situation(merged);
-    engine().parse_delete_situation(share);
-    EXPECT_EQ(write_json(share), as_taken);
-    whole.parse_delete_situation(update.deep_copy());
-    ASSERT_EQ(write_json(app::dump_engine(engine())), write_json(app::dump_engine(whole)));
-  }
-  EXPECT_EQ(log->lines, whole_log->lines);
-  EXPECT_THAT(log->lines, Contains(HasSubstr("没有创建，但需删除其中元素!")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, GeneratedEpisodes, ::testing::Values(1, 2, 3, 4));

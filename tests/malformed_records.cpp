@@ -76,22 +76,5 @@ TEST_P(MalformedRecords, are_refused_with_their_place_or_merged) {
 
 INSTANTIATE_TEST_SUITE_P(Gaps, MalformedRecords, ::testing::Bool());
 
-TEST(MalformedBytes, bombs_are_read_or_refused) {
-  std::string wide = "{";
-  for (int i = 0; i < 1'000'000; ++i) wide += fmt::format("{}\"key {}\":{}", i == 0 ? "" : ",", i % 900'000, i);
-  const Value read = read_json(wide + "}");
-  EXPECT_EQ(read.as_dict().size(), 900'000U);
-  EXPECT_EQ(read.as_dict().at("key 0"), Value(900'000)) << "the last of equal keys wins";
-  EXPECT_EQ((*read.as_dict().begin()).key, Value("key 0")) << "at the place of the first";
-
-  std::string deep;
-  for (int i = 0; i < 200'000; ++i) deep += "[{\"v\":";
-  try {
-    ADD_FAILURE() << read_json(deep);
-  } catch (const JsonError& error) {
-    EXPECT_EQ(error.place.line, 1U);
-  }
-}
-
 }  // namespace
 }  // namespace tessra::testing

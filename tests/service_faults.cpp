@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "Tessra/base/json_read.h"
-#include "services/scheduling_client.h"
 #include "support/engine_fixture.h"
-#include "support/record_mutator.h"
 #include "support/record_play.h"
 
 namespace tessra::testing {
@@ -71,69 +69,6 @@ TEST_F(ServiceFaults, leave_an_engine_whose_next_episode_is_whole) {
         EXPECT_EQ(again.result->red_score, usual.result->red_score);
         EXPECT_EQ(again.result->blue_score, usual.result->blue_score);
         EXPECT_TRUE(model_text(player.engine()) == model) << "the model differs";
-      }
-    }
-  }
-}
-
-class ScheduledFaults : public ServiceFaults {
- protected:
-  /// Runs an agent of the first side for a scheduling client, in this process or scripted itself.
-  void run(bool client_is_scripted) {
-    GameServer::register_backend("scheduled", [&](const Dict& section, std::string_view) {
-      std::shared_ptr<GameServer> client = server_;
-      return client_is_scripted ? client : std::make_shared<SchedulingClient>(client, section);
-    });
-    Dict config = json(
-        "{'is_ai_apply': true, 'simulate': {'scenario': 'strait'}, 'server': {'url': 'scheduled:'},"
-        "'player': {'agent_name': 'agent-0', 'agent_id': 'id', 'player_side': '红方', 'decision_time': 20}}");
-    const Value agent_class(AgentClass::of<ScriptedAgent>("scripted"));
-    config.set("rule_config", Dict{{"红方", Dict{{"agent-0", Dict{{"class", agent_class}}}}}});
-    config.set("logger", std::make_shared<spdlog::logger>("test", std::make_shared<LogLines>()));
-    const FakeSeams seams;
-    Deduction engine(config, seams.seams());
-    try {
-      ended_ = engine.normal_simulate().at(1).has_value();
-    } catch (const ProgramEnd& end) {
-      ended_ = false;
-      EXPECT_EQ(end.status, 0);
-      EXPECT_TRUE(engine.main_exit_event->is_set());
-    }
-  }
-
-  void prepare() {
-    server_ = std::make_shared<ScriptedServer>();
-    server_->is_ai_apply = true;
-    server_->initial = episode_.initial;
-    server_->updates = updates_;
-    // An ended service says so whenever it is asked, also when the first telling was lost.
-    server_->updates.insert(server_->updates.end(), 2, updates_.back());
-  }
-
-  std::shared_ptr<ScriptedServer> server_;
-  bool ended_ = false;
-};
-
-TEST_F(ScheduledFaults, end_the_round_or_reach_the_host_or_end_the_program) {
-  for (const bool client_is_scripted : {true, false}) {
-    prepare();
-    run(client_is_scripted);
-    ASSERT_TRUE(ended_);
-    const auto counts = counted(server_->calls);
-    ASSERT_GE(counts.size(), 7U);
-    for (const auto& [operation, count] : counts) {
-      for (int call = 1; call <= count; ++call) {
-        for (const Fault& fault : faults()) {
-          SCOPED_TRACE(operation + ", call " + std::to_string(call) + ": " + shown(fault));
-          prepare();
-          server_->rules[operation] = fail_at(call, fault);
-          try {
-            run(client_is_scripted);
-          } catch (const std::exception& error) {
-            // Only what is asked once, before and after the guarded stages, has no guard of its own.
-            EXPECT_TRUE(operation == "get_init_situation" || operation == "need_do_package_command") << error.what();
-          }
-        }
       }
     }
   }

@@ -191,34 +191,6 @@ TEST(Fog, the_far_war_is_fought) {
   EXPECT_NE(seen_by("red", moved, 1, 30), seen_by("red", two_wars(1), 1, 30));
 }
 
-TEST(Fog, the_strait_tells_neither_the_others_order_nor_wars_elsewhere) {
-  constexpr int kAdvances = 14;
-  Dict strait = read_json_file(kScenarios / "strait.json").as_dict();
-  strait.set("platforms", List{(kScenarios / "platforms/common.json").string()});
-  const auto changed = [&](const std::string& observer) {
-    Dict scenario = strait.deep_copy();
-    for (const char* side : {"side-1", "side-2", "side-3"}) {
-      if (side != observer) reverse_units(scenario, side);
-    }
-    const Dict war = two_wars(1);
-    for (const char* id : {"blue", "green"}) {
-      Dict side = side_of(war, id);
-      side.set("name", id);
-      side.at_dict("postures").erase("red");
-      scenario.find_list("sides")->push_back(side);
-    }
-    drop_units(scenario, "blue", "blue-");
-    return scenario;
-  };
-  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
-    const Seen as_it_is = seen_by_all(strait, seed, kAdvances);
-    for (const char* observer : {"side-1", "side-2", "side-3"}) {
-      EXPECT_TRUE(seen_by(observer, changed(observer), seed, kAdvances) == as_it_is.at(observer))
-          << observer << ", " << seed;
-    }
-  }
-}
-
 TEST(Fog, a_shot_from_out_of_sight_changes_nothing_before_it_arrives) {
   const auto scenario = [](bool with_submarine) {
     List blue{free_unit("boat", "Missile boat", 20, 150.24), unit_json("keeper", "Coastal missile battery", -60, 0)};
@@ -230,24 +202,6 @@ TEST(Fog, a_shot_from_out_of_sight_changes_nothing_before_it_arrives) {
   EXPECT_GT(unit_of(simulation, "deep").shots_fired, 0) << "a torpedo is on its way for a quarter of an hour";
   EXPECT_GT(unit_of(simulation, "ship").shots_fired, 0) << "the ship fires back at the boat that it sees";
   EXPECT_EQ(seen_by("red", scenario(true), 1, 8), seen_by("red", scenario(false), 1, 8));
-}
-
-TEST(Fog, a_known_battery_that_fires_from_out_of_sight_is_not_noticed) {
-  const auto scenario = [](const char* control) {
-    const Dict tight{{"radar", true}, {"control", "tight"}};
-    Dict json =
-        scenario_json({unit_json("ship", "Destroyer", 20, 150, tight),
-                       unit_json("bomber", "Strike aircraft", 20, 150.01, {{"height", 100}})},
-                      {unit_json("battery", "Coastal missile battery", 20, 150.6, {{"control", control}})}, 2000);
-    side_of(json, "red").set("known", List{"battery"});
-    side_of(json, "red").set("groups", List{Dict{{"id", "g"}, {"name", "G"}, {"members", List{"ship", "bomber"}}}});
-    side_of(json, "blue").set("known", List{"ship"});
-    return json;
-  };
-  Simulation simulation = play(scenario("free"), 60);
-  simulation.advance();
-  EXPECT_GT(unit_of(simulation, "battery").shots_fired, 0);
-  EXPECT_EQ(seen_by("red", scenario("free"), 1, 3), seen_by("red", scenario("hold"), 1, 3));
 }
 
 TEST(Fog, a_loss_is_known_to_who_could_see_it_and_to_who_did_it) {
@@ -264,23 +218,6 @@ TEST(Fog, a_loss_is_known_to_who_could_see_it_and_to_who_did_it) {
   EXPECT_EQ(simulation.world().sides[1].contacts.count(unit_of(simulation, "boat").key), 0U);
   EXPECT_LT(simulation.world().now, 300) << "else green's contact would be too old";
   EXPECT_EQ(simulation.world().sides[2].contacts.count(unit_of(simulation, "boat").key), 1U);
-}
-
-TEST(Fog, who_destroys_by_a_friends_contact_knows_and_the_friend_does_not) {
-  Dict json = scenario_json(
-      {unit_json("bomber", "Strike aircraft", 20.6, 150)},
-      {unit_json("station", "Radar station", 20, 150), unit_json("keeper", "Missile boat", -60, 0)}, 2000);
-  json.find_list("sides")->push_back(Dict{{"id", "green"},
-                                          {"name", "绿方"},
-                                          {"known", List{"station"}},
-                                          {"postures", Dict{{"red", 1}}},
-                                          {"units", List{unit_json("far", "Port", 30, 150)}}});
-  Simulation simulation = play(json, 1);
-  order(simulation, "Attack({SIDE='红方',UNIT='<bomber>',CONTACT='green-contact#1',QUANTITY=4})");
-  while (unit_of(simulation, "station").alive && !simulation.ended()) simulation.advance();
-  ASSERT_FALSE(unit_of(simulation, "station").alive);
-  EXPECT_EQ(find_contact(simulation.world(), 0, "green-contact#1"), nullptr);
-  EXPECT_NE(find_contact(simulation.world(), 2, "green-contact#1"), nullptr);
 }
 
 TEST(Fog, contacts_become_better_in_view) {

@@ -123,30 +123,6 @@ const Dict* follow(const Dict* record, std::initializer_list<std::string> path) 
   return record;
 }
 
-TEST(Records, an_empty_weapon_record_and_spent_weapons_are_reported_deleted) {
-  // The second boat sees nothing and the fighter is far away: nobody fires back.
-  Simulation simulation =
-      play(scenario_json({unit_json("boat", "Missile boat", 20, 150, {{"radar", true}})},
-                         {unit_json("target", "Missile boat", 20, 150.2), unit_json("far", "Fighter", 20, 170)}),
-           60);
-  simulation.advance();
-  simulation.initial_situation();
-  order(simulation, "Attack({SIDE='红方',UNIT='<boat>',CONTACT='red-contact#1',QUANTITY=4})");
-  const std::string boat = unit_of(simulation, "boat").id;
-  std::set<std::string> records;
-  std::set<std::string> weapons;
-  for (int i = 0; i < 5; ++i) {
-    simulation.advance();
-    const Dict update = simulation.step_situation();
-    const Dict* units = follow(&update, {"Situation", "SituationSides", "red", "SideReal", "ActiveUnits"});
-    collect_deleted(units, "Weapon", weapons);
-    collect_deleted(follow(units, {"Ship", boat, "ActiveUnit", "Mounts", boat + "-mount-1"}), "WeaponRecs", records);
-  }
-  EXPECT_EQ(records, std::set<std::string>{boat + "-load-1"});
-  EXPECT_EQ(weapons, (std::set<std::string>{"red-weapon#1", "red-weapon#2", "red-weapon#3", "red-weapon#4"}));
-  EXPECT_TRUE(unit_of(simulation, "boat").mounts[0].records.empty());
-}
-
 /// Field names of a record; keys that are ids are passed over.
 void collect_fields(const Value& value, bool ids, const std::string& parent, std::set<std::string>& fields) {
   if (const List* list = value.if_list()) {

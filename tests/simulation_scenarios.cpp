@@ -1,4 +1,3 @@
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <fstream>
@@ -77,31 +76,6 @@ TEST_F(ScenarioMistake, a_platform_file_reports_itself) {
   std::ofstream(file) << R"({"platforms": {}, "sensors": {}, "platforms": {}})";
   EXPECT_THAT(mistake_in(json_), ::testing::EndsWith("bad.json: duplicate key 'platforms' at line 1, column 34"));
   EXPECT_THROW(Simulation::load(folder.path() / "absent.json"), ScenarioError);
-}
-
-TEST(Scenarios, the_two_shores_of_the_strait_mirror_each_other) {
-  const Simulation strait = play_shipped("strait", 30);
-  // A shore with its friend's island, as seen from the middle.
-  const auto shore = [&strait](std::size_t first) {
-    std::vector<std::string> seen;
-    const auto note = [&](const std::string& what, Place place) {
-      const double away = (place.lon - 150) * (first == 0 ? -1 : 1);
-      seen.push_back(fmt::format("{} {:.6f} {:.6f}", what, place.lat, away + 0.0));
-    };
-    for (const std::size_t side : {first, first + 2}) {
-      const SideSetup& setup = strait.world().scenario->sides[side];
-      for (const UnitSetup& unit : setup.units) {
-        const int control = static_cast<int>(unit.control);
-        note(fmt::format("{} {} {} {}", unit.platform->class_name, control, unit.radar, unit.at_base), unit.place);
-      }
-      for (const MissionSetup& mission : setup.missions) {
-        for (const Place place : mission.zone) note("zone", place);
-      }
-    }
-    return seen;
-  };
-  EXPECT_GT(shore(0).size(), 30U);
-  EXPECT_EQ(shore(0), shore(1));
 }
 
 TEST(Scenarios, friends_are_the_sides_that_are_friendly_toward_a_side) {

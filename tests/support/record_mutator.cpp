@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <vector>
+
 #include "Tessra/base/json_read.h"
 
 namespace tessra::testing {
@@ -24,8 +26,7 @@ Dict wide(int count) {
   return dict;
 }
 
-}  // namespace
-
+/// Values that fit few places of a record: other kinds, extreme numbers, empty and deep and wide containers.
 std::vector<Value> odd_values() {
   const Value odd =
       read_json(R"([null, true, false, 0, -1, 7, 9223372036854775807, -9223372036854775808, 3.5, 1e300, "",
@@ -34,6 +35,8 @@ std::vector<Value> odd_values() {
   for (const Value& value : odd.as_list()) values.push_back(value);
   return values;
 }
+
+}  // namespace
 
 std::string RecordMutator::mutate(Dict record) const {
   Value at = record;

@@ -4,14 +4,10 @@
 
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "Tessra/base/value.h"
 
 namespace tessra::testing {
-
-/// Values that fit few places of a record: other kinds, extreme numbers, empty and deep and wide containers.
-std::vector<Value> odd_values();
 
 class RecordMutator {
  public:

@@ -12,15 +12,9 @@ constexpr int kOpenComponents = 5;
 
 std::string numbered(std::string_view prefix, int number) { return std::string(prefix) + std::to_string(number); }
 
-Dict weapon_records() {
-  const auto weapon = [](int count) { return Dict{{"Count", count}, {"Targets", UnitRecords::items("t", 3)}}; };
-  return {{"w1", weapon(4)}, {"w2", weapon(8)}};
-}
-
 Dict component(std::string_view table) {
   Dict record{{"Name", table}, {"Status", 1}, {"Parts", UnitRecords::items("p", 3)}};
-  if (table == "Mounts" || table == "Loadouts" || table == "Magazines") record.set("WeaponRecs", weapon_records());
-  if (table == "Mounts") record.set("MagazineWeaponRecs", weapon_records());
+  if (table == "Mounts") record.set("WeaponRecs", UnitRecords::items("w", 2));
   if (table == "Cargos") record.set("Mounts", Dict{{"m1", component("Mounts")}, {"m2", component("Mounts")}});
   return record;
 }
@@ -96,17 +90,9 @@ Dict UnitRecords::changed_item(std::string_view prefix) {
   return {{numbered(prefix, 1 + chance_.below(5)), Dict{{"Value", chance_.below(9)}}}};
 }
 
-Dict UnitRecords::weapon_changes() {
-  Dict weapon{{"Count", chance_.below(9)}, {"Targets", changed_item("t")}};
-  if (chance_.happens(0.6)) weapon.set("mapdel", Dict{{"Targets", deletion("t", 5)}, {"Unheard", deletion("t", 5)}});
-  return {{numbered("w", 1 + chance_.below(3)), weapon}};
-}
-
 Dict UnitRecords::component_changes(std::string_view table) {
   Dict change{{"Status", chance_.below(4)}, {"Parts", changed_item("p")}};
   if (chance_.happens(0.5)) change.set("mapdel", Dict{{"Parts", deletion("p", 5)}, {"Unheard", deletion("p", 5)}});
-  if (table != "CommDevices" && table != "Cargos") change.set("WeaponRecs", weapon_changes());
-  if (table == "Mounts") change.set("MagazineWeaponRecs", weapon_changes());
   if (table == "Cargos") change.set("Mounts", Dict{{numbered("m", 1 + chance_.below(3)), component_changes("Mounts")}});
   return change;
 }

@@ -52,7 +52,6 @@ class UnitRecords {
   Dict live();
   Dict inner_changes();
   Dict component_changes(std::string_view table);
-  Dict weapon_changes();
   Dict changed_item(std::string_view prefix);
   void put_position(Dict side_record, const GeneratedUnit& unit, int parts);
 

@@ -22,15 +22,12 @@ class CuriousAgent : public Agent {
 
  private:
   static void look(const Situation& situation) {
-    situation.messages();
-    situation.friend_units();
     for (const auto& [id, element] : situation.aircrafts()) {
       const auto unit = situation.unit(id);
       unit->position();
       unit->speed();
       for (auto [contact_id, contact] : situation.contacts()) unit->attack(contact_id.to_text());
     }
-    for (const auto& [name, element] : situation.missions()) situation.mission(name);
   }
 };
 

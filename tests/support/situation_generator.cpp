@@ -26,7 +26,7 @@ class Generator {
     episode.initial = initial();
     for (int number = 1; number <= updates; ++number) {
       episode.updates.push_back(update(number));
-      if (options_.end && number == updates) episode.updates.back().set("IsEnd", true);
+      if (number == updates) episode.updates.back().set("IsEnd", true);
     }
     return episode;
   }

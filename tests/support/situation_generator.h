@@ -23,8 +23,6 @@ struct GeneratorOptions {
   /// With gaps, records miss parts, names and types, name unknown ids and categories, and carry unheard fields.
   /// Without, an episode raises no error message.
   bool gaps = true;
-  /// The last update says that the episode has ended.
-  bool end = true;
 };
 
 struct GeneratedEpisode {
