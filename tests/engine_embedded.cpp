@@ -5,11 +5,11 @@
 #include "apps/deduce/model_dump.h"
 #include "services/embedded_server.h"
 #include "services/recorded_server.h"
+#include "services/service_checks.h"
 #include "simulation/simulation.h"
 #include "simulation/world.h"
 #include "support/embedded_episode.h"
 #include "support/engine_fixture.h"
-#include "support/service_conformance.h"
 
 namespace tessra::testing {
 namespace {
@@ -18,7 +18,10 @@ const std::string kScenarios = TESSRA_SOURCE_DIR "/scenarios";
 
 TEST(Services, conform) {
   const Dict section = json("{'server': {'seed': 3}, 'simulate': {}}");
-  check_service([&] { return make_embedded_server(section, kScenarios); }, "skirmish");
+  ServiceReport report;
+  check_service([&] { return make_embedded_server(section, kScenarios); }, "skirmish", report);
+  EXPECT_THAT(report.findings(), ::testing::IsEmpty());
+  EXPECT_THAT(report.notes(), ::testing::IsEmpty());
 }
 
 TEST(Services, embedded_failures_are_those_the_engine_expects) {

@@ -14,6 +14,7 @@
 #include "apps/deduce/agents_command.h"
 #include "apps/deduce/apply_command.h"
 #include "apps/deduce/check_command.h"
+#include "apps/deduce/check_service_command.h"
 #include "apps/deduce/configuration_keys.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/last_words.h"
@@ -192,6 +193,18 @@ CLI::App* add_check(CLI::App& app, CheckOptions& check) {
   return command;
 }
 
+CLI::App* add_check_service(CLI::App& app, CheckServiceOptions& check) {
+  CLI::App* command =
+      app.add_subcommand("check-service", "Check a service against the contract and report what is wrong");
+  command->add_option("url", check.url, "The service, for example grpc://localhost:7700")->required()->check(filled);
+  command->add_option("--scenario", check.scenario, "Scenario to play instead of the first one")->check(filled);
+  command->add_option("--token-file", check.token_file, "File with the token to send")->check(filled);
+  command->add_option("--ca-file", check.ca_file, "Authority (PEM) to trust instead of the system's")->check(filled);
+  command->add_option("--cert-file", check.cert_file, "Certificate (PEM) to show")->check(filled);
+  command->add_option("--key-file", check.key_file, "Its private key (PEM)")->check(filled);
+  return command;
+}
+
 CLI::App* add_results(CLI::App& app, ResultsOptions& results) {
   CLI::App* command = app.add_subcommand("results", "List the saved results");
   command->add_option("--run", results.run, "Only results of this run")->transform(count);
@@ -218,6 +231,7 @@ int dispatch(int argc, char** argv) {
   ReplayOptions replay;
   ApplyOptions apply;
   CheckOptions check;
+  CheckServiceOptions check_service;
   ResultsOptions results;
   ServeOptions serve;
   ScheduleOptions schedule;
@@ -225,6 +239,7 @@ int dispatch(int argc, char** argv) {
   const CLI::App* replay_command = add_replay(app, replay);
   const CLI::App* apply_command = add_apply(app, apply);
   const CLI::App* check_command = add_check(app, check);
+  const CLI::App* check_service_command = add_check_service(app, check_service);
   const CLI::App* results_command = add_results(app, results);
   const CLI::App* serve_command = add_serve(app, serve);
   const CLI::App* schedule_command = add_schedule(app, schedule);
@@ -244,6 +259,7 @@ int dispatch(int argc, char** argv) {
   if (replay_command->parsed()) return replay_records(replay);
   if (apply_command->parsed()) return apply_agent(apply);
   if (check_command->parsed()) return check_agent(check);
+  if (check_service_command->parsed()) return check_remote_service(check_service);
   if (results_command->parsed()) return list_results(results);
   if (serve_command->parsed()) return serve_simulation(serve);
   if (schedule_command->parsed()) return schedule_agents(schedule);

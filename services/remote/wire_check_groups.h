@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "services/remote/wire_calls.h"
+
+// The groups of checks of a service. Each throws `GivenUp` when it cannot go on. Scenarios are named as in
+// `CheckedRoom::load`.
+
+namespace tessra::remote {
+
+/// Versions, and what a server says about itself.
+void check_handshake(WireCalls& calls);
+
+/// Calls without the bearer token that the server asks for, or with another one.
+void check_bearer_token(const Address& address, ClientAccess access, ServiceReport& report);
+
+/// Who may use a room, and how long there is one.
+void check_rooms(WireCalls& calls);
+void check_lease(WireCalls& calls, std::chrono::milliseconds grace);
+
+/// Calls that do not fit the state of a room.
+void check_states(WireCalls& calls, std::string& scenario);
+
+/// Calls that are sent again, and calls that come too early or too late.
+void check_numbers(WireCalls& calls, std::string& scenario);
+
+/// What records are written like, and whether an episode can be played again.
+void check_records(WireCalls& calls, std::string& scenario);
+
+/// Orders that mean nothing, and an end in the middle.
+void check_orders(WireCalls& calls, std::string& scenario);
+
+}  // namespace tessra::remote
