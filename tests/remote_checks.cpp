@@ -1,0 +1,252 @@
+// Checks of a service in another process: our own server passes, and each of many faulty ones is told what is wrong.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <regex>
+
+#include "services/forwarding_server.h"
+#include "services/remote/remote_backends.h"
+#include "services/remote/service_host.h"
+#include "services/remote/wire_checks.h"
+#include "services/service_checks.h"
+#include "support/scratch_folder.h"
+#include "support/spoiling_service.h"
+
+namespace tessra::testing {
+namespace {
+
+using google::protobuf::Message;
+using grpc::StatusCode;
+using std::chrono::milliseconds;
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using Fault = SpoilingService::Fault;
+using Texts = std::vector<std::string>;
+
+Texts texts(const ServiceReport& report) {
+  Texts texts;
+  for (const ServiceFinding& finding : report.findings()) texts.push_back(finding.text());
+  return texts;
+}
+
+class RemoteChecks : public ::testing::Test {
+ protected:
+  RemoteChecks() { remote::register_remote_backends(); }
+
+  /// Serves a backend that stands in front of the bundled simulation.
+  template <class Backend = ForwardingServer>
+  void serve(const std::string& token = "") {
+    remote::RoomOptions options;
+    options.make_backend = [](const remote::RoomPlan& plan) {
+      return std::make_shared<Backend>(remote::backend_of("embedded:" TESSRA_SOURCE_DIR "/scenarios/check")(plan));
+    };
+    remote::ServerAccess access;
+    access.token = token;
+    host_ = std::make_unique<remote::ServiceHost>(remote::read_listen_address("unix:" + path("good"), false), access,
+                                                  std::move(options));
+    host_->set_ready();
+  }
+
+  std::string path(const std::string& name) const { return (folder_.path() / name).string(); }
+
+  ServiceReport check(const std::string& socket, std::optional<milliseconds> lease_grace = std::nullopt,
+                      const std::string& token = "") const {
+    Dict server{{"url", "grpc+unix:" + path(socket)}};
+    if (!token.empty()) {
+      std::ofstream(path("token")) << token;
+      server.set("token_file", path("token"));
+    }
+    const Dict section{{"server", server}, {"simulate", Dict()}};
+    ServiceReport report;
+    remote::check_wire(section, {.scenario = "", .lease_grace = lease_grace}, report);
+    check_service([&] { return GameServer::create(section); }, "", report);
+    return report;
+  }
+
+  ServiceReport check_with(const Fault& fault, std::optional<milliseconds> lease_grace = std::nullopt) {
+    const SpoilingService faulty(path("faulty"), host_->address(), {}, fault);
+    return check("faulty", lease_grace);
+  }
+
+  ScratchFolder folder_;
+  std::unique_ptr<remote::ServiceHost> host_;
+};
+
+TEST_F(RemoteChecks, find_nothing_in_our_own_server) {
+  serve("secret");
+  const ServiceReport report = check("good", milliseconds(500), "secret");
+  EXPECT_THAT(report.findings(), IsEmpty());
+  EXPECT_THAT(report.notes(), IsEmpty());
+}
+
+/// A fault that changes requests of one kind.
+template <class Kind>
+Fault on_request(std::function<void(Kind& request)> change) {
+  return {[change](Message& request) -> std::optional<grpc::Status> {
+            if (auto* found = as<Kind>(request)) change(*found);
+            return std::nullopt;
+          },
+          nullptr};
+}
+
+/// A fault that changes replies of one kind.
+template <class Kind>
+Fault on_reply(std::function<void(Kind& reply)> change) {
+  return {nullptr, [change](Message& reply, grpc::Status&) {
+            if (auto* found = as<Kind>(reply)) change(*found);
+          }};
+}
+
+/// A fault that answers some requests by itself.
+template <class Is>
+Fault answers(const grpc::Status& status, Is is) {
+  return {[=](Message& request) { return is(request) ? std::optional(status) : std::nullopt; }, nullptr};
+}
+
+/// A fault that changes the text of records.
+Fault on_records(const std::string& pattern, const std::string& replacement) {
+  return {nullptr, [=](Message& reply, grpc::Status&) {
+            v1::Json* record = record_of(reply);
+            if (record == nullptr) return;
+            record->set_text(std::regex_replace(record->text(), std::regex(pattern), replacement));
+          }};
+}
+
+/// Numbers the calls of a room itself: a call that comes twice runs twice.
+Fault forgets_numbers() {
+  const auto made = std::make_shared<std::map<std::string, std::uint64_t>>();
+  const auto room = std::make_shared<std::string>();
+  return {[=](Message& request) -> std::optional<grpc::Status> {
+            v1::RoomCall* call = call_of(request);
+            *room = call != nullptr ? call->room() : "";
+            if (call != nullptr) call->set_number((*made)[*room] + 1);
+            return std::nullopt;
+          },
+          [=](Message&, grpc::Status& status) {
+            if (status.ok()) ++(*made)[*room];
+          }};
+}
+
+/// Gives every caller the token that he should have.
+Fault ignores_tokens() {
+  const auto tokens = std::make_shared<std::map<std::string, std::string>>();
+  return {[=](Message& request) -> std::optional<grpc::Status> {
+            if (v1::RoomCall* call = call_of(request)) call->set_token((*tokens)[call->room()]);
+            if (auto* close = as<v1::CloseRoomRequest>(request)) close->set_token((*tokens)[close->room()]);
+            return std::nullopt;
+          },
+          on_reply<v1::OpenRoomReply>([=](auto& opened) { (*tokens)[opened.room()] = opened.token(); }).reply};
+}
+
+TEST_F(RemoteChecks, say_what_is_wrong_with_a_service) {
+  serve();
+  const auto has_unknown = [](const Message& request) {
+    return !request.GetReflection()->GetUnknownFields(request).empty();
+  };
+  const auto closes = [](Message& request) { return as<v1::CloseRoomRequest>(request) != nullptr; };
+  const auto to_unknown = [](Message&, grpc::Status& status) {
+    if (!status.ok()) status = {StatusCode::UNKNOWN, status.error_message()};
+  };
+  const struct {
+    Fault fault;
+    Texts says;
+  } cases[] = {
+      {forgets_numbers(),
+       {"`Advance, sent again`: wanted the reply of the first time",
+        "`Advance, after one that was sent twice`: wanted a step of 30000 ms, came 60000 ms",
+        "`Advance, with a number left out`: wanted OUT_OF_RANGE, came OK"}},
+      {ignores_tokens(),
+       {"`ListScenarios, with the token of another room`: wanted PERMISSION_DENIED, came OK",
+        "`CloseRoom, with another token than the room's`: wanted PERMISSION_DENIED, came OK"}},
+      {answers({StatusCode::INVALID_ARGUMENT, "what is this?"}, has_unknown),
+       {"`Hello, with an unknown field`: wanted OK, came INVALID_ARGUMENT 'what is this?'"}},
+      {answers({}, closes),
+       {"`ResumeRoom, for a room that was closed`: wanted NOT_FOUND, came OK",
+        "`ListRooms, after CloseRoom`: wanted a list without the room"}},
+      {{nullptr, to_unknown},
+       {"`Advance, in a new room`: wanted FAILED_PRECONDITION, came UNKNOWN 'no scenario is loaded'"}},
+      {on_reply<v1::ResumeRoomReply>([](auto& reply) { reply.set_next_number(reply.next_number() + 1); }),
+       {"`ResumeRoom, in a new room`: wanted `next_number` 1, came 2"}},
+      {on_request<v1::HelloRequest>([](auto& request) {
+         request.set_oldest_version(1);
+         request.set_newest_version(1);
+       }),
+       {"`Hello, versions 700 to 701`: wanted FAILED_PRECONDITION, came OK"}},
+      {on_reply<v1::HelloReply>([](auto& reply) { reply.clear_largest_message(); }),
+       {"`Hello`: wanted `largest_message`"}},
+      {on_request<v1::OpenRoomRequest>(
+           [attempt = 0](auto& request) mutable { request.set_request_id(std::to_string(++attempt)); }),
+       {"`OpenRoom, sent again`: wanted the same room"}},
+      {on_request<v1::ListRoomsRequest>([](auto& request) { request.set_client_id("somebody"); }),
+       {"`ListRooms`: wanted the room that is open"}},
+      {on_reply<v1::LoadScenarioReply>([](auto& reply) { reply.set_loaded(true); }),
+       {"`LoadScenario, a name that is no scenario's`: wanted `loaded` false, came true"}},
+      {on_records(R"("Time":(\d+))", R"("Time":$1.0)"), {"`ScenarioInfo` / `Time`, an integer, came real"}},
+      {on_records(R"("Lon":(\d+)\.\d+)", R"("Lon":$1)"),
+       {"`get_init_situation()`: wanted `Lon`, a real, came integer"}},
+      {on_records(R"("TotalScore":0\.0)", R"("TotalScore":NaN)"), {"a record that is JSON as the contract has it"}},
+      {on_records(R"("TotalScore":)", R"("TotalScore":1,"TotalScore":)"), {"as the contract has it, came duplicate"}},
+  };
+  for (const auto& given : cases) {
+    const Texts found = texts(check_with(given.fault));
+    for (const std::string& says : given.says) EXPECT_THAT(found, Contains(HasSubstr(says)));
+  }
+}
+
+TEST_F(RemoteChecks, see_a_room_outlive_its_lease) {
+  serve();
+  Fault endless = on_request<v1::OpenRoomRequest>([](auto& request) { request.set_lease_seconds(100); });
+  endless.reply = on_reply<v1::OpenRoomReply>([](auto& reply) { reply.set_lease_seconds(1); }).reply;
+  EXPECT_THAT(texts(check_with(endless, milliseconds(0))),
+              Contains(HasSubstr("a list without the room when its lease has ended, came the room")));
+}
+
+TEST_F(RemoteChecks, see_a_service_open_to_those_without_its_token) {
+  serve("secret");
+  remote::ClientAccess access;
+  access.token = "secret";
+  const SpoilingService faulty(path("faulty"), host_->address(), access, {});
+  const Texts findings = texts(check("faulty", std::nullopt, "secret"));
+  EXPECT_THAT(findings, Contains("`OpenRoom, without the bearer token`: wanted UNAUTHENTICATED, came OK"));
+  EXPECT_THAT(findings, Contains("`ListRooms, with another bearer token`: wanted UNAUTHENTICATED, came OK"));
+}
+
+class Endless : public ForwardingServer {
+ public:
+  using ForwardingServer::ForwardingServer;
+  void simulate_end() override {}
+};
+
+class Touchy : public ForwardingServer {
+ public:
+  using ForwardingServer::ForwardingServer;
+  Value do_package_command() override { throw Error("what an order!"); }
+};
+
+TEST_F(RemoteChecks, see_what_the_simulation_behind_a_service_does_wrong) {
+  serve<Endless>();
+  EXPECT_THAT(texts(check("good")),
+              Contains("`Advance, after EndEpisode`: wanted a record whose `IsEnd` is true, came False"));
+  host_.reset();
+  serve<Touchy>();
+  EXPECT_THAT(texts(check("good")),
+              Contains("`Execute, with orders that mean nothing`: wanted OK, came ABORTED 'what an order!'"));
+}
+
+TEST_F(RemoteChecks, only_note_that_no_episode_can_be_played_again) {
+  serve();
+  const auto scores_differ = [episode = 0](Message& reply, grpc::Status& status) mutable {
+    if (as<v1::LoadScenarioReply>(reply) != nullptr) ++episode;
+    on_records("\"TotalScore\":0", "\"TotalScore\":" + std::to_string(episode)).reply(reply, status);
+  };
+  const ServiceReport report = check_with({nullptr, scores_differ});
+  EXPECT_THAT(report.findings(), IsEmpty());
+  EXPECT_THAT(report.notes(), Contains(HasSubstr("not deterministic")));
+}
+
+}  // namespace
+}  // namespace tessra::testing
