@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "Tessra/base/guard.h"
 #include "Tessra/base/utf8.h"
 
 namespace tessra {
@@ -17,9 +18,30 @@ void ServiceReport::tell(const std::string& line) const {
   if (tell_) tell_(line);
 }
 
-void ServiceReport::enter(const std::string& group) {
+bool ServiceReport::run(const std::string& group, const std::function<void()>& checks) {
   group_ = group;
   tell("checking " + group);
+  try {
+    checks();
+    return true;
+  } catch (const GivenUp&) {
+    return false;
+  }
+}
+
+void ServiceReport::attempt(const std::string& call, const std::function<void()>& make) {
+  const bool returned = guarded(
+      make, [&](const std::exception_ptr& error) { find(call, "an answer", "an error: " + error_text(error)); });
+  if (!returned) throw GivenUp();
+}
+
+void ServiceReport::want(bool holds, const std::string& call, const std::string& wanted, const std::string& came) {
+  if (!holds) find(call, wanted, came);
+}
+
+void ServiceReport::need(bool holds, const std::string& call, const std::string& wanted, const std::string& came) {
+  want(holds, call, wanted, came);
+  if (!holds) throw GivenUp();
 }
 
 void ServiceReport::find(const std::string& call, const std::string& wanted, const std::string& came) {

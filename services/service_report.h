@@ -2,8 +2,11 @@
 
 #include <functional>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace tessra {
@@ -22,6 +25,9 @@ struct ServiceFinding {
 
 std::ostream& operator<<(std::ostream& out, const ServiceFinding& finding);
 
+/// Nothing that follows in a group of checks would mean anything.
+struct GivenUp {};
+
 /// What checks of a service find. Repetitions are counted.
 class ServiceReport {
  public:
@@ -31,10 +37,26 @@ class ServiceReport {
 
   explicit ServiceReport(Tell tell = nullptr) : tell_(std::move(tell)) {}
 
-  /// Starts a group of checks.
-  void enter(const std::string& group);
+  /// Runs a group of checks; false if they gave up.
+  bool run(const std::string& group, const std::function<void()>& checks);
+
   /// Findings with the same call and the same wish are one.
   void find(const std::string& call, const std::string& wanted, const std::string& came);
+  /// Reports what is not as it must be.
+  void want(bool holds, const std::string& call, const std::string& wanted, const std::string& came);
+  /// The same, and throws `GivenUp` then.
+  void need(bool holds, const std::string& call, const std::string& wanted, const std::string& came);
+  /// The answer of a call, which must not throw: that is a finding, and then this throws `GivenUp`.
+  template <class Call>
+  auto answer(const std::string& call, Call&& make) {
+    if constexpr (std::is_void_v<std::invoke_result_t<Call>>) {
+      attempt(call, make);
+    } else {
+      std::optional<std::invoke_result_t<Call>> answer;
+      attempt(call, [&] { answer.emplace(make()); });
+      return *std::move(answer);
+    }
+  }
   /// Something that is allowed, but that an owner should know.
   void note(const std::string& text);
 
@@ -42,6 +64,7 @@ class ServiceReport {
   const std::vector<std::string>& notes() const { return notes_; }
 
  private:
+  void attempt(const std::string& call, const std::function<void()>& make);
   void tell(const std::string& line) const;
 
   Tell tell_;

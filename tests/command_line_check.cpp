@@ -1,4 +1,4 @@
-// Checking agents from the command line.
+// Checking agents and services from the command line.
 
 #include "support/command_line_fixture.h"
 
@@ -39,6 +39,27 @@ TEST_F(CommandLine, check_agent_says_in_plain_words_what_is_wrong) {
     const Output output = run("check-agent --limit " + limit + " --class " + given.agent_class + library());
     EXPECT_EQ(output.status, 1) << given.agent_class;
     EXPECT_THAT(output.out, HasSubstr(given.says));
+  }
+}
+
+TEST_F(CommandLine, check_service_says_whether_a_service_conforms) {
+  const struct {
+    std::string backend, arguments;
+    int status;
+    std::string says;
+  } cases[] = {
+      {"embedded:", "", 0, "checking an episode in a room started anew\n\nno findings\n"},
+      {"records:" + path(""), "", 1,
+       "\n2 findings:\n- `ListScenarios`: wanted at least one name, came none\n  1 time, first in the names of "},
+      {"embedded:", " --scenario nosuch", 2, "error: no scenario 'nosuch'; there are: skirmish, strait\n"},
+  };
+  for (const auto& given : cases) {
+    const std::string deduce(TESSRA_DEDUCE), address = "unix:" + path("s" + std::to_string(given.status));
+    const Output output = shell(deduce + " serve --listen " + address + " --backend " + given.backend +
+                                " >/dev/null & server=$!; " + deduce + " check-service grpc+" + address +
+                                given.arguments + "; status=$?; kill $server; wait $server; (exit $status)");
+    EXPECT_EQ(output.status, given.status) << output.err;
+    EXPECT_THAT(output.out + output.err, HasSubstr(given.says));
   }
 }
 

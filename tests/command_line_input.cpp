@@ -28,6 +28,8 @@ TEST_F(CommandLine, wrong_input_is_one_clear_line_and_status_2) {
       {"run --nonsense", "nonsense"},
       {"", "no command ''; there are: run, replay, "},
       {"check-agent", "--class is required"},
+      {"check-service http://localhost:1", "'http://localhost:1' is no address"},
+      {"check-service grpc://localhost:1 --token-file nosuch", "cannot read nosuch"},
       {"rnu", "no command 'rnu'"},
       {"run --config " + write("side.json", R"({"rule_config": {"nobody": {"x": {"class": "idle"}}}})"),
        "no side 'nobody'; there are: 红方, 蓝方, 绿方, 黄方"},

@@ -139,10 +139,8 @@ TEST(ServiceChecks, say_what_an_engine_could_not_play_with) {
 TEST(ServiceChecks, report_a_repeated_finding_once_and_when_it_is_made) {
   std::string lines;
   ServiceReport report([&](std::string_view line) { lines += std::string(line) + "\n"; });
-  report.enter("one thing");
-  report.find("a()", "1", "2");
-  report.enter("another");
-  report.find("a()", "1", "3");
+  report.run("one thing", [&] { report.find("a()", "1", "2"); });
+  report.run("another", [&] { report.find("a()", "1", "3"); });
   EXPECT_EQ(lines, "checking one thing\n  found: `a()`: wanted 1, came 2\nchecking another\n");
   ASSERT_EQ(report.findings().size(), 1U);
   EXPECT_EQ(report.findings().front().times, 2);

@@ -4,7 +4,6 @@
 #include "apps/deduce/output.h"
 #include "services/remote/address.h"
 #include "services/remote/remote_backends.h"
-#include "services/remote/remote_error.h"
 #include "services/remote/wire_checks.h"
 #include "services/service_checks.h"
 
@@ -37,7 +36,9 @@ void check_section(const Dict& section, const std::string& url) {
 void check_calls(const Dict& section, const std::string& scenario, ServiceReport& report) {
   try {
     remote::check_wire(section, {.scenario = scenario}, report);
-  } catch (const remote::RemoteError& error) {
+  } catch (const SurroundingsError&) {
+    throw;  // the output
+  } catch (const Error& error) {
     throw InputError(error.what());
   }
 }

@@ -16,7 +16,7 @@ struct CheckServiceOptions {
 
 /// Checks a service in another process: single calls against the contract, then episodes as an engine plays them.
 /// Prints what the service does wrong. Returns 0 if there are no findings, 1 otherwise. Throws `InputError` for an
-/// address or a file that cannot be used, and when nobody answers there or access is refused.
+/// address or a file that cannot be used, an unknown scenario, and when nobody answers there or access is refused.
 int check_remote_service(const CheckServiceOptions& options);
 
 }  // namespace tessra::app

@@ -12,7 +12,8 @@ namespace {
 
 using google::protobuf::Message;
 
-constexpr std::chrono::seconds kLimit{20};
+constexpr std::chrono::seconds kLimit{60};  // scenarios may be large
+constexpr std::chrono::seconds kRefusalLimit{10};
 
 std::string method_of(const Message& request) {
   constexpr std::string_view kEnding = "Request";
@@ -41,14 +42,12 @@ std::string shown(const grpc::Status& status) {
 
 void WireCalls::make(const Message& request, Message& reply, const std::string& how) {
   const grpc::Status status = transport_.call(method_of(request), request, reply, kLimit);
-  if (status.ok()) return;
-  report_.find(shown(request, how), "OK", shown(status));
-  throw GivenUp();
+  report_.need(status.ok(), shown(request, how), "OK", shown(status));
 }
 
 grpc::Status WireCalls::send(const Message& request) {
   v1::CloseRoomReply nothing;  // takes any reply: all its fields are unknown
-  return transport_.call(method_of(request), request, nothing, kLimit);
+  return transport_.call(method_of(request), request, nothing, kRefusalLimit);
 }
 
 std::string WireCalls::refuse(grpc::StatusCode wanted, const Message& request, const std::string& how) {
@@ -58,28 +57,17 @@ std::string WireCalls::refuse(grpc::StatusCode wanted, const Message& request, c
   return "";
 }
 
-void WireCalls::want(bool holds, const std::string& call, const std::string& wanted, const std::string& came) {
-  if (!holds) report_.find(call, wanted, came);
-}
-
 CheckedRoom::~CheckedRoom() { calls_.send(addressed<v1::CloseRoomRequest>()); }
 
 v1::OpenRoomReply CheckedRoom::opened(WireCalls& calls) { return calls.make<v1::OpenRoomReply>(room_request()); }
 
-void CheckedRoom::load(std::string& scenario) {
-  if (scenario.empty()) {
-    const auto scenarios = call<v1::ListScenariosReply>(v1::ListScenariosRequest());
-    calls_.want(scenarios.names_size() > 0, "ListScenarios", "at least one name", "none");
-    if (scenarios.names_size() == 0) throw GivenUp();
-    scenario = scenarios.names(0);
-  }
+void CheckedRoom::load(const std::string& scenario) {
   v1::LoadScenarioRequest request;
   request.set_name(scenario);
   request.set_seed(1);
   request.set_episode(1);
-  if (call<v1::LoadScenarioReply>(request).loaded()) return;
-  calls_.want(false, "LoadScenario, '" + scenario + "'", "`loaded`", "that there is no such scenario");
-  throw GivenUp();
+  const bool loaded = call<v1::LoadScenarioReply>(request).loaded();
+  calls_.report().need(loaded, "LoadScenario, '" + scenario + "'", "`loaded` true", "false");
 }
 
 v1::OpenRoomRequest room_request() {

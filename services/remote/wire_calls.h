@@ -11,9 +11,6 @@
 
 namespace tessra::remote {
 
-/// Nothing that follows in a group of checks would mean anything.
-struct GivenUp {};
-
 /// Raw calls on a service whose answers are judged.
 class WireCalls {
  public:
@@ -32,8 +29,9 @@ class WireCalls {
   /// Makes a call whose answer is nobody's business.
   grpc::Status send(const google::protobuf::Message& request);
 
-  /// Reports what is not as it must be.
-  void want(bool holds, const std::string& call, const std::string& wanted, const std::string& came);
+  void want(bool holds, const std::string& call, const std::string& wanted, const std::string& came) {
+    report_.want(holds, call, wanted, came);
+  }
   ServiceReport& report() { return report_; }
 
  private:
@@ -85,8 +83,8 @@ class CheckedRoom {
     calls_.refuse(wanted, numbered(request, number_), how);
   }
 
-  /// Loads a scenario that must exist. An empty name means the first one, and becomes its name.
-  void load(std::string& scenario);
+  /// Loads a scenario that must exist.
+  void load(const std::string& scenario);
 
  private:
   static v1::OpenRoomReply opened(WireCalls& calls);

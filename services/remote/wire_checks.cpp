@@ -18,14 +18,15 @@ void find_service(Transport& transport) {
   }
 }
 
-template <class Checks>
-void run_group(ServiceReport& report, const std::string& name, Checks&& checks) {
-  report.enter(name);
-  try {
-    checks();
-  } catch (const GivenUp&) {
-    return;  // it is in the report
-  }
+/// Nothing can be played without a scenario.
+void check_episodes(WireCalls& calls, const std::string& wanted) {
+  ServiceReport& report = calls.report();
+  std::string scenario;
+  if (!report.run("the names of scenarios", [&] { scenario = choose_scenario(calls, wanted); })) return;
+  report.run("the states of a room", [&] { check_states(calls, scenario); });
+  report.run("numbers of calls", [&] { check_numbers(calls, scenario); });
+  report.run("records", [&] { check_records(calls, scenario); });
+  report.run("orders, and an end in the middle", [&] { check_orders(calls, scenario); });
 }
 
 }  // namespace
@@ -35,17 +36,13 @@ void check_wire(const Dict& section, const WireCheckOptions& options, ServiceRep
   Transport transport(settings.address, settings.access);
   find_service(transport);
   WireCalls calls(transport, report);
-  std::string scenario = options.scenario;
-  run_group(report, "the handshake", [&] { check_handshake(calls); });
+  report.run("the handshake", [&] { check_handshake(calls); });
   if (!settings.access.token.empty()) {
-    run_group(report, "the bearer token", [&] { check_bearer_token(settings.address, settings.access, report); });
+    report.run("the bearer token", [&] { check_bearer_token(settings.address, settings.access, report); });
   }
-  run_group(report, "rooms", [&] { check_rooms(calls); });
-  run_group(report, "the states of a room", [&] { check_states(calls, scenario); });
-  run_group(report, "numbers of calls", [&] { check_numbers(calls, scenario); });
-  run_group(report, "records", [&] { check_records(calls, scenario); });
-  run_group(report, "orders, and an end in the middle", [&] { check_orders(calls, scenario); });
-  if (options.lease_grace) run_group(report, "a lease", [&] { check_lease(calls, *options.lease_grace); });
+  report.run("rooms", [&] { check_rooms(calls); });
+  check_episodes(calls, options.scenario);
+  if (options.lease_grace) report.run("a lease", [&] { check_lease(calls, *options.lease_grace); });
 }
 
 }  // namespace tessra::remote

@@ -17,8 +17,8 @@ struct WireCheckOptions {
 
 /// Makes calls on a service that the client of an engine never makes, or makes when something went wrong, and reports
 /// what the contract (proto/tessra) wants otherwise. `section` names the service as an engine's section does, in
-/// `server.url` and the files beside it. Throws `Error` if it cannot be used, and `RemoteError` if nobody answers or
-/// the service refuses access.
+/// `server.url` and the files beside it. Throws `Error` if it cannot be used or does not know the scenario, and
+/// `RemoteError` if nobody answers or the service refuses access.
 void check_wire(const Dict& section, const WireCheckOptions& options, ServiceReport& report);
 
 }  // namespace tessra::remote

@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "Tessra/base/json_read.h"
@@ -29,7 +30,20 @@ void want_next(WireCalls& calls, const CheckedRoom& room, const std::string& aft
 
 }  // namespace
 
-void check_states(WireCalls& calls, std::string& scenario) {
+std::string choose_scenario(WireCalls& calls, const std::string& wanted) {
+  CheckedRoom room(calls);
+  const auto names = room.call<v1::ListScenariosReply>(v1::ListScenariosRequest()).names();
+  if (wanted.empty()) {
+    calls.report().need(!names.empty(), "ListScenarios", "at least one name", "none");
+    return names[0];
+  }
+  if (!names.empty() && std::ranges::find(names, wanted) == names.end()) {
+    throw Error(fmt::format("no scenario '{}'; there are: {}", wanted, fmt::join(names, ", ")));
+  }
+  return wanted;
+}
+
+void check_states(WireCalls& calls, const std::string& scenario) {
   CheckedRoom room(calls);
   check_not_loaded(room, "in a new room");
   want_next(calls, room, "after calls that failed");
@@ -89,7 +103,7 @@ void check_repeated(WireCalls& calls, CheckedRoom& room) {
 
 }  // namespace
 
-void check_numbers(WireCalls& calls, std::string& scenario) {
+void check_numbers(WireCalls& calls, const std::string& scenario) {
   CheckedRoom room(calls);
   want_next(calls, room, "in a new room");
   room.load(scenario);

@@ -30,7 +30,7 @@ Value read_record(WireCalls& calls, const std::string& call, const v1::Json& rec
 }
 
 /// The records of the beginning of an episode, as they came.
-std::vector<std::string> play(WireCalls& calls, CheckedRoom& room, std::string& scenario) {
+std::vector<std::string> play(WireCalls& calls, CheckedRoom& room, const std::string& scenario) {
   constexpr int kAdvances = 3;
   room.call<v1::ResetRoomReply>(v1::ResetRoomRequest());
   room.load(scenario);
@@ -51,7 +51,7 @@ std::vector<std::string> play(WireCalls& calls, CheckedRoom& room, std::string& 
 
 }  // namespace
 
-void check_records(WireCalls& calls, std::string& scenario) {
+void check_records(WireCalls& calls, const std::string& scenario) {
   CheckedRoom room(calls);
   const std::vector<std::string> records = play(calls, room, scenario);
   if (play(calls, room, scenario) == records) return;
@@ -75,7 +75,7 @@ void check_refusals(WireCalls& calls, const v1::ExecuteReply& reply, const v1::E
 
 }  // namespace
 
-void check_orders(WireCalls& calls, std::string& scenario) {
+void check_orders(WireCalls& calls, const std::string& scenario) {
   CheckedRoom room(calls);
   room.load(scenario);
   v1::ExecuteRequest orders;
