@@ -1,18 +1,14 @@
 // Checks of a service in another process: our own server passes, and each of many faulty ones is told what is wrong.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <map>
 #include <regex>
 
 #include "services/forwarding_server.h"
 #include "services/remote/remote_backends.h"
-#include "services/remote/service_host.h"
 #include "services/remote/wire_checks.h"
 #include "services/service_checks.h"
-#include "support/scratch_folder.h"
+#include "support/remote_fixture.h"
 #include "support/spoiling_service.h"
 
 namespace tessra::testing {
@@ -33,29 +29,28 @@ Texts texts(const ServiceReport& report) {
   return texts;
 }
 
-class RemoteChecks : public ::testing::Test {
+class RemoteChecks : public Remote {
  protected:
   RemoteChecks() { remote::register_remote_backends(); }
 
   /// Serves a backend that stands in front of the bundled simulation.
   template <class Backend = ForwardingServer>
   void serve(const std::string& token = "") {
-    remote::RoomOptions options;
-    options.make_backend = [](const remote::RoomPlan& plan) {
-      return std::make_shared<Backend>(remote::backend_of("embedded:" TESSRA_SOURCE_DIR "/scenarios/check")(plan));
+    remote::RoomOptions options = scenarios("check");
+    options.make_backend = [make = options.make_backend](const remote::RoomPlan& plan) {
+      return std::make_shared<Backend>(make(plan));
     };
     remote::ServerAccess access;
     access.token = token;
-    host_ = std::make_unique<remote::ServiceHost>(remote::read_listen_address("unix:" + path("good"), false), access,
-                                                  std::move(options));
-    host_->set_ready();
+    Remote::serve(options, access);
   }
 
   std::string path(const std::string& name) const { return (folder_.path() / name).string(); }
 
-  ServiceReport check(const std::string& socket, std::optional<milliseconds> lease_grace = std::nullopt,
+  /// Checks what listens on this socket.
+  ServiceReport check(const std::string& path_of_socket, std::optional<milliseconds> lease_grace = std::nullopt,
                       const std::string& token = "") const {
-    Dict server{{"url", "grpc+unix:" + path(socket)}};
+    Dict server{{"url", "grpc+unix:" + path_of_socket}};
     if (!token.empty()) {
       std::ofstream(path("token")) << token;
       server.set("token_file", path("token"));
@@ -69,16 +64,13 @@ class RemoteChecks : public ::testing::Test {
 
   ServiceReport check_with(const Fault& fault, std::optional<milliseconds> lease_grace = std::nullopt) {
     const SpoilingService faulty(path("faulty"), host_->address(), {}, fault);
-    return check("faulty", lease_grace);
+    return check(path("faulty"), lease_grace);
   }
-
-  ScratchFolder folder_;
-  std::unique_ptr<remote::ServiceHost> host_;
 };
 
 TEST_F(RemoteChecks, find_nothing_in_our_own_server) {
   serve("secret");
-  const ServiceReport report = check("good", milliseconds(500), "secret");
+  const ServiceReport report = check(socket(), milliseconds(500), "secret");
   EXPECT_THAT(report.findings(), IsEmpty());
   EXPECT_THAT(report.notes(), IsEmpty());
 }
@@ -210,7 +202,7 @@ TEST_F(RemoteChecks, see_a_service_open_to_those_without_its_token) {
   remote::ClientAccess access;
   access.token = "secret";
   const SpoilingService faulty(path("faulty"), host_->address(), access, {});
-  const Texts findings = texts(check("faulty", std::nullopt, "secret"));
+  const Texts findings = texts(check(path("faulty"), std::nullopt, "secret"));
   EXPECT_THAT(findings, Contains("`OpenRoom, without the bearer token`: wanted UNAUTHENTICATED, came OK"));
   EXPECT_THAT(findings, Contains("`ListRooms, with another bearer token`: wanted UNAUTHENTICATED, came OK"));
 }
@@ -229,11 +221,10 @@ class Touchy : public ForwardingServer {
 
 TEST_F(RemoteChecks, see_what_the_simulation_behind_a_service_does_wrong) {
   serve<Endless>();
-  EXPECT_THAT(texts(check("good")),
+  EXPECT_THAT(texts(check(socket())),
               Contains("`Advance, after EndEpisode`: wanted a record whose `IsEnd` is true, came False"));
-  host_.reset();
   serve<Touchy>();
-  EXPECT_THAT(texts(check("good")),
+  EXPECT_THAT(texts(check(socket())),
               Contains("`Execute, with orders that mean nothing`: wanted OK, came ABORTED 'what an order!'"));
 }
 

@@ -2,8 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <chrono>
-
+#include "services/remote/room_link.h"
 #include "services/remote/secrets.h"
 
 namespace tessra::remote {
@@ -11,9 +10,6 @@ namespace tessra::remote {
 namespace {
 
 using google::protobuf::Message;
-
-constexpr std::chrono::seconds kLimit{60};  // scenarios may be large
-constexpr std::chrono::seconds kRefusalLimit{10};
 
 std::string method_of(const Message& request) {
   constexpr std::string_view kEnding = "Request";
@@ -41,13 +37,13 @@ std::string shown(const grpc::Status& status) {
 }  // namespace
 
 void WireCalls::make(const Message& request, Message& reply, const std::string& how) {
-  const grpc::Status status = transport_.call(method_of(request), request, reply, kLimit);
+  const grpc::Status status = transport_.call(method_of(request), request, reply, Deadlines().start);
   report_.need(status.ok(), shown(request, how), "OK", shown(status));
 }
 
 grpc::Status WireCalls::send(const Message& request) {
   v1::CloseRoomReply nothing;  // takes any reply: all its fields are unknown
-  return transport_.call(method_of(request), request, nothing, kRefusalLimit);
+  return transport_.call(method_of(request), request, nothing, Deadlines().usual);
 }
 
 std::string WireCalls::refuse(grpc::StatusCode wanted, const Message& request, const std::string& how) {
