@@ -91,9 +91,9 @@ class Server {
 };
 
 bool is_documented(grpc::StatusCode code) {
-  constexpr std::array kCodes{grpc::OK,        grpc::INVALID_ARGUMENT,  grpc::PERMISSION_DENIED,
-                              grpc::NOT_FOUND, grpc::OUT_OF_RANGE,      grpc::FAILED_PRECONDITION,
-                              grpc::ABORTED,   grpc::RESOURCE_EXHAUSTED};
+  constexpr std::array kCodes{grpc::OK,        grpc::INVALID_ARGUMENT,   grpc::PERMISSION_DENIED,
+                              grpc::NOT_FOUND, grpc::OUT_OF_RANGE,       grpc::FAILED_PRECONDITION,
+                              grpc::ABORTED,   grpc::RESOURCE_EXHAUSTED, grpc::UNIMPLEMENTED};
   return std::ranges::find(kCodes, code) != kCodes.end();
 }
 

@@ -55,7 +55,7 @@ void RoomPlay::require_whole_room() const {
 }
 
 void RoomPlay::require_agent() const {
-  if (plan_.side.empty()) throw CallError(StatusCode::FAILED_PRECONDITION, "the room was not opened for an agent");
+  if (plan_.side.empty()) throw CallError(StatusCode::UNIMPLEMENTED, "this service has no agents");
 }
 
 void RoomPlay::reset(const v1::ResetRoomRequest& request, v1::ResetRoomReply& reply) {
