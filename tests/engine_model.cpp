@@ -108,7 +108,8 @@ TEST_F(InitialBuild, fails_with_a_message_on_an_empty_side) {
   for (const std::string part : {"SideReal", "Side"}) {
     initial_side("b").set(part, Dict());
     EXPECT_EQ(engine().reset(1), -4);
-    EXPECT_THAT(log->lines.back(), ::testing::EndsWith("错误:初始全量态势，推演方-b-的" + part + "没有有效值！"));
+    EXPECT_EQ(log->lines.back(), "error: 推演第" + std::to_string(engine().current_round) +
+                                     "局处理初始化态势失败，错误:初始全量态势，推演方-b-的" + part + "没有有效值！");
   }
   EXPECT_FALSE(engine().process_init_situation(json("{'ScenarioInfo': {'x': 1}, 'Situation': {}}")));
   EXPECT_EQ(log->lines.back(), "error: 推演第2局处理初始化态势失败，收到态势为空！");

@@ -84,6 +84,7 @@ TEST_F(Client, settings_reach_the_agent_at_its_next_decision) {
   config.at_dict("simulate").set("scenario", "empty_side");  // two quiet minutes
   config.at_dict("player").set("decision_time", 10);
   config.at_dict("server").set("agent_settings", json("{'id-1': {'decision_interval': 30}}"));
+  EXPECT_TRUE(client().is_ai_apply);
   std::vector<std::int64_t> counts;
   std::vector<Value> intervals;
   client().on_decision = [&](std::int64_t count) {

@@ -55,8 +55,8 @@ TEST_F(Update, a_unit_is_found_by_the_name_that_an_agent_or_a_record_gave_it) {
   EXPECT_EQ(names("{'Side': {}}"), "-Beta-");
   EXPECT_EQ(names("{'Side': {'ActiveUnitsInfo': {'a1': {'Name': 'Gamma'}}}}"), "--Gamma");
   const auto unit = red().units_of_name.at("Gamma");
-  unit->set_attribute("Name", "");
-  EXPECT_EQ(names("{'Side': {}}"), "---");
+  EXPECT_EQ(names("{'Side': {'ActiveUnitsInfo': {'a1': {'Name': ''}}}}"), "---");
+  EXPECT_EQ(names("{'Side': {'ActiveUnitsInfo': {'a1': {'Name': 'Beta'}}}}"), "-Beta-");
   unit->set_attribute("Name", "Alpha 1");
   EXPECT_EQ(names("{'Side': {}}"), "Alpha 1--");
   engine().names_key = false;
@@ -183,8 +183,11 @@ TEST_F(Update, the_end_flag_and_empty_records) {
   engine().process_step_situation({});
   EXPECT_FALSE(engine().is_done());
   for (const char* no_table : {"[]", "5"})
-    EXPECT_THAT(thrown([&] { update("{'ScenarioInfo': " + std::string(no_table) + ", 'Events': {'x': 1}}"); }),
-                StartsWith("tessra::KindError: 'ScenarioInfo': expected dictionary, found "));
+    EXPECT_THAT(
+        thrown([&] {
+          engine().update_scenario_new(json("{'Events': {'x': 1}, 'ScenarioInfo': " + std::string(no_table) + "}"));
+        }),
+        StartsWith("tessra::KindError: 'ScenarioInfo': expected dictionary, found "));
   update("{'IsEnd': false}");
   EXPECT_FALSE(engine().is_done());
   update(
