@@ -105,8 +105,8 @@ TEST_F(Deletions, report_what_was_never_there) {
     'SidePosition': {'mapdel': {'Odd': {'v': ['a1']}, 'Ship': {'v': ['s1', 'ghost3']}}}}}}})"));
   EXPECT_THAT(
       log->lines,
-      ElementsAre("error: 出错！删除单元，类型-ghost-没有被创建!", "error: 出错！任务类型-Odd-没有在定义类型中!",
-                  "error: 出错！任务ID-m8-没有创建，但需删除其中元素!",
+      ElementsAre("error: PatrolMission create but has no name!!!", "error: 出错！删除单元，类型-ghost-没有被创建!",
+                  "error: 出错！任务类型-Odd-没有在定义类型中!", "error: 出错！任务ID-m8-没有创建，但需删除其中元素!",
                   "error: 出错！删除单元，类型-Aircraft-id:ghost2-没有被创建!",
                   "error: 出错！类型-Odd-没有在定义类型中!", "error: 出错！类型-Odd-没有在定义类型中!"));
   EXPECT_EQ(engine().crt_delete_units, (TextSet{"ghost", "s1", "ghost2", "ghost3"}));
