@@ -7,7 +7,7 @@ from typing import Any
 
 @dataclass
 class Side:
-    """A side of the scenario. `friends` are the ids of the sides that it shares its contacts with."""
+    """A side of the scenario. `friends` are the ids of the sides that share their contacts with it."""
 
     id: str
     name: str
