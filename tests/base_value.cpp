@@ -5,8 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <charconv>
 #include <cmath>
 #include <limits>
+#include <random>
+#include <string>
 #include <vector>
 
 namespace tessra {
@@ -160,6 +163,23 @@ TEST(Value, TextsOfReals) {
     texts += real_text(real) + " ";
   }
   EXPECT_EQ(texts, "3.0 -0.0 0.1 1000000000000000.0 1e+16 0.0001 1.5e-05 1e+300 inf -inf 0.30000000000000004 ");
+}
+
+TEST(Value, ShowsDecimalsAsTheGeneralAlgorithmDoes) {
+  std::mt19937_64 random(17);
+  for (int i = 0; i < 200'000; ++i) {
+    // Decimals of up to eight places and their neighbours.
+    const auto digits = static_cast<double>(static_cast<std::int64_t>(random() >> (14 + random() % 40)));
+    double real = digits / std::pow(10, static_cast<double>(random() % 9));
+    if (random() % 4 == 0) real = std::nextafter(real, 0.0);
+    if (random() % 2 == 0) real = -real;
+    if (std::abs(real) < 1e-4 || std::abs(real) >= 1e16) continue;
+    char text[64];
+    std::string expected(text, std::to_chars(text, text + sizeof(text), real, std::chars_format::fixed).ptr);
+    if (expected.find('.') == std::string::npos) expected += ".0";
+    ASSERT_EQ(real_text(real), expected);
+  }
+  EXPECT_EQ(real_text(0.0) + real_text(-0.0), "0.0-0.0");
 }
 
 TEST(Value, HostObjectsComeBackAsTheTypeTheyWere) {

@@ -32,7 +32,7 @@ class Writer {
         break;
       case Kind::real:
         if (!std::isfinite(value.as_real())) throw ConversionError("JSON cannot represent " + value.to_text());
-        out_ += real_text(value.as_real());
+        append_real(out_, value.as_real());
         break;
       case Kind::string:
         write_text(value.as_text());
@@ -106,13 +106,15 @@ class Writer {
 
   void write_text(std::string_view text) {
     out_ += '"';
-    for (const char c : text) {
-      if (static_cast<unsigned char>(c) >= 0x20 && c != '"' && c != '\\') {
-        out_ += c;
-      } else {
-        write_escape(c);
-      }
+    // Plain stretches are copied whole.
+    std::size_t written = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      if (static_cast<unsigned char>(text[i]) >= 0x20 && text[i] != '"' && text[i] != '\\') continue;
+      out_.append(text, written, i - written);
+      write_escape(text[i]);
+      written = i + 1;
     }
+    out_.append(text, written);
     out_ += '"';
   }
 

@@ -289,6 +289,8 @@ class Value {
 
 /// Text of a real number: the shortest that reads back equal, with `.0` when whole.
 std::string real_text(double real);
+/// Appends it to a text.
+void append_real(std::string& out, double real);
 
 inline void swap(Value& a, Value& b) noexcept { a.swap(b); }
 
