@@ -23,6 +23,9 @@ done
 url=$(sed -n 's/^listening on //p' "$scratch/line")
 [ -n "$url" ] || fail "the service does not start: $(cat "$scratch/errors")"
 
+# In the background, since it waits for a lease to end.
+"$deduce" check-service "$url" >"$scratch/findings" 2>&1 &
+checks=$!
 /usr/bin/python3 check.py "${url#grpc://}"
 
 play() { "$deduce" run --url "$url" --config config.json --seed 7 --json "$@"; }
@@ -36,6 +39,7 @@ play --record "$scratch/two" >/dev/null
 diff -r "$scratch"/{one,two}/episode-000001 || fail "the same seed gave other records"
 play --record "$scratch/three" --first-episode 2 >/dev/null
 if diff -rq "$scratch"/one/episode-000001 "$scratch"/three/episode-* >/dev/null; then fail "another episode gave the same records"; fi
+wait "$checks" || fail "the service does not keep the contract: $(cat "$scratch/findings")"
 
 kill "$service"
 wait "$service" || fail "the service ends with status $?"

@@ -69,8 +69,8 @@ class Room:
     id: str = field(default_factory=lambda: secrets.token_hex(16))
     token: bytes = field(default_factory=lambda: secrets.token_hex(16).encode())
     simulation: Simulation | None = None
-    initial: pb.Json | None = None  # the initial record
     last_number: int = 0
+    last_request: Any = None
     last_reply: Any = None
     closed: bool = False
     last_used: float = field(default_factory=time.monotonic)
@@ -109,15 +109,16 @@ class Room:
                 self.last_used = time.monotonic()
                 self.changed.notify_all()
 
-    def once(self, number: int, run: Callable[[], Any]) -> Any:
-        """Runs the call with this number, or returns its kept reply if it has run already."""
-        if number == self.last_number > 0:
+    def once(self, request: Any, run: Callable[[], Any]) -> Any:
+        """Runs a call, or returns its kept reply if it has run already."""
+        number = request.call.number
+        if number == self.last_number > 0 and request == self.last_request:
             return self.last_reply
         if number != self.last_number + 1:
             expected = self.last_number + 1
             raise CallFailed("OUT_OF_RANGE", f"call number {number} is not the one expected, {expected}")
         reply = run()
-        self.last_number, self.last_reply = number, reply
+        self.last_number, self.last_request, self.last_reply = number, request, reply
         return reply
 
 
@@ -154,7 +155,7 @@ def in_room(run: Callable) -> Callable:
     def call(self: "RoomService", request: Any) -> Any:
         room = self.find(request.call)
         with room.turn():
-            return room.once(request.call.number, lambda: run(self, room, request))
+            return room.once(request, lambda: run(self, room, request))
 
     return answered(call)
 
@@ -285,9 +286,7 @@ class RoomService(SimulationServicer):
         if request.name not in self.scenarios:
             room.simulation = None
             return pb.LoadScenarioReply(loaded=False)
-        simulation = self.start(request.name, request.seed, request.episode, room.step_interval)
-        room.initial = as_json(simulation.situation())
-        room.simulation = simulation
+        room.simulation = self.start(request.name, request.seed, request.episode, room.step_interval)
         return pb.LoadScenarioReply(loaded=True)
 
     # In an episode.
@@ -303,7 +302,7 @@ class RoomService(SimulationServicer):
 
     @in_episode
     def GetSituation(self, room: Room, simulation: Simulation, request: Any) -> pb.GetSituationReply:
-        return pb.GetSituationReply(record=room.initial)
+        return pb.GetSituationReply(record=as_json(simulation.situation()))
 
     @in_episode
     def RunCommand(self, room: Room, simulation: Simulation, request: pb.RunCommandRequest) -> pb.RunCommandReply:

@@ -36,7 +36,7 @@ class Simulation(ABC):
 
     @abstractmethod
     def situation(self) -> dict[str, Any]:
-        """The whole situation. Asked for once, before the first advance."""
+        """The whole situation as it is. The engine asks for it before the first advance."""
 
     @abstractmethod
     def execute(self, order: str) -> None:
