@@ -116,12 +116,12 @@ TEST_F(RemoteAccess, checks_certificates_of_both_ends) {
   const std::string folder = folder_.path().string();
   const std::string make =
       "cd " + folder +
-      " && openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=localhost "
-      "-addext subjectAltName=DNS:localhost -keyout key.pem -out cert.pem 2>/dev/null";
+      " && openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=127.0.0.1 "
+      "-addext subjectAltName=IP:127.0.0.1 -keyout key.pem -out cert.pem 2>/dev/null";
   ASSERT_EQ(std::system(make.c_str()), 0);
   const std::string certificate = remote::read_pem(folder + "/cert.pem");
   const std::string key = remote::read_pem(folder + "/key.pem");
-  const auto host = host_at("localhost:0", {.certificate = certificate, .key = key, .client_authority = certificate});
+  const auto host = host_at("127.0.0.1:0", {.certificate = certificate, .key = key, .client_authority = certificate});
   remote::RemoteSettings client = settings();
   client.address = remote::read_url(host->address().url());
   EXPECT_TRUE(remote::RemoteServer(client).connect_server().is_none()) << "the server's authority is not known";

@@ -1,6 +1,7 @@
 #include "services/remote/service_host.h"
 
 #include <fmt/format.h>
+#include <google/protobuf/stubs/logging.h>
 #include <grpcpp/ext/proto_server_reflection_plugin.h>
 #include <grpcpp/health_check_service_interface.h>
 #include <grpcpp/security/server_credentials.h>
@@ -79,6 +80,8 @@ ServiceHost::ServiceHost(const Address& listen, const ServerAccess& access, Room
   static const bool plugins = [] {
     grpc::EnableDefaultHealthCheckService(true);
     grpc::reflection::InitProtoReflectionServerBuilderPlugin();
+    // What a client sends wrong is told to the client, not to our standard error.
+    google::protobuf::SetLogHandler(nullptr);
     return true;
   }();
   static_cast<void>(plugins);
