@@ -1,4 +1,4 @@
-"""Reads orders as the engine writes them, `Name({KEY='text', OTHER=1.5, PLACES={{LON=1, LAT=2}}})`. They are never run."""
+"""Reads orders as the engine writes them: `Name({KEY='text', OTHER=1.5, PLACES={{LON=1, LAT=2}}})`. Nothing is run."""
 
 import re
 from typing import Any
