@@ -80,7 +80,7 @@ class Server {
     return [side](const remote::RoomPlan&) {
       const Dict server{{"url", "embedded:" TESSRA_SOURCE_DIR "/scenarios/check"}};
       const Dict section{{"server", server}, {"simulate", Dict{{"scenario", "tiny"}}}, {"is_ai_apply", true}};
-      return std::make_shared<SideServer>(GameServer::create(section), side);
+      return std::make_shared<SideServer>(GameServer::create(section), SideServer::Agent{side, "id", 1});
     };
   }
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <vector>
@@ -58,11 +59,12 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
   }
 
   Value load_scenario(const Value& name) override {
-    const std::filesystem::path file = folder_ / (name.to_text() + ".json");
-    if (!std::filesystem::is_regular_file(file)) return false;
+    // Only what is listed: the name may come from another machine, and must not lead out of the folder.
+    const std::string stem = name.to_text();
+    if (std::ranges::count(sim::scenario_names(folder_), stem) == 0) return false;
     // Parsed once and shared by all episodes: scenarios are immutable.
     if (name != scenario_name_) {
-      scenario_ = sim::Simulation::load(file);
+      scenario_ = sim::Simulation::load(folder_ / (stem + ".json"));
       scenario_name_ = name;
     }
     ++episode_;

@@ -66,6 +66,9 @@ Value SchedulingClient::get_step_situation() {
 void SchedulingClient::agent_error_message_output(std::string_view text) {
   {
     const std::lock_guard lock(mutex_);
+    // A client may run for weeks, and an agent fail at every step.
+    constexpr std::size_t kKept = 1'000;
+    if (error_texts_.size() == kKept) error_texts_.erase(error_texts_.begin());
     error_texts_.emplace_back(text);
   }
   if (on_error_text) on_error_text(std::string(text));

@@ -30,7 +30,7 @@ class SchedulingClient : public ForwardingServer, private ConnReq {
   void set_agent_settings(const std::string& agent_id, const Dict& settings);
   /// Number of an agent's decisions, as last reported by the engine; 0 before the first report.
   std::int64_t agent_times(const std::string& agent_id) const;
-  /// The errors reported so far, in order.
+  /// The errors reported so far, in order; of more than 1,000 the newest.
   std::vector<std::string> error_texts() const;
   /// Ends the run: sets the engine's stop signal and returns a crash record for the next advance.
   void stop();

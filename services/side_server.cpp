@@ -22,11 +22,21 @@ Dict visible_entries(const Dict& table, const std::set<std::string>& visible) {
   return kept;
 }
 
-/// The dictionary with its table of sides cut down.
-Dict with_visible(const Dict& parent, const char* table, const std::set<std::string>& visible) {
-  Dict copy = parent.shallow_copy();
-  if (const Dict* sides = parent.find_dict(table)) copy.set(table, visible_entries(*sides, visible));
-  return copy;
+/// Of the sides that may be seen, what they think of each other.
+Dict scenario_part(const Dict& scenario, const std::set<std::string>& visible) {
+  Dict kept = scenario.shallow_copy();
+  const Dict* sides = scenario.find_dict("SideInfo");
+  if (sides == nullptr) return kept;
+  Dict descriptors = visible_entries(*sides, visible);
+  for (auto [id, entry] : descriptors) {
+    Dict descriptor = entry.as_dict().shallow_copy();
+    if (const Dict* postures = descriptor.find_dict("Postures")) {
+      descriptor.set("Postures", visible_entries(*postures, visible));
+    }
+    entry = descriptor;
+  }
+  kept.set("SideInfo", descriptors);
+  return kept;
 }
 
 }  // namespace
@@ -35,11 +45,11 @@ void SideServer::find_visible_sides() {
   const Value sides = ForwardingServer::set_data_receive();
   visible_.clear();
   for (auto [id, entry] : sides.as_dict()) {
-    if (!entry.as_dict().at("Name").is_text(side_)) continue;
+    if (!entry.as_dict().at("Name").is_text(agent_.side)) continue;
     visible_.insert(id.to_text());
     for (const Value& other : entry.as_dict().at_list("Friend")) visible_.insert(other.to_text());
   }
-  if (visible_.empty()) throw Error("the scenario has no side '" + side_ + "'");
+  if (visible_.empty()) throw Error("the scenario has no side '" + agent_.side + "'");
 }
 
 void SideServer::connect_client(std::shared_ptr<StopEvent> stop) {
@@ -48,7 +58,15 @@ void SideServer::connect_client(std::shared_ptr<StopEvent> stop) {
 }
 
 Value SideServer::set_data_receive() {
-  return visible_entries(ForwardingServer::set_data_receive().as_dict(), visible_);
+  Dict sides = visible_entries(ForwardingServer::set_data_receive().as_dict(), visible_);
+  for (auto [id, entry] : sides) {
+    List friends;
+    for (const Value& other : entry.as_dict().at_list("Friend")) {
+      if (visible_.contains(other.to_text())) friends.push_back(other);
+    }
+    entry = Dict{{"Name", entry.as_dict().at("Name")}, {"Friend", friends}};
+  }
+  return sides;
 }
 
 Value SideServer::get_init_situation() { return restricted(ForwardingServer::get_init_situation()); }
@@ -61,9 +79,8 @@ Value SideServer::restricted(const Value& record) const {
   for (const char* mark : {"IsEnd", "Crash"}) {
     if (whole->contains(mark)) kept.set(mark, whole->at(mark));
   }
-  if (const Dict* scenario = whole->find_dict("ScenarioInfo")) {
-    kept.set("ScenarioInfo", with_visible(*scenario, "SideInfo", visible_));
-  }
+  if (const Dict* scenario = whole->find_dict("ScenarioInfo"))
+    kept.set("ScenarioInfo", scenario_part(*scenario, visible_));
   if (const Dict* situation = whole->find_dict("Situation")) {
     Dict part;
     if (const Value* info = situation->find("SituationInfo")) part.set("SituationInfo", *info);
@@ -81,9 +98,9 @@ Value SideServer::restricted(const Value& record) const {
 std::string SideServer::why_refused(std::string_view command) const {
   try {
     const Value named = sim::read_command(command).arguments.get("SIDE");
-    if (named.is_none()) return "an order of this agent must name its side '" + side_ + "'";
-    if (named.is_text(side_)) return "";
-    return fmt::format("an agent of side '{}' gives no orders to side '{}'", side_, excerpt(named.to_text(), 40));
+    if (named.is_none()) return "an order of this agent must name its side '" + agent_.side + "'";
+    if (named.is_text(agent_.side)) return "";
+    return fmt::format("an agent of side '{}' gives no orders to side '{}'", agent_.side, excerpt(named.to_text(), 40));
   } catch (const sim::CommandError& error) {
     return error.what();
   }
@@ -122,7 +139,7 @@ Value SideServer::do_package_command() {
   for (const Refused& order : refused) {
     report += fmt::format("{}{}: {}: {}", report.empty() ? "" : "\n", order.number, order.command, order.reason);
     entries.push_back(
-        Dict{{"number", order.number}, {"side", side_}, {"command", order.command}, {"reason", order.reason}});
+        Dict{{"number", order.number}, {"side", agent_.side}, {"command", order.command}, {"reason", order.reason}});
   }
   return Dict{{"message", report.empty() ? "OK" : "Error"}, {"resbin", report}, {"refused", entries}};
 }
@@ -130,6 +147,26 @@ Value SideServer::do_package_command() {
 void SideServer::run_command(std::string_view text) {
   if (const std::string reason = why_refused(text); !reason.empty()) throw Error(reason);
   ForwardingServer::run_command(text);
+}
+
+void SideServer::update_step_interval(const Value& seconds) {
+  ForwardingServer::update_step_interval(std::max(seconds.as_real(), agent_.shortest_interval));
+}
+
+// Settings and reports.
+
+void SideServer::check_agent(const Value& agent_id) const {
+  if (agent_id.to_text() != agent_.id) throw Error("this is not agent '" + excerpt(agent_id.to_text(), 40) + "'");
+}
+
+Value SideServer::req_client_agent_config(const Value& agent_id, const Value& agent_name) {
+  check_agent(agent_id);
+  return ForwardingServer::conn_req().req_client_agent_config(agent_id, agent_name);
+}
+
+void SideServer::req_agent_times(const Value& agent_id, const Value& agent_name, std::int64_t agent_times) {
+  check_agent(agent_id);
+  ForwardingServer::conn_req().req_agent_times(agent_id, agent_name, agent_times);
 }
 
 }  // namespace tessra

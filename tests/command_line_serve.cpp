@@ -36,12 +36,12 @@ TEST_F(Processes, a_killed_server_ends_the_run_with_one_line) {
                                                       "echo status $?");
   EXPECT_THAT(output.out, EndsWith("status 1\n"));
   EXPECT_THAT(output.err, HasSubstr("error: "));
-  EXPECT_THAT(output.err, HasSubstr("the link broke and did not come back within 1 s"));
+  EXPECT_THAT(output.err, HasSubstr("no answer within 1 s, the room's lease"));
 }
 
 TEST_F(Processes, schedule_lets_one_agent_after_the_other_play) {
-  const std::string settings = write("settings.json", R"({"agent-1": {"decision_interval": 600}})");
-  const std::string example = config("apply_strait.json");
+  const std::string settings = write("settings.json", R"({"1": {"decision_interval": 600}})");
+  const std::string example = apply_config("patrol", 30);
   const Output output = beside(
       "schedule --lease 1 --config " + example + " --settings " + settings,
       "for i in 1 2; do $deduce apply --json --config " + example +
@@ -59,6 +59,14 @@ TEST_F(Processes, schedule_lets_one_agent_after_the_other_play) {
   EXPECT_THAT(shown, HasSubstr("decision 9\nthe round has ended; 红方 "));
   EXPECT_THAT(shown, HasSubstr("the agent has left before the end: the room's lease ran out\n"));
   EXPECT_THAT(shown, HasSubstr("agent: 智能体'step'函数代码出错:lost in step."));
+}
+
+TEST_F(Processes, serve_ends_with_the_process_that_started_it) {
+  const Output output = shell("sh -c '" TESSRA_DEDUCE " serve --exit-with-parent --listen unix:" + path("s") + " >" +
+                              path("out") + " & echo $!; until grep -qs grpc " + path("out") +
+                              "; do sleep 0.02; done' >" + path("pid") + "; for i in $(seq 100); do kill -0 $(cat " +
+                              path("pid") + ") 2>/dev/null || exit 0; sleep 0.02; done; exit 1");
+  EXPECT_EQ(output.status, 0);
 }
 
 TEST_F(Processes, wrong_addresses_and_files_are_refused) {

@@ -1,5 +1,6 @@
 // Who gets in, and how much.
 
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 
@@ -90,6 +91,8 @@ TEST_F(RemoteAccess, beyond_loopback_takes_a_certificate_and_a_secret) {
   EXPECT_THROW(host_at("127.0.0.1:0", {.certificate = "c"}), Error);
   const auto first = host_at("127.0.0.1:0", {});
   EXPECT_THROW(host_at(first->address().target, {}), SurroundingsError) << "the port is taken";
+  serve(scenarios("check"));
+  EXPECT_THROW(host_at("unix:" + socket(), {}), SurroundingsError) << "the socket is taken";
   remote::RemoteSettings far = settings();
   far.address = remote::read_url("grpc://192.0.2.1:7");
   far.access.token = "t";
@@ -109,6 +112,11 @@ TEST_F(RemoteAccess, asks_for_the_token) {
   EXPECT_TRUE(remote::RemoteServer(right).connect_server().truthy());
   EXPECT_THROW(remote::read_token(write("empty", "\n")), Error);
   EXPECT_THROW(remote::read_token(write("two", "a\nb\n")), Error);
+  for (const char* odd : {"t\xc3\xb6k\xc3\xa9n", "a\x01z"}) {
+    EXPECT_THROW(remote::read_token(write("odd", odd)), Error);
+    right.access.token = odd;
+    EXPECT_THROW(remote::RemoteServer(right).connect_server(), Error);
+  }
   EXPECT_THROW(remote::read_token(folder_.path() / "nosuch"), SurroundingsError);
 }
 
@@ -124,7 +132,9 @@ TEST_F(RemoteAccess, checks_certificates_of_both_ends) {
   const auto host = host_at("127.0.0.1:0", {.certificate = certificate, .key = key, .client_authority = certificate});
   remote::RemoteSettings client = settings();
   client.address = remote::read_url(host->address().url());
-  EXPECT_TRUE(remote::RemoteServer(client).connect_server().is_none()) << "the server's authority is not known";
+  remote::RemoteServer stranger(client);
+  EXPECT_TRUE(stranger.connect_server().is_none()) << "the server's authority is not known";
+  EXPECT_THAT(stranger.last_failure(), HasSubstr("certificate verify failed"));
   client.access.trusted = certificate;
   EXPECT_TRUE(remote::RemoteServer(client).connect_server().is_none()) << "no certificate of the client's";
   client.access.certificate = certificate;
@@ -206,8 +216,21 @@ TEST_F(RemoteAccess, limits_are_refused_by_name) {
   EXPECT_EQ(reason_of([&] { client.do_package_command(); }), Reason::too_large);
   client.add_command("x");
   EXPECT_EQ(client.do_package_command().as_dict().at("refused").as_list().size(), 1U) << "the room goes on";
-  EXPECT_EQ(reason_of([&] { client.update_step_interval(0.5); }), Reason::refused);
-  EXPECT_EQ(reason_of([&] { client.update_step_interval(-1); }), Reason::bad_request);
+  for (const double seconds : {0.5, -1.0, 1e300, std::nan("")}) {
+    EXPECT_EQ(reason_of([&] { client.update_step_interval(seconds); }), Reason::bad_request) << seconds;
+  }
+}
+
+TEST_F(RemoteAccess, names_of_scenarios_lead_nowhere) {
+  serve(scenarios("check"));
+  remote::RemoteServer client(settings());
+  client.connect_server();
+  client.reset(0);
+  for (const std::string& name : {std::string("../strait"), std::string(TESSRA_SOURCE_DIR "/scenarios/strait"),
+                                  std::string("/etc/passwd\0", 12), std::string(300, 'x'), std::string(".")}) {
+    EXPECT_EQ(client.load_scenario(name), Value(false)) << name;
+  }
+  EXPECT_TRUE(client.load_scenario("tiny").is_true());
 }
 
 TEST_F(RemoteAccess, a_record_larger_than_a_message_is_refused_by_the_server) {

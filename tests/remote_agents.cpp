@@ -8,6 +8,7 @@
 #include "services/side_server.h"
 #include "support/embedded_episode.h"
 #include "support/fake_seams.h"
+#include "support/faulty_proxy.h"
 #include "support/remote_fixture.h"
 
 namespace tessra::testing {
@@ -37,7 +38,7 @@ class RemoteAgents : public Remote {
     options.make_backend = [this](const remote::RoomPlan&) {
       auto service = GameServer::create(apply_config("embedded:" TESSRA_SOURCE_DIR "/scenarios"));
       client_ = find_client<SchedulingClient>(*service);
-      return std::make_shared<SideServer>(std::move(service), kRed);
+      return std::make_shared<SideServer>(std::move(service), SideServer::Agent{kRed, "id", 60});
     };
     options.on_end = [this](const std::string& why) { ended_ = why; };
     serve(options);
@@ -75,6 +76,7 @@ void collect_names(const Value& value, std::set<std::string>& names) {
 struct Truth {
   std::string of_red;
   std::set<std::string> hidden;
+  std::set<std::string> hidden_sides;  // as keys
 
   Truth() {
     const auto service = GameServer::create(apply_config("embedded:" TESSRA_SOURCE_DIR "/scenarios"));
@@ -99,6 +101,7 @@ struct Truth {
         of_red += write_json(part);
       } else {
         collect_names(part, hidden);
+        hidden_sides.insert('"' + id.to_text() + "\":");
       }
     }
   }
@@ -112,6 +115,7 @@ TEST_F(RemoteAgents, receive_nothing_of_the_sides_that_do_not_share_with_them) {
   std::string received = write_json(client.set_data_receive()) + write_json(client.get_init_situation());
   for (int i = 0; i < 2; ++i) received += write_json(client.get_step_situation());
   for (const std::string& name : truth.hidden) EXPECT_EQ(received.find(name), std::string::npos) << name;
+  for (const std::string& side : truth.hidden_sides) EXPECT_EQ(received.find(side), std::string::npos) << side;
   EXPECT_GT(received.size(), truth.of_red.size()) << "and all that red may see";
 }
 
@@ -136,6 +140,7 @@ TEST_F(RemoteAgents, give_no_orders_to_other_sides) {
   for (const auto& work : {std::function<void()>([&] { client.simulate_end(); }),
                            {[&] { client.load_scenario("strait"); }},
                            {[&] { client.reset(0); }},
+                           {[&] { client.get_scenarios(); }},
                            {[&] { client.net_sdk().delete_scen(1, "strait"); }}}) {
     EXPECT_EQ(reason_of(work), RemoteError::Reason::refused_token);
   }
@@ -173,12 +178,26 @@ TEST_F(RemoteAgents, hear_of_the_end_from_the_scheduling_client) {
 }
 
 TEST_F(RemoteAgents, stop_when_the_scheduling_client_is_gone_longer_than_the_lease) {
-  remote::RemoteServer client(agent());
+  const std::string proxied = (folder_.path() / "p").string();
+  FaultyProxy proxy(proxied, socket());
+  remote::RemoteSettings far = agent();
+  far.address = remote::read_url("grpc+unix:" + proxied);
+  remote::RemoteServer client(far);
+  const auto stop = std::make_shared<StopEvent>();
+  client.connect_client(stop);
+  proxy.cut();
+  EXPECT_FALSE(stop->wait_for(std::chrono::milliseconds(300)));
+  EXPECT_TRUE(stop->wait_for(std::chrono::seconds(4)));
+}
+
+TEST_F(RemoteAgents, stop_when_the_scheduling_client_says_that_it_ends) {
+  remote::RemoteSettings patient = agent();
+  patient.lease = 10;
+  remote::RemoteServer client(patient);
   const auto stop = std::make_shared<StopEvent>();
   client.connect_client(stop);
   host_.reset();
-  EXPECT_FALSE(stop->is_set());
-  EXPECT_TRUE(stop->wait_for(std::chrono::seconds(4)));
+  EXPECT_TRUE(stop->wait_for(std::chrono::seconds(2)));
 }
 
 TEST_F(RemoteAgents, may_think_longer_than_the_lease_while_they_are_attached) {
@@ -186,6 +205,28 @@ TEST_F(RemoteAgents, may_think_longer_than_the_lease_while_they_are_attached) {
   client.connect_client(std::make_shared<StopEvent>());
   std::this_thread::sleep_for(std::chrono::milliseconds(1300));
   EXPECT_TRUE(client.get_step_situation().truthy());
+}
+
+TEST_F(RemoteAgents, have_settings_and_an_interval_of_their_own) {
+  remote::RemoteServer client(agent());
+  client.connect_client(std::make_shared<StopEvent>());
+  EXPECT_EQ(client.conn_req().req_client_agent_config("id", "x").as_dict().at("decision_interval"), Value(90));
+  EXPECT_THROW(client.conn_req().req_client_agent_config("other", "x"), RemoteError);
+  EXPECT_THROW(client.conn_req().req_agent_times("other", "x", 1), RemoteError);
+  EXPECT_EQ(reason_of([&] { client.conn_req().req_agent_times("id", "x", -1); }), RemoteError::Reason::bad_request);
+  const auto time = [](const Value& record) { return record.as_dict().at_dict("ScenarioInfo").at_integer("Time"); };
+  client.update_step_interval(1);
+  const std::int64_t first = time(client.get_step_situation());
+  EXPECT_EQ(time(client.get_step_situation()) - first, 60'000) << "not shorter than the scheduling client has it";
+}
+
+TEST_F(RemoteAgents, are_refused_at_once_where_nobody_attaches_them) {
+  remote::RoomOptions whole = scenarios("check");
+  serve(whole);
+  remote::RemoteSettings other = agent();
+  other.side = "";
+  EXPECT_EQ(reason_of([&] { remote::RemoteServer(other).connect_client(std::make_shared<StopEvent>()); }),
+            RemoteError::Reason::refused);
 }
 
 TEST_F(RemoteAgents, keys_that_are_no_json_or_too_deep_are_refused) {

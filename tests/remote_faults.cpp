@@ -1,7 +1,10 @@
 // What breaks between client and server: every episode ends as without the fault or in the typed error, and the next
 // one plays.
 
+#include <thread>
+
 #include "Tessra/base/json_write.h"
+#include "services/forwarding_server.h"
 #include "support/faulty_proxy.h"
 #include "support/remote_fixture.h"
 
@@ -89,6 +92,100 @@ TEST_F(RemoteFaults, replies_that_come_too_late_end_the_episode_and_not_the_next
     std::this_thread::sleep_for(FaultyProxy::delay);
     // The same client goes on in its room: it asks which number is next.
     EXPECT_THAT(play(client), ::testing::Not(::testing::IsEmpty()));
+  }
+}
+
+/// A simulation whose advances wait until they are let go.
+class Slow : public ForwardingServer {
+ public:
+  Slow(std::shared_ptr<GameServer> inner, const StopEvent& go) : ForwardingServer(std::move(inner)), go_(go) {}
+  void run_simulate() override {
+    go_.wait_for(std::chrono::seconds(10));
+    ForwardingServer::run_simulate();
+  }
+
+ private:
+  const StopEvent& go_;
+};
+
+class SlowRemote : public Remote {
+ protected:
+  SlowRemote() {
+    remote::RoomOptions one = scenarios("check");
+    one.limits.rooms = 1;
+    one.make_backend = [this, make = one.make_backend](const remote::RoomPlan& plan) {
+      return std::make_shared<Slow>(make(plan), go_);
+    };
+    serve(one);
+  }
+  ~SlowRemote() override {
+    go_.set();
+    host_.reset();
+  }
+
+  remote::RemoteSettings impatient() const {
+    remote::RemoteSettings impatient = settings();
+    impatient.deadlines.usual = std::chrono::milliseconds(100);
+    impatient.lease = 5;
+    return impatient;
+  }
+
+  StopEvent go_;
+};
+
+void start(GameServer& client) {
+  client.connect_server();
+  client.reset(0);
+  client.load_scenario("tiny");
+  client.get_init_situation();
+}
+
+TEST_F(SlowRemote, an_advance_that_took_too_long_is_not_passed_over) {
+  std::string expected;
+  {
+    const auto embedded = scenarios("check").make_backend({});
+    start(*embedded);
+    embedded->run_simulate();
+    expected = write_json(embedded->get_step_situation());
+  }
+  remote::RemoteServer client(impatient());
+  start(client);
+  client.update_simulate_timestamp(7);
+  EXPECT_EQ(reason_of([&] { client.run_simulate(); }), Reason::timed_out);
+  go_.set();
+  EXPECT_EQ(reason_of([&] { client.simulate_end(); }), Reason::timed_out) << "the record comes first";
+  client.run_simulate();
+  EXPECT_EQ(write_json(client.get_step_situation()), expected);
+}
+
+TEST_F(SlowRemote, a_busy_room_is_waited_for_as_long_as_the_lease) {
+  remote::RemoteServer client(impatient());
+  start(client);
+  EXPECT_EQ(reason_of([&] { client.run_simulate(); }), Reason::timed_out);
+  std::jthread later([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    go_.set();
+  });
+  client.run_simulate();
+  EXPECT_TRUE(client.get_step_situation().truthy());
+}
+
+TEST_F(SlowRemote, a_closed_room_is_taken_until_it_has_ended) {
+  auto first = std::make_unique<remote::RemoteServer>(impatient());
+  start(*first);
+  EXPECT_EQ(reason_of([&] { first->run_simulate(); }), Reason::timed_out);
+  first.reset();
+  remote::RemoteServer second(impatient());
+  second.connect_server();
+  EXPECT_EQ(reason_of([&] { second.reset(0); }), Reason::too_large);
+  go_.set();
+  while (host_ != nullptr) {
+    try {
+      EXPECT_EQ(second.reset(0), Value(0));
+      break;
+    } catch (const RemoteError&) {
+      std::this_thread::yield();
+    }
   }
 }
 

@@ -14,6 +14,8 @@ namespace tessra::app {
 
 namespace {
 
+const pid_t parent_at_start = ::getppid();
+
 remote::ServerAccess read_access(const AccessOptions& options) {
   const auto pem = [](const std::string& file) { return file.empty() ? std::string() : remote::read_pem(file); };
   return {.certificate = pem(options.certificate),
@@ -47,7 +49,7 @@ void announce(const remote::ServiceHost& host, bool json) {
 
 void end_with_parent() {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-  if (::getppid() == 1) ::raise(SIGTERM);  // it has ended already
+  if (::getppid() != parent_at_start) ::kill(::getpid(), SIGTERM);  // it has ended already
 }
 
 }  // namespace tessra::app

@@ -8,12 +8,40 @@
 #include "Tessra/base/guard.h"
 #include "Tessra/base/json_read.h"
 #include "Tessra/base/json_write.h"
+#include "Tessra/base/utf8.h"
 #include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/output.h"
 #include "services/side_server.h"
 
 namespace tessra::app {
+
+namespace {
+
+/// A text from an agent, which must not look like a line of ours or move the terminal's cursor: lines after the first
+/// are indented, control characters shown as question marks.
+std::string indented(const std::string& text) {
+  constexpr std::size_t kLongest = 4'096;
+  std::string shown;
+  for (const char c : text.substr(0, kLongest)) {
+    if (c == '\n') {
+      shown += "\n  ";
+    } else {
+      shown += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? '?' : c;
+    }
+  }
+  return shown;
+}
+
+SideServer::Agent agent_of(const Dict& config) {
+  const Dict player = config.at_dict("player");
+  const Value interval = player.contains("decision_time") ? player.at("decision_time") : Value(30);
+  return {.side = player.at("player_side").to_text(),
+          .id = player.contains("agent_id") ? player.at("agent_id").to_text() : "",
+          .shortest_interval = interval.as_real()};
+}
+
+}  // namespace
 
 /// Keeps the scores of all sides, of which the agent sees its own alone, and notices the end.
 class ScheduledSide::Watched : public ForwardingServer {
@@ -98,11 +126,12 @@ std::shared_ptr<GameServer> ScheduledSide::open() {
   std::shared_ptr<GameServer> service = GameServer::create(config.as_dict());
   auto* client = find_client<SchedulingClient>(*service);
   if (client == nullptr) throw Error("the configuration's server.url is no simulation that an agent can join");
-  client->on_error_text = [this](const std::string& text) { tell("agent_error", "agent: " + text); };
+  client->on_error_text = [this](const std::string& text) { tell("agent_error", "agent: " + indented(text)); };
   client->on_decision = [this](std::int64_t count) {
     tell("decision", fmt::format("decision {}", count), {{"decisions", count}});
   };
-  service = std::make_shared<SideServer>(std::make_shared<Watched>(std::move(service), *this), side_);
+  service =
+      std::make_shared<SideServer>(std::make_shared<Watched>(std::move(service), *this), agent_of(config.as_dict()));
   const std::lock_guard lock(mutex_);
   service_ = service;
   client_ = client;

@@ -9,14 +9,18 @@ Attachment::Attachment(const Transport& transport, const RoomLink& link, std::sh
   request_.set_room(link.room());
   request_.set_token(link.token());
   thread_ = std::thread([this] { follow(); });
-  if (attached_.wait_for(std::chrono::seconds(10))) return;
-  ending_.set();
-  new_context();
-  thread_.join();
-  throw RemoteError(RemoteError::Reason::timed_out, transport.url() + ": Attach: the service did not answer in time");
+  answered_.wait_for(std::chrono::seconds(10));
+  if (attached_) return;
+  end();
+  const bool refused = !refusal_.ok();
+  throw RemoteError(
+      refused ? RemoteError::Reason::refused : RemoteError::Reason::timed_out,
+      transport.url() + ": Attach: " + (refused ? refusal_.error_message() : "the service did not answer in time"));
 }
 
-Attachment::~Attachment() {
+Attachment::~Attachment() { end(); }
+
+void Attachment::end() {
   if (!thread_.joinable()) return;
   ending_.set();
   new_context();
@@ -35,18 +39,14 @@ std::shared_ptr<grpc::ClientContext> Attachment::new_context() {
 }
 
 void Attachment::follow() {
-  using Clock = std::chrono::steady_clock;
-  auto broken_since = Clock::now();
+  broken_since_ = std::chrono::steady_clock::now();
   while (!ending_.is_set()) {
-    const auto opened = Clock::now();
     const Ended ended = read_stream();
-    if (ending_.is_set()) return;
-    if (ended != Ended::broken) break;
-    if (attached_.is_set() && Clock::now() - opened > std::chrono::seconds(1)) broken_since = Clock::now();
-    if (Clock::now() - broken_since > lease_) break;
+    if (ended != Ended::broken || std::chrono::steady_clock::now() - broken_since_ > lease_) break;
     ending_.wait_for(std::chrono::milliseconds(200));
   }
-  if (!ending_.is_set()) stop_->set();
+  if (attached_ && !ending_.is_set()) stop_->set();
+  answered_.set();
 }
 
 Attachment::Ended Attachment::read_stream() {
@@ -55,17 +55,23 @@ Attachment::Ended Attachment::read_stream() {
   const auto stub = v1::Simulation::NewStub(transport_.channel());
   const auto stream = stub->Attach(context.get(), request_);
   v1::AttachEvent event;
+  bool works = false;
   while (stream->Read(&event)) {
-    attached_.set();
-    if (event.kind() == v1::AttachEvent::KIND_STOP) {
+    attached_ = true;
+    works = true;
+    answered_.set();
+    if (event.kind() != v1::AttachEvent::KIND_ATTACHED) {
       context->TryCancel();
       static_cast<void>(stream->Finish());
       return Ended::stopped;
     }
   }
-  const grpc::StatusCode code = stream->Finish().error_code();
+  if (works) broken_since_ = std::chrono::steady_clock::now();
+  const grpc::Status status = stream->Finish();
+  const grpc::StatusCode code = status.error_code();
   const bool refused = code == grpc::StatusCode::NOT_FOUND || code == grpc::StatusCode::PERMISSION_DENIED ||
                        code == grpc::StatusCode::UNAUTHENTICATED || code == grpc::StatusCode::UNIMPLEMENTED;
+  if (refused) refusal_ = status;
   return refused ? Ended::refused : Ended::broken;
 }
 

@@ -2,6 +2,8 @@
 
 #include <grpcpp/client_context.h>
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -28,6 +30,7 @@ class Attachment {
   enum class Ended { broken, refused, stopped };
 
   void follow();
+  void end();
   Ended read_stream();
   std::shared_ptr<grpc::ClientContext> new_context();
 
@@ -35,10 +38,13 @@ class Attachment {
   v1::AttachRequest request_;
   std::chrono::seconds lease_;
   std::shared_ptr<StopEvent> stop_;
-  StopEvent attached_;
+  StopEvent answered_;  // the first stream works, or was refused
   StopEvent ending_;
+  std::atomic<bool> attached_ = false;
+  grpc::Status refusal_;  // read when the thread has ended
   std::mutex mutex_;
-  std::shared_ptr<grpc::ClientContext> context_;  // of the open stream; guarded by the mutex
+  std::shared_ptr<grpc::ClientContext> context_;        // of the open stream; guarded by the mutex
+  std::chrono::steady_clock::time_point broken_since_;  // the thread's own
   std::thread thread_;
 };
 

@@ -42,6 +42,7 @@ RoomLink& RemoteServer::link() {
   if (link_ == nullptr) {
     transport_ = std::make_unique<Transport>(settings_.address, settings_.access);
     link_ = std::make_unique<RoomLink>(*transport_, settings_.deadlines);
+    link_->on_link = tell_;
   }
   return *link_;
 }
@@ -196,10 +197,10 @@ void RemoteServer::run_command(std::string_view text) {
 void RemoteServer::run_simulate() {
   v1::AdvanceRequest request;
   if (timestamp_) request.set_timestamp(*timestamp_);
-  timestamp_.reset();
   const auto limit = std::max(link().deadlines().usual, std::chrono::duration<double>(20 * usual_advance_));
   const auto start = std::chrono::steady_clock::now();
   step_ = std::move(*link().call<v1::AdvanceReply>("Advance", std::move(request), limit).mutable_record());
+  timestamp_.reset();
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   usual_advance_ = usual_advance_ == 0 ? taken.count() : 0.9 * usual_advance_ + 0.1 * taken.count();
 }

@@ -71,7 +71,10 @@ class RemoteServer : public GameServer, public RemoteControl, private NetSdk, pr
   std::string last_failure() const override { return last_failure_; }
   std::int64_t decisions() const override { return decisions_; }
   void stop() override;
-  void watch_link(std::function<void(const std::string&)> tell) override { link().on_link = std::move(tell); }
+  void watch_link(std::function<void(const std::string&)> tell) override {
+    tell_ = std::move(tell);
+    if (link_ != nullptr) link_->on_link = tell_;
+  }
 
  private:
   void delete_scen(int kind, std::string_view name) override;
@@ -90,6 +93,7 @@ class RemoteServer : public GameServer, public RemoteControl, private NetSdk, pr
   std::unique_ptr<Attachment> attachment_;
   bool had_room_ = false;
   std::string last_failure_;
+  std::function<void(const std::string&)> tell_;  // of the link
   std::uint64_t episodes_loaded_ = 0;
   std::vector<std::string> commands_;
   std::optional<v1::Json> situation_;  // asked for, and not yet taken

@@ -50,9 +50,14 @@ void Room::live(const Make& make, const Finish& opened, const std::function<void
   play.reset();
   last_reply_.Clear();
   if (made && over) over(why_ended_->error_message());
-  const std::lock_guard lock(mutex_);
-  is_over_ = true;
-  changed_.notify_all();
+  std::vector<std::function<void()>> closers;
+  {
+    const std::lock_guard lock(mutex_);
+    is_over_ = true;
+    closers.swap(closers_);
+    changed_.notify_all();
+  }
+  for (const auto& close : closers) close();
 }
 
 /// Waits for work. None when the room has ended, which it does by itself when the lease runs out.
@@ -67,7 +72,9 @@ std::optional<Room::Work> Room::next_work() {
       why_ended_.emplace(StatusCode::NOT_FOUND, "the room's lease ran out");
     }
   }
+  drop_abandoned();
   if (why_ended_) return std::nullopt;
+  if (waiting_.empty()) return Work{[](RoomPlay&) {}, {}, {}};
   Work work = std::move(waiting_.front());
   waiting_.pop_front();
   return work;
@@ -93,11 +100,21 @@ Room::Outcome Room::carry_out(RoomPlay& play, const Call& call) {
 
 // From any thread.
 
+/// Calls that were given up make room for others. They have not run, so they take no number. The mutex is held.
+void Room::drop_abandoned() {
+  std::erase_if(waiting_, [](const Work& work) {
+    const bool drop = work.is_abandoned();
+    if (drop) work.refuse({StatusCode::CANCELLED, "given up"});
+    return drop;
+  });
+}
+
 void Room::enqueue(Work work) {
   std::optional<grpc::Status> refused;
   {
     const std::lock_guard lock(mutex_);
     refused = why_ended_;
+    drop_abandoned();
     if (!refused && waiting_.size() >= terms_.most_waiting) {
       refused.emplace(StatusCode::RESOURCE_EXHAUSTED,
                       fmt::format("more than {} calls wait in this room", terms_.most_waiting));
@@ -123,12 +140,25 @@ void Room::submit(Call call) {
            },
            [shared](const grpc::Status& why) {
              shared->finish({why, {}});
-           }});
+           },
+           shared->is_abandoned});
 }
 
-void Room::resume(std::function<void(const grpc::Status&, std::uint64_t)> finish) {
+void Room::resume(std::function<void(const grpc::Status&, std::uint64_t)> finish, std::function<bool()> is_abandoned) {
   enqueue({[this, finish](RoomPlay&) { finish({}, last_number_ + 1); },
-           [finish](const grpc::Status& why) { finish(why, 0); }});
+           [finish](const grpc::Status& why) { finish(why, 0); }, std::move(is_abandoned)});
+}
+
+void Room::close(std::function<void()> finish) {
+  end({StatusCode::NOT_FOUND, "the room was closed"});
+  {
+    const std::lock_guard lock(mutex_);
+    if (!is_over_) {
+      closers_.push_back(std::move(finish));
+      return;
+    }
+  }
+  finish();
 }
 
 void Room::end(const grpc::Status& why) {
@@ -152,14 +182,20 @@ bool Room::has_ended() const {
   return why_ended_.has_value();
 }
 
-void Room::attach() {
+std::uint64_t Room::attach() {
   const std::lock_guard lock(mutex_);
-  ++attached_;
+  return attached_ = ++streams_;
 }
 
-void Room::detach() {
+bool Room::is_attached(std::uint64_t stream) const {
   const std::lock_guard lock(mutex_);
-  --attached_;
+  return attached_ == stream;
+}
+
+void Room::detach(std::uint64_t stream) {
+  const std::lock_guard lock(mutex_);
+  if (attached_ != stream) return;
+  attached_ = 0;
   last_used_ = std::chrono::steady_clock::now();
   changed_.notify_all();
 }

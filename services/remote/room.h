@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "services/remote/room_play.h"
 
@@ -34,6 +35,7 @@ class Room {
     std::uint64_t digest = 0;  ///< of method and request, to tell a repeated call from another one
     std::function<grpc::ByteBuffer(RoomPlay& play)> run;
     Finish finish;
+    std::function<bool()> is_abandoned;  ///< nobody waits for the answer any more; asked from any thread
   };
 
   struct Terms {
@@ -59,17 +61,21 @@ class Room {
 
   void submit(Call call);
   /// Renews the lease. `finish` gets the number of the next call, when those before have ended.
-  void resume(std::function<void(const grpc::Status& status, std::uint64_t next_number)> finish);
+  void resume(std::function<void(const grpc::Status& status, std::uint64_t next_number)> finish,
+              std::function<bool()> is_abandoned);
 
   /// No more calls; those waiting are answered with `why`. Does not wait for the running one.
   void end(const grpc::Status& why);
+  /// Ends the room; `finish` is called when its running call has ended too.
+  void close(std::function<void()> finish);
   /// Waits until the running call has ended; false if it takes longer.
   bool wait_for_end(std::chrono::steady_clock::time_point until);
   bool has_ended() const;
 
-  /// A stream that is attached keeps the lease from running out.
-  void attach();
-  void detach();
+  /// A stream that is attached keeps the lease from running out. A newer one takes the place of an older.
+  std::uint64_t attach();
+  bool is_attached(std::uint64_t stream) const;
+  void detach(std::uint64_t stream);
   /// The agent's stop signal, set by the scheduling client.
   const std::shared_ptr<StopEvent>& stop() const { return stop_; }
 
@@ -77,10 +83,12 @@ class Room {
   struct Work {
     std::function<void(RoomPlay& play)> run;
     std::function<void(const grpc::Status& why)> refuse;
+    std::function<bool()> is_abandoned;
   };
 
   void live(const Make& make, const Finish& opened, const std::function<void(const std::string&)>& over);
   std::optional<Work> next_work();
+  void drop_abandoned();
   void enqueue(Work work);
   Outcome carry_out(RoomPlay& play, const Call& call);
 
@@ -96,7 +104,9 @@ class Room {
   std::condition_variable changed_;
   std::deque<Work> waiting_;
   std::chrono::steady_clock::time_point last_used_ = std::chrono::steady_clock::now();
-  int attached_ = 0;
+  std::uint64_t streams_ = 0;   // attached so far
+  std::uint64_t attached_ = 0;  // the number of the one that is; 0: none
+  std::vector<std::function<void()>> closers_;
   std::optional<grpc::Status> why_ended_;
   bool is_over_ = false;  // the thread has nothing left to do
 

@@ -17,6 +17,10 @@ using Reason = RemoteError::Reason;
 
 /// How often one call is sent: a link that damages everything must not keep a client for ever.
 constexpr int kMostAttempts = 8;
+/// Between two attempts.
+constexpr std::chrono::milliseconds kPause{50};
+/// No lease is longer, whatever a server says: a client waits as long for its link.
+constexpr std::uint32_t kLongestLease = 86'400;  // seconds
 
 /// The link failed, not the call. INTERNAL is what the transport says of frames that make no sense; servers are not
 /// meant to use it.
@@ -96,10 +100,13 @@ void RoomLink::hello() {
   v1::HelloReply reply;
   const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(deadlines_.hello);
   grpc::Status status;
-  do {  // a server that has its port but is not ready answers UNAVAILABLE
-    status = transport_.call("Hello", request, reply, end - Clock::now(), Transport::WhenDown::wait);
-    if (status.error_code() != grpc::StatusCode::UNAVAILABLE) break;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  do {  // until there is a server, and it is ready
+    const auto limit = std::max<Clock::duration>(end - Clock::now(), kPause);
+    const grpc::Status answer = transport_.call("Hello", request, reply, limit);
+    // The reason why a connection failed says more than that the time is over.
+    if (status.ok() || answer.error_code() != grpc::StatusCode::DEADLINE_EXCEEDED) status = answer;
+    if (answer.error_code() != grpc::StatusCode::UNAVAILABLE) break;
+    std::this_thread::sleep_for(kPause);
   } while (Clock::now() < end);
   if (!status.ok()) fail("Hello", status);
   if (reply.version() < kOldestVersion || reply.version() > kNewestVersion) {
@@ -117,12 +124,12 @@ void RoomLink::open(v1::OpenRoomRequest request) {
   for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
     status = transport_.call("OpenRoom", request, reply, deadlines_.start);
     if (status.ok() || !is_link_failure(status)) break;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::this_thread::sleep_for(kPause);
   }
   if (!status.ok()) fail("OpenRoom", status);
   room_ = reply.room();
   token_ = reply.token();
-  lease_ = std::chrono::seconds(std::max(reply.lease_seconds(), 1U));
+  lease_ = std::chrono::seconds(std::clamp(reply.lease_seconds(), 1U, kLongestLease));
   next_number_ = 1;
   in_doubt_ = false;
 }
@@ -158,21 +165,42 @@ void RoomLink::close_lost_rooms() {
 void RoomLink::call(const std::string& method, const google::protobuf::MessageLite& request, v1::RoomCall& call,
                     google::protobuf::MessageLite& reply, std::chrono::duration<double> limit) {
   if (!is_open()) fail(method, {grpc::StatusCode::NOT_FOUND, "no room is open"});
-  if (in_doubt_) resume();
-  const std::uint64_t number = next_number_;
   call.set_room(room_);
   call.set_token(token_);
+  const std::uint64_t number = number_for(method, request, call);
   call.set_number(number);
   for (int attempt = 1;; ++attempt) {
     const grpc::Status status = transport_.call(method, request, reply, limit);
     if (status.ok()) break;
     in_doubt_ = true;
+    doubtful_number_ = number;
+    doubtful_method_ = method;
+    doubtful_request_ = request.SerializeAsString();
     if (status.error_code() == grpc::StatusCode::NOT_FOUND) room_.clear();
     if (!is_link_failure(status) || attempt == kMostAttempts) fail(method, status);
     resume();
   }
   next_number_ = number + 1;
   in_doubt_ = false;
+}
+
+/// The number of the next call. After a call that was given up it is asked for. If that call has run after all, the
+/// same call gets its reply; an advance is not passed over by another call, since later records refer to what it
+/// changed.
+std::uint64_t RoomLink::number_for(const std::string& method, const google::protobuf::MessageLite& request,
+                                   v1::RoomCall& call) {
+  if (!in_doubt_) return next_number_;
+  resume();
+  if (next_number_ != doubtful_number_ + 1) return next_number_;
+  call.set_number(doubtful_number_);
+  if (method == doubtful_method_ && request.SerializeAsString() == doubtful_request_) return doubtful_number_;
+  if (doubtful_method_ == "Advance" && method != "ResetRoom") {
+    in_doubt_ = true;
+    throw RemoteError(Reason::timed_out,
+                      fmt::format("{}: {}: the record of the last advance did not arrive; ask for it again, or reset",
+                                  transport_.url(), method));
+  }
+  return next_number_;
 }
 
 /// Waits for the link to come back, at most as long as the lease, and learns which number is next.
@@ -188,19 +216,20 @@ void RoomLink::resume() {
     const auto limit = std::min<Clock::duration>(end - Clock::now(), std::chrono::seconds(told ? 5 : 1));
     status = transport_.call("ResumeRoom", request, reply, limit, Transport::WhenDown::wait);
     if (status.ok()) {
-      if (told && on_link) on_link(transport_.url() + ": the link is back");
+      if (told && on_link) on_link(transport_.url() + ": answers again");
       next_number_ = reply.next_number();
       in_doubt_ = false;
       return;
     }
-    const bool waits = is_link_failure(status) || status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED;
+    // A room that computes lets calls wait, and refuses them when too many do.
+    const bool waits = is_link_failure(status) || status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED ||
+                       status.error_code() == grpc::StatusCode::RESOURCE_EXHAUSTED;
     if (!waits) break;
-    status = {grpc::StatusCode::UNAVAILABLE,
-              fmt::format("the link broke and did not come back within {} s", lease_.count())};
+    status = {grpc::StatusCode::UNAVAILABLE, fmt::format("no answer within {} s, the room's lease", lease_.count())};
     if (!std::exchange(told, true) && on_link) {
-      on_link(fmt::format("{}: the link broke; trying again for {} s", transport_.url(), lease_.count()));
+      on_link(fmt::format("{}: no answer; trying again for {} s", transport_.url(), lease_.count()));
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::this_thread::sleep_for(kPause);
   }
   lost_rooms_.emplace(room_, token_);
   room_.clear();

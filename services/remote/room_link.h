@@ -61,6 +61,7 @@ class RoomLink {
  private:
   void call(const std::string& method, const google::protobuf::MessageLite& request, v1::RoomCall& call,
             google::protobuf::MessageLite& reply, std::chrono::duration<double> limit);
+  std::uint64_t number_for(const std::string& method, const google::protobuf::MessageLite& request, v1::RoomCall& call);
   void resume();
   [[noreturn]] void fail(const std::string& method, const grpc::Status& status);
 
@@ -72,6 +73,9 @@ class RoomLink {
   std::map<std::string, std::string> lost_rooms_;  // with their tokens
   std::chrono::seconds lease_{0};
   std::uint64_t next_number_ = 1;
+  std::uint64_t doubtful_number_ = 0;
+  std::string doubtful_method_;
+  std::string doubtful_request_;
   bool in_doubt_ = false;  // the last call failed: it is not known whether it took its number
 };
 

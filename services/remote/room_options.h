@@ -25,11 +25,12 @@ using MakeBackend = std::function<std::shared_ptr<GameServer>(const RoomPlan& pl
 /// What a server lets clients do.
 struct Limits {
   std::size_t rooms = 64;
-  std::size_t commands = 10'000;          ///< in a package
-  std::size_t command_bytes = 64 * 1024;  ///< of one command
-  std::size_t text_bytes = 1024 * 1024;   ///< of an error report or an agent's id
-  std::size_t waiting_calls = 4;          ///< per room
-  std::size_t json_depth = 64;            ///< of what a client sends
+  std::size_t commands = 10'000;                       ///< in a package
+  std::size_t command_bytes = std::size_t{64} * 1024;  ///< of one command
+  std::size_t text_bytes = std::size_t{16} * 1024;     ///< of an error report
+  std::size_t id_bytes = 256;                          ///< of an agent's id or name
+  std::size_t waiting_calls = 4;                       ///< per room
+  std::size_t json_depth = 64;                         ///< of what a client sends
 };
 
 /// How a server opens rooms.

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 #include "Tessra/base/json_read.h"
 #include "Tessra/base/json_write.h"
 #include "services/remote/message_bytes.h"
@@ -32,15 +34,16 @@ std::string text_of(const Dict& entry, const char* key) {
 
 RoomPlay::RoomPlay(MakeBackend make, RoomPlan plan, const Limits& limits, std::shared_ptr<StopEvent> stop)
     : make_(std::move(make)), plan_(std::move(plan)), limits_(limits) {
-  make_backend();
+  backend_ = connected(plan_);
   if (plan_.side.empty()) return;
   backend_->connect_client(std::move(stop));
   loaded_ = true;
 }
 
-void RoomPlay::make_backend() {
-  backend_ = make_(plan_);
-  if (backend_->connect_server().is_none()) throw Error("the simulation behind this service cannot be reached");
+std::shared_ptr<GameServer> RoomPlay::connected(const RoomPlan& plan) const {
+  std::shared_ptr<GameServer> backend = make_(plan);
+  if (backend->connect_server().is_none()) throw Error("the simulation behind this service cannot be reached");
+  return backend;
 }
 
 GameServer& RoomPlay::loaded() {
@@ -70,6 +73,7 @@ void RoomPlay::reset(const v1::ResetRoomRequest& request, v1::ResetRoomReply& re
 }
 
 void RoomPlay::list_scenarios(const v1::ListScenariosRequest& /*request*/, v1::ListScenariosReply& reply) {
+  require_whole_room();
   const Value names = backend_->get_scenarios();
   if (names.is_list()) {
     for (const Value& name : names.as_list()) reply.add_names(name.to_text());
@@ -84,9 +88,11 @@ void RoomPlay::load_scenario(const v1::LoadScenarioRequest& request, v1::LoadSce
   if (request.episode() < 1) throw CallError(StatusCode::INVALID_ARGUMENT, "episode: must be 1 or more");
   // A backend counts its episodes: another series, or another place in it, is another backend.
   if (request.seed() != plan_.seed || request.episode() != plan_.episode) {
-    plan_.seed = request.seed();
-    plan_.episode = request.episode();
-    make_backend();
+    RoomPlan plan = plan_;
+    plan.seed = request.seed();
+    plan.episode = request.episode();
+    backend_ = connected(plan);
+    plan_ = plan;
     backend_->reset(0);
   }
   loaded_ = backend_->load_scenario(request.name()).is_true();
@@ -138,12 +144,13 @@ void RoomPlay::execute(const v1::ExecuteRequest& request, v1::ExecuteReply& repl
                     fmt::format("{} commands in a package, more than the {} allowed", count, limits_.commands));
   }
   for (std::size_t i = 0; i < count; ++i) check_command(request.commands(static_cast<int>(i)), i + 1);
+  loaded_ = false;  // as for an advance: orders must not run twice
   for (const std::string& command : request.commands()) service.add_command(command);
   const Value answer = service.do_package_command();
   const Dict& package = answer.as_dict();
   if (text_of(package, "message") == "Error") reply.set_report(text_of(package, "resbin"));
-  if (!package.contains("refused")) return;
-  for (const Value& item : package.at_list("refused")) {
+  const Value* refused = package.find("refused");
+  for (const Value& item : refused != nullptr ? refused->as_list() : List()) {
     const Dict& entry = item.as_dict();
     v1::Refusal& refusal = *reply.add_refused();
     refusal.set_number(static_cast<std::uint32_t>(entry.at_integer("number")));
@@ -151,13 +158,16 @@ void RoomPlay::execute(const v1::ExecuteRequest& request, v1::ExecuteReply& repl
     refusal.set_command(text_of(entry, "command"));
     refusal.set_reason(text_of(entry, "reason"));
   }
+  loaded_ = true;
 }
 
 void RoomPlay::advance(const v1::AdvanceRequest& request, v1::AdvanceReply& reply) {
   GameServer& service = loaded();
+  loaded_ = false;  // what fails from here on cannot be repeated: the episode is over
   if (request.has_timestamp()) service.update_simulate_timestamp(request.timestamp());
   if (plan_.side.empty()) service.run_simulate();  // a scheduling client advances by itself
   write_record(service.get_step_situation(), *reply.mutable_record());
+  loaded_ = true;
 }
 
 void RoomPlay::end_episode(const v1::EndEpisodeRequest& /*request*/, v1::EndEpisodeReply& /*reply*/) {
@@ -167,10 +177,15 @@ void RoomPlay::end_episode(const v1::EndEpisodeRequest& /*request*/, v1::EndEpis
 
 void RoomPlay::set_step_interval(const v1::SetStepIntervalRequest& request, v1::SetStepIntervalReply& /*reply*/) {
   const double seconds = request.seconds();
-  if (!(seconds > 0)) {
+  if (!std::isfinite(seconds) || seconds <= 0) {
     throw CallError(StatusCode::INVALID_ARGUMENT, fmt::format("seconds: must be more than 0, is {}", seconds));
   }
-  loaded().update_step_interval(seconds);
+  GameServer& service = loaded();
+  try {
+    service.update_step_interval(seconds);
+  } catch (const Error& error) {
+    throw CallError(StatusCode::INVALID_ARGUMENT, std::string("seconds: ") + error.what());
+  }
 }
 
 void RoomPlay::set_timestamp(const v1::SetTimestampRequest& request, v1::SetTimestampReply& /*reply*/) {
@@ -181,7 +196,7 @@ void RoomPlay::set_timestamp(const v1::SetTimestampRequest& request, v1::SetTime
 
 Value RoomPlay::agent_key(const v1::Json& json, const char* field) const {
   try {
-    return JsonReader({limits_.text_bytes, limits_.json_depth}).read(json.text());
+    return JsonReader({limits_.id_bytes, limits_.json_depth}).read(json.text());
   } catch (const JsonError& error) {
     throw CallError(StatusCode::INVALID_ARGUMENT, fmt::format("{}: {}", field, error.what()));
   }
@@ -198,6 +213,7 @@ void RoomPlay::get_agent_settings(const v1::GetAgentSettingsRequest& request, v1
 
 void RoomPlay::report_decisions(const v1::ReportDecisionsRequest& request, v1::ReportDecisionsReply& /*reply*/) {
   require_agent();
+  if (request.decisions() < 0) throw CallError(StatusCode::INVALID_ARGUMENT, "decisions: must be 0 or more");
   const Value id = agent_key(request.agent_id(), "agent_id");
   const Value name = agent_key(request.agent_name(), "agent_name");
   loaded().conn_req().req_agent_times(id, name, request.decisions());

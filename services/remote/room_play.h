@@ -43,7 +43,7 @@ class RoomPlay {
   void report_error(const v1::ReportErrorRequest& request, v1::ReportErrorReply& reply);
 
  private:
-  void make_backend();
+  std::shared_ptr<GameServer> connected(const RoomPlan& plan) const;
   GameServer& loaded();
   void require_whole_room() const;
   void require_agent() const;

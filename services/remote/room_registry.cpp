@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "services/remote/secrets.h"
 
@@ -35,18 +36,22 @@ void RoomRegistry::open(const v1::OpenRoomRequest& request,
                         ? "this service has no room for an agent of one side: that is what a scheduling client has"
                         : "this scheduling client has a room for an agent of one side alone, and not of this one");
   }
+  if (!std::isfinite(request.step_interval_seconds()) || request.step_interval_seconds() < 0) {
+    throw CallError(StatusCode::INVALID_ARGUMENT, "step_interval_seconds: must be a number of seconds, or 0");
+  }
   const std::lock_guard lock(mutex_);
   forget_ended();
   if (ending_) throw CallError(StatusCode::UNAVAILABLE, "the server is ending");
   for (const auto& [id, room] : rooms_) {
     if (room->terms().request_id != request.request_id()) continue;
-    room->resume([terms = room->terms(), opened](const grpc::Status& status, std::uint64_t) { opened(status, terms); });
+    room->resume([terms = room->terms(), opened](const grpc::Status& status, std::uint64_t) { opened(status, terms); },
+                 [] { return false; });
     return;
   }
-  const auto open_rooms = std::ranges::count_if(rooms_, [](const auto& entry) { return !entry.second->has_ended(); });
-  if (static_cast<std::size_t>(open_rooms) >= options_.limits.rooms) {
+  // A closed room counts until its last call has ended: it still computes.
+  if (rooms_.size() >= options_.limits.rooms) {
     throw CallError(StatusCode::RESOURCE_EXHAUSTED,
-                    fmt::format("all {} rooms of this server are taken", options_.limits.rooms));
+                    fmt::format("all {} rooms of this server are taken or still ending", options_.limits.rooms));
   }
   const Room::Terms terms = terms_of(request);
   const RoomPlan plan{.step_interval = request.step_interval_seconds(), .side = request.side()};
@@ -84,17 +89,16 @@ std::vector<std::string> RoomRegistry::rooms_of(const std::string& client_id) {
   return ids;
 }
 
-void RoomRegistry::close(const std::string& id, const std::string& token) {
+void RoomRegistry::close(const std::string& id, const std::string& token, std::function<void()> finish) {
   std::shared_ptr<Room> room;
   {
     const std::lock_guard lock(mutex_);
-    const auto found = rooms_.find(id);
-    if (found == rooms_.end()) return;
-    room = found->second;
+    if (const auto found = rooms_.find(id); found != rooms_.end()) room = found->second;
   }
+  if (room == nullptr) return finish();
   if (!same_secret(token, room->terms().token))
     throw CallError(StatusCode::PERMISSION_DENIED, "the room has another token");
-  room->end({StatusCode::NOT_FOUND, "the room was closed"});
+  room->close(std::move(finish));
 }
 
 /// Removes ended rooms whose last call has ended too: joining their threads then takes no time.

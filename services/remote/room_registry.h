@@ -24,8 +24,8 @@ class RoomRegistry {
   /// The room with this id, which the token must belong to.
   std::shared_ptr<Room> find(const std::string& id, const std::string& token);
   std::vector<std::string> rooms_of(const std::string& client_id);
-  /// Does nothing if the room is gone already.
-  void close(const std::string& id, const std::string& token);
+  /// Ends a room, unless it is gone already. `finish` is called when its running call has ended.
+  void close(const std::string& id, const std::string& token, std::function<void()> finish);
 
   /// The side whose agents may open a room; empty: rooms are for whole scenarios.
   const std::string& agent_side() const { return options_.agent_side; }

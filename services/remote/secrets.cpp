@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -44,10 +45,13 @@ std::string read_token(const std::filesystem::path& file) {
   std::string text = read_file(file);
   text.erase(text.find_last_not_of(" \t\r\n") + 1);
   if (text.empty()) throw Error(file.string() + ": the token file is empty");
-  if (text.find_first_of(" \t\r\n") != std::string::npos) {
-    throw Error(file.string() + ": a token must be one word on one line");
-  }
+  check_token(text, file.string());
   return text;
+}
+
+void check_token(std::string_view token, std::string_view where) {
+  if (std::ranges::all_of(token, [](char c) { return c > 0x20 && c < 0x7f; })) return;
+  throw Error(fmt::format("{}: a token is one word of visible ASCII characters", where));
 }
 
 std::string read_pem(const std::filesystem::path& file) {

@@ -4,9 +4,13 @@
 #include <google/protobuf/stubs/logging.h>
 #include <grpcpp/ext/proto_server_reflection_plugin.h>
 #include <grpcpp/health_check_service_interface.h>
+#include <grpcpp/resource_quota.h>
 #include <grpcpp/security/server_credentials.h>
 #include <grpcpp/server.h>
 #include <grpcpp/server_builder.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include "services/remote/message_bytes.h"
 #include "services/remote/wire_service.h"
@@ -42,6 +46,14 @@ std::shared_ptr<grpc::ServerCredentials> credentials(const Address& listen, cons
 }
 
 void set_arguments(grpc::ServerBuilder& builder) {
+  // Streams take a thread each, those of reflection without a token.
+  builder.SetResourceQuota(grpc::ResourceQuota().SetMaxThreads(64));
+  // The limit of a message is that of its bytes on the wire: a small one must not become a large one here.
+  builder.SetCompressionAlgorithmSupportStatus(GRPC_COMPRESS_DEFLATE, false);
+  builder.SetCompressionAlgorithmSupportStatus(GRPC_COMPRESS_GZIP, false);
+  // A client that vanished without a word is noticed, also where an open stream keeps its room.
+  builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIME_MS, 10'000);
+  builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIMEOUT_MS, 10'000);
   builder.SetMaxReceiveMessageSize(kLargestMessage);
   builder.SetMaxSendMessageSize(kLargestMessage);
   // Clients ping every 30 seconds, also between calls: by default that is too often, and they would be thrown out.
@@ -50,6 +62,24 @@ void set_arguments(grpc::ServerBuilder& builder) {
   builder.AddChannelArgument(GRPC_ARG_HTTP2_MAX_PINGS_WITHOUT_DATA, 0);
   // A port that somebody else listens on is an error, not a way to share his clients.
   builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 0);
+}
+
+}  // namespace
+
+namespace {
+
+/// gRPC takes a Unix socket away from whoever listens there.
+void check_free(const Address& listen) {
+  if (!listen.target.starts_with("unix:")) return;
+  const std::string path = listen.target.substr(5);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof(address.sun_path)) throw Error(path + ": too long for a socket");
+  path.copy(address.sun_path, path.size());
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const bool taken = ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+  ::close(socket);
+  if (taken) throw SurroundingsError("cannot listen on " + listen.target + ": it is taken");
 }
 
 }  // namespace
@@ -76,6 +106,7 @@ struct ServiceHost::Impl {
 
 ServiceHost::ServiceHost(const Address& listen, const ServerAccess& access, RoomOptions rooms) {
   check_access(listen, access);
+  check_free(listen);
   // Once per process: servers made later have them.
   static const bool plugins = [] {
     grpc::EnableDefaultHealthCheckService(true);

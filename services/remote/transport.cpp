@@ -7,6 +7,7 @@
 
 #include "services/remote/message_bytes.h"
 #include "services/remote/remote_error.h"
+#include "services/remote/secrets.h"
 
 namespace tessra::remote {
 
@@ -19,6 +20,12 @@ std::shared_ptr<grpc::ChannelCredentials> credentials(const Address& address, co
                       address.url() + ": a token does not travel in plain text over the network; use grpcs://");
   }
   return grpc::InsecureChannelCredentials();
+}
+
+/// The transport ends the process over a header that is none.
+std::string authorization_of(const std::string& token) {
+  check_token(token, "the token");
+  return token.empty() ? "" : "Bearer " + token;
 }
 
 grpc::ChannelArguments arguments() {
@@ -45,7 +52,7 @@ grpc::ChannelArguments arguments() {
 
 Transport::Transport(Address address, const ClientAccess& access)
     : address_(std::move(address)),
-      authorization_(access.token.empty() ? "" : "Bearer " + access.token),
+      authorization_(authorization_of(access.token)),
       channel_(grpc::CreateCustomChannel(address_.target, credentials(address_, access), arguments())),
       stub_(std::make_unique<grpc::GenericStub>(channel_)) {}
 

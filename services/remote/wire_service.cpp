@@ -98,6 +98,8 @@ void WireService::answer(const Handler& handler, const grpc::ByteBuffer& request
     handler(request, call);
   } catch (const CallError& error) {
     call.finish({error.code, error.what()}, {});
+  } catch (const std::exception& error) {
+    call.finish({StatusCode::ABORTED, error.what()}, {});  // no memory, no threads
   }
 }
 
@@ -134,7 +136,11 @@ void WireService::add_room_call(const std::string& method, void (RoomPlay::*run)
     };
     const auto finish = [call](const Room::Outcome& outcome) { call.finish(outcome.status, outcome.reply); };
     rooms_.find(head.room(), head.token())
-        ->submit({.number = head.number(), .digest = checksum(bytes) ^ salt, .run = play, .finish = finish});
+        ->submit({.number = head.number(),
+                  .digest = checksum(bytes) ^ salt,
+                  .run = play,
+                  .finish = finish,
+                  .is_abandoned = [call] { return call.is_abandoned(); }});
   };
 }
 
@@ -147,11 +153,10 @@ void WireService::add_calls_without_room() {
         for (std::string& id : rooms_.rooms_of(request.client_id())) reply.add_rooms(std::move(id));
         return reply;
       });
-  handlers_["CloseRoom"] =
-      plain_call<v1::CloseRoomRequest, v1::CloseRoomReply>([this](const v1::CloseRoomRequest& request) {
-        rooms_.close(request.room(), request.token());
-        return v1::CloseRoomReply();
-      });
+  handlers_["CloseRoom"] = [this](const grpc::ByteBuffer& bytes, const Pending& call) {
+    const auto request = read_request<v1::CloseRoomRequest>(bytes);
+    rooms_.close(request.room(), request.token(), [call] { call.finish({}, pack(v1::CloseRoomReply())); });
+  };
   handlers_["OpenRoom"] = [this](const grpc::ByteBuffer& bytes, const Pending& call) {
     rooms_.open(read_request<v1::OpenRoomRequest>(bytes), [call](const Status& status, const Room::Terms& terms) {
       v1::OpenRoomReply reply;
@@ -163,11 +168,14 @@ void WireService::add_calls_without_room() {
   };
   handlers_["ResumeRoom"] = [this](const grpc::ByteBuffer& bytes, const Pending& call) {
     const auto request = read_request<v1::ResumeRoomRequest>(bytes);
-    rooms_.find(request.room(), request.token())->resume([call](const Status& status, std::uint64_t next_number) {
-      v1::ResumeRoomReply reply;
-      reply.set_next_number(next_number);
-      call.finish(status, pack(reply));
-    });
+    rooms_.find(request.room(), request.token())
+        ->resume(
+            [call](const Status& status, std::uint64_t next_number) {
+              v1::ResumeRoomReply reply;
+              reply.set_next_number(next_number);
+              call.finish(status, pack(reply));
+            },
+            [call] { return call.is_abandoned(); });
   };
 }
 
@@ -186,15 +194,15 @@ grpc::Status WireService::Attach(grpc::ServerContext* context, const v1::AttachR
     event.set_kind(kind);
     return events->Write(event);
   };
-  room->attach();
+  const std::uint64_t stream = room->attach();
   bool open = send(v1::AttachEvent::KIND_ATTACHED);
-  while (open && !context->IsCancelled() && !room->has_ended() && !closing_.is_set()) {
+  while (open && !context->IsCancelled() && room->is_attached(stream) && !room->has_ended() && !closing_.is_set()) {
     if (!room->stop()->wait_for(std::chrono::milliseconds(100))) continue;
     send(v1::AttachEvent::KIND_STOP);
     open = false;
   }
   if (open && closing_.is_set()) send(v1::AttachEvent::KIND_CLOSING);
-  room->detach();
+  room->detach(stream);
   return {};
 }
 

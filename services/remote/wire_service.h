@@ -36,6 +36,8 @@ class WireService : public v1::Simulation::Service {
 
     /// Sends a reply with its checksum, or a status that is not OK.
     void finish(const grpc::Status& status, const grpc::ByteBuffer& reply) const;
+    /// The client has given the call up.
+    bool is_abandoned() const { return context->IsCancelled(); }
   };
   /// Answers a call, now or later.
   using Handler = std::function<void(const grpc::ByteBuffer& request, const Pending& call)>;
