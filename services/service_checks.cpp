@@ -89,7 +89,7 @@ class EpisodeCheck {
 
   Value advance() {
     report_.answer("run_simulate()", [&] { service_.run_simulate(); });
-    const Value record = report_.answer("get_step_situation()", [&] { return service_.get_step_situation(); });
+    Value record = report_.answer("get_step_situation()", [&] { return service_.get_step_situation(); });
     if (record.truthy()) situations_.take_update(record);
     return record;
   }

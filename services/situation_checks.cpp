@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "Tessra/base/guard.h"
 #include "Tessra/entitys/deduce_RL/record_parts.h"
 
@@ -15,10 +17,8 @@ bool is_deletion(const Value& key) { return key.is_text("mapdel"); }
 
 /// Units stand in the table of their category.
 bool has_unit(const Dict& categories, const Value& id) {
-  for (const char* category : kCategories) {
-    if (part_or_empty(categories, category).contains(id)) return true;
-  }
-  return false;
+  return std::ranges::any_of(kCategories,
+                             [&](const char* category) { return part_or_empty(categories, category).contains(id); });
 }
 
 std::string shown(const Dict& record, const char* key) {

@@ -47,32 +47,39 @@ class RemoteChecks : public Remote {
 
   std::string path(const std::string& name) const { return (folder_.path() / name).string(); }
 
-  /// Checks what listens on this socket.
-  ServiceReport check(const std::string& path_of_socket, std::optional<milliseconds> lease_grace = std::nullopt,
-                      const std::string& token = "") const {
-    Dict server{{"url", "grpc+unix:" + path_of_socket}};
+  Dict section(const std::string& socket_path, const std::string& token = "") const {
+    Dict server{{"url", "grpc+unix:" + socket_path}};
     if (!token.empty()) {
       std::ofstream(path("token")) << token;
       server.set("token_file", path("token"));
     }
-    const Dict section{{"server", server}, {"simulate", Dict()}};
+    return {{"server", server}, {"simulate", Dict()}};
+  }
+
+  static ServiceReport check_calls(const Dict& section, std::optional<milliseconds> lease_grace = std::nullopt) {
     ServiceReport report;
     remote::check_wire(section, {.scenario = "", .lease_grace = lease_grace}, report);
+    return report;
+  }
+  static ServiceReport check_episodes(const Dict& section) {
+    ServiceReport report;
     check_service([&] { return GameServer::create(section); }, "", report);
     return report;
   }
 
-  ServiceReport check_with(const Fault& fault, std::optional<milliseconds> lease_grace = std::nullopt) {
-    const SpoilingService faulty(path("faulty"), host_->address(), {}, fault);
-    return check(path("faulty"), lease_grace);
+  /// What stands between the checks and the service.
+  std::unique_ptr<SpoilingService> spoil(const Fault& fault, const remote::ClientAccess& access = {}) const {
+    return std::make_unique<SpoilingService>(path("faulty"), host_->address(), access, fault);
   }
 };
 
 TEST_F(RemoteChecks, find_nothing_in_our_own_server) {
   serve("secret");
-  const ServiceReport report = check(socket(), milliseconds(500), "secret");
-  EXPECT_THAT(report.findings(), IsEmpty());
-  EXPECT_THAT(report.notes(), IsEmpty());
+  const Dict server = section(socket(), "secret");
+  for (const ServiceReport& report : {check_calls(server, milliseconds(2'000)), check_episodes(server)}) {
+    EXPECT_THAT(report.findings(), IsEmpty());
+    EXPECT_THAT(report.notes(), IsEmpty());
+  }
 }
 
 /// A fault that changes requests of one kind.
@@ -90,6 +97,22 @@ template <class Kind>
 Fault on_reply(std::function<void(Kind& reply)> change) {
   return {nullptr, [change](Message& reply, grpc::Status&) {
             if (auto* found = as<Kind>(reply)) change(*found);
+          }};
+}
+
+/// Several faults that do not get in each other's way.
+Fault all(const std::vector<Fault>& faults) {
+  return {[=](Message& request) {
+            std::optional<grpc::Status> instead;
+            for (const Fault& fault : faults) {
+              if (fault.request && !instead) instead = fault.request(request);
+            }
+            return instead;
+          },
+          [=](Message& reply, grpc::Status& status) {
+            for (const Fault& fault : faults) {
+              if (fault.reply) fault.reply(reply, status);
+            }
           }};
 }
 
@@ -161,39 +184,47 @@ TEST_F(RemoteChecks, say_what_is_wrong_with_a_service) {
         "`ListRooms, after CloseRoom`: wanted a list without the room"}},
       {{nullptr, to_unknown},
        {"`Advance, in a new room`: wanted FAILED_PRECONDITION, came UNKNOWN 'no scenario is loaded'"}},
-      {on_reply<v1::ResumeRoomReply>([](auto& reply) { reply.set_next_number(reply.next_number() + 1); }),
-       {"`ResumeRoom, in a new room`: wanted `next_number` 1, came 2"}},
-      {on_request<v1::HelloRequest>([](auto& request) {
-         request.set_oldest_version(1);
-         request.set_newest_version(1);
+      {all({
+           on_request<v1::HelloRequest>([](auto& request) {
+             request.set_oldest_version(1);
+             request.set_newest_version(1);
+           }),
+           on_reply<v1::HelloReply>([](auto& reply) { reply.clear_largest_message(); }),
+           on_request<v1::OpenRoomRequest>(
+               [attempt = 0](auto& request) mutable { request.set_request_id(std::to_string(++attempt)); }),
+           on_request<v1::ListRoomsRequest>([](auto& request) { request.set_client_id("somebody"); }),
+           on_reply<v1::ResumeRoomReply>([](auto& reply) { reply.set_next_number(reply.next_number() + 1); }),
+           on_reply<v1::LoadScenarioReply>([](auto& reply) { reply.set_loaded(true); }),
+           on_records(R"("TotalScore":0\.0)", R"("TotalScore":NaN)"),
        }),
-       {"`Hello, versions 700 to 701`: wanted FAILED_PRECONDITION, came OK"}},
-      {on_reply<v1::HelloReply>([](auto& reply) { reply.clear_largest_message(); }),
-       {"`Hello`: wanted `largest_message`"}},
-      {on_request<v1::OpenRoomRequest>(
-           [attempt = 0](auto& request) mutable { request.set_request_id(std::to_string(++attempt)); }),
-       {"`OpenRoom, sent again`: wanted the same room"}},
-      {on_request<v1::ListRoomsRequest>([](auto& request) { request.set_client_id("somebody"); }),
-       {"`ListRooms`: wanted the room that is open"}},
-      {on_reply<v1::LoadScenarioReply>([](auto& reply) { reply.set_loaded(true); }),
-       {"`LoadScenario, a name that is no scenario's`: wanted `loaded` false, came true"}},
-      {on_records(R"("Time":(\d+))", R"("Time":$1.0)"), {"`ScenarioInfo` / `Time`, an integer, came real"}},
-      {on_records(R"("Lon":(\d+)\.\d+)", R"("Lon":$1)"),
-       {"`get_init_situation()`: wanted `Lon`, a real, came integer"}},
-      {on_records(R"("TotalScore":0\.0)", R"("TotalScore":NaN)"), {"a record that is JSON as the contract has it"}},
+       {"`Hello, versions 700 to 701`: wanted FAILED_PRECONDITION, came OK", "`Hello`: wanted `largest_message`",
+        "`OpenRoom, sent again`: wanted the same room", "`ListRooms`: wanted the room that is open",
+        "`ResumeRoom, in a new room`: wanted `next_number` 1, came 2",
+        "`LoadScenario, a name that is no scenario's`: wanted `loaded` false, came true",
+        "`GetSituation`: wanted a record that is JSON as the contract has it"}},
       {on_records(R"("TotalScore":)", R"("TotalScore":1,"TotalScore":)"), {"as the contract has it, came duplicate"}},
   };
   for (const auto& given : cases) {
-    const Texts found = texts(check_with(given.fault));
+    const auto faulty = spoil(given.fault);
+    const Texts found = texts(check_calls(section(path("faulty"))));
     for (const std::string& says : given.says) EXPECT_THAT(found, Contains(HasSubstr(says)));
   }
 }
 
+TEST_F(RemoteChecks, see_numbers_of_the_wrong_kind) {
+  serve();
+  const auto faulty =
+      spoil(all({on_records(R"("Time":(\d+))", R"("Time":$1.0)"), on_records(R"("Lon":(\d+)\.\d+)", R"("Lon":$1)")}));
+  const Texts found = texts(check_episodes(section(path("faulty"))));
+  EXPECT_THAT(found, Contains(HasSubstr("`ScenarioInfo` / `Time`, an integer, came real")));
+  EXPECT_THAT(found, Contains(HasSubstr("`get_init_situation()`: wanted `Lon`, a real, came integer")));
+}
+
 TEST_F(RemoteChecks, see_a_room_outlive_its_lease) {
   serve();
-  Fault endless = on_request<v1::OpenRoomRequest>([](auto& request) { request.set_lease_seconds(100); });
-  endless.reply = on_reply<v1::OpenRoomReply>([](auto& reply) { reply.set_lease_seconds(1); }).reply;
-  EXPECT_THAT(texts(check_with(endless, milliseconds(0))),
+  const auto faulty = spoil(all({on_request<v1::OpenRoomRequest>([](auto& request) { request.set_lease_seconds(100); }),
+                                 on_reply<v1::OpenRoomReply>([](auto& reply) { reply.set_lease_seconds(1); })}));
+  EXPECT_THAT(texts(check_calls(section(path("faulty")), milliseconds(0))),
               Contains(HasSubstr("a list without the room when its lease has ended, came the room")));
 }
 
@@ -201,8 +232,8 @@ TEST_F(RemoteChecks, see_a_service_open_to_those_without_its_token) {
   serve("secret");
   remote::ClientAccess access;
   access.token = "secret";
-  const SpoilingService faulty(path("faulty"), host_->address(), access, {});
-  const Texts findings = texts(check(path("faulty"), std::nullopt, "secret"));
+  const auto faulty = spoil({}, access);
+  const Texts findings = texts(check_calls(section(path("faulty"), "secret")));
   EXPECT_THAT(findings, Contains("`OpenRoom, without the bearer token`: wanted UNAUTHENTICATED, came OK"));
   EXPECT_THAT(findings, Contains("`ListRooms, with another bearer token`: wanted UNAUTHENTICATED, came OK"));
 }
@@ -221,10 +252,10 @@ class Touchy : public ForwardingServer {
 
 TEST_F(RemoteChecks, see_what_the_simulation_behind_a_service_does_wrong) {
   serve<Endless>();
-  EXPECT_THAT(texts(check(socket())),
+  EXPECT_THAT(texts(check_calls(section(socket()))),
               Contains("`Advance, after EndEpisode`: wanted a record whose `IsEnd` is true, came False"));
   serve<Touchy>();
-  EXPECT_THAT(texts(check(socket())),
+  EXPECT_THAT(texts(check_calls(section(socket()))),
               Contains("`Execute, with orders that mean nothing`: wanted OK, came ABORTED 'what an order!'"));
 }
 
@@ -234,7 +265,8 @@ TEST_F(RemoteChecks, only_note_that_no_episode_can_be_played_again) {
     if (as<v1::LoadScenarioReply>(reply) != nullptr) ++episode;
     on_records("\"TotalScore\":0", "\"TotalScore\":" + std::to_string(episode)).reply(reply, status);
   };
-  const ServiceReport report = check_with({nullptr, scores_differ});
+  const auto faulty = spoil({nullptr, scores_differ});
+  const ServiceReport report = check_calls(section(path("faulty")));
   EXPECT_THAT(report.findings(), IsEmpty());
   EXPECT_THAT(report.notes(), Contains(HasSubstr("not deterministic")));
 }

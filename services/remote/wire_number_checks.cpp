@@ -95,7 +95,9 @@ void check_repeated(WireCalls& calls, CheckedRoom& room) {
              "the reply of the first time", "another one");
   want_next(calls, room, "after a call that was sent twice");
   const auto third = room.call<v1::AdvanceReply>(v1::AdvanceRequest(), "after one that was sent twice");
-  const auto start = time_of(first), middle = time_of(second), end = time_of(third);
+  const auto start = time_of(first);
+  const auto middle = time_of(second);
+  const auto end = time_of(third);
   if (!start || !middle || !end) return;
   calls.want(*end - *middle == *middle - *start, "Advance, after one that was sent twice",
              fmt::format("a step of {} ms", *middle - *start), fmt::format("{} ms", *end - *middle));

@@ -19,7 +19,7 @@ Value read_record(WireCalls& calls, const std::string& call, const v1::Json& rec
   calls.want(record.encoding() == v1::Json::ENCODING_JSON, call, "a record whose `encoding` is ENCODING_JSON",
              std::to_string(record.encoding()));
   try {
-    const Value value = read_json(record.text());
+    Value value = read_json(record.text());
     require_distinct_keys(record.text(), JsonLimits().max_depth);
     calls.want(value.is_dict(), call, "a record that is a JSON object", std::string(kind_name(value.kind())));
     return value;

@@ -110,6 +110,7 @@ void check_lease(WireCalls& calls, std::chrono::milliseconds grace) {
   constexpr std::uint32_t kLongest = 2;  // to wait for
   v1::OpenRoomRequest request = room_request();
   request.set_lease_seconds(1);
+  const auto start = Clock::now();
   const CheckedRoom room(calls, calls.make<v1::OpenRoomReply>(request, "lease of 1 s"));
   const std::chrono::seconds lease(room.terms().lease_seconds());
   if (room.terms().lease_seconds() > kLongest) {
@@ -117,16 +118,21 @@ void check_lease(WireCalls& calls, std::chrono::milliseconds grace) {
         fmt::format("no lease is shorter than {} s: that a room ends with its lease was not checked", lease.count()));
     return;
   }
-  const auto opened = Clock::now();
+  // What is late may be late on the way: a room is seen too long only if it was asked for too late, and too short only
+  // if the answer came too early.
   const std::string call = fmt::format("ListRooms, lease of {} s", lease.count());
-  while (has_room(calls, request.client_id(), room.terms().room()) && Clock::now() < opened + lease + grace) {
+  const auto opened = Clock::now();
+  auto asked = opened;
+  while (has_room(calls, request.client_id(), room.terms().room())) {
+    const double late = std::chrono::duration<double>(asked - opened).count();
+    calls.report().need(asked < opened + lease + grace, call, "a list without the room when its lease has ended",
+                        fmt::format("the room after {:.2f} s", late));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    asked = Clock::now();
   }
-  const std::chrono::duration<double> taken = Clock::now() - opened;
-  calls.want(taken >= 0.9 * lease, call, "the room until its lease ends",
+  const std::chrono::duration<double> taken = Clock::now() - start;
+  calls.want(taken >= lease, call, "the room until its lease ends",
              fmt::format("a list without it after {:.2f} s", taken.count()));
-  calls.want(taken < lease + grace, call, "a list without the room when its lease has ended",
-             fmt::format("the room after {:.2f} s", taken.count()));
   calls.refuse(StatusCode::NOT_FOUND, room.addressed<v1::ResumeRoomRequest>(), "for a room whose lease has ended");
 }
 

@@ -5,7 +5,7 @@
 #include <grpcpp/server.h>
 #include <grpcpp/server_builder.h>
 
-#include <mutex>
+#include <thread>
 
 #include "services/remote/message_bytes.h"
 
@@ -36,18 +36,54 @@ v1::Json* record_of(Message& reply) {
   return record != nullptr ? as<v1::Json>(*record) : nullptr;
 }
 
-struct SpoilingService::Impl : grpc::CallbackGenericService {
-  Impl(const remote::Address& good, const remote::ClientAccess& access, Fault given)
-      : transport(good, access), fault(std::move(given)) {}
+/// Carries calls one after the other, on a thread of its own.
+struct SpoilingService::Impl {
+  Impl(const std::string& socket, const remote::Address& good, const remote::ClientAccess& access, Fault given)
+      : transport(good, access), fault(std::move(given)) {
+    grpc::ServerBuilder builder;
+    builder.AddListeningPort("unix:" + socket, grpc::InsecureServerCredentials());
+    builder.RegisterAsyncGenericService(&calls);
+    events = builder.AddCompletionQueue();
+    server = builder.BuildAndStart();
+    thread = std::thread([this] {
+      while (serve_call()) continue;
+    });
+  }
 
-  class Call;
-  grpc::ServerGenericBidiReactor* CreateReactor(grpc::GenericCallbackServerContext* context) override;
+  ~Impl() {
+    server->Shutdown(std::chrono::system_clock::now());
+    events->Shutdown();
+    thread.join();
+    while (wait().first) continue;
+  }
+
+  /// Whether there was an event, and whether it was a success.
+  std::pair<bool, bool> wait() const {
+    void* tag = nullptr;
+    bool ok = false;
+    const bool came = events->Next(&tag, &ok);
+    return {came, came && ok};
+  }
+
+  bool serve_call() {
+    grpc::GenericServerContext context;
+    grpc::GenericServerAsyncReaderWriter stream(&context);
+    calls.RequestCall(&context, &stream, events.get(), events.get(), this);
+    if (!wait().second) return false;
+    grpc::ByteBuffer request, reply;
+    stream.Read(&request, this);
+    wait();  // without a request the answer reaches nobody either
+    const grpc::Status status = answer(context.method().substr(context.method().rfind('/') + 1), request, reply);
+    if (status.ok()) stream.WriteAndFinish(reply, {}, status, this);
+    if (!status.ok()) stream.Finish(status, this);
+    return wait().first;
+  }
 
   grpc::Status answer(const std::string& method, const grpc::ByteBuffer& request_bytes, grpc::ByteBuffer& reply_bytes) {
-    const std::lock_guard lock(mutex);
     const auto& service = *v1::HelloRequest::descriptor()->file()->service(0);
     const auto* called = service.FindMethodByName(method);
-    const auto request = new_message(called->input_type()), reply = new_message(called->output_type());
+    const auto request = new_message(called->input_type());
+    const auto reply = new_message(called->output_type());
     remote::unpack(request_bytes, *request);
     const std::optional<grpc::Status> instead = fault.request ? fault.request(*request) : std::nullopt;
     grpc::Status status = instead ? *instead : transport.call(method, *request, *reply, std::chrono::seconds(10));
@@ -56,44 +92,18 @@ struct SpoilingService::Impl : grpc::CallbackGenericService {
     return status;
   }
 
-  std::mutex mutex;
   remote::Transport transport;
   Fault fault;
+  grpc::AsyncGenericService calls;
+  std::unique_ptr<grpc::ServerCompletionQueue> events;
   std::unique_ptr<grpc::Server> server;
+  std::thread thread;
 };
-
-/// One call, which deletes itself at its end.
-class SpoilingService::Impl::Call : public grpc::ServerGenericBidiReactor {
- public:
-  Call(Impl& service, std::string method) : service_(service), method_(std::move(method)) { StartRead(&request_); }
-
-  void OnReadDone(bool ok) override {
-    if (!ok) return Finish({grpc::StatusCode::INTERNAL, "no request"});
-    const grpc::Status status = service_.answer(method_, request_, reply_);
-    if (!status.ok()) return Finish(status);
-    StartWriteAndFinish(&reply_, {}, status);
-  }
-  void OnDone() override { delete this; }
-
- private:
-  Impl& service_;
-  std::string method_;
-  grpc::ByteBuffer request_, reply_;
-};
-
-grpc::ServerGenericBidiReactor* SpoilingService::Impl::CreateReactor(grpc::GenericCallbackServerContext* context) {
-  return new Call(*this, context->method().substr(context->method().rfind('/') + 1));
-}
 
 SpoilingService::SpoilingService(const std::string& socket, const remote::Address& good,
                                  const remote::ClientAccess& access, Fault fault)
-    : impl_(std::make_unique<Impl>(good, access, std::move(fault))) {
-  grpc::ServerBuilder builder;
-  builder.AddListeningPort("unix:" + socket, grpc::InsecureServerCredentials());
-  builder.RegisterCallbackGenericService(impl_.get());
-  impl_->server = builder.BuildAndStart();
-}
+    : impl_(std::make_unique<Impl>(socket, good, access, std::move(fault))) {}
 
-SpoilingService::~SpoilingService() { impl_->server->Shutdown(std::chrono::system_clock::now()); }
+SpoilingService::~SpoilingService() = default;
 
 }  // namespace tessra::testing
