@@ -52,8 +52,8 @@ struct SpoilingService::Impl {
 
   ~Impl() {
     server->Shutdown(std::chrono::system_clock::now());
+    thread.join();  // which may still ask for a call: it gets none
     events->Shutdown();
-    thread.join();
     while (wait().first) continue;
   }
 
