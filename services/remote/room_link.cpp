@@ -100,14 +100,17 @@ void RoomLink::hello() {
   v1::HelloReply reply;
   const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(deadlines_.hello);
   grpc::Status status;
-  do {  // until there is a server, and it is ready
+  do {  // a server that has its port but is not ready answers UNAVAILABLE
     const auto limit = std::max<Clock::duration>(end - Clock::now(), kPause);
-    const grpc::Status answer = transport_.call("Hello", request, reply, limit);
-    // The reason why a connection failed says more than that the time is over.
-    if (status.ok() || answer.error_code() != grpc::StatusCode::DEADLINE_EXCEEDED) status = answer;
-    if (answer.error_code() != grpc::StatusCode::UNAVAILABLE) break;
+    status = transport_.call("Hello", request, reply, limit, Transport::WhenDown::wait);
+    if (status.error_code() != grpc::StatusCode::UNAVAILABLE) break;
     std::this_thread::sleep_for(kPause);
   } while (Clock::now() < end);
+  if (status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED) {
+    // A call that does not wait is told why there is no connection.
+    const grpc::Status reason = transport_.call("Hello", request, reply, 2 * kPause);
+    if (reason.error_code() == grpc::StatusCode::UNAVAILABLE) status = reason;
+  }
   if (!status.ok()) fail("Hello", status);
   if (reply.version() < kOldestVersion || reply.version() > kNewestVersion) {
     fail("Hello",
