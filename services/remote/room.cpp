@@ -109,23 +109,24 @@ void Room::drop_abandoned() {
   });
 }
 
-void Room::enqueue(Work work) {
-  std::optional<grpc::Status> refused;
-  {
-    const std::lock_guard lock(mutex_);
-    refused = why_ended_;
-    drop_abandoned();
-    if (!refused && waiting_.size() >= terms_.most_waiting) {
-      refused.emplace(StatusCode::RESOURCE_EXHAUSTED,
+/// Why no work is taken; none if it is. The mutex is held.
+std::optional<grpc::Status> Room::why_refused() {
+  if (why_ended_) return why_ended_;
+  drop_abandoned();
+  if (waiting_.size() < terms_.most_waiting) return std::nullopt;
+  return grpc::Status(StatusCode::RESOURCE_EXHAUSTED,
                       fmt::format("more than {} calls wait in this room", terms_.most_waiting));
-    }
-    if (!refused) {
-      last_used_ = std::chrono::steady_clock::now();
-      waiting_.push_back(std::move(work));
-      changed_.notify_all();
-    }
+}
+
+void Room::enqueue(Work work) {
+  std::unique_lock lock(mutex_);
+  if (const std::optional<grpc::Status> why = why_refused()) {
+    lock.unlock();
+    return work.refuse(*why);
   }
-  if (refused) work.refuse(*refused);
+  last_used_ = std::chrono::steady_clock::now();
+  waiting_.push_back(std::move(work));
+  changed_.notify_all();
 }
 
 void Room::submit(Call call) {

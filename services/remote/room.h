@@ -89,6 +89,7 @@ class Room {
   void live(const Make& make, const Finish& opened, const std::function<void(const std::string&)>& over);
   std::optional<Work> next_work();
   void drop_abandoned();
+  std::optional<grpc::Status> why_refused();
   void enqueue(Work work);
   Outcome carry_out(RoomPlay& play, const Call& call);
 

@@ -19,6 +19,8 @@ using Reason = RemoteError::Reason;
 constexpr int kMostAttempts = 8;
 /// Between two attempts.
 constexpr std::chrono::milliseconds kPause{50};
+/// For one attempt to connect: some of those that begin before the server does never come about.
+constexpr std::chrono::milliseconds kPatience{1'200};
 /// No lease is longer, whatever a server says: a client waits as long for its link.
 constexpr std::uint32_t kLongestLease = 86'400;  // seconds
 
@@ -92,6 +94,16 @@ void RoomLink::fail(const std::string& method, const grpc::Status& status) {
                     fmt::format("{}: {}: {}: {}", transport_.url(), method, words(reason), status.error_message()));
 }
 
+/// A call that does not wait is told why there is no connection. Then another connection is tried.
+grpc::Status RoomLink::why_unconnected(const v1::HelloRequest& request, v1::HelloReply& reply) {
+  grpc::Status status = transport_.call("Hello", request, reply, 2 * kPause);
+  if (status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED) {
+    status = {grpc::StatusCode::UNAVAILABLE, "no connection in time"};
+  }
+  if (!status.ok()) transport_.renew();
+  return status;
+}
+
 void RoomLink::hello() {
   v1::HelloRequest request;
   request.set_oldest_version(kOldestVersion);
@@ -100,17 +112,13 @@ void RoomLink::hello() {
   v1::HelloReply reply;
   const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(deadlines_.hello);
   grpc::Status status;
-  do {  // a server that has its port but is not ready answers UNAVAILABLE
-    const auto limit = std::max<Clock::duration>(end - Clock::now(), kPause);
+  do {  // until there is a server, and it is ready
+    const auto limit = std::clamp<Clock::duration>(end - Clock::now(), kPause, kPatience);
     status = transport_.call("Hello", request, reply, limit, Transport::WhenDown::wait);
+    if (status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED) status = why_unconnected(request, reply);
     if (status.error_code() != grpc::StatusCode::UNAVAILABLE) break;
     std::this_thread::sleep_for(kPause);
   } while (Clock::now() < end);
-  if (status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED) {
-    // A call that does not wait is told why there is no connection.
-    const grpc::Status reason = transport_.call("Hello", request, reply, 2 * kPause);
-    if (reason.error_code() == grpc::StatusCode::UNAVAILABLE) status = reason;
-  }
   if (!status.ok()) fail("Hello", status);
   if (reply.version() < kOldestVersion || reply.version() > kNewestVersion) {
     fail("Hello",
@@ -216,7 +224,7 @@ void RoomLink::resume() {
   const auto end = Clock::now() + lease_;
   grpc::Status status;
   while (Clock::now() < end) {
-    const auto limit = std::min<Clock::duration>(end - Clock::now(), std::chrono::seconds(told ? 5 : 1));
+    const auto limit = std::min<Clock::duration>(end - Clock::now(), told ? 5 * kPatience : kPatience);
     status = transport_.call("ResumeRoom", request, reply, limit, Transport::WhenDown::wait);
     if (status.ok()) {
       if (told && on_link) on_link(transport_.url() + ": answers again");
@@ -228,6 +236,7 @@ void RoomLink::resume() {
     const bool waits = is_link_failure(status) || status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED ||
                        status.error_code() == grpc::StatusCode::RESOURCE_EXHAUSTED;
     if (!waits) break;
+    if (status.error_code() == grpc::StatusCode::DEADLINE_EXCEEDED) transport_.renew();
     status = {grpc::StatusCode::UNAVAILABLE, fmt::format("no answer within {} s, the room's lease", lease_.count())};
     if (!std::exchange(told, true) && on_link) {
       on_link(fmt::format("{}: no answer; trying again for {} s", transport_.url(), lease_.count()));

@@ -62,6 +62,7 @@ class RoomLink {
   void call(const std::string& method, const google::protobuf::MessageLite& request, v1::RoomCall& call,
             google::protobuf::MessageLite& reply, std::chrono::duration<double> limit);
   std::uint64_t number_for(const std::string& method, const google::protobuf::MessageLite& request, v1::RoomCall& call);
+  grpc::Status why_unconnected(const v1::HelloRequest& request, v1::HelloReply& reply);
   void resume();
   [[noreturn]] void fail(const std::string& method, const grpc::Status& status);
 

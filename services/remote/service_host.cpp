@@ -94,8 +94,8 @@ MakeBackend backend_of(const std::string& url) {
 }
 
 struct ServiceHost::Impl {
-  Impl(const Address& listen, const std::string& token, RoomOptions options)
-      : address(listen), rooms(std::move(options)), service(rooms, token) {}
+  Impl(Address listen, const std::string& token, RoomOptions options)
+      : address(std::move(listen)), rooms(std::move(options)), service(rooms, token) {}
 
   Address address;
   RoomRegistry rooms;

@@ -1,9 +1,7 @@
 #include "services/remote/transport.h"
 
-#include <grpcpp/channel.h>
 #include <grpcpp/client_context.h>
 #include <grpcpp/create_channel.h>
-#include <grpcpp/security/credentials.h>
 
 #include "services/remote/message_bytes.h"
 #include "services/remote/remote_error.h"
@@ -53,8 +51,21 @@ grpc::ChannelArguments arguments() {
 Transport::Transport(Address address, const ClientAccess& access)
     : address_(std::move(address)),
       authorization_(authorization_of(access.token)),
-      channel_(grpc::CreateCustomChannel(address_.target, credentials(address_, access), arguments())),
-      stub_(std::make_unique<grpc::GenericStub>(channel_)) {}
+      credentials_(credentials(address_, access)) {
+  renew();
+}
+
+void Transport::renew() {
+  auto channel = grpc::CreateCustomChannel(address_.target, credentials_, arguments());
+  stub_ = std::make_unique<grpc::GenericStub>(channel);
+  const std::lock_guard lock(mutex_);
+  channel_ = std::move(channel);
+}
+
+std::shared_ptr<grpc::Channel> Transport::channel() const {
+  const std::lock_guard lock(mutex_);
+  return channel_;
+}
 
 Transport::~Transport() {
   calls_.Shutdown();

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <google/protobuf/message_lite.h>
+#include <grpcpp/channel.h>
 #include <grpcpp/completion_queue.h>
 #include <grpcpp/generic/generic_stub.h>
+#include <grpcpp/security/credentials.h>
 
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "services/remote/address.h"
@@ -40,8 +43,12 @@ class Transport {
                     google::protobuf::MessageLite& reply, std::chrono::duration<double> limit,
                     WhenDown when_down = WhenDown::fail);
 
-  /// For streams.
-  const std::shared_ptr<grpc::Channel>& channel() const { return channel_; }
+  /// Gives the connection up and makes another one at the next call: for one that does not come about, although there
+  /// may be a server by now.
+  void renew();
+
+  /// For streams. Safe from any thread.
+  std::shared_ptr<grpc::Channel> channel() const;
   /// Adds what every call carries.
   void authorize(grpc::ClientContext& context) const;
 
@@ -50,6 +57,8 @@ class Transport {
  private:
   Address address_;
   std::string authorization_;
+  std::shared_ptr<grpc::ChannelCredentials> credentials_;
+  mutable std::mutex mutex_;  // guards the channel
   std::shared_ptr<grpc::Channel> channel_;
   std::unique_ptr<grpc::GenericStub> stub_;
   grpc::CompletionQueue calls_;

@@ -219,7 +219,7 @@ bool append_decimal(std::string& out, double real) {
   constexpr std::int64_t kScale = 1'000'000;
   const double size = std::abs(real);
   if (!(size < 1e9) || (size < 1e-4 && size != 0)) return false;
-  const auto scaled = static_cast<std::int64_t>(size * kScale + 0.5);
+  const std::int64_t scaled = std::llround(size * kScale);
   if (static_cast<double>(scaled) / kScale != size) return false;
   if (std::signbit(real)) out += '-';
   char digits[24];
