@@ -2,30 +2,11 @@
 
 #include <fmt/format.h>
 
-#include "Tessra/base/guard.h"
-
 namespace tessra::remote {
-
-namespace {
 
 using grpc::StatusCode;
 
-/// The status of an error that carrying out a call has thrown.
-grpc::Status status_of(const std::exception_ptr& error) {
-  try {
-    std::rethrow_exception(error);
-  } catch (const CallError& refused) {
-    return {refused.code, refused.what()};
-  } catch (const std::exception& failed) {
-    return {StatusCode::ABORTED, failed.what()};
-  } catch (...) {
-    return {StatusCode::ABORTED, error_text(error)};
-  }
-}
-
-}  // namespace
-
-Room::Room(Terms terms, Make make, Finish opened, std::function<void(const std::string&)> over)
+Room::Room(Terms terms, Make make, Opened opened, std::function<void(const std::string&)> over)
     : terms_(std::move(terms)),
       thread_([this, make = std::move(make), opened = std::move(opened), over = std::move(over)] {
         live(make, opened, over);
@@ -38,18 +19,15 @@ Room::~Room() {
 
 // The room's thread.
 
-void Room::live(const Make& make, const Finish& opened, const std::function<void(const std::string&)>& over) {
+void Room::live(const Make& make, const Opened& opened, const std::function<void(const std::string&)>& over) {
   std::unique_ptr<RoomPlay> play;
-  const bool made = guarded([&] { play = make(stop_); },
-                            [&](const std::exception_ptr& error) {
-                              end({StatusCode::NOT_FOUND, "the room could not be opened"});
-                              opened({status_of(error), {}});
-                            });
-  if (made) opened({});
+  const grpc::Status made = status_of([&] { play = make(stop_); });
+  if (!made.ok()) end({StatusCode::NOT_FOUND, "the room could not be opened"});
+  opened(made);
   while (std::optional<Work> work = next_work()) work->run(*play);
   play.reset();
   last_reply_.Clear();
-  if (made && over) over(why_ended_->error_message());
+  if (made.ok() && over) over(why_ended_->error_message());
   std::vector<std::function<void()>> closers;
   {
     const std::lock_guard lock(mutex_);
@@ -63,21 +41,23 @@ void Room::live(const Make& make, const Finish& opened, const std::function<void
 /// Waits for work. None when the room has ended, which it does by itself when the lease runs out.
 std::optional<Room::Work> Room::next_work() {
   std::unique_lock lock(mutex_);
-  while (waiting_.empty() && !why_ended_) {
+  while (!why_ended_) {
+    drop_abandoned();
+    if (!waiting_.empty()) {
+      Work work = std::move(waiting_.front());
+      waiting_.pop_front();
+      return work;
+    }
     const auto lease_ends = last_used_ + terms_.lease;
-    if (attached_ > 0) {
+    if (attached_ != 0) {
       changed_.wait(lock);
-    } else if (changed_.wait_until(lock, lease_ends) == std::cv_status::timeout && waiting_.empty() && attached_ == 0 &&
-               std::chrono::steady_clock::now() >= last_used_ + terms_.lease && !why_ended_) {
+    } else if (std::chrono::steady_clock::now() < lease_ends) {
+      changed_.wait_until(lock, lease_ends);
+    } else {
       why_ended_.emplace(StatusCode::NOT_FOUND, "the room's lease ran out");
     }
   }
-  drop_abandoned();
-  if (why_ended_) return std::nullopt;
-  if (waiting_.empty()) return Work{[](RoomPlay&) {}, {}, {}};
-  Work work = std::move(waiting_.front());
-  waiting_.pop_front();
-  return work;
+  return std::nullopt;
 }
 
 Room::Outcome Room::carry_out(RoomPlay& play, const Call& call) {
@@ -88,8 +68,7 @@ Room::Outcome Room::carry_out(RoomPlay& play, const Call& call) {
             {}};
   }
   Outcome outcome;
-  guarded([&] { outcome.reply = call.run(play); },
-          [&](const std::exception_ptr& error) { outcome.status = status_of(error); });
+  outcome.status = status_of([&] { outcome.reply = call.run(play); });
   if (outcome.status.ok()) {
     last_number_ = call.number;
     last_digest_ = call.digest;

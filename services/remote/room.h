@@ -49,9 +49,12 @@ class Room {
   /// Makes what the room plays, on the room's thread.
   using Make = std::function<std::unique_ptr<RoomPlay>(const std::shared_ptr<StopEvent>& stop)>;
 
-  /// Starts the thread. `opened` is finished when `make` has succeeded or failed; after a failure the room has ended.
+  /// Whether the room can be used.
+  using Opened = std::function<void(const grpc::Status& status)>;
+
+  /// Starts the thread. `opened` is called when `make` has succeeded or failed; after a failure the room has ended.
   /// `over` is called once when a room that could be opened has ended, with the reason.
-  Room(Terms terms, Make make, Finish opened, std::function<void(const std::string& why)> over);
+  Room(Terms terms, Make make, Opened opened, std::function<void(const std::string& why)> over);
   /// Ends the room and waits for its running call.
   ~Room();
   Room(const Room&) = delete;
@@ -86,7 +89,7 @@ class Room {
     std::function<bool()> is_abandoned;
   };
 
-  void live(const Make& make, const Finish& opened, const std::function<void(const std::string&)>& over);
+  void live(const Make& make, const Opened& opened, const std::function<void(const std::string&)>& over);
   std::optional<Work> next_work();
   void drop_abandoned();
   std::optional<grpc::Status> why_refused();

@@ -1,23 +1,14 @@
 #pragma once
 
-#include <grpcpp/support/status.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
 
+#include "services/remote/call_error.h"
 #include "services/remote/room_options.h"
 #include "tessra/v1/simulation.pb.h"
 
 namespace tessra::remote {
-
-/// A call is answered with a status other than OK.
-class CallError : public Error {
- public:
-  CallError(grpc::StatusCode status_code, const std::string& what) : Error(what), code(status_code) {}
-
-  grpc::StatusCode code;
-};
 
 /// The calls of a room, carried out on a service client. Belongs to the room's thread. Every operation throws
 /// `CallError` for what the client did wrong, and lets errors of the service client pass.

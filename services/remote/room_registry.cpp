@@ -58,24 +58,30 @@ void RoomRegistry::open(const v1::OpenRoomRequest& request,
   auto make = [make_backend = options_.make_backend, plan, limits = options_.limits](const auto& stop) {
     return std::make_unique<RoomPlay>(make_backend, plan, limits, stop);
   };
-  auto tell_opened = [terms, opened, on_open = options_.on_open](const Room::Outcome& outcome) {
-    if (outcome.status.ok() && on_open) on_open();
-    opened(outcome.status, terms);
+  auto tell_opened = [terms, opened, on_open = options_.on_open](const grpc::Status& status) {
+    if (status.ok() && on_open) on_open();
+    opened(status, terms);
   };
   rooms_.emplace(terms.id, std::make_shared<Room>(terms, std::move(make), std::move(tell_opened), options_.on_end));
 }
 
-std::shared_ptr<Room> RoomRegistry::find(const std::string& id, const std::string& token) {
-  std::shared_ptr<Room> room;
-  {
-    const std::lock_guard lock(mutex_);
-    if (const auto found = rooms_.find(id); found != rooms_.end()) room = found->second;
-    if (ending_) throw CallError(StatusCode::UNAVAILABLE, "the server is ending");
-  }
-  if (room == nullptr || room->has_ended())
-    throw CallError(StatusCode::NOT_FOUND, "there is no such room, or no longer");
-  if (!same_secret(token, room->terms().token))
+/// The room with this id, which the token must belong to; null if there is none.
+std::shared_ptr<Room> RoomRegistry::owned(const std::string& id, const std::string& token) {
+  const std::lock_guard lock(mutex_);
+  const auto found = rooms_.find(id);
+  if (found == rooms_.end()) return nullptr;
+  if (!same_secret(token, found->second->terms().token)) {
     throw CallError(StatusCode::PERMISSION_DENIED, "the room has another token");
+  }
+  return found->second;
+}
+
+std::shared_ptr<Room> RoomRegistry::find(const std::string& id, const std::string& token) {
+  std::shared_ptr<Room> room = owned(id, token);
+  if (ending_) throw CallError(StatusCode::UNAVAILABLE, "the server is ending");
+  if (room == nullptr || room->has_ended()) {
+    throw CallError(StatusCode::NOT_FOUND, "there is no such room, or no longer");
+  }
   return room;
 }
 
@@ -90,14 +96,8 @@ std::vector<std::string> RoomRegistry::rooms_of(const std::string& client_id) {
 }
 
 void RoomRegistry::close(const std::string& id, const std::string& token, std::function<void()> finish) {
-  std::shared_ptr<Room> room;
-  {
-    const std::lock_guard lock(mutex_);
-    if (const auto found = rooms_.find(id); found != rooms_.end()) room = found->second;
-  }
+  const std::shared_ptr<Room> room = owned(id, token);
   if (room == nullptr) return finish();
-  if (!same_secret(token, room->terms().token))
-    throw CallError(StatusCode::PERMISSION_DENIED, "the room has another token");
   room->close(std::move(finish));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -34,13 +35,14 @@ class RoomRegistry {
   bool end(std::chrono::steady_clock::time_point until);
 
  private:
+  std::shared_ptr<Room> owned(const std::string& id, const std::string& token);
   void forget_ended();
   Room::Terms terms_of(const v1::OpenRoomRequest& request) const;
 
   const RoomOptions options_;
   std::mutex mutex_;  // guards the members below
   std::map<std::string, std::shared_ptr<Room>> rooms_;
-  bool ending_ = false;
+  std::atomic<bool> ending_ = false;
 };
 
 }  // namespace tessra::remote

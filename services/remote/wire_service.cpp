@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "Tessra/base/guard.h"
 #include "services/remote/message_bytes.h"
 #include "services/remote/protocol.h"
 #include "services/remote/secrets.h"
@@ -93,14 +92,8 @@ void WireService::answer(const Handler& handler, const grpc::ByteBuffer& request
   if (status.ok() && !fits_checksum(request, call.context->client_metadata())) {
     status = {StatusCode::DATA_LOSS, "the request was damaged on its way"};
   }
-  if (!status.ok()) return call.finish(status, {});
-  try {
-    handler(request, call);
-  } catch (const CallError& error) {
-    call.finish({error.code, error.what()}, {});
-  } catch (const std::exception& error) {
-    call.finish({StatusCode::ABORTED, error.what()}, {});  // no memory, no threads
-  }
+  if (status.ok()) status = status_of([&] { handler(request, call); });
+  if (!status.ok()) call.finish(status, {});
 }
 
 Status WireService::admit(const std::multimap<grpc::string_ref, grpc::string_ref>& metadata) const {
@@ -184,11 +177,8 @@ grpc::Status WireService::Attach(grpc::ServerContext* context, const v1::AttachR
   if (Status status = admit(context->client_metadata()); !status.ok()) return status;
   if (rooms_.agent_side().empty()) return {StatusCode::UNIMPLEMENTED, "this service has no agents"};
   std::shared_ptr<Room> room;
-  try {
-    room = rooms_.find(request->room(), request->token());
-  } catch (const CallError& error) {
-    return {error.code, error.what()};
-  }
+  const Status found = status_of([&] { room = rooms_.find(request->room(), request->token()); });
+  if (!found.ok()) return found;
   const auto send = [&](v1::AttachEvent::Kind kind) {
     v1::AttachEvent event;
     event.set_kind(kind);

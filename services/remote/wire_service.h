@@ -19,7 +19,7 @@ class WireService : public v1::Simulation::Service {
   /// `token` is the bearer token every call must carry; empty: none.
   WireService(RoomRegistry& rooms, std::string token);
 
-  /// Until then every call but Hello's refusals is answered UNAVAILABLE.
+  /// Until then every call is answered UNAVAILABLE.
   void set_ready() { ready_ = true; }
   /// Tells attached agents that the server ends.
   void tell_closing() { closing_.set(); }
