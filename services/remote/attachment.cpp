@@ -1,5 +1,6 @@
 #include "services/remote/attachment.h"
 
+#include "services/remote/call_failure.h"
 #include "tessra/v1/simulation.grpc.pb.h"
 
 namespace tessra::remote {
@@ -12,10 +13,8 @@ Attachment::Attachment(const Transport& transport, const RoomLink& link, std::sh
   answered_.wait_for(std::chrono::seconds(10));
   if (attached_) return;
   end();
-  const bool refused = !refusal_.ok();
-  throw RemoteError(
-      refused ? RemoteError::Reason::refused : RemoteError::Reason::timed_out,
-      transport.url() + ": Attach: " + (refused ? refusal_.error_message() : "the service did not answer in time"));
+  const grpc::Status late(grpc::StatusCode::DEADLINE_EXCEEDED, "the stream does not begin");
+  throw call_failure(transport.url(), "Attach", refusal_.ok() ? late : refusal_);
 }
 
 Attachment::~Attachment() { end(); }

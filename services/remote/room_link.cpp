@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "services/remote/call_failure.h"
 #include "services/remote/protocol.h"
 #include "services/remote/secrets.h"
 
@@ -13,7 +14,6 @@ namespace tessra::remote {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Reason = RemoteError::Reason;
 
 /// How often one call is sent: a link that damages everything must not keep a client for ever.
 constexpr int kMostAttempts = 8;
@@ -24,74 +24,13 @@ constexpr std::chrono::milliseconds kPatience{1'200};
 /// No lease is longer, whatever a server says: a client waits as long for its link.
 constexpr std::uint32_t kLongestLease = 86'400;  // seconds
 
-/// The link failed, not the call. INTERNAL is what the transport says of frames that make no sense; servers are not
-/// meant to use it.
-bool is_link_failure(const grpc::Status& status) {
-  switch (status.error_code()) {
-    case grpc::StatusCode::UNAVAILABLE:
-    case grpc::StatusCode::DATA_LOSS:
-    case grpc::StatusCode::INTERNAL:
-    case grpc::StatusCode::CANCELLED:
-      return true;
-    default:
-      return false;
-  }
-}
-
-Reason reason_of(const grpc::Status& status) {
-  switch (status.error_code()) {
-    case grpc::StatusCode::DEADLINE_EXCEEDED:
-      return Reason::timed_out;
-    case grpc::StatusCode::UNAUTHENTICATED:
-    case grpc::StatusCode::PERMISSION_DENIED:
-      return Reason::refused_token;
-    case grpc::StatusCode::NOT_FOUND:
-      return Reason::room_lost;
-    case grpc::StatusCode::INVALID_ARGUMENT:
-    case grpc::StatusCode::OUT_OF_RANGE:
-      return Reason::bad_request;
-    case grpc::StatusCode::RESOURCE_EXHAUSTED:
-      return Reason::too_large;
-    default:
-      return is_link_failure(status) ? Reason::unreachable : Reason::refused;
-  }
-}
-
-std::string_view words(Reason reason) {
-  switch (reason) {
-    case Reason::unreachable:
-      return "the service cannot be reached";
-    case Reason::timed_out:
-      return "the service did not answer in time";
-    case Reason::refused_version:
-      return "no common version";
-    case Reason::refused_token:
-      return "access refused";
-    case Reason::room_lost:
-      return "the room is lost, and its episode with it";
-    case Reason::bad_request:
-      return "bad request";
-    case Reason::too_large:
-      return "a limit is exceeded";
-    case Reason::refused:
-      break;
-  }
-  return "refused by the service";
-}
-
 }  // namespace
 
 RoomLink::RoomLink(Transport& transport, const Deadlines& deadlines)
     : transport_(transport), deadlines_(deadlines), client_id_(random_id()) {}
 
 void RoomLink::fail(const std::string& method, const grpc::Status& status) {
-  Reason reason = reason_of(status);
-  if (method == "Hello" && status.error_code() == grpc::StatusCode::FAILED_PRECONDITION)
-    reason = Reason::refused_version;
-  // Waiting for the port is all that Hello spends its time with.
-  if (method == "Hello" && reason == Reason::timed_out) reason = Reason::unreachable;
-  throw RemoteError(reason,
-                    fmt::format("{}: {}: {}: {}", transport_.url(), method, words(reason), status.error_message()));
+  throw call_failure(transport_.url(), method, status);
 }
 
 /// A call that does not wait is told why there is no connection. Then another connection is tried.
@@ -207,7 +146,7 @@ std::uint64_t RoomLink::number_for(const std::string& method, const google::prot
   if (method == doubtful_method_ && request.SerializeAsString() == doubtful_request_) return doubtful_number_;
   if (doubtful_method_ == "Advance" && method != "ResetRoom") {
     in_doubt_ = true;
-    throw RemoteError(Reason::timed_out,
+    throw RemoteError(RemoteError::Reason::timed_out,
                       fmt::format("{}: {}: the record of the last advance did not arrive; ask for it again, or reset",
                                   transport_.url(), method));
   }
