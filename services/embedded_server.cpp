@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "services/data_directory.h"
+#include "services/package_answer.h"
 #include "services/scheduling_client.h"
 #include "simulation/simulation.h"
 
@@ -81,13 +82,9 @@ class EmbeddedServer : public GameServer, private NetSdk, private ConnReq {
 
   Value do_package_command() override {
     const std::vector<std::string> package = std::exchange(commands_, {});
-    std::string reports;
     List refused;
-    for (const sim::CommandFault& fault : loaded().execute(package)) {
-      reports += fmt::format("{}{}: {}: {}", reports.empty() ? "" : "\n", fault.number, fault.text, fault.reason);
-      refused.push_back(refusal(fault));
-    }
-    return Dict{{"message", reports.empty() ? "OK" : "Error"}, {"resbin", reports}, {"refused", refused}};
+    for (const sim::CommandFault& fault : loaded().execute(package)) refused.push_back(refusal(fault));
+    return package_answer(refused);
   }
 
   void run_command(std::string_view text) override {

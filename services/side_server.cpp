@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "Tessra/base/utf8.h"
+#include "services/package_answer.h"
 #include "simulation/command_reader.h"
 
 namespace tessra {
@@ -134,14 +135,12 @@ Value SideServer::do_package_command() {
   passed_on_.clear();
   package_size_ = 0;
   std::ranges::sort(refused, {}, &Refused::number);
-  std::string report;
   List entries;
   for (const Refused& order : refused) {
-    report += fmt::format("{}{}: {}: {}", report.empty() ? "" : "\n", order.number, order.command, order.reason);
     entries.push_back(
         Dict{{"number", order.number}, {"side", agent_.side}, {"command", order.command}, {"reason", order.reason}});
   }
-  return Dict{{"message", report.empty() ? "OK" : "Error"}, {"resbin", report}, {"refused", entries}};
+  return package_answer(entries);
 }
 
 void SideServer::run_command(std::string_view text) {

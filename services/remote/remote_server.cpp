@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "Tessra/base/json_write.h"
+#include "services/package_answer.h"
 #include "services/remote/unseen_camps.h"
 
 namespace tessra::remote {
@@ -75,35 +76,33 @@ void RemoteServer::open_room() {
   step_interval_.reset();
 }
 
-v1::ResetRoomReply RemoteServer::reset_room(int flag, bool& reopened) {
-  if (!link().is_open()) {
-    reopened = had_room_;
-    open_room();
-  }
+/// Answers 2 when the engine has to ask for sides and situation again: the service says so, or it is another room. A
+/// room that was lost between two episodes costs nothing: the next one is played in a new one.
+int RemoteServer::reset_room(int flag) {
+  constexpr int kReopened = v1::ResetRoomReply::ANSWER_REOPENED;
+  const bool was_open = link().is_open();
+  const bool is_another = !was_open && had_room_;
+  if (!was_open) open_room();
   v1::ResetRoomRequest request;
-  request.set_reason(static_cast<v1::ResetRoomRequest::Reason>(flag));
-  return link().call<v1::ResetRoomReply>("ResetRoom", request, link().deadlines().start);
+  request.set_reason(static_cast<v1::ResetRoomRequest::Reason>(flag));  // the engine's flags are the contract's reasons
+  try {
+    const auto reply = link().call<v1::ResetRoomReply>("ResetRoom", request, link().deadlines().start);
+    return is_another || reply.answer() == kReopened ? kReopened : 0;
+  } catch (const RemoteError& error) {
+    if (error.reason != Reason::room_lost || !was_open) throw;
+  }
+  return reset_room(flag);
 }
 
 Value RemoteServer::reset(int flag) {
   constexpr int kNoReply = -1;
-  constexpr int kReopened = v1::ResetRoomReply::ANSWER_REOPENED;
   commands_.clear();
   situation_.reset();
   step_.reset();
   timestamp_.reset();
   last_failure_.clear();
-  const bool had_open_room = link().is_open();
-  bool reopened = false;
   try {
-    try {
-      return static_cast<int>(reset_room(flag, reopened).answer() == kReopened || reopened ? kReopened : 0);
-    } catch (const RemoteError& error) {
-      // The room was lost between two episodes, which costs nothing: play in a new one.
-      if (error.reason != Reason::room_lost || !had_open_room) throw;
-      reset_room(flag, reopened);
-      return kReopened;
-    }
+    return reset_room(flag);
   } catch (const RemoteError& error) {
     if (!is_without_reply(error)) throw;
     last_failure_ = error.what();
@@ -172,16 +171,11 @@ Value RemoteServer::do_package_command() {
   for (std::string& text : commands_) request.add_commands(std::move(text));
   commands_.clear();
   const auto reply = link().call<v1::ExecuteReply>("Execute", std::move(request));
-  std::string report = reply.report();
   List refused;
-  for (const v1::Refusal& refusal : reply.refused()) {
-    if (reply.report().empty()) {
-      report += fmt::format("{}{}: {}: {}", report.empty() ? "" : "\n", refusal.number(), refusal.command(),
-                            refusal.reason());
-    }
-    refused.push_back(to_dict(refusal));
-  }
-  return Dict{{"message", report.empty() ? "OK" : "Error"}, {"resbin", report}, {"refused", refused}};
+  for (const v1::Refusal& refusal : reply.refused()) refused.push_back(to_dict(refusal));
+  Dict answer = package_answer(refused);
+  if (!reply.report().empty()) answer.update(Dict{{"message", "Error"}, {"resbin", reply.report()}});
+  return answer;
 }
 
 void RemoteServer::run_command(std::string_view text) {

@@ -83,7 +83,7 @@ class RemoteServer : public GameServer, public RemoteControl, private NetSdk, pr
 
   RoomLink& link();
   void open_room();
-  v1::ResetRoomReply reset_room(int flag, bool& reopened);
+  int reset_room(int flag);
   Value read(const v1::Json& record);
   bool is_stopped();
 
