@@ -64,10 +64,6 @@ void set_arguments(grpc::ServerBuilder& builder) {
   builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 0);
 }
 
-}  // namespace
-
-namespace {
-
 /// gRPC takes a Unix socket away from whoever listens there.
 void check_free(const Address& listen) {
   if (!listen.target.starts_with("unix:")) return;

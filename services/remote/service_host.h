@@ -36,8 +36,8 @@ class ServiceHost {
 
   void set_ready();
 
-  /// Takes no more calls, tells attached agents, and waits for running ones. False if one did not end within `grace`;
-  /// then the destructor waits for it.
+  /// Takes no more calls, tells attached agents, and lets running calls finish. False if one did not within `grace`:
+  /// then this takes as long as that call, since the transport waits for it, and whoever cannot wait ends the process.
   bool stop(std::chrono::milliseconds grace);
 
  private:
