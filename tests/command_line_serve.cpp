@@ -50,7 +50,8 @@ TEST_F(Processes, schedule_lets_one_agent_after_the_other_play) {
           "$deduce apply --quiet --config " +
           apply_config("never-returns", 30) + library() + " --url $url & agent=$!; " +
           "until [ $(grep -c 'an agent plays' $out) = 3 ]; do sleep 0.02; done; kill -9 $agent; " +
-          "until grep -q 'before the end' $out; do sleep 0.05; done; " + "$deduce apply --quiet --config " +
+          "until grep -q 'before the end' $out; do sleep 0.05; done; : >" + settings +
+          "; until grep -q error $out; do sleep 0.05; done; sleep 0.5; " + "$deduce apply --quiet --config " +
           apply_config("throws-in-step", 600) + library() + " --url $url; kill $server; wait $server; echo status $?");
   EXPECT_THAT(output.out, EndsWith("status 0\n"));
   const Dict line = read_json(output.out.substr(0, output.out.find('\n'))).as_dict();
@@ -58,6 +59,8 @@ TEST_F(Processes, schedule_lets_one_agent_after_the_other_play) {
   const std::string shown = read(path("out"));
   EXPECT_THAT(shown, HasSubstr("decision 9\nthe round has ended; 红方 "));
   EXPECT_THAT(shown, HasSubstr("the agent has left before the end: the room's lease ran out\n"));
+  EXPECT_EQ(shown.find("error: "), shown.rfind("error: ")) << "a wrong file is told once";
+  EXPECT_THAT(shown, HasSubstr("the settings stay as they were\n"));
   EXPECT_THAT(shown, HasSubstr("agent: 智能体'step'函数代码出错:lost in step."));
 }
 
@@ -79,6 +82,9 @@ TEST_F(Processes, wrong_addresses_and_files_are_refused) {
   expect_refused("run --url grpc:nowhere", "'grpc:nowhere' is no address");
   expect_refused("run --url nosuch:x", "'nosuch:x' has none of the schemes embedded:, grpc:");
   expect_refused("run --scenario " + config("strait.json") + " --url grpc://localhost:1", "must be a name");
+  expect_refused("schedule --config " + write("r.json", R"({"is_ai_apply": true, "server": {"url": "records:."},
+                                                          "player": {"player_side": "x"}})"),
+                 "no agent can join this service");
   expect_refused("schedule --config " + config("skirmish.json"), "not for a scheduling client");
   expect_refused("schedule --config " + config("apply_strait.json") + " --settings " + write("s.json", R"({"a": 1})"),
                  "a: must be an object");

@@ -19,15 +19,6 @@ namespace tessra::app {
 
 namespace {
 
-/// The folder of scenario files that the configuration uses; none if its service is not the embedded one.
-std::optional<std::filesystem::path> scenario_folder(const Dict& server) {
-  constexpr std::string_view kScheme = "embedded:";
-  const std::string url = server.contains("url") ? server.at("url").to_text() : std::string(kScheme);
-  if (!url.starts_with(kScheme)) return std::nullopt;
-  if (url.size() > kScheme.size()) return url.substr(kScheme.size());
-  return data_directory() / "scenarios";
-}
-
 void choose_scenario(const RunOptions& options, Dict simulate, Dict server) {
   if (options.scenario.ends_with(".json")) {
     if (!options.url.empty()) throw InputError("--scenario " + options.scenario + ": with --url it must be a name");
@@ -66,6 +57,14 @@ void add_agent_library(Dict config, const std::string& file) {
 }
 
 }  // namespace
+
+std::optional<std::filesystem::path> scenario_folder(const Dict& server) {
+  constexpr std::string_view kScheme = "embedded:";
+  const std::string url = server.contains("url") ? server.at("url").to_text() : std::string(kScheme);
+  if (!url.starts_with(kScheme)) return std::nullopt;
+  if (url.size() > kScheme.size()) return url.substr(kScheme.size());
+  return data_directory() / "scenarios";
+}
 
 Dict read_object_file(const std::filesystem::path& file) {
   if (std::filesystem::is_directory(file)) throw InputError("not a file: " + file.string());

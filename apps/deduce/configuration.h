@@ -56,6 +56,9 @@ Dict engine_section(Dict config);
 /// The dictionary under the key, added if absent. Throws `InputError` if the value is not a dictionary.
 Dict child_section(Dict parent, std::string_view key);
 
+/// The folder of scenario files that a `server` section uses; none if its service is not the embedded one.
+std::optional<std::filesystem::path> scenario_folder(const Dict& server);
+
 /// The content of the scenario file that a configuration plays, after checking it and the configuration's sides; none
 /// if the service is not the embedded one. Throws `InputError` for a missing or invalid scenario, naming the place;
 /// `config_file` is named in errors of the configuration.

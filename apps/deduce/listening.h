@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 
 #include "apps/deduce/serve_command.h"
@@ -7,8 +8,9 @@
 
 namespace tessra::app {
 
-/// Seconds in which a server ends after a signal.
+/// Seconds in which a server ends after a signal, and the part of it that running calls get.
 inline constexpr double kServerGrace = 1.8;
+inline constexpr std::chrono::milliseconds kCallGrace{1'500};
 
 /// Listens on an address with these files. Throws `InputError` for an address or file that cannot be used, and
 /// `SurroundingsError` if the address cannot be listened on.

@@ -47,7 +47,7 @@ int schedule_agents(const ScheduleOptions& options) {
   }
   side.stop();
   // The agent's process hears of it, and gets the time to finish its call.
-  host->stop(std::chrono::milliseconds(1'200));
+  host->stop(kCallGrace);
   const bool failed = options.once && !signals.received() && !side.rounds().last_was_complete;
   return failed ? kFailed : kPlayed;
 }

@@ -33,8 +33,8 @@ std::string indented(const std::string& text) {
   return shown;
 }
 
-SideServer::Agent agent_of(const Dict& config) {
-  const Dict player = config.at_dict("player");
+SideServer::Agent agent_of(const Value& config) {
+  const Dict player = config.as_dict().at_dict("player");
   const Value interval = player.contains("decision_time") ? player.at("decision_time") : Value(30);
   return {.side = player.at("player_side").to_text(),
           .id = player.contains("agent_id") ? player.at("agent_id").to_text() : "",
@@ -107,6 +107,13 @@ ScheduledSide::ScheduledSide(const Dict& config, std::string settings_file, bool
       settings_file_(std::move(settings_file)),
       json_(json) {
   if (!settings_file_.empty()) read_settings();
+  if (find_client<SchedulingClient>(*make_service()) == nullptr) {
+    throw InputError("server.url: no agent can join this service; a scheduling client plays the bundled simulation");
+  }
+}
+
+std::shared_ptr<GameServer> ScheduledSide::make_service() const {
+  return GameServer::create(read_json(config_).as_dict());
 }
 
 /// Events come from the agent's calls, which must not fail because nobody reads them.
@@ -122,16 +129,14 @@ void ScheduledSide::tell(const char* event, const std::string& text, Dict detail
 }
 
 std::shared_ptr<GameServer> ScheduledSide::open() {
-  const Value config = read_json(config_);
-  std::shared_ptr<GameServer> service = GameServer::create(config.as_dict());
+  std::shared_ptr<GameServer> service = make_service();
   auto* client = find_client<SchedulingClient>(*service);
-  if (client == nullptr) throw Error("the configuration's server.url is no simulation that an agent can join");
   client->on_error_text = [this](const std::string& text) { tell("agent_error", "agent: " + indented(text)); };
   client->on_decision = [this](std::int64_t count) {
     tell("decision", fmt::format("decision {}", count), {{"decisions", count}});
   };
   service =
-      std::make_shared<SideServer>(std::make_shared<Watched>(std::move(service), *this), agent_of(config.as_dict()));
+      std::make_shared<SideServer>(std::make_shared<Watched>(std::move(service), *this), agent_of(read_json(config_)));
   const std::lock_guard lock(mutex_);
   service_ = service;
   client_ = client;
@@ -177,7 +182,7 @@ void ScheduledSide::give_settings() {
 bool ScheduledSide::read_settings() {
   std::stringstream text;
   text << std::ifstream(settings_file_).rdbuf();
-  if (!settings_text_.empty() && text.str() == settings_text_) return false;
+  if (text.str() == settings_text_) return false;
   settings_text_ = text.str();
   const Dict settings = read_object_file(settings_file_);
   for (auto [agent_id, entry] : settings) {

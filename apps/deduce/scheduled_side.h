@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "Tessra/entitys/gameenvs/gameserver.h"
@@ -16,7 +17,7 @@ class ScheduledSide {
  public:
   /// `config` is an AI-apply configuration; it is kept as text, since every room has a thread of its own.
   /// `settings_file` holds the agents' settings, agent id → settings; empty: those of the configuration. Throws
-  /// `InputError` if it is wrong.
+  /// `InputError` if it is wrong, or if no agent can join the configuration's service.
   ScheduledSide(const Dict& config, std::string settings_file, bool json);
 
   const std::string& side() const { return side_; }
@@ -43,6 +44,7 @@ class ScheduledSide {
   class Watched;
 
   void tell(const char* event, const std::string& text, Dict details = {}) const;
+  std::shared_ptr<GameServer> make_service() const;
   void give_settings();
   bool read_settings();
 
@@ -53,10 +55,10 @@ class ScheduledSide {
 
   mutable std::mutex mutex_;  // guards the members below
   std::weak_ptr<GameServer> service_;
-  SchedulingClient* client_ = nullptr;  // part of the service
-  std::string settings_;                // JSON; empty: none were read
-  std::string settings_text_;           // of the file, as last looked at
-  bool reached_end_ = false;            // by the round that is played
+  SchedulingClient* client_ = nullptr;        // part of the service
+  std::string settings_;                      // JSON; empty: none were read
+  std::optional<std::string> settings_text_;  // of the file, as last looked at
+  bool reached_end_ = false;                  // by the round that is played
   Rounds rounds_;
 };
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "Tessra/base/stop_event.h"
+#include "apps/deduce/configuration.h"
 #include "apps/deduce/exit_status.h"
 #include "apps/deduce/listening.h"
 #include "apps/deduce/output.h"
@@ -14,10 +15,9 @@ namespace {
 
 /// Opens the backend once, so that a mistake is reported here and not to the first client.
 void check_backend(const remote::MakeBackend& make_backend, const std::string& url) {
-  constexpr std::string_view kEmbedded = "embedded:";
   try {
-    const std::string folder = url.starts_with(kEmbedded) ? url.substr(kEmbedded.size()) : "";
-    if (!folder.empty() && !std::filesystem::is_directory(folder)) throw Error("no such folder");
+    const auto folder = scenario_folder(Dict{{"url", url}});
+    if (folder && !std::filesystem::is_directory(*folder)) throw Error("no such folder");
     const std::shared_ptr<GameServer> backend = make_backend({});
     if (backend->connect_server().is_none()) throw Error("it cannot be reached");
     backend->get_scenarios();
@@ -43,7 +43,7 @@ int serve_simulation(const ServeOptions& options) {
   announce(*host, options.json);
   while (!ending.wait_for(std::chrono::hours(1))) {
   }
-  host->stop(std::chrono::milliseconds(1'500));
+  host->stop(kCallGrace);
   return kPlayed;
 }
 
