@@ -209,7 +209,7 @@ bool Value::equal(const Value& a, const Value& b, int depth) {
 
 namespace {
 
-/// Appends a decimal of at most six places and below 10^9, as most reals of records are: several times faster than the
+/// Appends a decimal of at most six places and below 10^9, as most reals of records are, in half the time of the
 /// general algorithm. False for any other.
 ///
 /// It is the shortest text that reads back equal: the quotient is the double nearest to the decimal, and doubles tell
@@ -225,7 +225,7 @@ bool append_decimal(std::string& out, double real) {
   char digits[24];
   char* end = std::to_chars(digits, digits + sizeof(digits), scaled / kScale).ptr;
   *end++ = '.';
-  std::int64_t fraction = scaled % kScale;
+  auto fraction = static_cast<std::uint32_t>(scaled % kScale);
   char* const last = end + kPlaces;
   for (char* place = last; place != end; fraction /= 10) *--place = static_cast<char>('0' + fraction % 10);
   char* stop = last;
