@@ -80,7 +80,7 @@ TEST_F(Processes, wrong_addresses_and_files_are_refused) {
   expect_refused("serve --token-file /nosuch", "cannot read /nosuch", 1);
   expect_refused("serve --tls-cert " + write("c.pem", "x"), "not a PEM file");
   expect_refused("run --url grpc:nowhere", "'grpc:nowhere' is no address");
-  expect_refused("run --url nosuch:x", "'nosuch:x' has none of the schemes embedded:, grpc:");
+  expect_refused("run --url nosuch:x", "'nosuch:x': expected a URL with one of the schemes embedded:, grpc:");
   expect_refused("run --scenario " + config("strait.json") + " --url grpc://localhost:1", "must be a name");
   expect_refused("schedule --config " + write("r.json", R"({"is_ai_apply": true, "server": {"url": "records:."},
                                                           "player": {"player_side": "x"}})"),

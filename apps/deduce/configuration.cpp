@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 #include "Tessra/base/json_read.h"
 #include "Tessra/entitys/agent_class.h"
 #include "apps/deduce/configuration_checks.h"
@@ -124,9 +122,8 @@ void check_service(const Dict& section) {
   try {
     const Dict server = section.at_dict("server");
     const std::string url(server.contains("url") ? server.at_text("url") : "embedded:");
-    const std::vector<std::string> schemes = GameServer::schemes();
-    if (std::ranges::count(schemes, url.substr(0, url.find(':'))) == 0) {
-      throw Error(fmt::format("'{}' has none of the schemes {}:", url, fmt::join(schemes, ":, ")));
+    if (const std::string wanted = wanted_url(url); !wanted.empty()) {
+      throw Error(fmt::format("'{}': expected {}", url, wanted));
     }
     remote::check_remote_settings(section);
   } catch (const SurroundingsError&) {

@@ -147,20 +147,23 @@ class ValueCheck {
     }
   }
 
-  /// Only the scheme is checked; the rest of the URL is for the backend to interpret.
   void url(const Dict& server, const std::string& place) const {
     if (!server.contains("url")) return;
     const std::string url(server.at_text("url"));
-    const std::vector<std::string> schemes = GameServer::schemes();
-    const std::size_t colon = url.find(':');
-    if (colon != std::string::npos && std::ranges::count(schemes, url.substr(0, colon)) > 0) return;
-    fail(place, fmt::format("a URL with one of the schemes {}:", fmt::join(schemes, ":, ")), found_text(url));
+    if (const std::string wanted = wanted_url(url); !wanted.empty()) fail(place, wanted, found_text(url));
   }
 
   const std::string& file_;
 };
 
 }  // namespace
+
+std::string wanted_url(const std::string& url) {
+  const std::vector<std::string> schemes = GameServer::schemes();
+  const std::size_t colon = url.find(':');
+  if (colon != std::string::npos && std::ranges::count(schemes, url.substr(0, colon)) > 0) return "";
+  return fmt::format("a URL with one of the schemes {}:", fmt::join(schemes, ":, "));
+}
 
 void check_values(const Dict& config, const std::string& file) { ValueCheck(file).whole(config); }
 

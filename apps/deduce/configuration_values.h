@@ -11,4 +11,8 @@ namespace tessra::app {
 /// what was expected and what was found.
 void check_values(const Dict& config, const std::string& file);
 
+/// What a service's URL must be instead of this one, whose scheme has no backend. Empty if it has one: the rest of the
+/// URL is for the backend to interpret.
+std::string wanted_url(const std::string& url);
+
 }  // namespace tessra::app

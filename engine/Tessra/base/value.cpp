@@ -209,8 +209,8 @@ bool Value::equal(const Value& a, const Value& b, int depth) {
 
 namespace {
 
-/// Appends a decimal of at most six places and below 10^9, as most reals of records are, in half the time of the
-/// general algorithm. False for any other.
+/// Appends a decimal of at most six places and below 10^9, as most reals of records are, in little more than half the
+/// time of the general algorithm. False for any other.
 ///
 /// It is the shortest text that reads back equal: the quotient is the double nearest to the decimal, and doubles tell
 /// decimals of up to 15 digits apart, so no shorter one reads back as this real.
