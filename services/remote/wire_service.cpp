@@ -177,7 +177,7 @@ grpc::Status WireService::Attach(grpc::ServerContext* context, const v1::AttachR
   if (Status status = admit(context->client_metadata()); !status.ok()) return status;
   if (rooms_.agent_side().empty()) return {StatusCode::UNIMPLEMENTED, "this service has no agents"};
   std::shared_ptr<Room> room;
-  const Status found = status_of([&] { room = rooms_.find(request->room(), request->token()); });
+  Status found = status_of([&] { room = rooms_.find(request->room(), request->token()); });
   if (!found.ok()) return found;
   const auto send = [&](v1::AttachEvent::Kind kind) {
     v1::AttachEvent event;
